@@ -1,0 +1,19 @@
+#include "lib/ulib/name_table.h"
+
+#include "lib/ulib/text.h"
+
+std::int32_t parsenametonum(name_table table, std::string_view name)
+{
+    for (const name_num &row : table)
+        if (same_word(row.name, name))
+            return row.number;
+    return 0;
+}
+
+std::string_view parsenumtoname(name_table table, std::int32_t number)
+{
+    for (const name_num &row : table)
+        if (row.number == number)
+            return row.name;
+    return {};
+}

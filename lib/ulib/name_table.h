@@ -1,0 +1,22 @@
+// Tables that translate between the words of a file and the numbers of a record.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+// One row. Several rows may share a number: the first of them is what the number prints as.
+struct name_num {
+    std::string_view name;
+    std::int32_t number = 0;
+};
+
+using name_table = std::span<const name_num>;
+
+// The number of the first row whose name equals `name`, ASCII case ignored; 0 when no row does.
+// 0 is a real value in some tables: there is no separate failure.
+std::int32_t parsenametonum(name_table table, std::string_view name);
+
+// The name of the first row with exactly `number`; the empty text when there is none.
+// The view lives as long as the table.
+std::string_view parsenumtoname(name_table table, std::int32_t number);

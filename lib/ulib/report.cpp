@@ -1,0 +1,36 @@
+#include "lib/ulib/report.h"
+
+#include <cstdlib>
+#include <syslog.h>
+
+CServiceContext *servContext = nullptr;
+CConnectionContext *connContext = nullptr;
+log_hook report_hook = nullptr;
+
+void vSendLog(CServiceContext *service, CConnectionContext *connection, const UNIQUE_DATA_T &uniq,
+              int priority, const char *format, va_list args)
+{
+    if (service == nullptr || connection == nullptr || report_hook == nullptr) {
+        vsyslog(priority, format, args);
+        return;
+    }
+    report_hook(service, connection, uniq, priority, format, args);
+}
+
+void SendLog(CServiceContext *service, CConnectionContext *connection, const UNIQUE_DATA_T &uniq,
+             int priority, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    vSendLog(service, connection, uniq, priority, format, args);
+    va_end(args);
+}
+
+void outofcore()
+{
+    constexpr std::int32_t EVENT_OUT_OF_MEMORY = 13507;
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = EVENT_OUT_OF_MEMORY;
+    SendLog(servContext, connContext, uniq, REPORT_NOTICE, "libtoken: out of memory");
+    std::exit(0);
+}

@@ -1,0 +1,63 @@
+#include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <limits>
+
+static char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool same_word(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() &&
+           std::equal(a.begin(), a.end(), b.begin(),
+                      [](char x, char y) { return lower(x) == lower(y); });
+}
+
+bool begins_with_word(std::string_view text, std::string_view prefix)
+{
+    return same_word(text.substr(0, prefix.size()), prefix);
+}
+
+bool take_prefix(std::string_view &text, std::string_view prefix)
+{
+    if (!text.starts_with(prefix))
+        return false;
+    text.remove_prefix(prefix.size());
+    return true;
+}
+
+static bool is_c_space(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+long take_number(std::string_view &text)
+{
+    constexpr unsigned long HIGHEST = std::numeric_limits<long>::max();
+    std::size_t pos = 0;
+    while (pos < text.size() && is_c_space(text[pos]))
+        ++pos;
+    bool negative = false;
+    if (pos < text.size() && (text[pos] == '-' || text[pos] == '+'))
+        negative = text[pos++] == '-';
+    const std::size_t first_digit = pos;
+    unsigned long value = 0;
+    for (; pos < text.size() && text[pos] >= '0' && text[pos] <= '9'; ++pos) {
+        const auto digit = static_cast<unsigned long>(text[pos] - '0');
+        value = value > (HIGHEST - digit) / 10 ? HIGHEST : value * 10 + digit;
+    }
+    if (pos == first_digit)
+        return 0;
+    text.remove_prefix(pos);
+    return negative ? -static_cast<long>(value) : static_cast<long>(value);
+}
+
+std::int32_t lenient_number(std::string_view text)
+{
+    const long value = take_number(text);
+    return static_cast<std::int32_t>(
+        std::clamp(value, long{std::numeric_limits<std::int32_t>::min()},
+                   long{std::numeric_limits<std::int32_t>::max()}));
+}

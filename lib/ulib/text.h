@@ -1,0 +1,31 @@
+// Small questions about texts: comparison without case, safe views, splitting at a mark,
+// and the named readers of numbers. They allocate nothing and report nothing.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// A view of a C text; the empty view for null.
+inline std::string_view text_of(const char *text)
+{
+    return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+// True when the texts are equal, ASCII case ignored, whatever the locale.
+bool same_word(std::string_view a, std::string_view b);
+
+// True when `text` begins with `prefix`, ASCII case ignored.
+bool begins_with_word(std::string_view text, std::string_view prefix);
+
+// Removes `prefix` from the front of `text` and returns true, or leaves it and returns false.
+bool take_prefix(std::string_view &text, std::string_view prefix);
+
+// Decimal number at the start of `text` as C's atoi reads it: leading white space and one sign
+// are accepted, the first other character ends it, no digits give 0. A number beyond 32 bits
+// is brought to the nearest that fits.
+std::int32_t lenient_number(std::string_view text);
+
+// Decimal number at the front of `text` as C's strtol reads it, in the bounds of `long`; what was
+// read is removed from `text`. No digits: 0, and `text` stays.
+long take_number(std::string_view &text);

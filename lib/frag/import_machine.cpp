@@ -1,0 +1,354 @@
+#include "lib/frag/import_machine.h"
+
+#include <cstring>
+
+#include "lib/frag/cftrie.h"
+#include "lib/frag/frag.h"
+#include "lib/frag/frag_name.h"
+#include "lib/frag/name_index.h"
+#include "lib/ulib/text.h"
+
+using namespace std::string_view_literals;
+
+bool is_ws(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+bool is_wscrlf(char c)
+{
+    return is_ws(c) || c == '\r' || c == '\n';
+}
+
+importer::machine::machine(frag **tree_head, int keep_values)
+    : head(tree_head), keep(keep_values), skip(keep_values != 0)
+{
+}
+
+void importer::machine::feed(std::string_view bytes)
+{
+    piece = bytes;
+    pos = 0;
+    while (!at_end() && (this->*now)()) {
+    }
+}
+
+bool importer::machine::go(state next)
+{
+    now = next;
+    return !at_end();
+}
+
+// ---- steps that several states share
+
+// Skips white space; false at the end of the piece.
+bool importer::machine::skip_white()
+{
+    while (!at_end() && is_wscrlf(at_pos()))
+        ++pos;
+    return !at_end();
+}
+
+void importer::machine::clear_name()
+{
+    name_length = 0;
+    name[0] = '\0';
+}
+
+// Collects bytes up to one of `stops`, or until `limit` are there. False at the end of the piece,
+// also with a full name: what ends a name decides what it is.
+bool importer::machine::collect_name(const byte_set &stops, std::size_t limit)
+{
+    while (!at_end() && name_length < limit && !stops.has(at_pos()))
+        name[name_length++] = piece[pos++];
+    name[name_length] = '\0';
+    return !at_end();
+}
+
+// Moves over the bytes up to one of `stops` or the end of the piece, and appends them to the
+// value of cur.
+void importer::machine::store_until(const byte_set &stops)
+{
+    store(stops.find_in(piece, pos));
+}
+
+void importer::machine::store(std::size_t end)
+{
+    const std::size_t start = pos;
+    const std::size_t length = end - start;
+    pos = end;
+    if (length == 0 || skip || cur == nullptr)
+        return;
+    write_frag_value(cur, vlen, piece.data() + start, length);
+    vlen += length;
+}
+
+void importer::machine::ensure_value() const
+{
+    if (cur->value == nullptr)
+        set_frag_value(cur, "", 0);
+}
+
+void importer::machine::end_value()
+{
+    skip = keep != 0;
+    ensure_value();
+}
+
+frag **importer::machine::siblings() const
+{
+    return parent != nullptr ? &parent->child : head;
+}
+
+void importer::machine::link_new(frag *node)
+{
+    node->parent = parent;
+    push_front(siblings(), node);
+    skip = false;
+}
+
+// Links a node in a notation that leaves the trie out.
+void importer::machine::link_past_trie(frag *node)
+{
+    link_new(node);
+    has_unentered = has_unentered || (parent != nullptr && parent->index != nullptr);
+}
+
+// The node of the collected name, which is a single part, below parent or at the top.
+frag *importer::machine::find_named() const
+{
+    frag **list = siblings();
+    if (*list == nullptr)
+        return nullptr;
+    return has_unentered ? fnewfind(list, name.data())
+                         : find_in_list(list, {name.data(), name_length});
+}
+
+// ---- flat notation
+
+bool importer::machine::line_start()
+{
+    clear_name();
+    if (parent == nullptr)
+        while (take_flat_line()) {
+        }
+    return go(&machine::line_skip);
+}
+
+bool importer::machine::line_skip()
+{
+    return skip_white() && go(&machine::flat_name);
+}
+
+// Makes cur the node of one collected part of a flat key, as the file spells it.
+void importer::machine::resolve_flat_part()
+{
+    std::string_view rest = attr_remap(std::string_view(name.data(), name_length));
+    std::uint32_t flags = 0;
+    for (bool found = true; found;) {
+        found = false;
+        for (const access_prefix &prefix : ACCESS_PREFIXES) {
+            if (begins_with_word(rest, prefix.word)) {
+                rest.remove_prefix(prefix.word.size());
+                flags |= prefix.flag;
+                found = true;
+            }
+        }
+    }
+    if (rest.data() != name.data()) {
+        name_length = rest.size();
+        std::memmove(name.data(), rest.data(), name_length);
+        name[name_length] = '\0';
+    }
+
+    cur = find_named();
+    if (cur == nullptr) {
+        cur = newsymfrag(std::string_view(name.data(), name_length));
+        link_new(cur);
+        if (parent != nullptr)
+            fnewchild(cur);
+    }
+    cur->flags |= flags;
+}
+
+bool importer::machine::flat_name()
+{
+    last_path.clear();
+    if (name_length == 0 && at_pos() == '[') {
+        ++pos;
+        parent = nullptr;
+        return go(&machine::sect_name);
+    }
+    if (name_length == 0 && at_pos() == '<') {
+        ++pos;
+        return go(&machine::tag_name);
+    }
+    static constexpr byte_set STOPS("\0_="sv);
+    if (!collect_name(STOPS, NAME_PART_SIZE))
+        return false;
+    resolve_flat_part();
+    if (piece[pos++] == '_') {
+        parent = cur;
+        return go(&machine::line_start);
+    }
+    vlen = 0;
+    return go(&machine::flat_value);
+}
+
+// The counted end of a flat value loses its white space; the text keeps it.
+static void trim_counted_end(frag *node)
+{
+    while (node->vlen > 0 && is_wscrlf(node->value[node->vlen - 1]))
+        --node->vlen;
+}
+
+bool importer::machine::flat_value()
+{
+    static constexpr byte_set STOPS("\n\r");
+    store_until(STOPS);
+    if (at_end())
+        return false;
+    if (piece[pos++] == '\r')
+        return !at_end();
+    parent = nullptr;
+    end_value();
+    trim_counted_end(cur);
+    return go(&machine::line_start);
+}
+
+// How far the key goes the way of the last line's: the last node that both pass, null if they
+// part at once. `done` becomes the offset behind that node's part.
+frag *importer::machine::follow_last_line(std::string_view key, std::size_t &done)
+{
+    const std::size_t limit = std::min(key.size(), last_key.size());
+    std::size_t same = 0;
+    while (same + 8 <= limit && std::memcmp(key.data() + same, last_key.data() + same, 8) == 0)
+        same += 8;
+    while (same < limit && key[same] == last_key[same])
+        ++same;
+    while (!last_path.empty() && last_path.back().end >= same)
+        last_path.pop_back();
+    done = last_path.empty() ? 0 : last_path.back().end + 1;
+    return last_path.empty() ? nullptr : last_path.back().node;
+}
+
+// A whole plain line, as most are, taken in one go and with the last line's path in mind; the
+// result is that of the states. False, with nothing done, for any line with a peculiarity.
+bool importer::machine::take_flat_line()
+{
+    std::size_t start = pos;
+    while (start < piece.size() && is_wscrlf(piece[start]))
+        ++start;
+    const std::size_t line_end = piece.find('\n', start);
+    if (line_end == std::string_view::npos)
+        return false;
+    const std::string_view line = piece.substr(start, line_end - start);
+    const std::size_t key_end = line.find('=');
+    if (key_end == std::string_view::npos || line.find('\r') != std::string_view::npos)
+        return false;
+    const std::string_view key = line.substr(0, key_end);
+    if (key.find('\0') != std::string_view::npos)
+        return false;
+    for (std::size_t part = 0;;) {
+        const std::size_t end = std::min(key.find('_', part), key.size());
+        if (end - part >= NAME_PART_SIZE)
+            return false;
+        if (end > part && (is_ws(key[part]) || key[part] == '[' || key[part] == '<'))
+            return false;
+        if (end == key.size())
+            break;
+        part = end + 1;
+    }
+
+    std::size_t part = 0;
+    parent = follow_last_line(key, part);
+    for (;;) {
+        const std::size_t end = std::min(key.find('_', part), key.size());
+        name_length = end - part;
+        std::memcpy(name.data(), key.data() + part, name_length);
+        name[name_length] = '\0';
+        resolve_flat_part();
+        if (end == key.size())
+            break;
+        last_path.push_back({cur, end});
+        parent = cur;
+        part = end + 1;
+    }
+    last_key.assign(key);
+
+    pos = start + key_end + 1;
+    vlen = 0;
+    store(start + line.size());
+    ++pos;
+    parent = nullptr;
+    end_value();
+    trim_counted_end(cur);
+    return true;
+}
+
+// ---- section notation
+
+bool importer::machine::sect_name()
+{
+    while (name_length == 0) {
+        if (!skip_white())
+            return false;
+        if (at_pos() != '[')
+            break;
+        ++pos;
+        parent = nullptr;
+    }
+    static constexpr byte_set STOPS("\0\\]=_"sv);
+    if (!collect_name(STOPS, NAME_PART_SIZE))
+        return false;
+    pos = STOPS.find_in(piece, pos); // a longer name loses its end
+    if (at_end())
+        return false;
+    cur = find_named();
+    if (cur == nullptr) {
+        cur = newsymfrag(std::string_view(name.data(), name_length));
+        link_past_trie(cur);
+    }
+    const char stop = piece[pos++];
+    if (stop == '\\' || stop == ']' || stop == '_') {
+        clear_name();
+        parent = cur;
+        return !at_end();
+    }
+    vlen = 0;
+    return go(&machine::sect_value);
+}
+
+bool importer::machine::sect_value()
+{
+    static constexpr byte_set STOPS("\n\r\\");
+    store_until(STOPS);
+    if (at_end())
+        return false;
+    const char stop = piece[pos++];
+    if (stop == '\r')
+        return !at_end();
+    if (stop == '\\')
+        return go(&machine::sect_eol);
+    clear_name();
+    end_value();
+    return go(&machine::sect_name);
+}
+
+// Behind a backslash: the rest of the line does not count.
+bool importer::machine::sect_eol()
+{
+    static constexpr byte_set STOPS("\n\0"sv);
+    pos = STOPS.find_in(piece, pos);
+    if (at_end())
+        return false;
+    ++pos;
+    return go(&machine::sect_indent);
+}
+
+bool importer::machine::sect_indent()
+{
+    while (!at_end() && is_ws(at_pos()))
+        ++pos;
+    return !at_end() && go(&machine::sect_value);
+}

@@ -50,16 +50,17 @@ static bool is_or_holds(const frag *node, const frag *inner)
     return inner == node;
 }
 
-// Moves the aliases of one interface into `element`, numbered from `number` on.
-static void fold_aliases(frag **head, frag *element, const std::string &interface,
+// Moves the aliases of one interface from the object lists into `element`, numbered from
+// `number` on.
+static void fold_aliases(frag *lists, frag *element, const std::string &interface,
                          std::int64_t &number)
 {
-    const std::string key = "netobj_list_" + interface + "_INTERFACE";
-    const frag *found = ffind(head, key.c_str());
+    const std::string key = interface + "_INTERFACE";
+    const frag *found = ffind(&lists->child, key.c_str());
     // An interface with a '=' in its name ends the key early, maybe at the list being filled.
     if (found == nullptr || is_or_holds(found, element))
         return;
-    const frag_ptr list = take_frag(head, key.c_str());
+    const frag_ptr list = take_frag(&lists->child, key.c_str());
     const frag *aliases = ffind(&list->child, "element");
     if (aliases == nullptr)
         return;
@@ -75,9 +76,10 @@ int canon_if(frag **head, const char *key)
 {
     frag *list = find_or_make(head, key);
     frag *element = find_or_make(&list->child, "element", list);
+    frag *lists = find_or_make(head, "netobj_list");
     std::int64_t number = count_list(element->child) + 1;
     for (const std::string &interface : own_interfaces(element))
-        fold_aliases(head, element, interface, number);
+        fold_aliases(lists, element, interface, number);
     sort_frags(&element->child);
     return 0;
 }

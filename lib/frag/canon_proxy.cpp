@@ -98,9 +98,8 @@ int canon_def(frag **head)
     return 0;
 }
 
-static void give_to_owner(frag **head, frag *config_set, const char *owner_key)
+static void give_to_owner(frag *proxies, frag *config_set, const char *owner_key)
 {
-    frag *proxies = find_or_make(head, "def_proxy");
     frag *owner = find_or_make(&proxies->child, owner_key, proxies);
     push_child(find_or_make(&owner->child, "config-sets", owner), config_set);
 }
@@ -108,8 +107,9 @@ static void give_to_owner(frag **head, frag *config_set, const char *owner_key)
 int canon_cust(frag **head)
 {
     frag *custom = ffind(head, "cust_proxy");
-    if (custom == nullptr)
+    if (custom == nullptr || custom->child == nullptr)
         return 0;
+    frag *proxies = find_or_make(head, "def_proxy");
     frag *rest = take_children(custom);
     while (frag *entry = pop_front(rest)) {
         const frag_ptr realname = take_frag(&entry->child, "realname");
@@ -119,7 +119,7 @@ int canon_cust(frag **head)
         canon_proxy_parms(entry);
         const char *owner = text_in(realname);
         const bool has_owner = owner != nullptr && *owner != '\0';
-        give_to_owner(head, entry, has_owner ? owner : entry->name);
+        give_to_owner(proxies, entry, has_owner ? owner : entry->name);
     }
     return 0;
 }

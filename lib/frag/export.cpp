@@ -7,6 +7,7 @@
 
 #include "lib/frag/frag_list.h"
 #include "lib/frag/frag_name.h"
+#include "lib/frag/norm41.h"
 #include "lib/frag/symbol.h"
 
 static bool write_bytes(std::FILE *stream, const char *bytes, std::size_t length)
@@ -80,6 +81,10 @@ int exportenv(const char *path, int version)
     del_frag(&copy, "def_proxy_*");
     if (version == 1 || version == 41)
         version = EXPORT_FLAT;
+    if (version == EXPORT_NUMBERED) {
+        (void)norm41states(&copy); // without proxies there are no states
+        norm41(&copy);
+    }
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), "%.3d", version);
     fset(&copy, "version_varnholt.conf", text.data());

@@ -9,6 +9,7 @@
 #include "lib/frag/frag_name.h"
 #include "lib/frag/norm41.h"
 #include "lib/frag/symbol.h"
+#include "lib/frag/xml_write.h"
 
 static bool write_bytes(std::FILE *stream, const char *bytes, std::size_t length)
 {
@@ -69,7 +70,8 @@ int exportffile(const char *path, frag **head, int version)
     std::FILE *stream = open_stream(path);
     if (stream == nullptr)
         return 1;
-    const int result = outffile(stream, *head, version, 0);
+    const int result = version == EXPORT_XML ? write_xml_document(stream, head)
+                                             : outffile(stream, *head, version, 0);
     // What the stream still held is written now, and may fall short.
     return std::fclose(stream) != 0 ? 1 : result;
 }

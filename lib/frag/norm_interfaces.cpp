@@ -256,10 +256,9 @@ int add_to_allif(frag **head, frag *entry)
     return all_interfaces(head).add(entry) ? 0 : 1;
 }
 
-// The entries of a list below `netobj_list`; null if there is no such list.
-static frag *element_of(frag **head, const char *list_name)
+// The node above the entries of a list; null if there is no such list.
+static frag *element_of(frag *lists, const char *list_name)
 {
-    frag *lists = ffind(head, "netobj_list");
     return lists == nullptr ? nullptr : ffind2(&lists->child, list_name, "element");
 }
 
@@ -267,7 +266,7 @@ int is_in_list(frag **head, const char *list_name, const char *interface)
 {
     if (list_name == nullptr || interface == nullptr)
         return 0;
-    const frag *element = element_of(head, list_name);
+    const frag *element = element_of(ffind(head, "netobj_list"), list_name);
     if (element == nullptr)
         return 0;
     for (frag *entry = element->child; entry != nullptr; entry = entry->next) {
@@ -285,12 +284,12 @@ namespace
 class interface_sets
 {
   public:
-    explicit interface_sets(frag **head) : head_(head) {}
+    explicit interface_sets(frag *lists) : lists_(lists) {}
 
     bool holds(const char *list_name, const char *interface);
 
   private:
-    frag **head_;
+    frag *lists_; // `netobj_list`
     std::unordered_map<const frag *, std::unordered_set<std::string>> sets_; // by `element`
 };
 
@@ -298,7 +297,7 @@ bool interface_sets::holds(const char *list_name, const char *interface)
 {
     if (list_name == nullptr || interface == nullptr)
         return false;
-    const frag *element = element_of(head_, list_name);
+    const frag *element = element_of(lists_, list_name);
     if (element == nullptr)
         return false;
     const auto [place, is_new] = sets_.try_emplace(element);
@@ -318,7 +317,7 @@ int norm_interfaces(frag **head)
 
     const frag *element = find_or_make(head, ALL_ELEMENT_KEY);
     del_frag(head, ALL_COUNT_KEY);
-    interface_sets lists(head);
+    interface_sets lists(ffind(head, "netobj_list"));
     for (frag *entry = element->child; entry != nullptr; entry = entry->next) {
         const char *location = fval(&entry->child, "location");
         if (!lists.holds(location, fval(&entry->child, "interface")))

@@ -18,7 +18,6 @@ struct ip_var_row {
     const char *interface;
     const char *interface_flags;
     const char *list_key;
-    const char *side;
     const char *no_address; // what stands for an absent address
 };
 
@@ -27,9 +26,9 @@ inline constexpr const char *UNSET_ADDRESS = "XXX.XXX.XXX.XXX";
 
 inline constexpr ip_var_row ip_var_tab[] = {
     {"insideaddr", "insidemask", "insidbcast", "insidiface", "insidifaceflags",
-     "netobj_list_Inside_element", "inside", NO_ADDRESS},
+     "netobj_list_Inside_element", NO_ADDRESS},
     {"outsideaddr", "outsidemask", "outsidbcast", "outsidiface", "outsidifaceflags",
-     "netobj_list_Outside_element", "outside", UNSET_ADDRESS},
+     "netobj_list_Outside_element", UNSET_ADDRESS},
     {"thirdaddr", "thirdmask", "thirdbcast", "thirdiface", "thirdifaceflags",
-     "netobj_list_Service_element", "service", NO_ADDRESS},
+     "netobj_list_Service_element", NO_ADDRESS},
 };

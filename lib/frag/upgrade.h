@@ -12,6 +12,6 @@ struct frag;
 //   filled in by the platform's map (lib/frag/proxy_map.h)
 //   head  address of the tree's head
 // Returns 1 if the tree has no `def_proxy` and only the first step was done, else 0.
-// Reports nothing. On a tree of the current layout the last step alone would still change it:
-// the caller decides by the keys in the tree whether the upgrade is needed.
+// Reports nothing. Meant for a tree that needs it, as `gui_client` or `def_proxy_plug-relay` in
+// it shows: the last step changes trees of the current layout as well.
 int up41(frag **head);

@@ -17,9 +17,8 @@ std::string sraddrmask_fill(const std::string &text, const std::string &filler)
     for (int i = 0; i < PARTS && i < count; ++i) {
         if (i > 0)
             filled += '.';
-        filled += words[static_cast<std::size_t>(i)][0] == '*'
-                      ? filler
-                      : words[static_cast<std::size_t>(i)];
+        filled += words[static_cast<std::size_t>(i)][0] == '*' ? filler
+                                                               : words[static_cast<std::size_t>(i)];
     }
     filled.resize(std::min(filled.size(), ADDRESS_PART_SIZE));
     return filled;
@@ -44,19 +43,19 @@ addrid sraddrmask(const char *text, u32 *addr, u32 *mask)
         *mask = filled_address(whole.substr(first_end + 1), "255");
     } else if ((first_end = whole.find(':')) != std::string_view::npos) {
         *mask = filled_address(whole.substr(first_end + 1), "0");
-        kind = *mask == NO_ADDRESS ? ADDRID_HOST : ADDRID_SUBNET;
+        kind = *mask == NOT_AN_ADDRESS ? ADDRID_HOST : ADDRID_SUBNET;
     } else {
-        *mask = NO_ADDRESS;
+        *mask = NOT_AN_ADDRESS;
     }
     *addr = filled_address(whole.substr(0, first_end), "0");
 
     if (kind == ADDRID_RANGE) {
         if (host_order(*addr) < host_order(*mask))
             return ADDRID_RANGE;
-        *mask = NO_ADDRESS;
+        *mask = NOT_AN_ADDRESS;
         return ADDRID_HOST;
     }
-    if (*addr == 0 && *mask == NO_ADDRESS) {
+    if (*addr == 0 && *mask == NOT_AN_ADDRESS) {
         *mask = 0;
         return ADDRID_SUBNET;
     }

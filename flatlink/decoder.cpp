@@ -22,7 +22,8 @@
 #include "lib/ulib/addr_mask.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 struct line_prefix {
     std::string_view prefix;

@@ -8,7 +8,8 @@
 #include "flatlink/line.h"
 #include "flatlink/names.h"
 
-namespace {
+namespace
+{
 
 struct intf_field {
     std::string_view key;
@@ -20,10 +21,8 @@ constexpr intf_field intf_fields[] = {
     {"name", [](vpn_intf &intf, std::string_view value) { intf.name = value; }},
     {"addr",
      [](vpn_intf &intf, std::string_view value) { intf.addr = address_of(std::string(value)); }},
-    {"broadcast",
-     [](vpn_intf &intf, std::string_view value) {
-         intf.broadcast = address_of(std::string(value));
-     }},
+    {"broadcast", [](vpn_intf &intf,
+                     std::string_view value) { intf.broadcast = address_of(std::string(value)); }},
     {"netmask",
      [](vpn_intf &intf, std::string_view value) { intf.netmask = network_of(std::string(value)); }},
     {"location",
@@ -62,7 +61,7 @@ vpn_intf &interface_numbered(std::int32_t listno, std::int32_t elemno)
 
 bool is_usable(const vpn_intf &intf)
 {
-    const auto is_missing = [](u32 word) { return word == 0 || word == NO_ADDRESS; };
+    const auto is_missing = [](u32 word) { return word == 0 || word == NOT_AN_ADDRESS; };
     return !intf.interface.empty() && !is_missing(intf.addr) && !is_missing(intf.netmask);
 }
 
@@ -76,7 +75,7 @@ void merge(vpn_intf &kept, vpn_intf &other)
 {
     if (kept.location == 0)
         kept.location = other.location;
-    if (kept.broadcast == 0 || kept.broadcast == NO_ADDRESS)
+    if (kept.broadcast == 0 || kept.broadcast == NOT_AN_ADDRESS)
         kept.broadcast = other.broadcast;
     if (is_alias(kept) && !is_alias(other)) {
         std::swap(kept.interface, other.interface);
@@ -128,9 +127,8 @@ void finish_intfs()
     for (const auto &intf : intf_list)
         intf->network = intf->addr & intf->netmask;
     merge_equal_addresses();
-    std::stable_sort(intf_list.begin(), intf_list.end(), [](const auto &a, const auto &b) {
-        return place_of(*a) < place_of(*b);
-    });
+    std::stable_sort(intf_list.begin(), intf_list.end(),
+                     [](const auto &a, const auto &b) { return place_of(*a) < place_of(*b); });
 }
 
 void save_intfs(std::FILE *stream, const record_list<vpn_intf> &list)

@@ -5,7 +5,8 @@
 #include "flatlink/policy_line.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 constexpr std::size_t LONGEST_FIELD = 127;
 

@@ -5,7 +5,8 @@
 #include "flatlink/numbered_line.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 struct key_field {
     std::string_view key;

@@ -14,8 +14,9 @@ struct peer_field {
 };
 
 inline constexpr peer_field subject_fields[] = {
-    {"scn", &peerauth::scn, 0x40}, {"so", &peerauth::so, 0x10},   {"sou", &peerauth::sou, 0x20},
-    {"sc", &peerauth::sc, 0x01},   {"sst", &peerauth::sst, 0x02}, {"sl", &peerauth::sl, 0x04},
+    {"scn", &peerauth::scn, 0x40}, {"so", &peerauth::so, 0x10},
+    {"sou", &peerauth::sou, 0x20}, {"sc", &peerauth::sc, 0x01},
+    {"sst", &peerauth::sst, 0x02}, {"sl", &peerauth::sl, 0x04},
     {"ssa", &peerauth::ssa, 0x08}, {"san_content", &peerauth::san_content, 0x80},
 };
 

@@ -11,7 +11,8 @@
 #include "flatlink/names.h"
 #include "lib/kdev/vpn_device.h"
 
-namespace {
+namespace
+{
 
 constexpr std::uint8_t TYPE_FIREWALL = 255; // a local side that is the firewall, towards anybody
 
@@ -31,9 +32,9 @@ struct auto_key {
     bool goes_before(const auto_key &other) const
     {
         return std::tie(rulenumber, other.nesting_level, local_size, remote_size,
-                        other.certificate_bits) <
-               std::tie(other.rulenumber, nesting_level, other.local_size, other.remote_size,
-                        certificate_bits);
+                        other.certificate_bits) < std::tie(other.rulenumber, nesting_level,
+                                                           other.local_size, other.remote_size,
+                                                           certificate_bits);
     }
 };
 
@@ -49,9 +50,9 @@ struct certificate_bits {
 static u32 look_up_name(const char *name)
 {
     const hostent *host = gethostbyname(name);
-    u32 addr_be = NO_ADDRESS;
+    u32 addr_be = NOT_AN_ADDRESS;
     if (host == nullptr || host->h_length != sizeof addr_be || host->h_addr_list[0] == nullptr)
-        return NO_ADDRESS;
+        return NOT_AN_ADDRESS;
     std::copy_n(host->h_addr_list[0], sizeof addr_be, reinterpret_cast<char *>(&addr_be));
     return addr_be;
 }
@@ -59,8 +60,8 @@ static u32 look_up_name(const char *name)
 u32 getdnsname(const char *name)
 {
     if (name == nullptr)
-        return NO_ADDRESS;
-    const auto [place, is_new] = known_names.try_emplace(name, NO_ADDRESS);
+        return NOT_AN_ADDRESS;
+    const auto [place, is_new] = known_names.try_emplace(name, NOT_AN_ADDRESS);
     if (is_new)
         place->second = look_up_name(name);
     return place->second;
@@ -113,7 +114,7 @@ static u32 firewall_size(linkinfo &link)
         return 0;
     }
     link.lnetwork_type = ADDRID_HOST;
-    link.lnetwork_delimiter = NO_ADDRESS;
+    link.lnetwork_delimiter = NOT_AN_ADDRESS;
     const u32 own = address_towards(link.gateway_addr);
     link.lnetwork_start = own != 0 ? own : getdnsname(ip_myhostname.c_str());
     return 0;
@@ -124,28 +125,28 @@ static u32 local_network_size(linkinfo &link)
     if (is_local_side_firewall(link))
         return firewall_size(link);
     u32 size = 1;
-    if (link.lnetwork_start == NO_ADDRESS)
+    if (link.lnetwork_start == NOT_AN_ADDRESS)
         link.lnetwork_start = address_of_name(link.lnetwork_start_address);
     else
         size = network_size(link.lnetwork_type, link.lnetwork_start, link.lnetwork_delimiter);
     if (size != 1)
         return size;
     link.lnetwork_type = ADDRID_HOST;
-    link.lnetwork_delimiter = NO_ADDRESS;
+    link.lnetwork_delimiter = NOT_AN_ADDRESS;
     return isfwaddr(link.lnetwork_start) ? 0 : 1;
 }
 
 static u32 remote_network_size(linkinfo &link)
 {
     u32 size = 1;
-    if (link.rnetwork_start == NO_ADDRESS)
+    if (link.rnetwork_start == NOT_AN_ADDRESS)
         link.rnetwork_start = address_of_name(link.rnetwork_start_address);
     else
         size = network_size(link.rnetwork_type, link.rnetwork_start, link.rnetwork_delimiter);
     if (size != 1)
         return size;
     link.rnetwork_type = ADDRID_HOST;
-    link.rnetwork_delimiter = NO_ADDRESS;
+    link.rnetwork_delimiter = NOT_AN_ADDRESS;
     return link.rnetwork_start == link.gateway_addr ? 0 : 1;
 }
 
@@ -171,7 +172,7 @@ static void settle_gateway(linkinfo &link)
         link.gateway.clear();
         link.fixed_remote = 0;
         link.gateway_addr = 0;
-    } else if (link.gateway_addr == NO_ADDRESS) {
+    } else if (link.gateway_addr == NOT_AN_ADDRESS) {
         link.gateway_addr = address_of_name(link.gateway);
     }
 }
@@ -184,7 +185,7 @@ static auto_key auto_key_of(linkinfo &link)
     const u32 local_size = local_network_size(link);
     u32 remote_size = 0;
     if (link.fixed_remote == 0) {
-        link.rnetwork_start = link.rnetwork_delimiter = NO_ADDRESS;
+        link.rnetwork_start = link.rnetwork_delimiter = NOT_AN_ADDRESS;
         link.rnetwork_type = 0;
     } else {
         remote_size = remote_network_size(link);
@@ -221,8 +222,9 @@ void vpnauto_sort()
 
 void vpn_clientsort()
 {
-    const auto clients = std::stable_partition(
-        linkinfos.begin(), linkinfos.end(), [](const auto &link) { return link->fixed_remote != 0; });
+    const auto clients =
+        std::stable_partition(linkinfos.begin(), linkinfos.end(),
+                              [](const auto &link) { return link->fixed_remote != 0; });
     std::stable_sort(clients, linkinfos.end(), [](const auto &a, const auto &b) {
         const certificate_bits a_bits = bits_of(a->peer);
         const certificate_bits b_bits = bits_of(b->peer);

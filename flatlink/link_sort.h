@@ -13,8 +13,8 @@ void vpnauto_sort();
 // conditions: subject first, then issuer, more conditions first. Changes no number.
 void vpn_clientsort();
 
-// The address of a host name, network order; NO_ADDRESS for null, and when there is none or it is
-// no IPv4 address. Blocks; each name is looked up once until forget_lookups.
+// The address of a host name, network order; NOT_AN_ADDRESS for null, and when there is none or it
+// is no IPv4 address. Blocks; each name is looked up once until forget_lookups.
 u32 getdnsname(const char *name);
 
 // Forgets what the name service and the routes said: a new run asks anew.

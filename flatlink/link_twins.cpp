@@ -8,7 +8,8 @@
 #include "flatlink/link_sort.h"
 #include "flatlink/names.h"
 
-namespace {
+namespace
+{
 
 // All that two equal links agree in. One list serves the comparison and the hash.
 auto twin_fields(const linkinfo &link)

@@ -7,7 +7,8 @@
 #include "flatlink/names.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 using store_function = void (*)(linkinfo &link, std::string_view value);
 
@@ -187,8 +188,7 @@ int add_partial_linkinfo(std::string_view rest)
 
 static void save_gateway(const record_writer &out, const linkinfo &link)
 {
-    const bool is_fixed =
-        !link.gateway.empty() && link.gateway[0] != '*' && link.fixed_remote != 0;
+    const bool is_fixed = !link.gateway.empty() && link.gateway[0] != '*' && link.fixed_remote != 0;
     out.text("gateway", is_fixed ? std::string_view(link.gateway) : "*");
     out.text("fixed_remote", is_fixed ? "On" : "Off");
     if (link.xgwflags & XGW_USED) {

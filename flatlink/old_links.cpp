@@ -9,7 +9,8 @@
 #include "flatlink/numbered_line.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 struct old_link_field {
     std::string_view key;
@@ -49,8 +50,7 @@ template <auto member> void store_ipsec(vpnlink &link, std::string_view value)
     (void)scan_number(value, link.ipsec.*member);
 }
 
-template <auto member, const auto &table>
-void store_ike_word(vpnlink &link, std::string_view value)
+template <auto member, const auto &table> void store_ike_word(vpnlink &link, std::string_view value)
 {
     link.ike.*member = parsenametonum(table, value);
 }
@@ -114,8 +114,7 @@ constexpr old_link_field old_link_fields[] = {
     {"ikey", store_text<&vpnlink::ikey>},
     {"okey", store_text<&vpnlink::okey>},
     {"preshrd", [](vpnlink &link, std::string_view value) { link.peer.secret = value; }},
-    {"key",
-     [](vpnlink &link, std::string_view value) { (void)scan_number(value, link.peer.key); }},
+    {"key", [](vpnlink &link, std::string_view value) { (void)scan_number(value, link.peer.key); }},
     {"san_type",
      [](vpnlink &link, std::string_view value) {
          link.peer.san_type = parsenametonum(san_list, value);
@@ -140,10 +139,8 @@ constexpr old_link_field old_link_fields[] = {
     {"ldataIImin", store_ipsec<&ipsecparams::ldataIImin>},
     {"errIIlim", store_ipsec<&ipsecparams::errIIlim>},
     {"debug", store_ipsec_word<&ipsecparams::debug, debug_list>},
-    {"ipcomp",
-     [](vpnlink &link, std::string_view value) {
-         link.ipsec.ipcomp = same_word(value, "Off") ? 1 : 0;
-     }},
+    {"ipcomp", [](vpnlink &link,
+                  std::string_view value) { link.ipsec.ipcomp = same_word(value, "Off") ? 1 : 0; }},
     {"encaps", ignore},
     {"trust", ignore},
     {"interface", ignore},
@@ -272,8 +269,8 @@ static void word_if_set(const record_writer &out, std::string_view key, name_tab
 static std::string hex_text(u32 value)
 {
     std::string digits(8, '\0');
-    digits.resize(static_cast<std::size_t>(
-        std::snprintf(digits.data(), digits.size() + 1, "%x", value)));
+    digits.resize(
+        static_cast<std::size_t>(std::snprintf(digits.data(), digits.size() + 1, "%x", value)));
     return digits;
 }
 

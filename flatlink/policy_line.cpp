@@ -3,7 +3,8 @@
 #include "flatlink/line.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 // What the rest of a key turned out to be.
 enum class key_kind { POLICY, PROPOSAL, UNREADABLE };

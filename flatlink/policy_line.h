@@ -11,10 +11,10 @@
 #include "flatlink/records.h"
 
 struct policy_line {
-    std::string_view name;  // the policy's
+    std::string_view name; // the policy's
     std::string_view field;
     std::string_view value;
-    int number = 0;         // the proposal's
+    int number = 0; // the proposal's
     bool is_proposal = false;
 };
 

@@ -5,7 +5,8 @@
 #include "flatlink/line.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 struct pool_field {
     std::string_view key;
@@ -133,7 +134,7 @@ int add_partial_mcpool(std::string_view rest)
 
 static bool is_no_address(u32 addr)
 {
-    return addr == 0 || addr == NO_ADDRESS;
+    return addr == 0 || addr == NOT_AN_ADDRESS;
 }
 
 // A network of all zeros means every network, and then no other counts.
@@ -149,7 +150,7 @@ static void finish_networks(mcpool &pool)
     }
     std::erase_if(pool.net, [](const auto &entry) {
         const mcpool_net &net = entry.second;
-        return net.addr == NO_ADDRESS || (net.addr == 0 && net.mask == NO_ADDRESS);
+        return net.addr == NOT_AN_ADDRESS || (net.addr == 0 && net.mask == NOT_AN_ADDRESS);
     });
 }
 

@@ -25,7 +25,7 @@ u32 my_def_route = 0;
 
 std::int32_t outside_id = -1, inside_id = -1, thirdside_id = -1;
 u32 outside_addr = 0, inside_addr = 0, thirdside_addr = 0;
-u32 outside_mask = NO_ADDRESS, inside_mask = NO_ADDRESS, thirdside_mask = NO_ADDRESS;
+u32 outside_mask = NOT_AN_ADDRESS, inside_mask = NOT_AN_ADDRESS, thirdside_mask = NOT_AN_ADDRESS;
 std::string outside_face, inside_face, thirdside_face;
 
 void reset_records()
@@ -37,9 +37,9 @@ void reset_records()
     mcpools.clear();
     swkeys.clear();
     intf_list.clear();
-    for (std::string *text : {&anonsecret, &clientIKEpolicy, &ip_hostname, &ip_domainname,
-                              &ip_myhostname, &my_def_interface, &outside_face, &inside_face,
-                              &thirdside_face})
+    for (std::string *text :
+         {&anonsecret, &clientIKEpolicy, &ip_hostname, &ip_domainname, &ip_myhostname,
+          &my_def_interface, &outside_face, &inside_face, &thirdside_face})
         text->clear();
     klevelHardAccel = ulevelHardAccel = 1;
     aggressiveMode = 0;
@@ -48,5 +48,5 @@ void reset_records()
     my_def_route = 0;
     outside_id = inside_id = thirdside_id = -1;
     outside_addr = inside_addr = thirdside_addr = 0;
-    outside_mask = inside_mask = thirdside_mask = NO_ADDRESS;
+    outside_mask = inside_mask = thirdside_mask = NOT_AN_ADDRESS;
 }

@@ -2,7 +2,7 @@
 // printed. A record is identified by the number or name that its lines bear.
 //
 // A text field that is empty is absent: a line with an empty value never stores anything.
-// Addresses and masks are in network byte order, NO_ADDRESS for what is none.
+// Addresses and masks are in network byte order, NOT_AN_ADDRESS for what is none.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +34,7 @@ inline constexpr std::int32_t MODECFG_NAMED = 1;
 
 // One VPN relationship, one group of vlink lines.
 struct linkinfo {
-    u32 gateway_addr = 0; // NO_ADDRESS: a host name not resolved yet; 0: no fixed remote end
+    u32 gateway_addr = 0; // NOT_AN_ADDRESS: a host name not resolved yet; 0: no fixed remote end
     std::uint8_t legacy = 0;
     std::uint8_t fixed_remote = 1;
     std::uint8_t xgwflags = 0;
@@ -42,10 +42,10 @@ struct linkinfo {
     std::uint16_t auth = 0;         // auth_list
     std::uint8_t lnetwork_type = 0; // addrid_list
     u32 lnetwork_start = 0;
-    u32 lnetwork_delimiter = NO_ADDRESS; // mask of a subnet, last address of a range
+    u32 lnetwork_delimiter = NOT_AN_ADDRESS; // mask of a subnet, last address of a range
     std::uint8_t rnetwork_type = 0;
     u32 rnetwork_start = 0;
-    u32 rnetwork_delimiter = NO_ADDRESS;
+    u32 rnetwork_delimiter = NOT_AN_ADDRESS;
     std::int32_t modecfg_mode = MODECFG_NONE;
     std::uint16_t df_bit = 0; // dfbit_list
     std::uint16_t linkno = 0; // identity while lines are read; 1, 2, ... after sorting
@@ -144,7 +144,7 @@ struct mcpool_range {
 
 // All ones until its line comes, so that half an entry can be told from a whole one.
 struct mcpool_net {
-    u32 addr = NO_ADDRESS, mask = NO_ADDRESS;
+    u32 addr = NOT_AN_ADDRESS, mask = NOT_AN_ADDRESS;
 };
 
 // One address pool. Entries are kept by the number of their lines: a number may be anything up

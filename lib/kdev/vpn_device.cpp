@@ -116,7 +116,7 @@ int vvpn_add_routes(byte_view payload)
         return code;
 
     constexpr std::int32_t route_flags = RA_UP | RA_GATEWAY | RA_STATIC;
-    if (!network.is_range && network.delimiter_be != NO_ADDRESS)
+    if (!network.is_range && network.delimiter_be != NOT_AN_ADDRESS)
         return add_unless_there(network.start_be, hop_be, network.delimiter_be, route_flags);
 
     // 64 bits, since the last address of a range may be the last of all.
@@ -124,7 +124,7 @@ int vvpn_add_routes(byte_view payload)
     const std::uint64_t last = network.is_range ? host_order(network.delimiter_be) : first;
     for (std::uint64_t address = first; address <= last; ++address) {
         const int added = add_unless_there(network_order(static_cast<u32>(address)), hop_be,
-                                           NO_ADDRESS, route_flags | RA_HOST);
+                                           NOT_AN_ADDRESS, route_flags | RA_HOST);
         if (added != RA_DONE)
             return added;
     }

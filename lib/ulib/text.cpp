@@ -11,9 +11,8 @@ static char lower(char c)
 
 bool same_word(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [](char x, char y) { return lower(x) == lower(y); });
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
+                                              [](char x, char y) { return lower(x) == lower(y); });
 }
 
 bool begins_with_word(std::string_view text, std::string_view prefix)
@@ -59,9 +58,9 @@ long take_number(std::string_view &text)
 std::int32_t lenient_number(std::string_view text)
 {
     const long value = take_number(text);
-    return static_cast<std::int32_t>(
-        std::clamp(value, long{std::numeric_limits<std::int32_t>::min()},
-                   long{std::numeric_limits<std::int32_t>::max()}));
+    return static_cast<std::int32_t>(std::clamp(value,
+                                                long{std::numeric_limits<std::int32_t>::min()},
+                                                long{std::numeric_limits<std::int32_t>::max()}));
 }
 
 bool scan_number(std::string_view text, std::int32_t &number)

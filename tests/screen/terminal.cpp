@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
+#include <tuple>
 #include <unistd.h>
 
 static int must(int result)
@@ -117,6 +118,8 @@ void CScreen::resize(int rows, int columns)
     cells.resize(static_cast<std::size_t>(rows));
     for (auto &line : cells)
         line.resize(static_cast<std::size_t>(columns));
+    region_top = 0;
+    region_bottom = rows - 1;
     row = std::min(row, rows - 1);
     column = std::min(column, columns - 1);
 }
@@ -198,7 +201,7 @@ void CScreen::put(char byte)
     } else if (byte >= 32 && byte < 127) {
         if (wrap_next) {
             column = 0;
-            line_feed();
+            line_feed(true);
         }
         cells[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)] = {byte, standout};
         wrap_next = column + 1 == static_cast<int>(cells[0].size());
@@ -221,7 +224,7 @@ void CScreen::control(char byte)
         column = 0;
         break;
     case '\n':
-        line_feed();
+        line_feed(true);
         break;
     default:
         unknown += "control " + std::to_string(static_cast<unsigned char>(byte)) + "; ";
@@ -229,14 +232,17 @@ void CScreen::control(char byte)
     wrap_next = false;
 }
 
-void CScreen::line_feed()
+// Line feed and reverse line feed; at the edge of the scrolling region its lines move instead.
+void CScreen::line_feed(bool down)
 {
     wrap_next = false;
-    if (row + 1 < static_cast<int>(cells.size())) {
-        ++row;
+    if (row != (down ? region_bottom : region_top)) {
+        row = std::clamp(row + (down ? 1 : -1), 0, static_cast<int>(cells.size()) - 1);
         return;
     }
-    std::rotate(cells.begin(), cells.begin() + 1, cells.end());
+    const auto top = cells.begin() + region_top;
+    const auto end = cells.begin() + region_bottom + 1;
+    std::rotate(top, down ? top + 1 : end - 1, end);
     blank(row, 0, static_cast<int>(cells[0].size()));
 }
 
@@ -272,7 +278,11 @@ void CScreen::command(char last)
     const int columns = static_cast<int>(cells[0].size());
     if (sequence[0] != '[' || sequence[1] == '?') { // modes and character sets
         if (sequence == "M")
-            unknown += "reverse index; ";
+            line_feed(false);
+        else if (sequence == "7")
+            saved = {row, column};
+        else if (sequence == "8")
+            std::tie(row, column) = saved;
         return;
     }
     const std::vector<int> numbers = numbers_of(sequence);
@@ -306,6 +316,8 @@ void CScreen::command(char last)
             standout = mode == 7 || (standout && mode != 0);
         return;
     case 'r':
+        region_top = std::clamp(numbers[0], 1, rows) - 1;
+        region_bottom = std::clamp(numbers.size() > 1 ? numbers[1] : rows, 1, rows) - 1;
         row = column = 0;
         break;
     default:

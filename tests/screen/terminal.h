@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <termios.h>
+#include <utility>
 #include <vector>
 
 // Feeds descriptor 0 while it lives.
@@ -62,7 +63,7 @@ class CScreen
     void put(char byte);
     void control(char byte);
     void command(char last);
-    void line_feed();
+    void line_feed(bool down);
     void blank(int row, int from, int to);
 
     struct cell {
@@ -71,6 +72,8 @@ class CScreen
     };
     std::vector<std::vector<cell>> cells;
     int row = 0, column = 0;
+    std::pair<int, int> saved;             // row and column
+    int region_top = 0, region_bottom = 0; // of scrolling, both included
     bool wrap_next = false, standout = false;
     std::string sequence; // begun and not finished, without its escape
     bool in_sequence = false;

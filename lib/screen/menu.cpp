@@ -4,7 +4,6 @@
 #include "lib/screen/paint.h"
 
 #include <algorithm>
-#include <array>
 #include <climits>
 
 namespace
@@ -182,8 +181,8 @@ void menu_destroy(scobj *menu)
 {
     // An alternative may stand for several items, and one that is itself shown belongs to the
     // form's chain: each is released once, by whoever owns it.
-    std::array<scobj *, SC_SLOT_LISTS *SC_SLOT_ROOM> owned = {};
-    std::size_t count = 0;
+    scobj *owned[SC_SLOT_LISTS * SC_SLOT_ROOM] = {};
+    int count = 0;
     const auto is_others = [&](const scobj *object) {
         return std::ranges::count(menu->shown, object) + std::ranges::count(owned, object) > 0;
     };

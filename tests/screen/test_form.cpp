@@ -141,7 +141,8 @@ TEST(Form, CallbackRunsWhenATouchedObjectIsLeft)
                 head = sc_newbutton(0, 0, "[ok]", note, &seen);
             else
                 head = sc_newmenu(0, 0, items, 0, nullptr, 1, 5, one.kind == 'M', 0, note, &seen);
-            sc_add(head, sc_newbutton(1, 0, "[behind]", nullptr, nullptr));
+            sc_add(head, sc_newbutton(1, 0, "[behind]", note, &seen));
+            head->touched = head->next->touched = 1; // before they had the focus: forgotten
             const bool ends = result != 0 && one.calls > 0;
             EXPECT_EQ(run(head, one.keys), ends ? result : SC_INPUT_ENDED);
             EXPECT_EQ(seen.calls, ends ? 1 : one.calls);

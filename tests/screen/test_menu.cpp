@@ -57,6 +57,8 @@ const menu_case cases[] = {
     {"down scrolls", ten, 0, 3, 2, 0, "   ", {"i1", "i2", "i3"}, 2, 1, "i2"},
     {"up scrolls", ten, 0, 3, 2, 0, "   \x10\x10\x10", {"i0", "i1", "i2"}, 0, 0, "i1"},
     {"one row", ten, 0, 1, 2, 0, "  ", {"i2"}, 0, 2, "i1"},
+    {"Tab stores the choice", three, 0, 2, 3, 0, " \t", {"one", "two"}, 1, 0, "two"},
+    {"Enter stores the choice", three, 0, 2, 3, 0, " \r", {"one", "two"}, 1, 0, "two"},
     {"opens scrolled", ten, 7, 3, 2, 0, "", {"i5", "i6", "i7"}, 0, 5},
     {"opens at the first page", ten, 2, 3, 2, 0, "", {"i0", "i1", "i2"}, 0, 0},
     {"opens behind its list", three, 9, 3, 3, 0, " ", {"   ", "   ", "   "}, 0, 7, nullptr, 1},

@@ -146,7 +146,7 @@ static frag *entry_with_address(frag *list, const char *address)
         if (known != nullptr && std::strcmp(known, address) == 0)
             return entry;
     }
-    for (const char *unset : {"", NO_ADDRESS, UNSET_ADDRESS})
+    for (const char *unset : {"", NO_ADDRESS_TEXT, UNSET_ADDRESS})
         if (std::strcmp(address, unset) == 0)
             return nullptr;
     return add_child(list, std::to_string(number));

@@ -21,14 +21,14 @@ struct ip_var_row {
     const char *no_address; // what stands for an absent address
 };
 
-inline constexpr const char *NO_ADDRESS = "none";
+inline constexpr const char *NO_ADDRESS_TEXT = "none";
 inline constexpr const char *UNSET_ADDRESS = "XXX.XXX.XXX.XXX";
 
 inline constexpr ip_var_row ip_var_tab[] = {
     {"insideaddr", "insidemask", "insidbcast", "insidiface", "insidifaceflags",
-     "netobj_list_Inside_element", NO_ADDRESS},
+     "netobj_list_Inside_element", NO_ADDRESS_TEXT},
     {"outsideaddr", "outsidemask", "outsidbcast", "outsidiface", "outsidifaceflags",
      "netobj_list_Outside_element", UNSET_ADDRESS},
     {"thirdaddr", "thirdmask", "thirdbcast", "thirdiface", "thirdifaceflags",
-     "netobj_list_Service_element", NO_ADDRESS},
+     "netobj_list_Service_element", NO_ADDRESS_TEXT},
 };

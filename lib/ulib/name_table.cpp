@@ -15,5 +15,5 @@ std::string_view parsenumtoname(name_table table, std::int32_t number)
     for (const name_num &row : table)
         if (row.number == number)
             return row.name;
-    return {};
+    return null_name;
 }

@@ -13,10 +13,13 @@ struct name_num {
 
 using name_table = std::span<const name_num>;
 
+// The name of a number that is in no row: the empty text, with an end mark.
+inline constexpr std::string_view null_name = "";
+
 // The number of the first row whose name equals `name`, ASCII case ignored; 0 when no row does.
 // 0 is a real value in some tables: there is no separate failure.
 std::int32_t parsenametonum(name_table table, std::string_view name);
 
-// The name of the first row with exactly `number`; the empty text when there is none.
+// The name of the first row with exactly `number`; null_name when there is none.
 // The view lives as long as the table.
 std::string_view parsenumtoname(name_table table, std::int32_t number);

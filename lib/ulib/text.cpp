@@ -35,23 +35,24 @@ static bool is_c_space(char c)
 
 long take_number(std::string_view &text)
 {
-    constexpr unsigned long HIGHEST = std::numeric_limits<long>::max();
     std::size_t pos = 0;
     while (pos < text.size() && is_c_space(text[pos]))
         ++pos;
     bool negative = false;
     if (pos < text.size() && (text[pos] == '-' || text[pos] == '+'))
         negative = text[pos++] == '-';
+    // The lowest number has no positive counterpart: digits are added without their sign.
+    const unsigned long limit = std::numeric_limits<long>::max() + (negative ? 1UL : 0UL);
     const std::size_t first_digit = pos;
     unsigned long value = 0;
     for (; pos < text.size() && text[pos] >= '0' && text[pos] <= '9'; ++pos) {
         const auto digit = static_cast<unsigned long>(text[pos] - '0');
-        value = value > (HIGHEST - digit) / 10 ? HIGHEST : value * 10 + digit;
+        value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
     }
     if (pos == first_digit)
         return 0;
     text.remove_prefix(pos);
-    return negative ? -static_cast<long>(value) : static_cast<long>(value);
+    return static_cast<long>(negative ? 0 - value : value);
 }
 
 std::int32_t lenient_number(std::string_view text)

@@ -1,0 +1,22 @@
+// Heap memory as the C-style calls hand it out: taken with malloc, so that the caller may release
+// it with free, and never null, since exhausted memory ends the process.
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+// Grows `block` (null: a new one) to `size_bytes`, its content kept and the new bytes undefined.
+// Never null: calls outofcore() when there is no memory. The old pointer is no longer valid.
+void *heap_grow(void *block, std::size_t size_bytes);
+
+// A new heap text with the content of `text`. The caller frees it.
+char *heap_copy(std::string_view text);
+
+struct heap_free {
+    void operator()(void *block) const { std::free(block); }
+};
+
+// Owner for a text that a C-style call returned: heap_text kept(strsave(name, length)).
+using heap_text = std::unique_ptr<char, heap_free>;

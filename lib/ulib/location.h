@@ -1,0 +1,20 @@
+// Where the system is installed. The answers come from the profile file
+// `/opt/KORVwss/.profile.vars`, with the environment variable KORVWSS put in front of that path,
+// and the file is read anew at every call. Its lines are KEY=VALUE; two keys count:
+//   install_location         goes in front of paths
+//   install_locusrlocaletc   stands for /usr/local/etc
+// The last line with a key counts. White space at the end of a value is dropped, and a value is
+// cut at 1024 bytes. Without the file, or with its path above 1023 bytes, both are empty.
+#pragma once
+
+#include <optional>
+#include <string>
+
+// The installation location followed by `path`, with one slash where the two meet with two.
+// Nothing for a null path or when there is no memory.
+std::optional<std::string> getlocation(const char *path);
+
+// `path` with a leading /usr/local/etc, in any case of letters, replaced by the value of
+// install_locusrlocaletc as it stands, or else by getlocation("/usr/local/etc"); another path is
+// returned as it is. Nothing for a null path or when there is no memory.
+std::optional<std::string> getusrlocaletc(const char *path);

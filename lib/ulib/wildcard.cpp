@@ -1,0 +1,45 @@
+#include "lib/ulib/wildcard.h"
+
+#include "lib/ulib/strlist.h"
+#include "lib/ulib/text.h"
+#include "lib/ulib/token.h"
+
+// On a mismatch only the run of the last star is made longer: if the part before it can match at
+// all, it also matches where it first did, and leaves the most text for what follows.
+static bool matches(std::string_view pattern, std::string_view text)
+{
+    constexpr std::size_t NONE = std::string_view::npos;
+    std::size_t at = 0;
+    std::size_t behind_star = NONE;
+    std::size_t run_end = 0;
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        if (at < pattern.size() && pattern[at] == '*') {
+            behind_star = ++at;
+            run_end = pos;
+        } else if (at < pattern.size() && pattern[at] == text[pos]) {
+            ++at;
+            ++pos;
+        } else if (behind_star != NONE) {
+            at = behind_star;
+            pos = ++run_end;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', at) == NONE;
+}
+
+int wmatch(const char *pattern, const char *text)
+{
+    return matches(text_of(pattern), text_of(text)) ? 1 : 0;
+}
+
+int wtmatch(const char *patternlist, const char *text)
+{
+    int number = 0;
+    const heap_strlist patterns(tokens(patternlist, " ", &number));
+    while (number > 0 && wmatch(patterns[static_cast<std::size_t>(number - 1)], text) == 0)
+        --number;
+    return number;
+}

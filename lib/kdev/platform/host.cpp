@@ -1,0 +1,42 @@
+// This host's platform table: the device file where it stands, netlink for the routing socket.
+#include "lib/kdev/platform/platform.h"
+
+#include "lib/kdev/platform/netlink_routes.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr const char *VPN_DEVICE = "/dev/vvpn0";
+
+int open_vpn_device()
+{
+    return open(VPN_DEVICE, O_RDWR | O_CLOEXEC);
+}
+
+int request_vpn_device(int device, unsigned long request, byte_area message)
+{
+    return ioctl(device, request, message.data());
+}
+
+ssize_t read_routes(int fd, byte_area message)
+{
+    return read(fd, message.data(), message.size());
+}
+
+} // namespace
+
+const platform_calls HOST_PLATFORM = {
+    .vpn_open = open_vpn_device,
+    .vpn_ioctl = request_vpn_device,
+    .vpn_close = ::close,
+    .route_open = open_netlink_routes,
+    .route_write = write_netlink_routes,
+    .route_read = read_routes,
+    .route_close = ::close,
+};
+
+const platform_calls *platform = &HOST_PLATFORM;

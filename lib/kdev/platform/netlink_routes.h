@@ -1,0 +1,24 @@
+// A routing socket made of netlink: takes the messages of route_message.h, carries them out in
+// the kernel's routing tables, and gives a look-up's answer in the same form.
+//
+// Where the two differ:
+// - Routes are added to and removed from the main table only. A look-up follows all tables, as
+//   packets do.
+// - A destination is cut to its mask before it is added; masks with holes are refused (EINVAL).
+// - Only the asking process hears an answer, so a stranger's message never comes.
+// - The destination 0 stands for the default route of the main table with the lowest metric; one
+//   that is spread over several gateways is not found so.
+#pragma once
+
+#include "lib/kdev/platform/bytes.h"
+
+#include <sys/types.h>
+
+// Opens the socket: a queue of answers that only its own writes fill. Returns a descriptor for
+// read(2) and close(2), or -1 with errno. A read of an empty queue fails with EAGAIN.
+int open_netlink_routes();
+
+// Carries out one message. Returns its size when it was done, or -1 with errno: ESRCH for a
+// look-up without a route and for the removal of none, EEXIST for a route that is there, EINVAL
+// for a message that is no good, else the kernel's error.
+ssize_t write_netlink_routes(int fd, byte_view message);

@@ -1,0 +1,33 @@
+// The narrow table through which this library reaches what not every host has: the VPN device
+// and a routing socket. The host's own table uses the device file where it stands and answers
+// over netlink for the routing socket; a test puts a scripted table in its place.
+#pragma once
+
+#include "lib/kdev/platform/bytes.h"
+
+#include <sys/types.h>
+
+// Every call returns -1 with errno on failure. A descriptor goes back only to the calls of its
+// own group, and to that group's close exactly once. No argument is kept after the call.
+struct platform_calls {
+    // The VPN driver, opened for reading and writing. ENOENT where the host has none.
+    int (*vpn_open)();
+    int (*vpn_ioctl)(int device, unsigned long request, byte_area message);
+    int (*vpn_close)(int device);
+
+    // A routing socket for Internet addresses (messages: route_message.h). A write is one whole
+    // message and fails with the error of the change or look-up that it asks for: ESRCH no such
+    // route, EEXIST the route is there already, ENETUNREACH the gateway cannot be reached, EPERM
+    // no right to change routes. A read is one whole message, of anybody's asking.
+    int (*route_open)();
+    ssize_t (*route_write)(int fd, byte_view message);
+    ssize_t (*route_read)(int fd, byte_area message);
+    int (*route_close)(int fd);
+};
+
+// What this host can do.
+extern const platform_calls HOST_PLATFORM;
+
+// The table in use; HOST_PLATFORM until somebody sets another. The table pointed at must outlive
+// its use. Set it while no call of this library is running.
+extern const platform_calls *platform;

@@ -1,0 +1,146 @@
+// A platform table that plays a script and writes down what was asked of it. One at a time; the
+// host's table comes back at the end of the block.
+#pragma once
+
+#include "lib/kdev/platform/platform.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <deque>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+using byte_list = std::vector<std::uint8_t>;
+
+class scripted_platform
+{
+  public:
+    struct reading {
+        byte_list bytes;
+        int error = 0; // not 0: the read fails with it
+    };
+
+    // The script.
+    int route_open_error = 0;
+    std::function<int(byte_view)> on_route_write = [](byte_view) { return 0; }; // an errno
+    ssize_t route_write_short = 0; // bytes that a write leaves out
+    std::deque<reading> readings;  // none left: EAGAIN
+    std::function<int(byte_area)> on_vpn_ioctl = [](byte_area) { return 0; };
+
+    // The record.
+    std::vector<byte_list> written;
+    int route_opens = 0, route_closes = 0;
+    struct vpn_request {
+        int fd;
+        unsigned long request;
+        byte_list message;
+        std::size_t writes_before; // messages on the routing socket until then
+    };
+    std::vector<vpn_request> vpn_requests;
+
+    scripted_platform()
+    {
+        current = this;
+        platform = &TABLE;
+    }
+    ~scripted_platform()
+    {
+        EXPECT_EQ(route_opens, route_closes) << "routing sockets left open";
+        platform = &HOST_PLATFORM;
+    }
+    scripted_platform(const scripted_platform &) = delete;
+    scripted_platform &operator=(const scripted_platform &) = delete;
+
+  private:
+    static constexpr int ROUTE_FD = 7001;
+
+    static int failed(int error)
+    {
+        errno = error;
+        return -1;
+    }
+    static int route_open()
+    {
+        if (current->route_open_error != 0)
+            return failed(current->route_open_error);
+        ++current->route_opens;
+        return ROUTE_FD;
+    }
+    static ssize_t route_write(int fd, byte_view message)
+    {
+        EXPECT_EQ(ROUTE_FD, fd);
+        current->written.emplace_back(message.begin(), message.end());
+        // An error of -1 is a failure that sets no errno.
+        const int error = current->on_route_write(message);
+        if (error != 0)
+            return error > 0 ? failed(error) : -1;
+        return static_cast<ssize_t>(message.size()) - current->route_write_short;
+    }
+    static ssize_t route_read(int fd, byte_area area)
+    {
+        EXPECT_EQ(ROUTE_FD, fd);
+        if (current->readings.empty())
+            return failed(EAGAIN);
+        const reading next = current->readings.front();
+        current->readings.pop_front();
+        if (next.error != 0)
+            return failed(next.error);
+        const std::size_t size_bytes = std::min(next.bytes.size(), area.size());
+        std::copy_n(next.bytes.begin(), size_bytes, area.begin());
+        return static_cast<ssize_t>(size_bytes);
+    }
+    static int route_close(int fd)
+    {
+        EXPECT_EQ(ROUTE_FD, fd);
+        ++current->route_closes;
+        return failed(EBADMSG); // must not show in the caller's errno
+    }
+    static int vpn_ioctl(int fd, unsigned long request, byte_area message)
+    {
+        current->vpn_requests.push_back(
+            {fd, request, byte_list(message.begin(), message.end()), current->written.size()});
+        return current->on_vpn_ioctl(message);
+    }
+
+    static inline scripted_platform *current = nullptr;
+    static inline const platform_calls TABLE = {
+        .vpn_open = [] { return failed(ENOENT); },
+        .vpn_ioctl = vpn_ioctl,
+        .vpn_close = [](int) { return 0; },
+        .route_open = route_open,
+        .route_write = route_write,
+        .route_read = route_read,
+        .route_close = route_close,
+    };
+};
+
+// Fields of byte lists by literal offset, so that a test fixes the layout by itself.
+template <typename T> T at(const byte_list &bytes, std::size_t offset)
+{
+    EXPECT_LE(offset + sizeof(T), bytes.size());
+    return load<T>(bytes, offset);
+}
+
+// A complete answer to a look-up of this thread; addresses as text.
+inline byte_list route_reply(const char *dst, const char *gateway, const char *mask,
+                             const char *source)
+{
+    byte_list reply(392);
+    store<std::uint16_t>(reply, 0, 392);
+    store<std::uint8_t>(reply, 2, 3);
+    store<std::uint8_t>(reply, 3, 4);
+    store<std::int32_t>(reply, 8, 0x41);
+    store<std::int32_t>(reply, 12, 0x37);
+    store<std::int32_t>(reply, 16, getpid());
+    store<std::int32_t>(reply, 20, gettid());
+    store(reply, 76 + 4, inet_addr(dst));
+    store(reply, 92 + 4, inet_addr(gateway));
+    store(reply, 108 + 4, inet_addr(mask));
+    store<std::uint8_t>(reply, 124 + 5, 4);
+    std::copy_n("eth0", 4, reply.begin() + 124 + 8);
+    store(reply, 380, inet_addr(source));
+    return reply;
+}

@@ -47,10 +47,10 @@ TEST(Tokens, GivesNoListForNoText)
     EXPECT_STREQ(list[1], "counter");
 }
 
-// Hangs when the time grows with the square of the number of words.
+// Runs into the time limit of the whole program when the time grows with the square of the words.
 TEST(Tokens, SplitsAVeryLongText)
 {
-    constexpr int WORDS = 500'000;
+    constexpr int WORDS = 2'000'000;
     std::string text;
     for (int i = 0; i < WORDS; ++i)
         text += "w ";

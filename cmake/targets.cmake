@@ -28,6 +28,9 @@ endfunction()
 # house_test(NAME [libraries...]): one GoogleTest program of every .cpp of the calling folder.
 function(house_test name)
   file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  if(NOT sources)
+    return()
+  endif()
   add_executable(${name} ${sources})
   target_link_libraries(${name} PRIVATE house_flags ${ARGN} GTest::gtest GTest::gtest_main)
   target_compile_definitions(${name} PRIVATE

@@ -21,7 +21,7 @@ struct frag {
     frag *parent = nullptr; // node above; null at the top, and where fset made a first level
     char *name = nullptr;   // stored form, without access prefix; never null
     char *value = nullptr;  // null and empty differ: a node may exist only to hold children
-    std::int32_t vlen = 0;  // value bytes that count; an import may leave it below the text's length
+    std::int32_t vlen = 0; // value bytes that count; an import may leave it below the text's length
     std::uint32_t flags = 0;
     cfnode *index = nullptr;     // trie of the children's names, only while an import runs
     name_index *names = nullptr; // where they are, if somebody looked far (lib/frag/name_index.h)
@@ -34,11 +34,11 @@ enum frag_flag : std::uint32_t {
     FRAG_DENY = 0x02,
     FRAG_ABSORB = 0x04,
     FRAG_ONLYON = 0x08,
-    FRAG_WALKED = 0x0100,      // a walk of network objects is inside this node
-    FRAG_LINKED = 0x0200,      // the derivation of links is inside this peer
-    FRAG_COUNT_MASK = 0xFF00,  // while an import runs instead: children that it added,
-    FRAG_COUNT_ONE = 0x0100,   // counted in this unit
-    FRAG_COUNT_FULL = 0x1000,  // up to sixteen
+    FRAG_WALKED = 0x0100,     // a walk of network objects is inside this node
+    FRAG_LINKED = 0x0200,     // the derivation of links is inside this peer
+    FRAG_COUNT_MASK = 0xFF00, // while an import runs instead: children that it added,
+    FRAG_COUNT_ONE = 0x0100,  // counted in this unit
+    FRAG_COUNT_FULL = 0x1000, // up to sixteen
 };
 
 // Finds a node; creates nothing. Null for a null key, an empty list or an absent name. Among

@@ -6,7 +6,8 @@
 
 #include "lib/frag/frag.h"
 
-namespace {
+namespace
+{
 
 struct attr_map_row {
     std::string_view in_file;

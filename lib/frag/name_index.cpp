@@ -13,7 +13,8 @@ static constexpr int WALKED_NODES = 12;
 
 static constexpr std::size_t SMALLEST_TABLE = 32;
 
-namespace {
+namespace
+{
 
 struct slot {
     std::uint32_t hash = 0;

@@ -8,7 +8,8 @@
 #include "lib/frag/netobj.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 // What a walk of one object needs besides the object.
 struct text_walk {

@@ -7,7 +7,8 @@
 #include "lib/frag/frag.h"
 #include "lib/ulib/text.h"
 
-namespace {
+namespace
+{
 
 constexpr std::size_t OCTETS = 4;
 

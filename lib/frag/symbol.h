@@ -12,7 +12,7 @@ extern frag **cur_database;
 // The current tree: `cur_database`, which becomes the default tree if unset.
 frag **current_tree();
 
-frag *symffind(const char *key);                     // ffind in the current tree
-frag *symfset(const char *key, const char *value);   // fset in the current tree
-const char *symval(const char *key);                 // fval in the current tree
-void symset(const char *key, const char *value);     // fset in the current tree
+frag *symffind(const char *key);                   // ffind in the current tree
+frag *symfset(const char *key, const char *value); // fset in the current tree
+const char *symval(const char *key);               // fval in the current tree
+void symset(const char *key, const char *value);   // fset in the current tree

@@ -180,5 +180,5 @@ int ra_delete_route(u32 addr_be)
         return RA_NO_ROUTE;
     const u32 mask_be = found.netmask.sin_addr.s_addr;
     return ra_remove_route(addr_be, found.gateway.sin_addr.s_addr, mask_be,
-                           mask_be == NO_ADDRESS ? RA_HOST : 0);
+                           mask_be == NOT_AN_ADDRESS ? RA_HOST : 0);
 }

@@ -1,6 +1,7 @@
-// Requests to the VPN driver and the routes that follow from them.
+// Requests to the VPN driver, and the routes that follow from them.
 #include "lib/kdev/vpn_device.h"
 
+#include "lib/kdev/platform/handle.h"
 #include "lib/kdev/platform/platform.h"
 #include "lib/kdev/platform/route_message.h"
 #include "lib/kdev/route_access.h"
@@ -59,6 +60,19 @@ int add_unless_there(u32 dst_be, u32 hop_be, u32 mask_be, std::int32_t flags)
     return code == RA_EXISTS ? RA_DONE : code;
 }
 
+constexpr unsigned long CLIENT_REQUEST = 0xC0004701;
+constexpr char KNOWN_CLIENT = '~'; // first sign of the name of a known client
+
+static_assert(VPN_DISPLAY + VPN_DISPLAY_SIZE == VPN_MESSAGE_SIZE);
+
+// Copies a text without end mark from the message and ends it.
+void copy_text(std::size_t offset, std::span<char> text)
+{
+    const std::size_t length = text.size() - 1;
+    std::memcpy(text.data(), k_msg.data() + offset, length);
+    text[length] = '\0';
+}
+
 } // namespace
 
 int vvpn_get_route(u32 *addrio_be)
@@ -102,7 +116,7 @@ int vvpn_add_routes(byte_view payload)
         return code;
 
     constexpr std::int32_t route_flags = RA_UP | RA_GATEWAY | RA_STATIC;
-    if (!network.is_range && network.delimiter_be != NO_ADDRESS)
+    if (!network.is_range && network.delimiter_be != NOT_AN_ADDRESS)
         return add_unless_there(network.start_be, hop_be, network.delimiter_be, route_flags);
 
     // 64 bits, since the last address of a range may be the last of all.
@@ -110,9 +124,29 @@ int vvpn_add_routes(byte_view payload)
     const std::uint64_t last = network.is_range ? host_order(network.delimiter_be) : first;
     for (std::uint64_t address = first; address <= last; ++address) {
         const int added = add_unless_there(network_order(static_cast<u32>(address)), hop_be,
-                                           NO_ADDRESS, route_flags | RA_HOST);
+                                           NOT_AN_ADDRESS, route_flags | RA_HOST);
         if (added != RA_DONE)
             return added;
     }
     return RA_DONE;
+}
+
+int vfw_vpnclientcheck(u32 client_be, u32 local_be, std::span<char, VPN_IDENTITY_SIZE + 1> identity,
+                       std::span<char, VPN_DISPLAY_SIZE + 1> display)
+{
+    const platform_handle device(platform->vpn_open(), platform->vpn_close);
+    if (!device.is_open())
+        return 0;
+    k_msg.fill(0);
+    store(k_msg, VPN_LENGTH, htons(VPN_MESSAGE_SIZE));
+    k_msg[VPN_COMMAND] = VPN_CLIENT_CHECK;
+    store(k_msg, VPN_CLIENT, client_be);
+    store(k_msg, VPN_CLIENT_LOCAL, local_be);
+    // The answer itself tells success: without one, no name stands in the cleared message.
+    (void)platform->vpn_ioctl(device.fd(), CLIENT_REQUEST, k_msg);
+    if (k_msg[VPN_DISPLAY] != KNOWN_CLIENT)
+        return 0;
+    copy_text(VPN_IDENTITY, identity);
+    copy_text(VPN_DISPLAY, display);
+    return 1;
 }

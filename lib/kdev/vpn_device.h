@@ -1,5 +1,6 @@
-// The VPN device: the message form of its driver, the gateway for requests to it, and the routes
-// that a new link needs once the driver has taken the link. Nothing is reported.
+// The VPN device: the message form of its driver, the gateway for requests to it, the routes that
+// a new link needs once the driver has taken the link, and the question for a client's identity.
+// Nothing is reported.
 #pragma once
 
 #include "lib/kdev/platform/bytes.h"
@@ -8,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 inline constexpr std::size_t VPN_MESSAGE_SIZE = 256;
 using vpn_message = std::array<std::uint8_t, VPN_MESSAGE_SIZE>;
@@ -26,6 +28,18 @@ inline constexpr std::size_t VPN_NET1_DELIMITER = 44; // mask, or last address o
 inline constexpr std::size_t VPN_NET2_DELIMITER = 48;
 inline constexpr std::size_t VPN_NET1_TYPE = 56; // 1 byte
 inline constexpr std::size_t VPN_NET2_TYPE = 57;
+
+inline constexpr std::size_t VPN_CLIENT = 8; // client check: 4 bytes each, on the way in
+inline constexpr std::size_t VPN_CLIENT_LOCAL = 12;
+inline constexpr std::size_t VPN_IDENTITY = 8; // and two texts on the way out
+inline constexpr std::size_t VPN_DISPLAY = 24;
+
+// Bytes of those texts; none has an end mark of its own.
+inline constexpr std::size_t VPN_IDENTITY_SIZE = 16;
+inline constexpr std::size_t VPN_DISPLAY_SIZE = 232;
+
+// Command byte: is this address a VPN client?
+inline constexpr std::uint8_t VPN_CLIENT_CHECK = 'D';
 
 // Values of the command byte that make or change a link, for which routes are managed.
 inline constexpr std::uint8_t VPN_LINK_COMMANDS[] = {1, 3};
@@ -63,3 +77,12 @@ int vvpn_ioctl(int fd, unsigned long request, vpn_message &message);
 //            link that wants no routes
 // Returns 0; VVPN_NO_ROUTES; or the RA_ code of the first failure.
 [[nodiscard]] int vvpn_add_routes(byte_view payload);
+
+// Asks the VPN driver whether `client_be` is a VPN client that talks to `local_be`, and which.
+//   identity  the client's identity, with its end mark
+//   display   the name to show, with its end mark; begins with '~'
+// Returns 1 when the driver knows the client, else 0, also without a device; both texts are left
+// alone then. Uses k_msg.
+[[nodiscard]] int vfw_vpnclientcheck(u32 client_be, u32 local_be,
+                                     std::span<char, VPN_IDENTITY_SIZE + 1> identity,
+                                     std::span<char, VPN_DISPLAY_SIZE + 1> display);

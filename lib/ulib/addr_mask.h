@@ -17,7 +17,7 @@ char *wnet(const char *text, const char *fill, const char *wild);
 // Reads an address with an optional mask behind a colon. Without one the mask is what the address
 // implies: 255 for each octet that is no wildcard. A missing octet reads as 255 in both.
 //   text              left as it is; null is an empty one
-//   addrout, maskout  network order; NO_ADDRESS for a text that is none
+//   addrout, maskout  network order; NOT_AN_ADDRESS for a text that is none
 // Returns 1 when a mask was given, 0 when it was derived, -1 when a result pointer is null.
 // Overwrites wnet's text.
 int waddrmask(const char *text, u32 *addrout, u32 *maskout);

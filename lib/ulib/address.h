@@ -8,20 +8,27 @@
 
 using u32 = std::uint32_t;
 
-// All ones: text that is no address, and the mask of a single host.
-inline constexpr u32 NO_ADDRESS = 0xFFFFFFFF;
+// All ones: text that is no address, and the mask of a single host. (netdb.h has taken NO_ADDRESS.)
+inline constexpr u32 NOT_AN_ADDRESS = 0xFFFFFFFF;
 
-// `text` as an address, network order; NO_ADDRESS for text that is none. Accepts what the host's
-// inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
+// `text` as an address, network order; NOT_AN_ADDRESS for text that is none. Accepts what the
+// host's inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
 u32 address_of(const std::string &text);
 
-// `text` as a network number or mask, brought to network order; NO_ADDRESS for text that is none.
-// Differs from address_of below four parts, where the host's inet_network packs the parts low.
+// `text` as a network number or mask, brought to network order; NOT_AN_ADDRESS for text that is
+// none. Differs from address_of below four parts, where the host's inet_network packs the parts
+// low.
 u32 network_of(const std::string &text);
 
 // Dotted text of an address in network order.
 std::string dotted(u32 addr_be);
 
 // The address as a number with its first octet most significant, and back.
-inline u32 host_order(u32 addr_be) { return ntohl(addr_be); }
-inline u32 network_order(u32 number) { return htonl(number); }
+inline u32 host_order(u32 addr_be)
+{
+    return ntohl(addr_be);
+}
+inline u32 network_order(u32 number)
+{
+    return htonl(number);
+}

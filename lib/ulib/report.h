@@ -20,7 +20,7 @@ struct UNIQUE_DATA_T {
     std::int32_t aux2 = -1;
     std::int32_t aux3 = -1;
     const char *preformatted = nullptr; // set: the finished text, instead of format and arguments
-    std::int32_t line = 0;              // line of netperm-table that the report is about, 0 for none
+    std::int32_t line = 0; // line of netperm-table that the report is about, 0 for none
     char aux_name[64] = {};
     char aux_note[256] = {};
 };

@@ -1,6 +1,7 @@
 #include "lib/ulib/text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <limits>
 
 static char lower(char c)
@@ -10,9 +11,8 @@ static char lower(char c)
 
 bool same_word(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [](char x, char y) { return lower(x) == lower(y); });
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
+                                              [](char x, char y) { return lower(x) == lower(y); });
 }
 
 bool begins_with_word(std::string_view text, std::string_view prefix)
@@ -58,7 +58,31 @@ long take_number(std::string_view &text)
 std::int32_t lenient_number(std::string_view text)
 {
     const long value = take_number(text);
-    return static_cast<std::int32_t>(
-        std::clamp(value, long{std::numeric_limits<std::int32_t>::min()},
-                   long{std::numeric_limits<std::int32_t>::max()}));
+    return static_cast<std::int32_t>(std::clamp(value,
+                                                long{std::numeric_limits<std::int32_t>::min()},
+                                                long{std::numeric_limits<std::int32_t>::max()}));
+}
+
+bool scan_number(std::string_view text, std::int32_t &number)
+{
+    const std::size_t before = text.size();
+    const long value = take_number(text);
+    if (text.size() == before)
+        return false;
+    number = static_cast<std::int32_t>(value);
+    return true;
+}
+
+bool scan_hex(std::string_view text, std::uint32_t &number)
+{
+    while (!text.empty() && is_c_space(text.front()))
+        text.remove_prefix(1);
+    if (begins_with_word(text, "0x"))
+        text.remove_prefix(2);
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
+    if (end == text.data() || error != std::errc())
+        return false;
+    number = static_cast<std::uint32_t>(value);
+    return true;
 }

@@ -37,7 +37,7 @@ using reading = scripted_platform::reading;
 
 } // namespace
 
-TEST(ra_lookup_route, question_has_the_told_layout)
+TEST(ra_lookup_route, question_has_its_fixed_layout)
 {
     scripted_platform script;
     script.readings = {{usual_reply()}};

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "lib/kdev/platform/platform.h"
+#include "lib/ulib/address.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -30,6 +31,12 @@ class scripted_platform
     std::deque<reading> readings;  // none left: EAGAIN
     std::function<int(byte_area)> on_vpn_ioctl = [](byte_area) { return 0; };
 
+    int fw_open_error = 0;
+    std::function<int(unsigned long, byte_area)> on_fw_ioctl = [](unsigned long, byte_area) {
+        return 0;
+    };
+    int vpn_open_error = ENOENT;
+
     // The record.
     std::vector<byte_list> written;
     int route_opens = 0, route_closes = 0;
@@ -40,6 +47,14 @@ class scripted_platform
         std::size_t writes_before; // messages on the routing socket until then
     };
     std::vector<vpn_request> vpn_requests;
+    int vpn_opens = 0, vpn_closes = 0;
+    struct fw_request {
+        int access, sock;
+        unsigned long request;
+        byte_list record;
+    };
+    std::vector<fw_request> fw_requests;
+    int fw_opens = 0, fw_closes = 0;
 
     scripted_platform()
     {
@@ -49,13 +64,15 @@ class scripted_platform
     ~scripted_platform()
     {
         EXPECT_EQ(route_opens, route_closes) << "routing sockets left open";
+        EXPECT_EQ(vpn_opens, vpn_closes) << "VPN devices left open";
+        EXPECT_EQ(fw_opens, fw_closes) << "firewall devices left open";
         platform = &HOST_PLATFORM;
     }
     scripted_platform(const scripted_platform &) = delete;
     scripted_platform &operator=(const scripted_platform &) = delete;
 
   private:
-    static constexpr int ROUTE_FD = 7001;
+    static constexpr int ROUTE_FD = 7001, VPN_FD = 7002, FW_FD = 7003;
 
     static int failed(int error)
     {
@@ -98,6 +115,40 @@ class scripted_platform
         ++current->route_closes;
         return failed(EBADMSG); // must not show in the caller's errno
     }
+    static int vpn_open()
+    {
+        if (current->vpn_open_error != 0)
+            return failed(current->vpn_open_error);
+        ++current->vpn_opens;
+        return VPN_FD;
+    }
+    static int vpn_close(int fd)
+    {
+        EXPECT_EQ(VPN_FD, fd);
+        ++current->vpn_closes;
+        return failed(EBADMSG);
+    }
+    static int fw_open(int access)
+    {
+        if (current->fw_open_error != 0)
+            return failed(current->fw_open_error);
+        ++current->fw_opens;
+        current->fw_access = access;
+        return FW_FD;
+    }
+    static int fw_ioctl(int fd, int sock, unsigned long request, byte_area record)
+    {
+        EXPECT_EQ(FW_FD, fd);
+        current->fw_requests.push_back(
+            {current->fw_access, sock, request, byte_list(record.begin(), record.end())});
+        return current->on_fw_ioctl(request, record);
+    }
+    static int fw_close(int fd)
+    {
+        EXPECT_EQ(FW_FD, fd);
+        ++current->fw_closes;
+        return failed(EBADMSG);
+    }
     static int vpn_ioctl(int fd, unsigned long request, byte_area message)
     {
         current->vpn_requests.push_back(
@@ -105,11 +156,15 @@ class scripted_platform
         return current->on_vpn_ioctl(message);
     }
 
+    int fw_access = -1; // of the latest open
     static inline scripted_platform *current = nullptr;
     static inline const platform_calls TABLE = {
-        .vpn_open = [] { return failed(ENOENT); },
+        .fw_open = fw_open,
+        .fw_ioctl = fw_ioctl,
+        .fw_close = fw_close,
+        .vpn_open = vpn_open,
         .vpn_ioctl = vpn_ioctl,
-        .vpn_close = [](int) { return 0; },
+        .vpn_close = vpn_close,
         .route_open = route_open,
         .route_write = route_write,
         .route_read = route_read,
@@ -122,6 +177,23 @@ template <typename T> T at(const byte_list &bytes, std::size_t offset)
 {
     EXPECT_LE(offset + sizeof(T), bytes.size());
     return load<T>(bytes, offset);
+}
+
+// A socket address of a firewall record, every number most significant byte first; the text is
+// "address:port".
+inline void put_end(byte_area record, std::size_t offset, const char *addr, std::uint16_t port)
+{
+    store(record, offset, htons(AF_INET));
+    store(record, offset + 2, htons(port));
+    store(record, offset + 4, inet_addr(addr));
+}
+
+inline std::string end_at(const byte_list &record, std::size_t offset)
+{
+    EXPECT_EQ(htons(AF_INET), at<std::uint16_t>(record, offset));
+    EXPECT_EQ(0u, at<std::uint64_t>(record, offset + 8));
+    return dotted(at<u32>(record, offset + 4)) + ':' +
+           std::to_string(ntohs(at<std::uint16_t>(record, offset + 2)));
 }
 
 // A complete answer to a look-up of this thread; addresses as text.

@@ -294,3 +294,51 @@ TEST(vvpn_ioctl, link_command_takes_its_roads)
         }
     }
 }
+
+TEST(vfw_vpnclientcheck, believes_only_a_marked_answer)
+{
+    const struct {
+        const char *label;
+        int open_error, driver_result;
+        std::string identity, display; // what the driver answers
+        int code;
+        std::string got_identity, got_display;
+    } cases[] = {
+        {"known", 0, 0, "road-warrior", "~Ann", 1, "road-warrior", "~Ann"},
+        {"the driver's result does not count", 0, -1, "a", "~b", 1, "a", "~b"},
+        {"no mark", 0, 0, "road-warrior", "Ann", 0, "?", "?"},
+        {"no answer", 0, -1, "", "", 0, "?", "?"},
+        {"no device", ENOENT, 0, "a", "~b", 0, "?", "?"},
+        {"texts fill their places", 0, 0, std::string(16, 'i'), '~' + std::string(231, 'd'), 1,
+         std::string(16, 'i'), '~' + std::string(231, 'd')},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.label);
+        scripted_platform script;
+        script.vpn_open_error = c.open_error;
+        script.on_vpn_ioctl = [&c](byte_area message) {
+            if (c.display.empty())
+                return c.driver_result;
+            std::ranges::fill(message.subspan(8), std::uint8_t{0});
+            std::ranges::copy(c.identity, message.begin() + 8);
+            std::ranges::copy(c.display, message.begin() + 24);
+            return c.driver_result;
+        };
+        k_msg.fill('~'); // an earlier message leaves no trace
+        char identity[17] = "?", display[233] = "?";
+        EXPECT_EQ(c.code, vfw_vpnclientcheck(inet_addr("10.2.3.4"), inet_addr("10.1.0.1"), identity,
+                                             display));
+        EXPECT_EQ(c.got_identity, identity);
+        EXPECT_EQ(c.got_display, display);
+        if (c.open_error != 0)
+            continue;
+        ASSERT_EQ(1u, script.vpn_requests.size());
+        EXPECT_EQ(REQUEST, script.vpn_requests[0].request);
+        byte_list wanted(256);
+        wanted[0] = 1; // 256, most significant byte first
+        wanted[3] = 'D';
+        store(wanted, 8, inet_addr("10.2.3.4"));
+        store(wanted, 12, inet_addr("10.1.0.1"));
+        EXPECT_EQ(wanted, script.vpn_requests[0].message);
+    }
+}

@@ -23,7 +23,7 @@ TEST(Address, ReadsTextAsAddressAndAsNetwork)
         EXPECT_EQ(dotted(address_of(row.text)), row.address);
         EXPECT_EQ(dotted(network_of(row.text)), row.network);
     }
-    EXPECT_EQ(address_of("no address"), NO_ADDRESS);
+    EXPECT_EQ(address_of("no address"), NOT_AN_ADDRESS);
 }
 
 TEST(Address, OrdersByTheFirstOctet)

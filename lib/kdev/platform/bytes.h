@@ -36,7 +36,13 @@ template <typename T> void store(byte_area bytes, std::size_t offset, const T &f
         std::memcpy(bytes.data() + offset, &field, sizeof field);
 }
 
-// The bytes of a plain record.
+// The bytes of a plain record, to read or to write.
+template <typename T> byte_area area_of(T &record)
+{
+    static_assert(std::is_trivially_copyable_v<T>);
+    return {reinterpret_cast<std::uint8_t *>(&record), sizeof record};
+}
+
 template <typename T> byte_view bytes_of(const T &record)
 {
     static_assert(std::is_trivially_copyable_v<T>);

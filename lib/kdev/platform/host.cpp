@@ -1,6 +1,7 @@
-// This host's platform table: the device file where it stands, netlink for the routing socket.
+// This host's platform table: device files where they stand, else its own means.
 #include "lib/kdev/platform/platform.h"
 
+#include "lib/kdev/platform/host_firewall.h"
 #include "lib/kdev/platform/netlink_routes.h"
 
 #include <fcntl.h>
@@ -30,6 +31,9 @@ ssize_t read_routes(int fd, byte_area message)
 } // namespace
 
 const platform_calls HOST_PLATFORM = {
+    .fw_open = open_host_firewall,
+    .fw_ioctl = request_host_firewall,
+    .fw_close = close_host_firewall,
     .vpn_open = open_vpn_device,
     .vpn_ioctl = request_vpn_device,
     .vpn_close = ::close,

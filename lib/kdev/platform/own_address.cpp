@@ -1,3 +1,4 @@
+// Walks the list of interface addresses that the host gives.
 #include "lib/kdev/platform/own_address.h"
 
 #include "lib/kdev/platform/bytes.h"

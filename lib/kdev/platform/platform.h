@@ -1,6 +1,7 @@
-// The narrow table through which this library reaches what not every host has: the VPN device
-// and a routing socket. The host's own table uses the device file where it stands and answers
-// over netlink for the routing socket; a test puts a scripted table in its place.
+// The narrow table through which this library reaches what not every host has: the firewall
+// device, the VPN device and a routing socket. The host's own table uses the device files where
+// they stand, and answers by this host's means otherwise; a test puts a scripted table in its
+// place.
 #pragma once
 
 #include "lib/kdev/platform/bytes.h"
@@ -10,6 +11,13 @@
 // Every call returns -1 with errno on failure. A descriptor goes back only to the calls of its
 // own group, and to that group's close exactly once. No argument is kept after the call.
 struct platform_calls {
+    // The firewall driver (records: firewall_records.h). `access` is O_RDONLY or O_RDWR. `sock`
+    // is the connection that a name query is about, for a host that answers without a driver; -1
+    // with any other request.
+    int (*fw_open)(int access);
+    int (*fw_ioctl)(int device, int sock, unsigned long request, byte_area record);
+    int (*fw_close)(int device);
+
     // The VPN driver, opened for reading and writing. ENOENT where the host has none.
     int (*vpn_open)();
     int (*vpn_ioctl)(int device, unsigned long request, byte_area message);

@@ -1,0 +1,189 @@
+#include "flatlink/driver.h"
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "flatlink/decoder.h"
+#include "flatlink/ike_policy.h"
+#include "flatlink/interfaces.h"
+#include "flatlink/ipsec_policy.h"
+#include "flatlink/keys.h"
+#include "flatlink/line.h"
+#include "flatlink/links.h"
+#include "flatlink/loaders.h"
+#include "flatlink/names.h"
+#include "flatlink/pool_loader.h"
+#include "flatlink/pools.h"
+#include "flatlink/post_decode.h"
+#include "flatlink/rule_walk.h"
+#include "flatlink/scratch_file.h"
+#include "lib/frag/frag.h"
+#include "lib/frag/frag_sort.h"
+#include "lib/frag/import.h"
+#include "lib/frag/symbol.h"
+#include "lib/ulib/location.h"
+#include "lib/ulib/text.h"
+
+const char *network_database = nullptr;
+
+// ---- loading
+
+frag *upgradeTo42(frag *head)
+{
+    return head;
+}
+
+frag *populateDef42TreeFromEnv(const char *path)
+{
+    if (importenv(path) != 0)
+        return nullptr;
+    def_database = upgradeTo42(def_database);
+    return def_database;
+}
+
+frag *populateDef42Tree(const char *path)
+{
+    if (path != nullptr)
+        return populateDef42TreeFromEnv(path);
+    const auto installed = getlocation(DEFAULT_DATABASE);
+    return installed ? populateDef42TreeFromEnv(installed->c_str()) : nullptr;
+}
+
+const char *read_vpn_nonrule_loglevel(const char *path)
+{
+    frag *head = def_database;
+    if (head == nullptr) {
+        const auto installed = getlocation(path != nullptr ? path : DEFAULT_DATABASE);
+        head = installed ? populateDef42Tree(installed->c_str()) : nullptr;
+    }
+    return fval(&head, "stdlog_define_loglevel_nonrule_vpn_display");
+}
+
+// ---- derivation
+
+static void load_rules(const char *key, std::uint32_t flags)
+{
+    if (frag *rules = ffind(&def_database, key))
+        enum_rule_list(&def_database, rules, [flags](frag **db, frag *rule, const char *) {
+            return vpn_enum_link_rules(db, rule, flags);
+        });
+}
+
+template <typename loader> static void load_children(const char *key, loader load)
+{
+    frag *node = ffind(&def_database, key);
+    if (node == nullptr)
+        return;
+    sort_frags(&node->child);
+    for (frag *child = node->child; child != nullptr; child = child->next)
+        load(child);
+}
+
+static void load_host_name(const char *key)
+{
+    if (const frag *node = ffind(&def_database, key))
+        decode_nonvpn_buffer(make_line("", key, text_of(node->value)));
+}
+
+static void load_host()
+{
+    load_host_name("ip_hostname");
+    load_host_name("ip_domainname");
+    for (const char *key : INTERFACE_LISTS)
+        if (frag *list = ffind(&def_database, key))
+            load_interfaces(list);
+    if (const char *router = fval(&def_database, "ip_defaultrouter"))
+        my_def_interface = router;
+}
+
+int read_vpndata(const char *path, bool reload)
+{
+    if (path != nullptr)
+        network_database = path;
+    if (network_database == nullptr)
+        network_database = DEFAULT_DATABASE;
+    fout = open_scratch_file();
+    if (reload)
+        free_fraglist(&def_database);
+    read_vpn_nonrule_loglevel(network_database);
+
+    start_rule_walk();
+    load_rules("rule_pffwd", 0);
+    load_rules("rule_proxy", PROXY_RULE);
+    load_children("vpn_ike", load_ike);
+    load_children("vpn_ipsec", load_ipsec);
+    load_children("vpn_mcpool", [](frag *pool) { return load_mcpool(&def_database, pool); });
+    if (frag *settings = ffind(&def_database, "vpn_settings"))
+        load_settings(settings);
+    if (!reload)
+        load_host();
+    (void)post_decode();
+
+    network_database = nullptr;
+    const int result = save_vpndata(SCRATCH_FILE);
+    fout = nullptr;
+    return result;
+}
+
+// ---- saving
+
+// The scratch file lies where anybody may put something.
+static std::FILE *open_output(const char *path)
+{
+    return std::string_view(path) == SCRATCH_FILE ? open_scratch_file() : std::fopen(path, "we");
+}
+
+static void save_settings()
+{
+    const record_writer out(fout, "vpn_");
+    out.text("anonsecret", anonsecret);
+    out.text("clientIKEpolicy", clientIKEpolicy);
+    out.text("kernelacceleration", parsenumtoname(onoff_list, klevelHardAccel));
+    out.text("useracceleration", parsenumtoname(onoff_list, ulevelHardAccel));
+    out.text("aggressivemode", parsenumtoname(onoff_list, aggressiveMode));
+    std::fflush(fout);
+}
+
+static void save_host_names()
+{
+    const record_writer out(fout, "ip_");
+    out.text("myhostname", ip_myhostname);
+    out.text("hostname", ip_hostname);
+    out.text("domainname", ip_domainname);
+}
+
+// Closes the file that was written; a write that failed on the way fails the save.
+static int close_output(const char *path)
+{
+    const bool failed = std::fflush(fout) != 0 || std::ferror(fout) != 0;
+    if (failed)
+        std::perror(path);
+    const int result = std::fclose(fout);
+    return failed ? 1 : result;
+}
+
+int save_vpndata(const char *path)
+{
+    const char *written = SCRATCH_FILE;
+    if (fout == nullptr) {
+        if (network_database == nullptr)
+            network_database = path;
+        written = network_database != nullptr ? network_database : DEFAULT_DATABASE;
+        fout = open_output(written);
+        if (fout == nullptr) {
+            std::perror(written);
+            return 1;
+        }
+    }
+    save_settings();
+    save_swkeys(fout, swkeys);
+    std::fflush(fout);
+    save_linkinfos(fout, linkinfos);
+    save_ikepols(fout, ikepolicy);
+    save_ipsecpols(fout, ipsecpolicy);
+    save_mcpools(fout, mcpools);
+    save_intfs(fout, intf_list);
+    save_host_names();
+    return close_output(written);
+}

@@ -1,0 +1,33 @@
+// The spine of a conversion: database in, records out, saved twice.
+#pragma once
+
+struct frag;
+
+inline constexpr const char *DEFAULT_DATABASE = "/usr/local/etc/mgmt/varnholt.conf";
+inline constexpr const char *SCRATCH_FILE = "/tmp/vpndata.txt";
+
+// Path of the database, or of the file that the next save opens; borrowed, null for none.
+extern const char *network_database;
+
+// Derives all records from the database and saves them behind their trace in SCRATCH_FILE.
+//   path    the database, which outlives the call; null: the one set before, or the default
+//   reload  read the file again, and keep host names, interfaces and the default router
+// Returns the result of the save. A database that is not there counts as empty.
+int read_vpndata(const char *path, bool reload);
+
+// Writes the records to `fout`, or if that is null over `network_database`, which becomes `path`
+// if unset; closes the file. Returns 0 when all was written, else non-zero, with a message on the
+// standard error stream.
+int save_vpndata(const char *path);
+
+// Loads the tree if it is empty, and returns the text that says at which level VPN traffic
+// without a rule is logged; null for none. The text is the tree's.
+const char *read_vpn_nonrule_loglevel(const char *path);
+
+// Load the database into the default tree in the current layout: at `path`, or null for the
+// default one at its installed place. Return the tree's head, null when it is empty or unread.
+frag *populateDef42Tree(const char *path);
+frag *populateDef42TreeFromEnv(const char *path);
+
+// Brings a tree to the current layout, whichever layout it has. Returns its head after that.
+frag *upgradeTo42(frag *head);

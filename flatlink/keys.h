@@ -1,0 +1,14 @@
+// Manual keys: the lines key_NN_KEY=value.
+#pragma once
+
+#include <cstdio>
+#include <string_view>
+
+#include "flatlink/records.h"
+
+// Takes one line without "key_". Reports a bad number and an unknown key; a line without a value
+// is passed over in silence.
+void add_partial_swkey(std::string_view rest);
+
+// Writes the records, numbered from 1 with four digits.
+void save_swkeys(std::FILE *stream, const record_list<swkey> &list);

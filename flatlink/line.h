@@ -1,0 +1,56 @@
+// What all line parsers and writers share: the cut of a line, messages, trace, and the lines of
+// one record on their way out.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "lib/ulib/address.h"
+
+// Room for one line that a loader hands to a parser, its end mark included; more is cut.
+inline constexpr std::size_t LINE_SIZE = 8192;
+
+// The parts of key=value. The value runs to the end and may hold further equals signs.
+struct line_parts {
+    std::string_view key;
+    std::string_view value;
+    bool has_equals = false;
+};
+
+// Cuts at the first equals sign. The parts live as long as `line`.
+line_parts split_line(std::string_view line);
+
+// key=value behind a prefix, cut to LINE_SIZE - 1 bytes.
+std::string make_line(std::string_view prefix, std::string_view key, std::string_view value);
+
+// Writes a message with a newline to the standard error stream.
+void complain(const std::string &message);
+
+// Formatted output with a flush; nothing for a null stream. The trace of a run goes this way.
+void condfprintf(std::FILE *stream, const char *format, ...) __attribute__((format(printf, 2, 3)));
+
+// The stream of the trace and of the next save; null: no trace, and the save opens a file.
+extern std::FILE *fout;
+
+// Writes the lines of one record, each behind the record's prefix.
+class record_writer
+{
+  public:
+    // `prefix` is what stands before each key, such as "vlink_3_".
+    record_writer(std::FILE *stream, std::string prefix);
+
+    void text(std::string_view key, std::string_view value) const;
+    void text_if_set(std::string_view key, std::string_view value) const; // nothing when empty
+    void number(std::string_view key, std::int64_t value) const;
+    void padded(std::string_view key, std::int32_t value) const; // five digits at least
+    void address(std::string_view key, u32 addr_be) const;       // dotted
+
+  private:
+    std::FILE *stream_;
+    std::string prefix_;
+};
+
+// "NAME_N_", the prefix of a numbered record, and the same with at least four digits.
+std::string numbered(std::string_view name, std::int64_t number);
+std::string numbered_padded(std::string_view name, std::int32_t number);

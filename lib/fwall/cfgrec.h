@@ -4,7 +4,6 @@
 // failure marker, which is no record. The calls below take the marker for a list without records.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 #include <string_view>
 
@@ -23,7 +22,7 @@ struct cfgrec {
 // The failure marker: all bits set.
 inline cfgrec *cfg_failure()
 {
-    return std::bit_cast<cfgrec *>(~std::uintptr_t{0});
+    return reinterpret_cast<cfgrec *>(~std::uintptr_t{0}); // NOLINT(performance-no-int-to-ptr)
 }
 
 // True for a list with at least one record: neither null nor the marker.

@@ -42,6 +42,8 @@ static scan begin(arguments &found)
 
 static scan store(arguments &found, char c)
 {
+    if (c == '\0')
+        return scan::going; // no text can hold it, not even behind a backslash
     if (const scan state = begin(found); state != scan::going)
         return state;
     if (found.free == found.end)

@@ -14,7 +14,7 @@
 //     stored as it is, whatever it is.
 //   - Printable and white space are taken as in ASCII, whatever the locale.
 // Arguments:
-//   text      null counts as empty; the view may hold zero bytes, which are unprintable
+//   text      null counts as empty; the view may hold zero bytes, which are dropped everywhere
 //   argv      receives pointers into `buffer`, and null behind the last; the caller's
 //   capacity  entries of `argv`, that null included: at most `capacity` - 1 arguments are stored
 //             and the rest of the text is lost

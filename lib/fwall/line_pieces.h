@@ -35,5 +35,5 @@ class line_pieces
     bool at_end_ = false;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
-    std::array<char, 16 * 1024> buffer_; // only begin_ to end_ is ever read
+    std::array<char, 16384> buffer_; // only begin_ to end_ is ever read
 };

@@ -51,6 +51,7 @@ TEST(Enargv, SplitsInEveryState)
          "b \x80 c\x7f",
          {"ab", "c"}},
         {"zero bytes too", "a\0b \0 'c\0d'"sv, {"ab", "cd"}},
+        {"and behind a backslash", "a\\\0b \\x\0c \\\0"sv, {"ab", "xc"}},
         {"unprintable is no argument", "a \x01\x02 b", {"a", "b"}},
         {"quotes join", "a\"b c\"d", {"ab cd"}},
         {"the other quote inside", "\"it's\" '\"'", {"it's", "\""}},

@@ -12,7 +12,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <iterator>
-#include <new>
 #include <optional>
 #include <string>
 #include <unistd.h>
@@ -94,7 +93,6 @@ static std::int32_t take_flags(std::string_view &keyword)
 }
 
 // Makes the record of what stands behind the colon, or null after a report.
-//   body  writable up to and with the character behind its end
 static cfgrec *read_body(reading &now, std::string_view body)
 {
     std::string_view keyword = take_word(body, " \t");

@@ -25,8 +25,8 @@ inline constexpr int SELECT_IDLE = -99;
 //   spare          not used
 //   seconds        longest wait; below 1 it is 3
 //   idlelimit      seconds without input after which the caller should end; below 1: none. They
-//                  count from the last call that returned other than by this limit: a call that
-//                  found input, or that timed out without a limit or before there was input
+//                  count from the last call that found input, or that timed out while no limit
+//                  was given or nothing had been counted yet
 // Returns the number of ready descriptors, 0 for a wait that timed out, SELECT_IDLE behind
 // "idle timed out duration=N seconds" (event 6005), or the negative of errno, reported as "select"
 // with errno (event 6506) unless it is EINTR.
@@ -58,8 +58,8 @@ socklen_t saddrlen(int family, const sockaddr *saddr);
 // with errno (6503). `fd` stays open.
 int bindport(int fd, int family, int low, int high, sockaddr *saddr);
 
-// A socket that listens on `host`, with a backlog of 16. An address without peers can be bound
-// again at once only where the host allows it without SO_REUSEADDR.
+// A socket that listens on `host`, with a backlog of 16. SO_REUSEADDR is switched off, so a port
+// whose last connections still linger is in use.
 //   saddr     receives the address; null: one that all such calls share. For AF_UNIX its bytes
 //             from 16 on are the caller's part of the name
 //   portio    not null: the first port to try; receives the port bound, -1 for AF_UNIX

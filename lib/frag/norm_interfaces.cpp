@@ -289,7 +289,7 @@ class interface_sets
     bool holds(const char *list_name, const char *interface);
 
   private:
-    frag *lists_; // `netobj_list`
+    frag *lists_;                                                            // `netobj_list`
     std::unordered_map<const frag *, std::unordered_set<std::string>> sets_; // by `element`
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -106,6 +107,21 @@ TEST(Export, FailuresAreReported)
     EXPECT_EQ(exportffile("/dev/full", &tree.head, EXPORT_FLAT), 1);
     fset(&tree.head, "b", std::string(100000, 'x').c_str());
     EXPECT_EQ(exportffile("/dev/full", &tree.head, EXPORT_FLAT), 1);
+}
+
+TEST(Export, StandardOutputIsClosedAndWorksOnce)
+{
+    flat_tree tree("a=1\n");
+    const temp_file file;
+    EXPECT_EXIT(
+        {
+            const bool is_open = std::freopen(file.path(), "w", stdout) != nullptr;
+            const int first = exportffile(nullptr, &tree.head, EXPORT_FLAT);
+            const int second = exportffile(nullptr, &tree.head, EXPORT_FLAT);
+            _exit(is_open && first == 0 && second == 1 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EQ(file.text(), "a=1\n");
 }
 
 TEST(ExportEnv, TheVersionIsStampedIntoACopy)

@@ -42,14 +42,15 @@ std::string flat_tree::listing() const
     return text;
 }
 
-std::string sorted_lines(const std::string &text)
+std::string sorted_lines(const std::string &text, lines wanted)
 {
     std::istringstream stream(text);
-    std::multiset<std::string> lines;
+    std::multiset<std::string> kept;
     for (std::string line; std::getline(stream, line);)
-        lines.insert(line);
+        if (wanted == lines::all || line.find('=') != std::string::npos)
+            kept.insert(line);
     std::string sorted;
-    for (const std::string &line : lines)
+    for (const std::string &line : kept)
         sorted += line + "\n";
     return sorted;
 }

@@ -25,8 +25,9 @@ class flat_tree
     frag *head = nullptr;
 };
 
-// The lines of a text, sorted.
-std::string sorted_lines(const std::string &text);
+// The lines of a text, sorted; all of them, or those of nodes with values.
+enum class lines { all, with_values };
+std::string sorted_lines(const std::string &text, lines wanted = lines::all);
 
 // Fails the test if a parent link is wrong, or a look-up does not give the first of a name.
 void expect_sound(frag **head);

@@ -128,10 +128,10 @@ frag *importer::machine::find_named() const
 
 bool importer::machine::line_start()
 {
-    clear_name();
     if (parent == nullptr)
         while (take_flat_line()) {
         }
+    clear_name();
     return go(&machine::line_skip);
 }
 

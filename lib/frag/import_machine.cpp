@@ -239,6 +239,9 @@ bool importer::machine::take_flat_line()
     std::size_t start = pos;
     while (start < piece.size() && is_wscrlf(piece[start]))
         ++start;
+    // Said before the line's end is looked for: a line may hold any number of elements.
+    if (start < piece.size() && (piece[start] == '<' || piece[start] == '['))
+        return false;
     const std::size_t line_end = piece.find('\n', start);
     if (line_end == std::string_view::npos)
         return false;

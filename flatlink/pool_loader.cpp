@@ -21,6 +21,9 @@ namespace
 constexpr std::size_t MASK_KEY_SIZE = 256;   // longest mask that is looked up by its short name
 constexpr std::size_t OBJECT_KEY_SIZE = 127; // longest key of a pool's object; more is cut
 
+// Entries of one kind in a pool; groups that double at each level would give any number.
+constexpr int MAX_ENTRIES = 65'536;
+
 struct key_map_row {
     const char *tree_key;
     std::string_view flat_key;
@@ -58,6 +61,8 @@ struct entry_feeder {
 
     void feed(const std::string &first, const std::string &second)
     {
+        if (counter >= MAX_ENTRIES)
+            return;
         const std::string number = std::to_string(++counter);
         feed_line(row.first_stem, number, row.first_ending, first);
         if (!row.second_stem.empty())

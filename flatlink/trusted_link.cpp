@@ -17,12 +17,14 @@
 
 std::int32_t linkno = 0;
 
-static long nested_peers = 0; // opened in this run
+static long nested_peers = 0;       // opened in this run
+static bool reported_links = false; // that there are too many
 
 void start_links()
 {
     linkno = 0;
     nested_peers = 0;
+    reported_links = false;
 }
 
 namespace
@@ -252,8 +254,21 @@ static bool add_nested_links(frag **db, frag *remote, frag *local)
 
 // ---- the expansion
 
+static bool has_room_for_links()
+{
+    if (linkno < MAX_LINKS)
+        return true;
+    if (!reported_links)
+        SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
+                "vhltcfgerr: The rules imply more than %d links; the rest is left out.", MAX_LINKS);
+    reported_links = true;
+    return false;
+}
+
 int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
 {
+    if (!has_room_for_links())
+        return 1;
     const std::string name = link_name(vpnobj);
     const std::string local_key = key_of(local);
     const std::string remote_key = key_of(remote);

@@ -6,6 +6,7 @@
 
 #include "lib/frag/frag.h"
 #include "lib/frag/name_index.h"
+#include "lib/frag/node_pool.h"
 
 static bool ends_part(char c)
 {
@@ -21,10 +22,8 @@ static cfnode *find_character(cfnode *level, std::int32_t character)
 
 cfnode *cfnew(std::int32_t character)
 {
-    auto *node = new (std::nothrow) cfnode;
-    if (node != nullptr)
-        node->character = character;
-    return node;
+    void *room = take_node_room(sizeof(cfnode));
+    return room == nullptr ? nullptr : new (room) cfnode{.character = character};
 }
 
 cfnode *cffind(cfnode **index, const char *key)
@@ -82,7 +81,7 @@ int cffreetree(cfnode **index)
         } else {
             rest = node->next;
         }
-        delete node;
+        give_node_room(node, sizeof *node);
     }
     return 0;
 }

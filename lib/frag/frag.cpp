@@ -7,6 +7,7 @@
 
 #include "lib/frag/cftrie.h"
 #include "lib/frag/name_index.h"
+#include "lib/frag/node_pool.h"
 #include "lib/ulib/report.h"
 
 // A node lies in one block with the name that it is born with: trees hold millions of nodes, and
@@ -23,6 +24,11 @@ static void free_name(frag *node)
         std::free(node->name);
 }
 
+static std::size_t node_size(std::string_view inborn)
+{
+    return sizeof(frag) + inborn.size() + 1;
+}
+
 static void free_node(frag *node)
 {
     if (node->index != nullptr)
@@ -31,13 +37,15 @@ static void free_node(frag *node)
         free_name_index(node->names);
     free_name(node);
     std::free(node->value);
+    const std::size_t size = node_size(inborn_name(node));
     node->~frag();
-    std::free(node);
+    give_node_room(node, size);
 }
 
 frag *newsymfrag(std::string_view name)
 {
-    void *block = std::malloc(sizeof(frag) + name.size() + 1);
+    name = name.substr(0, name.find('\0')); // the end mark tells the size when the node is freed
+    void *block = take_node_room(node_size(name));
     if (block == nullptr)
         outofcore();
     frag *node = new (block) frag;

@@ -65,6 +65,20 @@ bool importer::machine::collect_name(const byte_set &stops, std::size_t limit)
     return !at_end();
 }
 
+// The same, with the name in `taken`. One that lies whole in the piece, as most do, is not copied.
+bool importer::machine::take_name(const byte_set &stops, std::size_t limit, std::string_view &taken)
+{
+    const std::size_t end = stops.find_in(piece.substr(0, pos + limit), pos);
+    if (name_length == 0 && end < piece.size()) {
+        taken = piece.substr(pos, end - pos);
+        pos = end;
+        return true;
+    }
+    const bool is_whole = collect_name(stops, limit);
+    taken = {name.data(), name_length};
+    return is_whole;
+}
+
 // Moves over the bytes up to one of `stops` or the end of the piece, and appends them to the
 // value of cur.
 void importer::machine::store_until(const byte_set &stops)
@@ -114,14 +128,13 @@ void importer::machine::link_past_trie(frag *node)
     has_unentered = has_unentered || (parent != nullptr && parent->index != nullptr);
 }
 
-// The node of the collected name, which is a single part, below parent or at the top.
-frag *importer::machine::find_named() const
+// The node of a name, which is a single part, below parent or at the top.
+frag *importer::machine::find_named(std::string_view part) const
 {
     frag **list = siblings();
     if (*list == nullptr)
         return nullptr;
-    return has_unentered ? fnewfind(list, name.data())
-                         : find_in_list(list, {name.data(), name_length});
+    return has_unentered ? fnewfind(list, std::string(part).c_str()) : find_in_list(list, part);
 }
 
 // ---- flat notation
@@ -140,30 +153,36 @@ bool importer::machine::line_skip()
     return skip_white() && go(&machine::flat_name);
 }
 
-// Makes cur the node of one collected part of a flat key, as the file spells it.
-void importer::machine::resolve_flat_part()
+// Takes the access prefixes off a name as the file spells it, and returns their flags. A name that
+// only looks as if it had one is replaced by the tree's.
+static std::uint32_t take_access_prefixes(std::string_view &part)
 {
-    std::string_view rest = attr_remap(std::string_view(name.data(), name_length));
+    // Most names begin with no letter that a prefix begins with.
+    constexpr std::string_view FIRST_LETTERS = "pPdDaAoO";
+    if (part.empty() || FIRST_LETTERS.find(part[0]) == std::string_view::npos)
+        return 0;
+    part = attr_remap(part);
     std::uint32_t flags = 0;
     for (bool found = true; found;) {
         found = false;
         for (const access_prefix &prefix : ACCESS_PREFIXES) {
-            if (begins_with_word(rest, prefix.word)) {
-                rest.remove_prefix(prefix.word.size());
+            if (begins_with_word(part, prefix.word)) {
+                part.remove_prefix(prefix.word.size());
                 flags |= prefix.flag;
                 found = true;
             }
         }
     }
-    if (rest.data() != name.data()) {
-        name_length = rest.size();
-        std::memmove(name.data(), rest.data(), name_length);
-        name[name_length] = '\0';
-    }
+    return flags;
+}
 
-    cur = find_named();
+// Makes cur the node of one part of a flat key, as the file spells it.
+void importer::machine::resolve_flat_part(std::string_view part)
+{
+    const std::uint32_t flags = take_access_prefixes(part);
+    cur = find_named(part);
     if (cur == nullptr) {
-        cur = newsymfrag(std::string_view(name.data(), name_length));
+        cur = newsymfrag(part);
         link_new(cur);
         if (parent != nullptr)
             fnewchild(cur);
@@ -184,9 +203,10 @@ bool importer::machine::flat_name()
         return go(&machine::tag_name);
     }
     static constexpr byte_set STOPS("\0_="sv);
-    if (!collect_name(STOPS, NAME_PART_SIZE))
+    std::string_view taken;
+    if (!take_name(STOPS, NAME_PART_SIZE, taken))
         return false;
-    resolve_flat_part();
+    resolve_flat_part(taken);
     if (piece[pos++] == '_') {
         parent = cur;
         return go(&machine::line_start);
@@ -216,24 +236,46 @@ bool importer::machine::flat_value()
     return go(&machine::line_start);
 }
 
-// How far the key goes the way of the last line's: the last node that both pass, null if they
-// part at once. `done` becomes the offset behind that node's part.
-frag *importer::machine::follow_last_line(std::string_view key, std::size_t &done)
+// How far a line goes the way of the last one: the offset behind the last node that both pass,
+// which becomes parent.
+std::size_t importer::machine::follow_last_line(std::string_view line)
 {
-    const std::size_t limit = std::min(key.size(), last_key.size());
+    const std::size_t limit = std::min(line.size(), last_key.size());
     std::size_t same = 0;
-    while (same + 8 <= limit && std::memcmp(key.data() + same, last_key.data() + same, 8) == 0)
+    while (same + 8 <= limit && std::memcmp(line.data() + same, last_key.data() + same, 8) == 0)
         same += 8;
-    while (same < limit && key[same] == last_key[same])
+    while (same < limit && line[same] == last_key[same])
         ++same;
     while (!last_path.empty() && last_path.back().end >= same)
         last_path.pop_back();
-    done = last_path.empty() ? 0 : last_path.back().end + 1;
-    return last_path.empty() ? nullptr : last_path.back().node;
+    parent = last_path.empty() ? nullptr : last_path.back().node;
+    return last_path.empty() ? 0 : last_path.back().end + 1;
+}
+
+// The nodes of a key, from `part` on, below parent: cur becomes the last. Returns the offset of
+// the equals sign; npos for a key with a peculiarity, which the states take from its start again:
+// they pass the nodes made here, and nothing else was done.
+std::size_t importer::machine::resolve_plain_key(std::string_view line, std::size_t part)
+{
+    static constexpr byte_set STOPS("\0_=\r"sv);
+    static constexpr byte_set NO_STARTS("[< \t\r\n");
+    for (;;) {
+        const std::size_t end = STOPS.find_in(line, part);
+        const bool is_plain = end < line.size() && end - part < NAME_PART_SIZE &&
+                              !NO_STARTS.has(line[part]) && line[end] != '\0' && line[end] != '\r';
+        if (!is_plain)
+            return std::string_view::npos;
+        resolve_flat_part(line.substr(part, end - part));
+        if (line[end] == '=')
+            return end;
+        last_path.push_back({cur, end});
+        parent = cur;
+        part = end + 1;
+    }
 }
 
 // A whole plain line, as most are, taken in one go and with the last line's path in mind; the
-// result is that of the states. False, with nothing done, for any line with a peculiarity.
+// result is that of the states. False for any other line, which is left to them.
 bool importer::machine::take_flat_line()
 {
     std::size_t start = pos;
@@ -246,42 +288,15 @@ bool importer::machine::take_flat_line()
     if (line_end == std::string_view::npos)
         return false;
     const std::string_view line = piece.substr(start, line_end - start);
-    const std::size_t key_end = line.find('=');
-    if (key_end == std::string_view::npos || line.find('\r') != std::string_view::npos)
+    const std::size_t key_end = resolve_plain_key(line, follow_last_line(line));
+    if (key_end == std::string_view::npos || line.find('\r', key_end) != std::string_view::npos) {
+        parent = nullptr;
         return false;
-    const std::string_view key = line.substr(0, key_end);
-    if (key.find('\0') != std::string_view::npos)
-        return false;
-    for (std::size_t part = 0;;) {
-        const std::size_t end = std::min(key.find('_', part), key.size());
-        if (end - part >= NAME_PART_SIZE)
-            return false;
-        if (end > part && (is_ws(key[part]) || key[part] == '[' || key[part] == '<'))
-            return false;
-        if (end == key.size())
-            break;
-        part = end + 1;
     }
-
-    std::size_t part = 0;
-    parent = follow_last_line(key, part);
-    for (;;) {
-        const std::size_t end = std::min(key.find('_', part), key.size());
-        name_length = end - part;
-        std::memcpy(name.data(), key.data() + part, name_length);
-        name[name_length] = '\0';
-        resolve_flat_part();
-        if (end == key.size())
-            break;
-        last_path.push_back({cur, end});
-        parent = cur;
-        part = end + 1;
-    }
-    last_key.assign(key);
-
+    last_key.assign(line, 0, key_end);
     pos = start + key_end + 1;
     vlen = 0;
-    store(start + line.size());
+    store(line_end);
     ++pos;
     parent = nullptr;
     end_value();
@@ -302,19 +317,23 @@ bool importer::machine::sect_name()
         parent = nullptr;
     }
     static constexpr byte_set STOPS("\0\\]=_"sv);
-    if (!collect_name(STOPS, NAME_PART_SIZE))
+    std::string_view taken;
+    if (!take_name(STOPS, NAME_PART_SIZE, taken))
         return false;
     pos = STOPS.find_in(piece, pos); // a longer name loses its end
-    if (at_end())
+    if (at_end()) {
+        if (name_length == 0)
+            name_length = taken.copy(name.data(), taken.size());
         return false;
-    cur = find_named();
+    }
+    cur = find_named(taken);
     if (cur == nullptr) {
-        cur = newsymfrag(std::string_view(name.data(), name_length));
+        cur = newsymfrag(taken);
         link_past_trie(cur);
     }
+    clear_name();
     const char stop = piece[pos++];
     if (stop == '\\' || stop == ']' || stop == '_') {
-        clear_name();
         parent = cur;
         return !at_end();
     }
@@ -333,7 +352,6 @@ bool importer::machine::sect_value()
         return !at_end();
     if (stop == '\\')
         return go(&machine::sect_eol);
-    clear_name();
     end_value();
     return go(&machine::sect_name);
 }

@@ -74,6 +74,7 @@ struct importer::machine {
 
     bool skip_white();
     bool collect_name(const byte_set &stops, std::size_t limit);
+    bool take_name(const byte_set &stops, std::size_t limit, std::string_view &taken);
     void clear_name();
     void store_until(const byte_set &stops);
     void store(std::size_t end);
@@ -82,13 +83,14 @@ struct importer::machine {
     frag **siblings() const;
     void link_new(frag *node);
     void link_past_trie(frag *node);
-    frag *find_named() const;
-    void resolve_flat_part();
-    void close_element();
-    void open_element();
+    frag *find_named(std::string_view part) const;
+    void resolve_flat_part(std::string_view part);
+    void close_element(std::string_view tag);
+    void open_element(std::string_view tag);
     void leave_empty_element(frag *enclosing);
     bool take_flat_line();
-    frag *follow_last_line(std::string_view key, std::size_t &done);
+    std::size_t follow_last_line(std::string_view line);
+    std::size_t resolve_plain_key(std::string_view line, std::size_t part);
 
     const int keep; // non-zero to protect existing values
     state now = &machine::line_start;

@@ -11,25 +11,30 @@ using namespace std::string_view_literals;
 bool importer::machine::tag_name()
 {
     static constexpr byte_set STOPS("\0 \t>"sv);
-    if (!collect_name(STOPS, TAG_NAME_SIZE))
+    std::string_view tag;
+    if (!take_name(STOPS, TAG_NAME_SIZE, tag))
         return false;
-    const std::string_view collected(name.data(), name_length);
-    if (collected.starts_with("!--"))
+    if (tag.starts_with("!--"))
         return go(&machine::comment);
-    if (collected.starts_with('!'))
+    if (tag.starts_with('!'))
         return go(&machine::decl);
-    if (collected.starts_with('/')) {
-        close_element();
+    if (tag.starts_with('/')) {
+        close_element(tag.substr(1));
         return go(&machine::text_skip);
     }
-    open_element();
+    open_element(tag);
     return !at_end();
 }
 
-// An end tag closes cur if it bears its name; any other is passed over.
-void importer::machine::close_element()
+static bool is_named_in_tag(const frag *node, std::string_view tag)
 {
-    if (cur != nullptr && fragcmp(cur->name, name.data() + 1) == 0) {
+    return node->name == tag || fragcmp(node->name, std::string(tag).c_str()) == 0;
+}
+
+// An end tag closes cur if it bears its name; any other is passed over.
+void importer::machine::close_element(std::string_view tag)
+{
+    if (cur != nullptr && is_named_in_tag(cur, tag)) {
         if (cur->value == nullptr && cur->child == nullptr)
             set_frag_value(cur, "", 0);
         cur = cur->parent;
@@ -40,28 +45,30 @@ void importer::machine::close_element()
     ++pos;
 }
 
-static std::string stored_tag_name(std::string_view tag)
+static frag *new_element(std::string_view tag)
 {
     if (tag.ends_with('/'))
         tag.remove_suffix(1);
+    if (tag.find('_') == std::string_view::npos)
+        return newsymfrag(tag);
     std::string stored;
     for (const char c : tag)
         c == '_' ? stored += "%5F" : stored += c;
-    return stored;
+    return newsymfrag(stored);
 }
 
 // A start tag makes a new node, whether or not it has a sibling of that name.
-void importer::machine::open_element()
+void importer::machine::open_element(std::string_view tag)
 {
-    const bool is_closed = name_length > 0 && name[name_length - 1] == '/';
-    cur = newsymfrag(stored_tag_name({name.data(), name_length}));
+    const bool is_closed = tag.ends_with('/');
+    cur = new_element(tag);
     link_past_trie(cur);
     vlen = 0;
+    clear_name();
     if (at_pos() != '>') {
         // Attributes, whose names hang below a node of their own.
         parent = fsetp(&cur->child, "attrs", nullptr, cur);
         cur = nullptr;
-        clear_name();
         now = &machine::attr_gap;
         return;
     }

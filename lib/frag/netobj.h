@@ -19,7 +19,7 @@ inline constexpr int MAX_OBJECT_NESTING = 400;
 
 // Objects that all walks of a process visit together. Groups that name each other twice a level
 // grow without bound otherwise.
-inline constexpr long MAX_OBJECT_VISITS = 50'000'000;
+inline constexpr long MAX_OBJECT_VISITS = 20'000'000;
 
 // The name of the node above, as the tree holds it; "unknown" for null and for a top node.
 const char *type_of_key(const frag *obj);

@@ -1,0 +1,27 @@
+// The terminal while a form uses it: curses on, signals that would leave it in disorder caught,
+// and everything put back on the way out.
+#pragma once
+
+// One at a time. Destroying it, on whichever way out, gives the terminal back as it was.
+class CTerminal
+{
+  public:
+    CTerminal();
+    ~CTerminal();
+    CTerminal(const CTerminal &) = delete;
+    CTerminal &operator=(const CTerminal &) = delete;
+
+    // False when the standard streams are no terminal, or one that curses does not know.
+    bool usable() const { return running; }
+
+    // The signal that asked the program to end, 0 for none. From then on input has ended, so that
+    // the form does too.
+    static int interrupted();
+
+  private:
+    bool running = false;
+};
+
+// Ends the program by `signal` as if it had never been caught. For the time when the terminal
+// has been given back.
+void die_of(int signal);

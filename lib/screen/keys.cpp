@@ -1,0 +1,121 @@
+#include "lib/screen/keys.h"
+
+#include <csignal>
+#include <sys/select.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int HELD_ROOM = 6;
+
+// Bytes that followed an escape without making an arrow key.
+struct held_bytes {
+    unsigned char bytes[HELD_ROOM] = {};
+    int count = 0;
+    int next = 0; // the first that was not given yet
+};
+
+held_bytes held;
+
+struct key_row {
+    int byte, key;
+};
+
+constexpr key_row control_keys[] = {
+    {2, SC_KEY_LEFT},   {4, SC_KEY_DELETE}, {6, SC_KEY_RIGHT}, {9, SC_KEY_TAB},
+    {13, SC_KEY_ENTER}, {14, SC_KEY_DOWN},  {16, SC_KEY_UP},
+};
+
+// The last byte of an arrow key's sequence; what stands before it does not matter.
+constexpr key_row arrow_keys[] = {
+    {'A', SC_KEY_UP},
+    {'B', SC_KEY_DOWN},
+    {'C', SC_KEY_RIGHT},
+    {'D', SC_KEY_LEFT},
+};
+
+// Keeps the signal of a size change back while it lives. Curses catches that signal so that it
+// breaks off a read, which would look like the end of input.
+class CHoldSizeSignal
+{
+  public:
+    CHoldSizeSignal()
+    {
+        sigset_t size_change;
+        sigemptyset(&size_change);
+        sigaddset(&size_change, SIGWINCH);
+        pthread_sigmask(SIG_BLOCK, &size_change, &before);
+    }
+    ~CHoldSizeSignal() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    CHoldSizeSignal(const CHoldSizeSignal &) = delete;
+    CHoldSizeSignal &operator=(const CHoldSizeSignal &) = delete;
+
+  private:
+    sigset_t before;
+};
+
+// The table's key for `byte`, or `byte` itself.
+template <std::size_t N> int translated(const key_row (&table)[N], int byte)
+{
+    for (const key_row &row : table)
+        if (row.byte == byte)
+            return row.key;
+    return byte;
+}
+
+// What the bytes after an escape make: an arrow key, or a plain escape with the bytes held.
+int escape_key()
+{
+    while (held.count < HELD_ROOM) {
+        const int byte = sc_getbyte_timed();
+        if (byte == SC_TIMED_OUT)
+            break;
+        const int key = translated(arrow_keys, byte);
+        if (key != byte) {
+            held = {};
+            return key;
+        }
+        held.bytes[held.count++] = static_cast<unsigned char>(byte);
+        if (byte < 0)
+            break;
+    }
+    return SC_KEY_ESCAPE;
+}
+
+} // namespace
+
+int sc_mapkey()
+{
+    if (held.next < held.count)
+        return held.bytes[held.next++];
+    held = {};
+    const int byte = sc_getbyte();
+    return byte == SC_KEY_ESCAPE ? escape_key() : translated(control_keys, byte);
+}
+
+int sc_getbyte()
+{
+    const CHoldSizeSignal hold;
+    unsigned char byte = 0;
+    return read(STDIN_FILENO, &byte, 1) > 0 ? byte : -1;
+}
+
+int sc_getbyte_timed()
+{
+    const CHoldSizeSignal hold;
+    fd_set input;
+    FD_ZERO(&input);
+    FD_SET(STDIN_FILENO, &input);
+    timeval limit = {.tv_sec = 1, .tv_usec = 50};
+    if (select(STDIN_FILENO + 1, &input, nullptr, nullptr, &limit) <= 0)
+        return SC_TIMED_OUT;
+    return sc_getbyte();
+}
+
+void sc_beep()
+{
+    const char bell = 7;
+    // A bell that cannot be heard is nobody's loss.
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, &bell, 1);
+}

@@ -18,3 +18,5 @@ cfgrec *proxy_confp = nullptr;
 cfgrec *policy_confp = nullptr;
 
 char proxy_riaddr[512];
+char proxy_rladdr[512];
+cfgrec *permit_confp = nullptr;

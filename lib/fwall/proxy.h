@@ -28,4 +28,7 @@ extern const char *gPortName;           // operand of -daemon or -port, not owne
 extern cfgrec *proxy_confp;
 extern cfgrec *policy_confp;
 
-extern char proxy_riaddr[512]; // the client's address, dotted
+// The client, for one connection: set by the source check.
+extern char proxy_riaddr[512]; // its address, dotted
+extern char proxy_rladdr[512]; // the name to show for it
+extern cfgrec *permit_confp;   // the `hosts` entry that fits it, not owned; null without

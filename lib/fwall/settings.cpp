@@ -94,6 +94,7 @@ int proxy_load_config()
         return 1;
     }
     cfg_free(proxy_confp);
+    permit_confp = nullptr; // it was one of them
     proxy_confp = list;
     SetProxyConfList(servContext, proxy_confp);
     policy_confp = proxy_confp;

@@ -23,8 +23,8 @@ static std::string upgraded(const std::string &file)
 
 TEST(Layout, EveryLayoutBecomesTheCurrentOne)
 {
-    const std::string wanted = upgraded("layout_current.in");
+    const std::string wanted = upgraded("layouts/current.in");
     EXPECT_NE(wanted.find("rule_pffwd_1_dst=net_vpnnetwork_depot\n"), std::string::npos);
-    EXPECT_EQ(upgraded("layout_41.in"), wanted);
-    EXPECT_EQ(upgraded("layout_numbered.in"), wanted);
+    EXPECT_EQ(upgraded("layouts/41.in"), wanted);
+    EXPECT_EQ(upgraded("layouts/numbered.in"), wanted);
 }

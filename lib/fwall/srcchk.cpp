@@ -13,7 +13,6 @@
 #include "lib/kdev/vpn_device.h"
 #include "lib/ulib/address.h"
 
-#include <cerrno>
 #include <cstring>
 
 namespace

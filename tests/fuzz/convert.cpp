@@ -1,6 +1,6 @@
 // Any bytes as a database, taken the whole way: import, upgrade, derivation, loaders, finishing,
 // and the lines that come out. The same database twice must give the same lines, but for the
-// numbers of the lists of interfaces, which go on.
+// numbers of the lists of interfaces, which go on, and the trace, which shows addresses.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -52,11 +52,12 @@ static std::string without_interfaces(std::string_view lines)
     return kept;
 }
 
-// The lines of a database, its trace before them.
+// The lines of a database.
 static std::string converted(std::string_view text)
 {
+    memory_file trace;
     memory_file saved;
-    fout = saved.stream;
+    fout = trace.stream;
     {
         importer reader(&def_database, 0);
         reader.feed(text);
@@ -73,6 +74,8 @@ static std::string converted(std::string_view text)
         load_settings(settings);
     build_interface_list(&def_database);
     (void)post_decode();
+    std::fclose(trace.stream);
+    fout = saved.stream;
     must(save_vpndata("none") == 0, "a save that failed");
     fout = nullptr;
     free_fraglist(&def_database);

@@ -68,7 +68,7 @@ std::string_view shown_prefix(const frag *node)
     for (const access_prefix &prefix : ACCESS_PREFIXES)
         if (node->flags & prefix.flag)
             return prefix.word;
-    return {};
+    return ""; // not a null view: callers copy its bytes
 }
 
 char hexconvert(const char *digits)

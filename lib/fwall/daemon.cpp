@@ -139,8 +139,12 @@ static int wait_for_connection(int listener)
 static bool wait_for_client(int listener)
 {
     pollfd client{.fd = listener, .events = POLLIN, .revents = 0};
-    const signal_window open;
-    return poll(&client, 1, -1) > 0;
+    int ready = 0;
+    do {
+        const signal_window open;
+        ready = poll(&client, 1, -1);
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
 }
 
 // There are no more descriptors, so accept fails at once, whether somebody waits or not. The next

@@ -2,7 +2,6 @@
 daemons and their clients as objects; and the records of the standard log with all their fields."""
 
 import collections
-import ctypes
 import os
 import signal
 import socket
@@ -15,19 +14,17 @@ import time
 import proxy_host
 
 PATIENCE_S = 30
-PR_SET_CHILD_SUBREAPER = 36
 
 Record = collections.namedtuple("Record", "event line proxy text pid source destination rule label")
 
 
 def enter():
-    """Starts the calling script again inside the host, once."""
-    proxy_host.enter("-n")
+    """Starts the calling script again inside the host, once, as the process to which all orphans
+    go: so it learns how daemons end, and none outlives it."""
+    proxy_host.enter("-n", "-p", "-f", "--mount-proc", "--kill-child")
     subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
     _mount_usr_tmp()
     subprocess.run(["mount", "-t", "tmpfs", "tmpfs", os.path.realpath("/var/run")], check=True)
-    # Daemons become children of this process, which learns how they end.
-    ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 
 def _mount_usr_tmp():

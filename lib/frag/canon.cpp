@@ -11,6 +11,8 @@
 #include "lib/frag/frag_sort.h"
 #include "lib/frag/frag_text.h"
 #include "lib/frag/layout_tables.h"
+#include "lib/ulib/events.h"
+#include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
 int canon_netobj(frag **head, const char *key)
@@ -50,26 +52,42 @@ static bool is_or_holds(const frag *node, const frag *inner)
     return inner == node;
 }
 
+// Members of all lists out of which one is taken. An interface has a list of its own, with its
+// aliases alone in it; names with a '=' may all lead into one long list, which is walked each time.
+static constexpr std::int64_t FOLDED_LIST_MEMBERS = 20'000'000;
+
+static void complain_of_aliases(const std::string &interface)
+{
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = EVENT_BAD_ENTRY;
+    SendLog(servContext, connContext, uniq, REPORT_NOTICE,
+            "interface %.64s: too many aliases, the rest left as they are", interface.c_str());
+}
+
 // Moves the aliases of one interface from the object lists into `element`, numbered from
-// `number` on.
-static void fold_aliases(frag *lists, frag *element, const std::string &interface,
-                         std::int64_t &number)
+// `number` on. Returns false when `room`, in list members, is used up; nothing is moved then.
+static bool fold_aliases(frag *lists, frag *element, const std::string &interface,
+                         std::int64_t &number, std::int64_t &room)
 {
     const std::string key = interface + "_INTERFACE";
     const frag *found = ffind(&lists->child, key.c_str());
     // An interface with a '=' in its name ends the key early, maybe at the list being filled.
     if (found == nullptr || is_or_holds(found, element))
-        return;
+        return true;
+    room -= count_list(found->parent == nullptr ? lists->child : found->parent->child);
+    if (room < 0)
+        return false;
     const frag_ptr list = take_frag(&lists->child, key.c_str());
     const frag *aliases = ffind(&list->child, "element");
     if (aliases == nullptr)
-        return;
+        return true;
     for (frag *alias = aliases->child; alias != nullptr; alias = alias->next) {
         frag *entry = newsymfrag(std::to_string(number++));
         entry->child = copy_fragtree(&alias->child, entry);
         fsetp(&entry->child, "alias", "yes", entry);
         push_child(element, entry);
     }
+    return true;
 }
 
 int canon_if(frag **head, const char *key)
@@ -78,8 +96,13 @@ int canon_if(frag **head, const char *key)
     frag *element = find_or_make(&list->child, "element", list);
     frag *lists = find_or_make(head, "netobj_list");
     std::int64_t number = count_list(element->child) + 1;
-    for (const std::string &interface : own_interfaces(element))
-        fold_aliases(lists, element, interface, number);
+    std::int64_t room = FOLDED_LIST_MEMBERS;
+    for (const std::string &interface : own_interfaces(element)) {
+        if (!fold_aliases(lists, element, interface, number, room)) {
+            complain_of_aliases(interface);
+            break;
+        }
+    }
     sort_frags(&element->child);
     return 0;
 }

@@ -3,7 +3,7 @@
 // import. lib/frag/norm41.h is the way back.
 //
 // Every pass takes the address of the tree's head, works in place, passes over what is missing,
-// reports nothing and returns 0.
+// and returns 0. Nothing is reported but what canon_if says.
 #pragma once
 
 struct frag;
@@ -19,6 +19,8 @@ int canon_netobj(frag **head, const char *key);
 // Interfaces: each entry of the list at `key` that is no alias itself gets its aliases from
 // `netobj_list_<interface>_INTERFACE`, which is deleted. They become entries with the numbers
 // behind the count of entries, marked by `alias`. The list is made if it is missing, and sorted.
+// Alias lists among millions of others, as only made-up interface names lead to, are left where
+// they are, and one report says so.
 int canon_if(frag **head, const char *key);
 
 // canon_if on the inside, outside and service lists.

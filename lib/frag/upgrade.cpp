@@ -4,13 +4,22 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "lib/frag/frag_list.h"
 #include "lib/frag/frag_name.h"
 #include "lib/frag/proxy_map.h"
+#include "lib/ulib/events.h"
+#include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
 static constexpr const char *PLUG_TYPE = "plug-relay";
+
+// Memory that copies of the plug relay's settings may take in all. Each config set gets a copy,
+// so that a small file with many of both would fill any host. Real relays have some hundred sets
+// with some ten settings, a thousandth of this.
+static constexpr std::int64_t PLUG_COPIES_BYTES = std::int64_t{256} << 20;
 
 static bool has_text(frag *node, const char *key, const char *text)
 {
@@ -57,17 +66,51 @@ static void make_plug_proxy(frag *proxies, frag *plug, frag *config_set)
     push_child(sets, config_set);
 }
 
+// The memory of a list and all below it.
+static std::int64_t bytes_of_tree(const frag *first)
+{
+    std::int64_t bytes = 0;
+    std::vector<const frag *> open{first};
+    while (!open.empty()) {
+        const frag *node = open.back();
+        open.pop_back();
+        for (; node != nullptr; node = node->next) {
+            bytes += static_cast<std::int64_t>(sizeof *node + std::strlen(node->name)) + node->vlen;
+            if (node->child != nullptr)
+                open.push_back(node->child);
+        }
+    }
+    return bytes;
+}
+
+// The config sets for which there was no room stay with the relay, as they are.
+static void keep_plug_relay(frag *proxies, frag_ptr plug, frag_ptr sets, frag *rest)
+{
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = EVENT_BAD_ENTRY;
+    SendLog(servContext, connContext, uniq, REPORT_NOTICE,
+            "%s: too many config-sets for its settings, %lld left as they are", PLUG_TYPE,
+            static_cast<long long>(count_list(rest)));
+    give_children(sets.get(), rest);
+    push_child(plug.get(), sets.release());
+    push_child(proxies, plug.release());
+}
+
 static void split_plug_relay(frag **head, frag *proxies)
 {
-    const frag_ptr plug = take_frag(head, "def_proxy_plug-relay");
+    frag_ptr plug = take_frag(head, "def_proxy_plug-relay");
     if (plug == nullptr)
         return;
-    const frag_ptr sets = take_frag(&plug->child, "config-sets");
+    frag_ptr sets = take_frag(&plug->child, "config-sets");
     if (sets == nullptr)
         return;
     frag *rest = take_children(sets.get());
-    while (frag *config_set = pop_front(rest))
-        make_plug_proxy(proxies, plug.get(), config_set);
+    const std::int64_t bytes_each = bytes_of_tree(plug->child);
+    std::int64_t room = PLUG_COPIES_BYTES;
+    for (; rest != nullptr && room >= bytes_each; room -= bytes_each)
+        make_plug_proxy(proxies, plug.get(), pop_front(rest));
+    if (rest != nullptr)
+        keep_plug_relay(proxies, std::move(plug), std::move(sets), rest);
 }
 
 // Moves the states that the map knows into the proxies; the others stay, in reverse order.

@@ -18,10 +18,12 @@
 #include "flatlink/post_decode.h"
 #include "flatlink/rule_walk.h"
 #include "flatlink/scratch_file.h"
+#include "lib/frag/canon.h"
 #include "lib/frag/frag.h"
 #include "lib/frag/frag_sort.h"
 #include "lib/frag/import.h"
 #include "lib/frag/symbol.h"
+#include "lib/frag/upgrade.h"
 #include "lib/ulib/location.h"
 #include "lib/ulib/text.h"
 
@@ -29,8 +31,17 @@ const char *network_database = nullptr;
 
 // ---- loading
 
+// The numbered layout is told by its counter of proxies, the layout before the current one by what
+// the current one has no more. Neither is told by a version in the file.
 frag *upgradeTo42(frag *head)
 {
+    const bool has_proxies = ffind(&head, "def_proxy") != nullptr;
+    if (has_proxies && ffind(&head, "def_num_proxies") != nullptr)
+        norm_fragtree(&head);
+    const bool is_current = has_proxies && ffind(&head, "gui_client") == nullptr &&
+                            ffind(&head, "def_proxy_plug-relay") == nullptr;
+    if (!is_current)
+        up41(&head);
     return head;
 }
 

@@ -141,10 +141,10 @@ frag *importer::machine::find_named(std::string_view part) const
 
 bool importer::machine::line_start()
 {
-    clear_name();
     if (parent == nullptr)
         while (take_flat_line()) {
         }
+    clear_name();
     return go(&machine::line_skip);
 }
 
@@ -281,6 +281,9 @@ bool importer::machine::take_flat_line()
     std::size_t start = pos;
     while (start < piece.size() && is_wscrlf(piece[start]))
         ++start;
+    // Said before the line's end is looked for: a line may hold any number of elements.
+    if (start < piece.size() && (piece[start] == '<' || piece[start] == '['))
+        return false;
     const std::size_t line_end = piece.find('\n', start);
     if (line_end == std::string_view::npos)
         return false;

@@ -175,8 +175,13 @@ void free_name_index(name_index *index)
 
 void drop_name_index(frag **head)
 {
-    name_index **place = *head == nullptr ? nullptr : place_of(head);
-    if (place != nullptr && *place != nullptr) {
+    if (*head == nullptr)
+        return;
+    name_index **place = place_of(head);
+    if (place == nullptr) {
+        // An index of these nodes may be kept where this head does not lead.
+        drop_name_indexes();
+    } else if (*place != nullptr) {
         delete *place;
         *place = nullptr;
     }

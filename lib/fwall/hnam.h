@@ -1,0 +1,40 @@
+// Whether a host fits a pattern of the configuration. Kinds of patterns:
+//   *                          every host
+//   *.office.lan               a name with stars: it has a character that is no digit and none of
+//                              `.`, `*`, `:` and `-`
+//   10.1.*                     an address with stars, compared as text
+//   10.1                       the first octets of an address
+//   10.1.0.0:255.255.0.0       an address and a mask
+//   10.0.0.5-10.0.0.9          a range of addresses, both ends included
+// Nothing here ends the process or allocates memory. What can't be decided is no match.
+#pragma once
+
+#include <netdb.h>
+
+// The last answer that hostmatch got from the name service, null for none. It is the name
+// service's, and is overwritten by any later question to it.
+extern hostent *proxy_hostent;
+
+// 1 when `host` fits `pattern`, else 0; upper and lower case are the same. Null for either: 0.
+//   host  a name, or an address in dotted text. Only a name that meets a pattern of addresses asks
+//         the name service, and then the first address alone counts
+// A text of 512 characters or more is no match, except with the pattern `*`:
+// "cfgerr: pattern PATTERN too long!" or "cfgerr: name HOST too long!" (event 11502). An address of
+// a wrong length is reported by h_lengthCorrect.
+int hostmatch(const char *pattern, const char *host);
+
+// 1 when the dotted `address` fits the pattern of addresses, else 0: range_hostmatch with a `-` in
+// the pattern, else maskmatch.
+int ip_match(const char *pattern, const char *address);
+
+// A `*` in the pattern makes it a comparison of texts. Otherwise the pattern has up to four
+// numbers, and behind a colon up to four of a mask; a number that is missing in both lets every
+// octet pass, and one that is missing in the mask only is compared as a whole. An address of less
+// than four numbers is compared as far as it goes. Numbers are decimal and kept modulo 256.
+// Returns 1 on a match, else 0; also 0 for a pattern with a bit outside its mask, which is reported
+// as "cfgerr: pat:mask can never match anything, PATTERN" (event 11502).
+int maskmatch(const char *pattern, const char *address);
+
+// 1 when `address` lies in the range LOW-HIGH, ends included, else 0; also 0 when one of the three
+// is no address for inet_aton or a side has more than 16 characters.
+int range_hostmatch(const char *pattern, const char *address);

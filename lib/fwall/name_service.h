@@ -1,0 +1,18 @@
+// The narrow table through which the checks ask the host's name service, so that a test can give
+// the answers. Every call blocks as long as the host's own does, and answers null for what is not
+// known; an answer is overwritten by the next call.
+#pragma once
+
+#include <netdb.h>
+
+struct name_service_calls {
+    hostent *(*host_by_name)(const char *name);
+    hostent *(*host_by_address)(const void *addr, socklen_t size_bytes, int family);
+    servent *(*service_by_name)(const char *name, const char *protocol);
+};
+
+// The host's own calls.
+extern const name_service_calls HOST_NAME_SERVICE;
+
+// The table in use; HOST_NAME_SERVICE until somebody sets another, which must outlive its use.
+extern const name_service_calls *name_service;

@@ -1,0 +1,196 @@
+#include "lib/fwall/srcchk.h"
+
+#include "lib/fwall/cfgrec.h"
+#include "lib/fwall/config.h"
+#include "lib/fwall/fixed_text.h"
+#include "lib/fwall/hnam.h"
+#include "lib/fwall/notice.h"
+#include "lib/fwall/pname.h"
+#include "lib/fwall/proxy.h"
+#include "lib/fwall/revmap.h"
+#include "lib/fwall/src_patterns.h"
+#include "lib/kdev/firewall_names.h"
+#include "lib/kdev/vpn_device.h"
+#include "lib/ulib/address.h"
+
+#include <cstring>
+
+namespace
+{
+
+// One walk over the `hosts` entries, and what it has asked for so far.
+struct src_walk {
+    const sockaddr_in *local;
+    bool lookup_allowed;
+    bool plain_address;                       // `proxy_riaddr` is the text that `address` has
+    u32 address;                              // of the client, in the host's order
+    char host_name[sizeof proxy_rladdr] = {}; // empty: not looked up
+    bool identity_asked = false;
+    char identity[VPN_IDENTITY_SIZE + 1] = {}; // empty: the firewall knows none
+    char display[VPN_DISPLAY_SIZE + 1] = {};
+};
+
+} // namespace
+
+// Whether an argument of a `rev_dns` entry lists the address.
+static bool is_listed(const char *pattern, const char *address)
+{
+    return (std::strchr(pattern, '-') != nullptr ? range_hostmatch(pattern, address)
+                                                 : hostmatch(pattern, address)) == 1;
+}
+
+int inat_addr(const char *address)
+{
+    for (const cfgrec *entry = cfg_first("rev_dns", proxy_confp); entry != nullptr;
+         entry = cfg_next("rev_dns", entry)) {
+        if (entry->argc == 0)
+            notice(EVENT_BAD_ENTRY, entry->lineno,
+                   "vhltcfgerr: rev_dns takes at least one argument, line %d", entry->lineno);
+        for (int i = 0; i < entry->argc; ++i)
+            if (is_listed(entry->argv[i], address))
+                return 1;
+    }
+    return -1;
+}
+
+// The client's name; looked up when it is first needed.
+static const char *host_name(src_walk &walk)
+{
+    if (walk.host_name[0] == '\0')
+        set_text(walk.host_name, revmap(proxy_riaddr));
+    return walk.host_name;
+}
+
+static bool identity_fits(src_walk &walk, const char *pattern)
+{
+    if (!walk.identity_asked) {
+        walk.identity_asked = true;
+        // Without an answer the texts stay empty, and no pattern of this kind is.
+        (void)vfw_vpnclientcheck(address_of(proxy_riaddr), walk.local->sin_addr.s_addr,
+                                 walk.identity, walk.display);
+    }
+    return std::strcmp(pattern, walk.identity) == 0;
+}
+
+static bool is_numeric(const char *pattern)
+{
+    return pattern[std::strspn(pattern, ".*0123456789:-")] == '\0';
+}
+
+static const char *name_to_show(src_walk &walk)
+{
+    const cfgrec *use_name = cfg_first("use_name_logs", proxy_confp);
+    const bool wanted = use_name != nullptr && use_name->argc > 0 && is_on(use_name->argv[0]);
+    return wanted && walk.lookup_allowed ? host_name(walk) : "nodnsquery";
+}
+
+// Whether the client fits the pattern; if so, `proxy_rladdr` is set.
+static bool pattern_fits(src_walk &walk, const char *pattern)
+{
+    if (pattern[0] == '~') {
+        if (!identity_fits(walk, pattern))
+            return false;
+        set_text(proxy_rladdr, walk.display);
+        return true;
+    }
+    if (is_numeric(pattern)) {
+        if (hostmatch(pattern, proxy_riaddr) == 0)
+            return false;
+    } else if (!walk.lookup_allowed || hostmatch(pattern, host_name(walk)) == 0) {
+        return false;
+    }
+    set_text(proxy_rladdr, name_to_show(walk));
+    return true;
+}
+
+// The same for the patterns of an entry that were made ready with the table.
+static bool prepared_fits(src_walk &walk, const cfgrec &entry)
+{
+    for (int i = 0;; ++i) {
+        switch (src_next_answer(entry.patterns, walk.address, i)) {
+        case src_answer::yes:
+            set_text(proxy_rladdr, name_to_show(walk));
+            return true;
+        case src_answer::ask_name:
+            if (!walk.lookup_allowed || !src_pattern_name(entry.patterns, i, host_name(walk)))
+                break;
+            set_text(proxy_rladdr, name_to_show(walk));
+            return true;
+        case src_answer::ask:
+            if (pattern_fits(walk, entry.argv[i]))
+                return true;
+            break;
+        default:
+            return false;
+        }
+    }
+}
+
+static bool entry_fits(src_walk &walk, const cfgrec &entry)
+{
+    if (entry.patterns != nullptr && walk.plain_address && entry.argc > 0)
+        return prepared_fits(walk, entry);
+    if (entry.argc == 0)
+        notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: hosts takes at least one argument, line %d",
+               entry.lineno);
+    for (int i = 0; i < entry.argc && entry.argv[i][0] != '-'; ++i)
+        if (pattern_fits(walk, entry.argv[i]))
+            return true;
+    return false;
+}
+
+// Starts a walk for the client in `proxy_riaddr`.
+static src_walk begin_walk(const sockaddr_in *local)
+{
+    in_addr addr{};
+    const bool plain = inet_pton(AF_INET, proxy_riaddr, &addr) == 1;
+    return {.local = local,
+            .lookup_allowed = inat_addr(proxy_riaddr) != 1,
+            .plain_address = plain && dotted(addr.s_addr) == proxy_riaddr,
+            .address = host_order(addr.s_addr)};
+}
+
+// The first `hosts` record of what is left of a list. Only such a record has prepared patterns, so
+// that its keyword need not be compared.
+static cfgrec *next_hosts(cfgrec *list)
+{
+    while (list != nullptr && list->patterns == nullptr && std::strcmp(list->keyword, "hosts") != 0)
+        list = list->next;
+    return list;
+}
+
+int permit_src_sub(const sockaddr_in *local)
+{
+    src_walk walk = begin_walk(local);
+    if (!cfg_has(proxy_confp))
+        return SRC_NO_RULE;
+    for (cfgrec *entry = next_hosts(proxy_confp); entry != nullptr;
+         entry = next_hosts(entry->next)) {
+        if (!entry_fits(walk, *entry))
+            continue;
+        permit_confp = entry;
+        return (entry->flags & CFG_DENY) != 0 ? SRC_DENIED : SRC_PERMITTED;
+    }
+    return SRC_NO_RULE;
+}
+
+int permit_src_chk(int fd)
+{
+    if (peername(fd, proxy_rladdr, proxy_riaddr, sizeof proxy_riaddr) != 0) {
+        notice(EVENT_NO_NAME, 0, "syserr: cannot get peer name");
+        return SRC_FAILED;
+    }
+    sockaddr_in local{};
+    socklen_t length = sizeof local;
+    if (vfw_getsockname(fd, &local, &length) != 0) {
+        notice(EVENT_NO_NAME, 0, "syserr: cannot get own name");
+        return SRC_FAILED;
+    }
+    return permit_src_sub(&local);
+}
+
+int permit_src_addr_chk(const sockaddr_in *client, const sockaddr_in *local)
+{
+    (void)peer_addr_name(client, proxy_rladdr, proxy_riaddr, sizeof proxy_riaddr); // can't fail
+    return permit_src_sub(local);
+}

@@ -1,0 +1,96 @@
+// Reads any bytes as a netperm-table: each record is whole and in its place, each fault names its
+// line, and a copy is like its list.
+#include "lib/fwall/config.h"
+#include "lib/fwall/policy_table.h"
+#include "lib/fwall/proxy.h"
+#include "lib/ulib/report.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace
+{
+
+int last_fault = 0; // line of the last report about a line
+
+void must(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+void take_report(CServiceContext *, CConnectionContext *, const UNIQUE_DATA_T &uniq, int priority,
+                 const char *, va_list)
+{
+    must(priority == REPORT_NOTICE);
+    if (uniq.event != 11502)
+        return;
+    must(uniq.line >= 0);
+    last_fault = uniq.line;
+}
+
+// Returns the number of the list's last line.
+int check_list(const cfgrec *list)
+{
+    int line = 0;
+    for (; list != nullptr; list = list->next) {
+        must(list->lineno > line);
+        line = list->lineno;
+        must(list->argc >= 0 && list->argc <= 255);
+        must(list->argv[list->argc] == nullptr);
+        must(std::strpbrk(list->keyword, " \t\n") == nullptr);
+        std::size_t bytes = 0;
+        for (int i = 0; i < list->argc; ++i)
+            bytes += std::strlen(list->argv[i]);
+        must(bytes < 1024);
+        must(list->flags == 0 || list->flags == 1 || list->flags == 2 || list->flags == 4);
+    }
+    return line;
+}
+
+void check_copy(const cfgrec *list)
+{
+    cfgrec *copy = cfg_copy(list);
+    const cfgrec *record = copy;
+    for (; list != nullptr; list = list->next, record = record->next) {
+        must(record->lineno == list->lineno && record->argc == list->argc);
+        must(std::strcmp(record->keyword, list->keyword) == 0);
+        for (int i = 0; i < list->argc; ++i)
+            must(std::strcmp(record->argv[i], list->argv[i]) == 0);
+    }
+    must(record == nullptr);
+    cfg_free(copy);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static const int file = memfd_create("table", MFD_CLOEXEC);
+    static int any = 0;
+    servContext = reinterpret_cast<CServiceContext *>(&any); // only passed on
+    connContext = reinterpret_cast<CConnectionContext *>(&any);
+    report_hook = take_report;
+    must(ftruncate(file, 0) == 0 && pwrite(file, data, size, 0) >= 0);
+    cfg_setpfile(("/proc/self/fd/" + std::to_string(file)).c_str());
+
+    last_fault = 0;
+    cfgrec *list = cfg_read("n");
+    must(list != cfg_failure());
+    const int lines = 1 + static_cast<int>(size); // more than the file can have
+    must(check_list(list) < lines && last_fault < lines);
+    check_copy(list);
+    proxy_confp = list;
+    must(cfg_bldCFGlist() <= POLICIES_MAX);
+    free_cfglist();
+    cfg_free(list);
+    proxy_confp = nullptr;
+
+    servContext = nullptr;
+    connContext = nullptr;
+    return 0;
+}

@@ -1,0 +1,63 @@
+// Everything that the checks of a proxy work on, for one test: its entries (those of the name "n"),
+// its policies, real contexts whose reports are kept, and a scripted name service.
+#pragma once
+
+#include "lib/fwall/context.h"
+#include "lib/fwall/fixed_text.h"
+#include "lib/fwall/policy_table.h"
+#include "lib/fwall/proxy.h"
+#include "lib/fwall/src_patterns.h"
+#include "tests/fwall/report_log.h"
+#include "tests/fwall/scripted_names.h"
+#include "tests/fwall/table_file.h"
+
+#include <gtest/gtest.h>
+
+struct proxy_setup {
+    table_file table;
+    CServiceContext service;
+    CConnectionContext connection;
+    report_log log; // behind the service, whose hook it replaces
+    scripted_names names;
+
+    // With `prepared` the patterns are made ready as start-up does it.
+    explicit proxy_setup(const std::string &text, bool prepared = false) : table(text)
+    {
+        servContext = &service;
+        connContext = &connection;
+        set_text(proxy_name, "relay");
+        set_text(proxy_riaddr, "");
+        set_text(proxy_rladdr, "");
+        permit_confp = nullptr;
+        proxy_confp = policy_confp = cfg_read("n");
+        if (prepared)
+            prepare_src_patterns(proxy_confp);
+        EXPECT_GE(cfg_bldCFGlist(), 0);
+        report_log::reports.clear();
+    }
+
+    ~proxy_setup()
+    {
+        // The records of options, which are nobody's.
+        while (policy_confp != nullptr && policy_confp != proxy_confp) {
+            cfgrec *next = policy_confp->next;
+            policy_confp->next = nullptr;
+            cfg_free(policy_confp);
+            policy_confp = next;
+        }
+        cfg_free(proxy_confp);
+        proxy_confp = policy_confp = permit_confp = nullptr;
+        free_cfglist();
+    }
+
+    proxy_setup(const proxy_setup &) = delete;
+    proxy_setup &operator=(const proxy_setup &) = delete;
+};
+
+inline sockaddr_in plain_address(const char *text)
+{
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = inet_addr(text);
+    return addr;
+}

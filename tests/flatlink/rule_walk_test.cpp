@@ -1,6 +1,7 @@
 #include "flatlink/rule_walk.h"
 
 #include "tests/flatlink/conversion_test.h"
+#include "tests/ulib/fake_log.h"
 
 // One object of each type that a rule may name.
 static const char objects[] = "net_ipaddr_pc_addr=10.1.0.7\nnet_ipaddr_gate_addr=192.0.2.1\n"
@@ -203,4 +204,21 @@ TEST_F(rule_walk, passes_over_empty_groups_by_their_exact_word)
         EXPECT_EQ(is_empty_group(type) ? 0u : 2u, linkinfos.size());
     }
     EXPECT_FALSE(is_empty_group(nullptr));
+}
+
+// In a process of its own, which the count of reports outlasts.
+TEST_F(rule_walk, reports_lost_objects_up_to_a_bound)
+{
+    std::string lines = objects;
+    for (int i = 1; i <= 2 * MAX_OBJECT_REPORTS; ++i)
+        lines += "net_group_lost_elem_" + std::to_string(i) + "_obj=net_ipaddr_lost\n";
+    load_tree(lines);
+    const auto walk_in_child = [] {
+        const fake_log log;
+        vpn_check_link_pair(&def_database, node("net_group_lost"), node("net_vpnnetwork_quay"));
+        std::fprintf(stderr, "%d, last: %s", fake_log::calls, fake_log::text.c_str());
+        std::exit(0);
+    };
+    EXPECT_EXIT(walk_in_child(), testing::ExitedWithCode(0),
+                "^10000, last: vhltcfgerr: Further reports about objects are left out\\.$");
 }

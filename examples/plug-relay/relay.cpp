@@ -36,7 +36,7 @@ struct session {
     int fds[SIDES];
     half from[SIDES];
     bool moved = false; // since this was last cleared
-    int error = 0;      // of the last failure
+    int error = 0;      // of the first failure, which tells why; others follow from it
 };
 
 bool would_wait()
@@ -50,7 +50,8 @@ void read_from(session &own, side one)
     const ssize_t got = recv(own.fds[one], way.buffer.data(), way.buffer.size(), MSG_DONTWAIT);
     if (got < 0 && would_wait())
         return;
-    own.error = got < 0 ? errno : own.error;
+    if (got < 0 && own.error == 0)
+        own.error = errno;
     own.moved = true;
     way.begin = 0;
     way.end = got < 0 ? 0 : static_cast<std::size_t>(got);
@@ -60,7 +61,7 @@ void read_from(session &own, side one)
 // Nobody takes the bytes of this half any more; the other half goes on.
 void give_up(session &own, half &way, int error)
 {
-    own.error = error;
+    own.error = own.error == 0 ? error : own.error;
     way.begin = way.end;
     way.ended = way.closed = true;
 }

@@ -5,7 +5,7 @@
 
 struct relay_result {
     bool idle = false;             // ended by the idle limit
-    int error = 0;                 // of a connection that broke, the last of them; 0 for none
+    int error = 0;                 // of a connection that broke, the first of them; 0 for none
     std::uint64_t from_client = 0; // bytes delivered to the server
     std::uint64_t from_server = 0; // bytes delivered to the client
 };

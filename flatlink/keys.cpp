@@ -35,6 +35,11 @@ swkey &key_numbered(std::int32_t number)
 
 } // namespace
 
+void forget_swkey_numbers()
+{
+    numbers.forget();
+}
+
 void add_partial_swkey(std::string_view rest)
 {
     const numbered_line line = read_numbered_line(rest);

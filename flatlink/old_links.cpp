@@ -189,6 +189,11 @@ void complain_of_field(const numbered_line &line, std::int32_t index)
 
 } // namespace
 
+void forget_vpnlink_numbers()
+{
+    numbers.forget();
+}
+
 int add_partial_vpnlink(std::string_view rest, std::int32_t offset)
 {
     const numbered_line line = read_numbered_line(rest);

@@ -13,6 +13,9 @@
 // without a value.
 int add_partial_vpnlink(std::string_view rest, std::int32_t offset);
 
+// What a link's number leads to no longer holds; for those who renumber or remove links.
+void forget_vpnlink_numbers();
+
 // Writes the records, numbered from 1 with four digits; `prefix` is the family's word. A record
 // without an authentication algorithm of phase two gets its default, HMAC MD5.
 void save_vpnlinks(std::FILE *stream, const record_list<vpnlink> &list, std::string_view prefix);

@@ -6,6 +6,7 @@
 #include "flatlink/ike_policy.h"
 #include "flatlink/interfaces.h"
 #include "flatlink/ipsec_policy.h"
+#include "flatlink/keys.h"
 #include "flatlink/link_sort.h"
 #include "flatlink/links.h"
 #include "flatlink/old_links.h"
@@ -18,6 +19,8 @@ static void purge_unnamed_records()
     std::erase_if(linkinfos, [](const auto &link) { return link->lname.empty(); });
     std::erase_if(swkeys, [](const auto &record) { return record->key.empty(); });
     forget_link_numbers();
+    forget_vpnlink_numbers();
+    forget_swkey_numbers();
 }
 
 static void build_host_name()

@@ -10,9 +10,17 @@
 
 static int nesting = 0;
 static long visits = 0;
+static long reports = 0;
 
 static void report_object(const char *before, const frag *obj, const char *after = "")
 {
+    if (reports >= MAX_OBJECT_REPORTS)
+        return;
+    if (++reports == MAX_OBJECT_REPORTS) {
+        SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
+                "vhltcfgerr: Further reports about objects are left out.");
+        return;
+    }
     SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE, "%s%s%s", before,
             fragkeyname(obj), after);
 }

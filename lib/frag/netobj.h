@@ -21,6 +21,10 @@ inline constexpr int MAX_OBJECT_NESTING = 400;
 // grow without bound otherwise.
 inline constexpr long MAX_OBJECT_VISITS = 20'000'000;
 
+// Reports of a process about objects. Such groups would fill the log, and waiting for it would take
+// far longer than the walk.
+inline constexpr long MAX_OBJECT_REPORTS = 10'000;
+
 // The name of the node above, as the tree holds it; "unknown" for null and for a top node.
 const char *type_of_key(const frag *obj);
 

@@ -223,7 +223,11 @@ int n2n_func(frag *element, const char *text)
 std::string &netobj_to_netperm(frag **db, const char *key)
 {
     netperm_text.clear();
-    if (frag *obj = ffind(db, key))
+    // A group of the older form gives list elements, and no text.
+    bool is_marked = false;
+    (void)marked_group(db, key, is_marked);
+    frag *obj = is_marked ? nullptr : ffind(db, key);
+    if (obj != nullptr)
         enum_netobj6(db, obj, key, n2n_func);
     return netperm_text;
 }

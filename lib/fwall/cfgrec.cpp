@@ -78,6 +78,7 @@ void cfg_free(cfgrec *list)
         cfgrec *next = list->next;
         if (list == cursor)
             cursor = nullptr;
+        std::free(list->patterns);
         std::free(list);
         list = next;
     }

@@ -10,6 +10,8 @@
 // cfgrec::flags: 0 or one of these, from the prefix of the keyword.
 enum cfg_flag : std::int32_t { CFG_PERMIT = 1, CFG_DENY = 2, CFG_ABSORB = 4 };
 
+struct src_patterns;
+
 struct cfgrec {
     std::int32_t flags = 0;
     std::int32_t lineno = 0; // line in the file, from 1
@@ -17,6 +19,10 @@ struct cfgrec {
     std::int32_t argc = 0;   // 0 or more
     char **argv = nullptr;   // `argc` texts and a null; may itself be null when `argc` is 0
     cfgrec *next = nullptr;  // null at the end
+
+    // What src_patterns.h has made of the arguments, null for nothing; one heap block of the
+    // record. A copy of the record has none.
+    src_patterns *patterns = nullptr;
 };
 
 // The failure marker: all bits set.

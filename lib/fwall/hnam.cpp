@@ -83,23 +83,22 @@ static bool range_side(const char *text, std::size_t length, u32 &number)
         return false;
     char side[RANGE_SIDE_MAX + 1] = {};
     std::memcpy(side, text, length);
-    in_addr addr{};
-    if (inet_aton(side, &addr) == 0)
+    u32 addr_be = 0;
+    if (!scan_address(side, addr_be))
         return false;
-    number = host_order(addr.s_addr);
+    number = host_order(addr_be);
     return true;
 }
 
 int range_hostmatch(const char *pattern, const char *address)
 {
     const char *dash = std::strchr(pattern, '-');
-    in_addr addr{};
-    u32 low = 0, high = 0;
-    if (dash == nullptr || inet_aton(address, &addr) == 0 ||
+    u32 addr_be = 0, low = 0, high = 0;
+    if (dash == nullptr || !scan_address(address, addr_be) ||
         !range_side(pattern, static_cast<std::size_t>(dash - pattern), low) ||
         !range_side(dash + 1, std::strlen(dash + 1), high))
         return 0;
-    const u32 number = host_order(addr.s_addr);
+    const u32 number = host_order(addr_be);
     return low <= number && number <= high ? 1 : 0;
 }
 

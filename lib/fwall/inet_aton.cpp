@@ -1,7 +1,5 @@
 #include "lib/fwall/inet_aton.h"
 
-#include "lib/ulib/address.h"
-
 // A digit's value in any base, or a number that is none.
 static constexpr unsigned NO_DIGIT = 99;
 
@@ -43,27 +41,36 @@ static bool ends_address(char c)
     return c == '\0' || c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-extern "C" int inet_aton(const char *text, in_addr *result) noexcept
+bool scan_address(const char *text, u32 &addr_be)
 {
     if (text == nullptr)
-        return 0;
+        return false;
     u32 address = 0; // the parts in front of the last, in the high octets
     u32 part = 0;
     int bits_left = 32;
     for (;;) {
         if (!take_part(text, part))
-            return 0;
+            return false;
         if (*text != '.')
             break;
         bits_left -= 8;
         if (part > 0xFF || bits_left == 0)
-            return 0;
+            return false;
         address |= part << bits_left;
         ++text;
     }
     if (!ends_address(*text) || std::uint64_t{part} >> bits_left != 0)
+        return false;
+    addr_be = network_order(address | part);
+    return true;
+}
+
+extern "C" int inet_aton(const char *text, in_addr *result) noexcept
+{
+    u32 addr_be = 0;
+    if (!scan_address(text, addr_be))
         return 0;
     if (result != nullptr)
-        result->s_addr = network_order(address | part);
+        result->s_addr = addr_be;
     return 1;
 }

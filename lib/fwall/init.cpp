@@ -9,6 +9,7 @@
 #include "lib/fwall/policy_table.h"
 #include "lib/fwall/proxy.h"
 #include "lib/fwall/settings.h"
+#include "lib/fwall/standard_fds.h"
 #include "lib/fwall/version.h"
 #include "lib/ulib/text.h"
 
@@ -141,6 +142,7 @@ static int proxy_start(int *argc, char ***argv, bool no_daemon)
 {
     if (argc == nullptr || argv == nullptr)
         refuse("cfgerr: init_proxy called with bad arguments");
+    fill_standard_fds();
     started = true;
     proxy_confp = nullptr;
     command_line line{*argc, *argv};

@@ -6,22 +6,25 @@
 #include "lib/fwall/fixed_text.h"
 #include "lib/ulib/text.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <new>
+#include <sys/socket.h>
 #include <syslog.h>
 #include <unistd.h>
 
-static Log *the_log = nullptr;
+// Atomic for the handlers that may read it at any instant.
+static std::atomic<Log *> the_log = nullptr;
 
 void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
                std::int32_t facility)
 {
     V_CloseLog();
     the_log = new (std::nothrow) Log(ident, service, logopt, facility);
-    if (the_log != nullptr)
+    if (the_log.load() != nullptr)
         return;
     syslog(REPORT_ERROR, "Failed to create log object");
     std::exit(1);
@@ -29,8 +32,7 @@ void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
 
 void V_CloseLog()
 {
-    delete the_log;
-    the_log = nullptr;
+    delete the_log.exchange(nullptr);
 }
 
 __attribute__((format(printf, 5, 0))) static void to_log(CServiceContext *service,
@@ -39,10 +41,10 @@ __attribute__((format(printf, 5, 0))) static void to_log(CServiceContext *servic
                                                          const char *format, va_list args)
 {
     const int error = errno; // for %m
-    if (the_log == nullptr)
+    if (the_log.load() == nullptr)
         V_OpenLog(nullptr, service, 0, LOG_USER);
     errno = error;
-    the_log->vSendLog(service, connection, &uniq, priority, format, args);
+    the_log.load()->vSendLog(service, connection, &uniq, priority, format, args);
 }
 
 void install_log()
@@ -147,6 +149,25 @@ static void fill_unique(DaemonMsg &record, const UNIQUE_DATA_T &uniq)
     set_escaped(record.aux_note, note);
 }
 
+// Touches nothing but its arguments and the record: a handler may call it at any instant.
+static DaemonMsg make_record(const CServiceContext &service, const CConnectionContext *connection,
+                             const UNIQUE_DATA_T &uniq, int priority, const char *text)
+{
+    DaemonMsg record;
+    record.time = static_cast<std::uint32_t>(std::time(nullptr));
+    record.priority = priority;
+    record.service = service.GetServiceType();
+    record.protocol = service.GetProtocol();
+    set_text(record.proxy_name, text_of(service.GetProxyName()));
+    record.pid = getpid();
+    set_escaped(record.text, text);
+    record.text_length = static_cast<std::int32_t>(field_text(record.text).size());
+    if (connection != nullptr)
+        fill_connection(record, *connection);
+    fill_unique(record, uniq);
+    return record;
+}
+
 void Log::SendLogFormatted(CServiceContext *service, CConnectionContext *connection,
                            const UNIQUE_DATA_T *uniq, int priority, const char *text)
 {
@@ -154,19 +175,22 @@ void Log::SendLogFormatted(CServiceContext *service, CConnectionContext *connect
         syslog(REPORT_ERROR, "Failed to send standard log message: null parameter");
         return;
     }
-    DaemonMsg record;
-    record.time = static_cast<std::uint32_t>(std::time(nullptr));
-    record.priority = priority;
-    record.service = service->GetServiceType();
-    record.protocol = service->GetProtocol();
-    set_text(record.proxy_name, text_of(service->GetProxyName()));
-    record.pid = getpid();
-    set_escaped(record.text, text);
-    record.text_length = static_cast<std::int32_t>(field_text(record.text).size());
-    if (connection != nullptr)
-        fill_connection(record, *connection);
-    fill_unique(record, *uniq);
+    const DaemonMsg record = make_record(*service, connection, *uniq, priority, text);
     (void)log_daemonmsg(record); // trouble was reported, and stops nobody
+}
+
+void log_at_any_instant(events event, int priority, const char *text)
+{
+    const Log *log = the_log.load();
+    if (log == nullptr || (log->mode & LOG_MODE_STDLOG) == 0 || servContext == nullptr ||
+        connContext == nullptr || !Log::WithinLogLevel(event, connContext->GetLogLevel()))
+        return;
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = event;
+    const DaemonMsg record = make_record(*servContext, connContext, uniq, priority, text);
+    (void)sendto(log->stdlog.fd, &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL,
+                 reinterpret_cast<const sockaddr *>(&log->stdlog.address),
+                 sizeof log->stdlog.address); // nobody can be told
 }
 
 bool Log::WithinLogLevel(events event, std::int32_t level)

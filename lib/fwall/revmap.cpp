@@ -8,12 +8,12 @@
 const char *revmap(const char *address)
 {
     static char name[257];
-    in_addr addr{};
-    if (address != nullptr && inet_aton(address, &addr) == 0)
+    u32 addr_be = 0;
+    if (address != nullptr && !scan_address(address, addr_be))
         return address;
     const hostent *found = nullptr;
     if (address != nullptr)
-        found = name_service->host_by_address(&addr, sizeof addr, AF_INET);
+        found = name_service->host_by_address(&addr_be, sizeof addr_be, AF_INET);
     if (found == nullptr || found->h_name == nullptr)
         return "unknown";
     set_text(name, found->h_name);

@@ -7,6 +7,7 @@
 #include "lib/fwall/mapu.h"
 #include "lib/fwall/notice.h"
 #include "lib/fwall/proxy.h"
+#include "lib/fwall/src_patterns.h"
 #include "lib/ulib/address.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
@@ -95,6 +96,7 @@ int proxy_load_config()
     }
     cfg_free(proxy_confp);
     permit_confp = nullptr; // it was one of them
+    prepare_src_patterns(list);
     proxy_confp = list;
     SetProxyConfList(servContext, proxy_confp);
     policy_confp = proxy_confp;

@@ -8,11 +8,11 @@
 #include "lib/fwall/pname.h"
 #include "lib/fwall/proxy.h"
 #include "lib/fwall/revmap.h"
+#include "lib/fwall/src_patterns.h"
 #include "lib/kdev/firewall_names.h"
 #include "lib/kdev/vpn_device.h"
 #include "lib/ulib/address.h"
 
-#include <cerrno>
 #include <cstring>
 
 namespace
@@ -22,6 +22,8 @@ namespace
 struct src_walk {
     const sockaddr_in *local;
     bool lookup_allowed;
+    bool plain_address;                       // `proxy_riaddr` is the text that `address` has
+    u32 address;                              // of the client, in the host's order
     char host_name[sizeof proxy_rladdr] = {}; // empty: not looked up
     bool identity_asked = false;
     char identity[VPN_IDENTITY_SIZE + 1] = {}; // empty: the firewall knows none
@@ -101,8 +103,33 @@ static bool pattern_fits(src_walk &walk, const char *pattern)
     return true;
 }
 
+// The same for the patterns of an entry that were made ready with the table.
+static bool prepared_fits(src_walk &walk, const cfgrec &entry)
+{
+    for (int i = 0;; ++i) {
+        switch (src_next_answer(entry.patterns, walk.address, i)) {
+        case src_answer::yes:
+            set_text(proxy_rladdr, name_to_show(walk));
+            return true;
+        case src_answer::ask_name:
+            if (!walk.lookup_allowed || !src_pattern_name(entry.patterns, i, host_name(walk)))
+                break;
+            set_text(proxy_rladdr, name_to_show(walk));
+            return true;
+        case src_answer::ask:
+            if (pattern_fits(walk, entry.argv[i]))
+                return true;
+            break;
+        default:
+            return false;
+        }
+    }
+}
+
 static bool entry_fits(src_walk &walk, const cfgrec &entry)
 {
+    if (entry.patterns != nullptr && walk.plain_address && entry.argc > 0)
+        return prepared_fits(walk, entry);
     if (entry.argc == 0)
         notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: hosts takes at least one argument, line %d",
                entry.lineno);
@@ -112,11 +139,33 @@ static bool entry_fits(src_walk &walk, const cfgrec &entry)
     return false;
 }
 
+// Starts a walk for the client in `proxy_riaddr`.
+static src_walk begin_walk(const sockaddr_in *local)
+{
+    in_addr addr{};
+    const bool plain = inet_pton(AF_INET, proxy_riaddr, &addr) == 1;
+    return {.local = local,
+            .lookup_allowed = inat_addr(proxy_riaddr) != 1,
+            .plain_address = plain && dotted(addr.s_addr) == proxy_riaddr,
+            .address = host_order(addr.s_addr)};
+}
+
+// The first `hosts` record of what is left of a list. Only such a record has prepared patterns, so
+// that its keyword need not be compared.
+static cfgrec *next_hosts(cfgrec *list)
+{
+    while (list != nullptr && list->patterns == nullptr && std::strcmp(list->keyword, "hosts") != 0)
+        list = list->next;
+    return list;
+}
+
 int permit_src_sub(const sockaddr_in *local)
 {
-    src_walk walk{.local = local, .lookup_allowed = inat_addr(proxy_riaddr) != 1};
-    for (cfgrec *entry = cfg_first("hosts", proxy_confp); entry != nullptr;
-         entry = cfg_next("hosts", entry)) {
+    src_walk walk = begin_walk(local);
+    if (!cfg_has(proxy_confp))
+        return SRC_NO_RULE;
+    for (cfgrec *entry = next_hosts(proxy_confp); entry != nullptr;
+         entry = next_hosts(entry->next)) {
         if (!entry_fits(walk, *entry))
             continue;
         permit_confp = entry;

@@ -1,6 +1,7 @@
 // Trees far deeper and wider than any real one: no call may exhaust the stack, or take time that
 // grows with the square.
 #include <algorithm>
+#include <ctime>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <random>
@@ -135,6 +136,22 @@ TEST(WideTree, TopLevel)
         owned_tree tree(row.file);
         EXPECT_GE(length_of(tree.head), SHUFFLED);
     }
+}
+
+// Seconds of processor time that an import takes.
+static double import_time_s(const std::string &file, std::size_t piece_size)
+{
+    owned_tree tree;
+    const std::clock_t start = std::clock();
+    tree.import(file, 0, piece_size);
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
+// Looking through the rest of the piece at each element would take thousands of times as long.
+TEST(WideTree, OneLineCostsTheSameInOnePiece)
+{
+    const std::string file = times(MANY, "<a/>");
+    EXPECT_LT(import_time_s(file, 0), 20 * import_time_s(file, 1000) + 0.2);
 }
 
 TEST(WideTree, EveryCall)

@@ -43,13 +43,15 @@ void check_list(frag **list, const frag *parent)
 {
     std::unordered_set<std::string_view> seen;
     for (frag *node = *list; node != nullptr; node = node->next) {
-        must(node->parent == parent);
-        must(node->vlen >= 0 && (node->value != nullptr || node->vlen == 0));
+        must(node->parent == parent, "a child lost its parent");
+        must(node->vlen >= 0 && (node->value != nullptr || node->vlen == 0),
+             "a length without a value");
         // Room for the counted bytes and an end behind them, or the sanitizer says so.
         if (node->value != nullptr)
             node->value[node->vlen] = std::exchange(node->value[node->vlen], '\0');
         if (seen.insert(node->name).second)
-            must(find_in_list(list, node->name) == node);
+            must(find_in_list(list, node->name) == node,
+                 "a look-up does not give the first of its name");
     }
 }
 
@@ -70,7 +72,7 @@ std::string saved(read_tree &tree, int version)
 {
     static const memory_file file;
     cur_database = &tree.head;
-    must(exportenv(file.path().c_str(), version) == 0);
+    must(exportenv(file.path().c_str(), version) == 0, "an export failed");
     cur_database = nullptr;
     return file.text();
 }
@@ -113,7 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     check_tree(&tree.head);
     for (const int version : {EXPORT_FLAT, EXPORT_NUMBERED, EXPORT_XML}) {
         const std::string text = saved(tree, version);
-        must(saved(tree, version) == text);
+        must(saved(tree, version) == text, "a second export differs");
         import_again(text, version);
     }
     check_tree(&tree.head);
@@ -121,7 +123,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (is_plain(bytes)) {
         const std::string flat = saved(tree, EXPORT_FLAT);
         read_tree again(flat);
-        must(saved(again, EXPORT_FLAT) == flat);
+        must(saved(again, EXPORT_FLAT) == flat, "the tree read back differs");
     }
     return 0;
 }

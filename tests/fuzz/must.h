@@ -1,10 +1,16 @@
-// What a fuzz target claims: a false claim ends it like any other fault.
+// The judgement of a fuzz target: what does not hold ends the process, so that the input is kept.
 #pragma once
 
 #include <cstdlib>
+#include <string_view>
+#include <unistd.h>
 
-inline void must(bool holds)
+inline void must(bool holds, std::string_view what)
 {
-    if (!holds)
-        std::abort();
+    if (holds)
+        return;
+    // Past the standard stream, which a target may have silenced.
+    (void)!write(STDERR_FILENO, what.data(), what.size());
+    (void)!write(STDERR_FILENO, "\n", 1);
+    std::abort();
 }

@@ -46,15 +46,15 @@ void read_records(std::string_view text)
 void check_links()
 {
     for (const auto &link : links) {
-        must(!link->lname.empty());
-        must(link->mode != MODE_SWIPE);
-        must(link->index >= 0 && link->index <= PASS_INDEX + 9999);
+        must(!link->lname.empty(), "a link without a name stayed");
+        must(link->mode != MODE_SWIPE, "a link kept the mode swipe");
+        must(link->index >= 0 && link->index <= PASS_INDEX + 9999, "a number out of range");
     }
     order_vpnlinks();
     for (std::size_t i = 0; i < links.size(); ++i) {
-        must(links[i]->mode != MODE_UNSET);
-        must(links[i]->logid != 0 || links[i]->index == 0);
-        must(i == 0 || links[i - 1]->index < links[i]->index);
+        must(links[i]->mode != MODE_UNSET, "a link without a mode stayed");
+        must(links[i]->logid != 0 || links[i]->index == 0, "a link without a log identifier");
+        must(i == 0 || links[i - 1]->index < links[i]->index, "links out of order");
     }
 }
 
@@ -76,7 +76,7 @@ std::string written()
     char *bytes = nullptr;
     std::size_t size = 0;
     std::FILE *stream = open_memstream(&bytes, &size);
-    must(stream != nullptr);
+    must(stream != nullptr, "no stream");
     save_vpnlinks(stream, links, "link");
     save_swkeys(stream, swkeys);
     std::fclose(stream);
@@ -103,13 +103,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     answer_no_route();
     read_records(std::string_view(reinterpret_cast<const char *>(data), size));
     for (const auto &record : swkeys)
-        must(!record->key.empty());
+        must(!record->key.empty(), "a key without material stayed");
     check_links();
     const std::string text = written();
     if (!has_long_line(text)) {
         read_records(text);
         check_links();
-        must(written() == text);
+        must(written() == text, "a second save differs");
     }
     reset_records();
     return 0;

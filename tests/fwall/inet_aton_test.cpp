@@ -1,6 +1,6 @@
 #include "lib/fwall/inet_aton.h"
 
-#include <cstdint>
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
 TEST(InetAton, ReadsTheFormsOfAnAddress)

@@ -6,6 +6,7 @@
 #include "lib/fwall/fixed_text.h"
 #include "lib/fwall/policy_table.h"
 #include "lib/fwall/proxy.h"
+#include "lib/fwall/src_patterns.h"
 #include "tests/fwall/report_log.h"
 #include "tests/fwall/scripted_names.h"
 #include "tests/fwall/table_file.h"
@@ -19,7 +20,8 @@ struct proxy_setup {
     report_log log; // behind the service, whose hook it replaces
     scripted_names names;
 
-    explicit proxy_setup(const std::string &text) : table(text)
+    // With `prepared` the patterns are made ready as start-up does it.
+    explicit proxy_setup(const std::string &text, bool prepared = false) : table(text)
     {
         servContext = &service;
         connContext = &connection;
@@ -28,6 +30,8 @@ struct proxy_setup {
         set_text(proxy_rladdr, "");
         permit_confp = nullptr;
         proxy_confp = policy_confp = cfg_read("n");
+        if (prepared)
+            prepare_src_patterns(proxy_confp);
         EXPECT_GE(cfg_bldCFGlist(), 0);
         report_log::reports.clear();
     }

@@ -14,16 +14,19 @@ TABLE = "/usr/local/etc/netperm-table"
 RECORD_SIZE = 1680
 
 
-def enter():
-    """Starts the calling script again inside the namespace, once."""
+def enter(*namespaces):
+    """Starts the calling script again inside the namespace, once; in more than the mount namespace
+    with other options of unshare."""
     if os.environ.get("PROXY_HOST") == "inside":
         _mount()
         return
     os.environ["PROXY_HOST"] = "inside"
     os.environ["KORVWSS"] = "/nonexistent"
-    if os.geteuid() != 0 or subprocess.run(["unshare", "-m", "true"], check=False).returncode:
+    unshare = ["unshare", "-m", *namespaces]
+    if os.geteuid() != 0 or subprocess.run([*unshare, "true"], check=False).returncode:
+        print("skipped: needs root and namespaces")
         sys.exit(SKIPPED)
-    os.execvp("unshare", ["unshare", "-m", sys.executable] + sys.argv)
+    os.execvp("unshare", [*unshare, sys.executable] + sys.argv)
 
 
 def _mount():

@@ -1,0 +1,312 @@
+#!/usr/bin/env python3
+"""conversion.py [--sanitized] TOOL SOURCE_DIR CLASS: whole runs of the conversion tool."""
+import os
+import stat
+import sys
+import unittest
+
+import hostile
+import namespace as ns
+from namespace import DATABASE, NOBODY, SCRATCH, convert, read, write
+
+DEFAULT_LINES = b"""vpn_anonsecret=
+vpn_clientIKEpolicy=
+vpn_kernelacceleration=On
+vpn_useracceleration=On
+vpn_aggressivemode=Off
+ip_myhostname=
+ip_hostname=
+ip_domainname=
+"""
+SAMPLE = ns.WORK + "/samples/branch-office.conf"
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        ns.fresh_tmp()
+
+    def check(self, run, status, messages):
+        """Status and error stream as told; nothing else is ever printed."""
+        self.assertEqual((status, messages, b""), (run.returncode, run.stderr, run.stdout))
+
+
+class Arguments(Case):
+    def test_wrong_count_ends_in_silence(self):
+        write(DATABASE, b"ip_hostname=gate\n")
+        for args in ((), (DATABASE, DATABASE), (DATABASE, "", "")):
+            with self.subTest(args=args):
+                self.check(convert(*args), 1, b"")
+                self.assertEqual(b"ip_hostname=gate\n", read(DATABASE))
+                self.assertEqual([], os.listdir("/tmp"))
+
+
+class Databases(Case):
+    def test_missing_one_is_made(self):
+        self.check(convert(DATABASE), 0, b"")
+        self.assertEqual(DEFAULT_LINES, read(DATABASE))
+        self.assertEqual(DEFAULT_LINES, read(SCRATCH))
+
+    def test_empty_one_gets_the_default_lines(self):
+        for content in (b"", b"\n \r\n\t", b"no equals sign at all"):
+            with self.subTest(content=content):
+                write(DATABASE, content)
+                self.check(convert(DATABASE), 0, b"")
+                self.assertEqual(DEFAULT_LINES, read(DATABASE))
+
+    def test_relative_path(self):
+        write(DATABASE, b"ip_hostname=gate\n")
+        self.check(convert(os.path.basename(DATABASE)), 0, b"")
+        self.assertIn(b"\nip_myhostname=gate\n", read(DATABASE))
+
+    def test_missing_folder(self):
+        path = ns.WORK + "/lost/database"
+        self.check(convert(path), 1, path.encode() + b": No such file or directory\n")
+
+    def check_refused(self, reason, uid=0):
+        run = convert(DATABASE, uid=uid)
+        self.assertEqual((1, b""), (run.returncode, run.stdout))
+        self.assertEqual(1, run.stderr.count(b"\n"), run.stderr)
+        self.assertIn(DATABASE.encode(), run.stderr)
+        self.assertIn(reason, run.stderr)
+
+    def test_folder_is_refused(self):
+        os.mkdir(DATABASE)
+        self.check_refused(b"Is a directory")
+        self.assertEqual([], os.listdir(DATABASE))
+
+    def test_unreadable_one_is_refused(self):
+        write(DATABASE, b"ip_hostname=gate\n")
+        os.chown(DATABASE, NOBODY, NOBODY)
+        os.chmod(DATABASE, 0o200)  # the run could write it
+        self.check_refused(b"Permission denied", uid=NOBODY)
+        self.assertEqual(b"ip_hostname=gate\n", read(DATABASE))
+
+    def test_read_only_one_stays(self):
+        content = read(SAMPLE)
+        write(DATABASE, content)
+        os.chmod(DATABASE, 0o444)
+        self.check(convert(DATABASE, uid=NOBODY), 1, DATABASE.encode() + b": Permission denied\n")
+        self.assertEqual(content, read(DATABASE))
+        self.assertTrue(read(SCRATCH).endswith(read(ns.WORK + "/tests/data/branch-office.want")))
+
+    def test_full_file_system_is_told(self):
+        folder = ns.WORK + "/small"
+        os.makedirs(folder, exist_ok=True)
+        ns.call("mount", "-t", "tmpfs", "-o", "size=12k", "none", folder)
+        self.addCleanup(ns.call, "umount", folder)
+        path = folder + "/database"
+        write(path, read(SAMPLE))
+        self.check(convert(path), 1, path.encode() + b": No space left on device\n")
+
+    def test_install_location_counts_for_reading(self):
+        os.makedirs(ns.WORK + "/root/opt/KORVwss", exist_ok=True)
+        os.makedirs(ns.WORK + "/root" + ns.WORK, exist_ok=True)
+        write(ns.WORK + "/root/opt/KORVwss/.profile.vars",
+              b"install_location=" + ns.WORK.encode() + b"/root\n")
+        write(ns.WORK + "/root" + DATABASE, b"ip_hostname=inside\n")
+        os.environ["KORVWSS"] = ns.WORK + "/root"
+        self.addCleanup(os.environ.pop, "KORVWSS")
+        self.check(convert(DATABASE), 0, b"")
+        self.assertIn(b"\nip_hostname=inside\n", read(DATABASE))
+
+
+class Scratch(Case):
+    """The scratch file lies where anybody may put something, and holds secrets."""
+
+    content = b"ip_hostname=gate\nvpn_settings_anonsecret=s3cret\n"
+
+    def setUp(self):
+        super().setUp()
+        write(DATABASE, self.content)
+
+    def check_untouched(self):
+        run = convert(DATABASE)
+        self.assertEqual(1, run.returncode)
+        messages = run.stderr.splitlines()
+        self.assertEqual(2, len(messages), run.stderr)
+        self.assertEqual(messages[0], messages[1])
+        self.assertTrue(messages[0].startswith(SCRATCH.encode() + b": "), run.stderr)
+        self.assertEqual(self.content, read(DATABASE))
+
+    def test_is_for_its_owner_alone(self):
+        for before in (None, 0o600, 0o666):
+            with self.subTest(before=before):
+                if before is not None:
+                    write(SCRATCH, b"old " * 4096)
+                    os.chmod(SCRATCH, before)
+                self.check(convert(DATABASE), 0, b"")
+                status = os.stat(SCRATCH)
+                self.assertEqual(0o600, stat.S_IMODE(status.st_mode))
+                self.assertEqual(0, status.st_uid)
+                self.assertNotIn(b"old ", read(SCRATCH))
+                write(DATABASE, self.content)
+
+    def test_holds_trace_and_final_lines(self):
+        write(DATABASE, read(SAMPLE))
+        self.check(convert(DATABASE), 0, b"")
+        scratch, lines = read(SCRATCH), read(DATABASE)
+        self.assertTrue(scratch.endswith(lines))
+        trace = scratch[:-len(lines)].decode().splitlines()
+        self.assertEqual("Dst vpnnetwork check", trace[0])
+        for line in trace:
+            self.assertRegex(line, "^(<<|TRACE |Src |Dst )")
+
+    def test_unwritable_place(self):
+        ns.fresh_tmp("mode=1777,ro")
+        write(DATABASE, self.content)
+        self.check_untouched()
+
+    def test_full_place_is_told(self):
+        ns.fresh_tmp("mode=1777,size=4k")
+        write(DATABASE, read(SAMPLE))
+        self.check(convert(DATABASE), 1, SCRATCH.encode() + b": No space left on device\n")
+
+    def test_planted_symbolic_link(self):
+        victim = ns.WORK + "/victim"
+        write(victim, b"precious\n")
+        os.symlink(victim, SCRATCH)
+        self.check_untouched()
+        self.assertEqual(b"precious\n", read(victim))
+        self.assertTrue(os.path.islink(SCRATCH))
+
+    def test_planted_dangling_link(self):
+        os.symlink(ns.WORK + "/not-there", SCRATCH)
+        self.check_untouched()
+        self.assertFalse(os.path.exists(ns.WORK + "/not-there"))
+
+    def test_planted_hard_link(self):
+        victim = "/tmp/victim"
+        write(victim, b"precious\n")
+        os.chmod(victim, 0o644)
+        os.link(victim, SCRATCH)
+        self.check_untouched()
+        self.assertEqual(b"precious\n", read(victim))
+        self.assertEqual(0o644, stat.S_IMODE(os.stat(victim).st_mode))
+
+    def test_planted_file_of_another(self):
+        write(SCRATCH, b"theirs\n")
+        os.chmod(SCRATCH, 0o666)
+        os.chown(SCRATCH, NOBODY, NOBODY)
+        self.check_untouched()
+        self.assertEqual(b"theirs\n", read(SCRATCH))
+        self.assertEqual(NOBODY, os.stat(SCRATCH).st_uid)
+        self.assertEqual(0o666, stat.S_IMODE(os.stat(SCRATCH).st_mode))
+
+    def test_planted_pipe(self):
+        os.mkfifo(SCRATCH, 0o666)
+        self.check_untouched()  # without a reader: must not wait for one
+        reader = os.open(SCRATCH, os.O_RDONLY | os.O_NONBLOCK)
+        self.addCleanup(os.close, reader)
+        self.check_untouched()
+        self.assertEqual(b"", os.read(reader, 100))
+
+    def test_planted_folder(self):
+        os.mkdir(SCRATCH)
+        self.check_untouched()
+
+
+class Golden(Case):
+    """Databases in tests/data: NAME.in becomes NAME.want; NAME.trace is the trace before it and
+    NAME.err the error stream, where there are such files."""
+
+    def check_golden(self, content, name):
+        folder = ns.WORK + "/tests/data/"
+        want = read(folder + name + ".want")
+        messages = folder + name + ".err"
+        write(DATABASE, content)
+        self.check(convert(DATABASE), 0, read(messages) if os.path.exists(messages) else b"")
+        self.maxDiff = None
+        self.assertEqual(want.decode(), read(DATABASE).decode())
+        trace = folder + name + ".trace"
+        if os.path.exists(trace):
+            self.assertEqual((read(trace) + want).decode(), read(SCRATCH).decode())
+
+    def test_data(self):
+        names = sorted(name[:-3] for name in os.listdir(ns.WORK + "/tests/data") if name.endswith(".in"))
+        self.assertIn("small_database", names)
+        for name in names:
+            with self.subTest(name=name):
+                self.check_golden(read(f"{ns.WORK}/tests/data/{name}.in"), name)
+
+    def test_three_notations_of_one_configuration(self):
+        traces = set()
+        for sample in ("branch-office.conf", "branch-office-sections.conf", "branch-office-tags.conf"):
+            with self.subTest(sample=sample):
+                self.check_golden(read(f"{ns.WORK}/samples/{sample}"), "branch-office")
+                traces.add(read(SCRATCH))
+        self.assertEqual(1, len(traces))
+
+
+class Host(Case):
+    """What the host says of names and routes shows in which links are twins."""
+
+    config = """def_proxy_x_bind-port=1
+net_ipaddr_own_addr=198.51.100.9
+net_ipaddr_a-gate_addr=peer.invalid
+net_ipaddr_b-gate_addr=192.0.2.77
+net_vpnnetwork_a_ip-address=net_ipaddr_a-gate
+net_vpnnetwork_b_ip-address=net_ipaddr_b-gate
+rule_pffwd_1_src=net_ipaddr_own
+rule_pffwd_1_dst=net_vpnnetwork_a
+rule_pffwd_2_src=net_ipaddr_own
+rule_pffwd_2_dst=net_vpnnetwork_b
+"""
+
+    def links(self):
+        write(DATABASE, self.config.encode())
+        self.check(convert(DATABASE), 0, b"")
+        return read(DATABASE).count(b"_lname=")
+
+    def test_names_and_routes(self):
+        # Two gateways are one by name; the firewall and its own address are one by route.
+        self.assertEqual(2, self.links())
+        ns.call("ip", "link", "add", "outer", "type", "veth", "peer", "name", "inner")
+        ns.call("ip", "link", "set", "outer", "up")
+        ns.call("ip", "addr", "add", "198.51.100.9/24", "dev", "outer")
+        ns.call("ip", "link", "set", "inner", "up")
+        ns.call("ip", "route", "add", "default", "via", "198.51.100.1")
+        self.addCleanup(ns.call, "ip", "link", "del", "outer")
+        self.assertEqual(1, self.links())
+
+
+class Hostile(Case):
+    """No bytes crash the tool, hang it, or cost what is told elsewhere in the same file."""
+
+    def check_survives(self, content, is_secret_kept):
+        write(DATABASE, content)
+        run = convert(DATABASE)
+        self.assertIn(run.returncode, (0, 1), run.stderr[-4000:])
+        self.assertNotIn(b"Sanitizer", run.stderr)
+        self.assertNotIn(b"runtime error", run.stderr)
+        lines = read(DATABASE)
+        self.assertRegex(lines[-200:], rb"\nip_domainname=[^\n]*\n$")
+        if is_secret_kept:
+            self.assertTrue(lines.startswith(b"vpn_anonsecret=kept\n"), lines[:100])
+
+    def check_all(self, cases):
+        for label, content, is_secret_kept in cases:
+            with self.subTest(label=label):
+                self.check_survives(content, is_secret_kept)
+
+    def samples(self):
+        return [read(f"{ns.WORK}/samples/{name}") for name in sorted(os.listdir(ns.WORK + "/samples"))]
+
+    def test_damaged_files(self):
+        count = 40 if ns.is_sanitized else 150
+        self.check_all(hostile.damaged_files(self.samples(), count))
+
+    def test_nested_and_long_files(self):
+        self.check_all(hostile.nested_and_long_files())
+
+    def test_objects_that_lead_back_or_grow(self):
+        # Sanitized, the depth counts; to reach every bound would take an hour.
+        self.check_all(hostile.growing_objects(10 if ns.is_sanitized else 60))
+
+
+if __name__ == "__main__":
+    options = sys.argv[1:]
+    ns.is_sanitized = "--sanitized" in options
+    tool, source_dir, group = [option for option in options if option != "--sanitized"]
+    ns.enter()
+    ns.furnish(os.path.abspath(tool), os.path.abspath(source_dir))
+    unittest.main(argv=[sys.argv[0], "-v", group])

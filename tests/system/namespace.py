@@ -1,0 +1,96 @@
+"""A machine of its own for whole-process tests of the conversion tool.
+
+The runner enters a fresh mount and network namespace, with no network at all and an empty /tmp.
+What the tests need lies in WORK, which is as private. Both are gone when the runner ends.
+"""
+import os
+import resource
+import shutil
+import subprocess
+import sys
+
+SCRATCH = "/tmp/vpndata.txt"
+WORK = "/mnt"
+TOOL = WORK + "/flatlink"
+DATABASE = WORK + "/database"
+NOBODY = 65534
+SKIPPED = 77  # told to ctest as "skipped"
+INSIDE = "FLATLINK_TEST_NAMESPACE"
+
+is_sanitized = False
+
+
+def call(*command):
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+
+
+def enter():
+    """Runs the program again inside of the namespaces; returns there."""
+    if os.geteuid() != 0:
+        print("skipped: a mount and network namespace of its own needs root")
+        sys.exit(SKIPPED)
+    if INSIDE in os.environ:
+        return
+    os.environ[INSIDE] = "1"
+    os.execvp("unshare", ["unshare", "-m", "-n", "--propagation", "private", sys.executable, *sys.argv])
+
+
+def furnish(tool, source_dir):
+    """Puts the tool, samples and test data into WORK, and files in place of a name service."""
+    tool_bytes = open(tool, "rb").read()
+    folders = {name: read_folder(os.path.join(source_dir, name)) for name in ("samples", "tests/data")}
+    call("mount", "-t", "tmpfs", "-o", "mode=0755", "none", WORK)
+    write(TOOL, tool_bytes)
+    os.chmod(TOOL, 0o755)
+    for name, files in folders.items():
+        os.makedirs(f"{WORK}/{name}")
+        for file, content in files.items():
+            write(f"{WORK}/{name}/{file}", content)
+    for path, content in (("/etc/nsswitch.conf", b"hosts: files\n"),
+                          ("/etc/hosts", b"192.0.2.77 peer.invalid\n"), ("/etc/resolv.conf", b"")):
+        if os.path.exists(path):
+            replacement = WORK + "/" + os.path.basename(path)
+            write(replacement, content)
+            call("mount", "--bind", replacement, path)
+    os.environ.pop("KORVWSS", None)
+    os.chdir(WORK)
+    call("mount", "-t", "tmpfs", "none", "/tmp")
+
+
+def fresh_tmp(options="mode=1777"):
+    """Empties /tmp, by a new file system with these mount options."""
+    call("umount", "/tmp")
+    call("mount", "-t", "tmpfs", "-o", options, "none", "/tmp")
+    if os.path.exists(DATABASE):
+        shutil.rmtree(DATABASE) if os.path.isdir(DATABASE) else os.remove(DATABASE)
+
+
+def read_folder(folder):
+    return {entry.name: read(entry.path) for entry in os.scandir(folder) if entry.is_file()}
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def write(path, content):
+    with open(path, "wb") as file:
+        file.write(content)
+
+
+def time_limit_s():
+    return 900 if is_sanitized else 120
+
+
+def bound_memory():
+    # Address space of a sanitized program is vast, and its own to bound.
+    if not is_sanitized:
+        resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
+
+
+def convert(*args, uid=0):
+    """Runs the tool as that user. Gives status and messages; raises when it takes too long."""
+    return subprocess.run([TOOL, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=time_limit_s(), preexec_fn=bound_memory,
+                          user=uid, group=uid, extra_groups=[], umask=0)

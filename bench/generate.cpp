@@ -166,6 +166,49 @@ void add_pool(database_text &out, std::size_t number)
     out.line(pool + "_dns_1_network", "net_ipaddr_base-lan");
 }
 
+void add_parms(database_text &out, const std::string &owner, std::size_t count)
+{
+    out.line(owner + "_num_parms", std::to_string(count));
+    for (std::size_t i = 1; i <= count; ++i) {
+        const std::string parm = numbered_name((owner + "_parm_").c_str(), i);
+        out.line(parm + "_name", numbered_name(i % 3 == 0 ? "permit-parm" : "parm_", i));
+        out.line(parm + "_value", address(i));
+    }
+}
+
+// A proxy, a config set of it and one of the plug relay, and a policy that uses both.
+void add_numbered_proxy(database_text &out, std::size_t number)
+{
+    const std::string proxy = numbered_name("def_proxy_", number);
+    const std::string name = number == 1 ? "plug-relay" : numbered_name("gate", number);
+    out.line(proxy + "_realname", name);
+    add_parms(out, proxy, 10);
+    const std::string policy = numbered_name("policy_", number);
+    out.line(policy + "_name", numbered_name("shift", number));
+    for (const std::size_t set : {2 * number - 1, 2 * number}) {
+        const std::string custom = numbered_name("cust_proxy_", set);
+        out.line(custom + "_realname", set % 2 == 0 ? "plug-relay" : name);
+        out.line(custom + "_name", numbered_name("set", set));
+        out.line(numbered_name((policy + "_proxy_").c_str(), set) + "_name",
+                 numbered_name("set", set));
+        add_parms(out, custom, 3);
+    }
+}
+
+void add_numbered_objects(database_text &out, std::size_t number)
+{
+    const std::string interface = numbered_name("eth", number);
+    out.line(numbered_name("netobj_list_Inside_element_", number) + "_interface", interface);
+    out.line("netobj_list_" + interface + "_INTERFACE_element_1_addr", address(number));
+    const std::string group = numbered_name("netobj_group_", number);
+    out.line(group + "_name", numbered_name("office", number));
+    for (std::size_t i = 1; i <= 20; ++i)
+        out.line(numbered_name((group + "_member_").c_str(), i) + "_addr", address(number + i));
+    for (std::size_t i = 1; i <= 30; ++i)
+        out.line(numbered_name("pfedit_fwd_rule", number * 30 + i),
+                 "permit+hme0+tcp+" + std::to_string(i) + "++++++a note");
+}
+
 } // namespace
 
 std::string make_settings(std::size_t leaves, notation form)
@@ -215,6 +258,21 @@ std::string make_database(const database_shape &shape)
     if (shape.group_width > 0) {
         out.line("rule_proxy_1_src", "net_group_wide");
         out.line("rule_proxy_1_dest", "net_vpnnetwork_site0");
+    }
+    return out.take();
+}
+
+std::string make_numbered_database(std::size_t leaves)
+{
+    constexpr std::size_t UNIT_LEAVES = 100;
+    database_text out;
+    out.line("ip_hostname", "gate");
+    out.line("def_num_proxies", "1");
+    out.line("cust_num_proxies", "1");
+    out.line("proxy_ftp", "on");
+    for (std::size_t i = 1; i <= leaves / UNIT_LEAVES; ++i) {
+        add_numbered_proxy(out, i);
+        add_numbered_objects(out, i);
     }
     return out.take();
 }

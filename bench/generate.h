@@ -21,3 +21,7 @@ struct database_shape {
 
 // A database of the current layout in flat notation. A site makes three links on average.
 std::string make_database(const database_shape &shape);
+
+// A database of the numbered layout in flat notation, of about `leaves` values: proxies and custom
+// proxies with their parameters, policies, interfaces with aliases, groups, packet filter rules.
+std::string make_numbered_database(std::size_t leaves);

@@ -1,0 +1,108 @@
+// The ways between the layouts at growing sizes, with the growth that they show: what an older
+// database goes through at load, each export, and the way out and in again.
+#include <array>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <unistd.h>
+
+#include "bench/generate.h"
+#include "lib/frag/canon.h"
+#include "lib/frag/export.h"
+#include "lib/frag/frag.h"
+#include "lib/frag/import.h"
+#include "lib/frag/symbol.h"
+#include "lib/frag/upgrade.h"
+
+// The default tree: its top level is looked up as the tool's own is.
+static void import_text(const std::string &text)
+{
+    free_fraglist(&def_database);
+    importer reader(&def_database, 0);
+    for (std::size_t pos = 0; pos < text.size(); pos += IMPORT_BLOCK_SIZE)
+        reader.feed(std::string_view(text).substr(pos, IMPORT_BLOCK_SIZE));
+    reader.finish();
+}
+
+static std::string database_of(const benchmark::State &state)
+{
+    return make_numbered_database(static_cast<std::size_t>(state.range(0)));
+}
+
+static void bring_up_to_date()
+{
+    norm_fragtree(&def_database);
+    up41(&def_database);
+}
+
+static void from_n_to_4n(benchmark::internal::Benchmark *measured)
+{
+    measured->RangeMultiplier(2)
+        ->Range(50'000, 200'000)
+        ->Complexity()
+        ->Unit(benchmark::kMillisecond);
+}
+
+static void canonicalisation(benchmark::State &state)
+{
+    const std::string text = database_of(state);
+    for (auto _ : state) {
+        state.PauseTiming();
+        import_text(text);
+        state.ResumeTiming();
+        norm_fragtree(&def_database);
+    }
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(canonicalisation)->Apply(from_n_to_4n);
+
+static void upgrade(benchmark::State &state)
+{
+    const std::string text = database_of(state);
+    for (auto _ : state) {
+        state.PauseTiming();
+        import_text(text);
+        norm_fragtree(&def_database);
+        state.ResumeTiming();
+        up41(&def_database);
+    }
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(upgrade)->Apply(from_n_to_4n);
+
+static void exported(benchmark::State &state, int version)
+{
+    import_text(database_of(state));
+    bring_up_to_date();
+    for (auto _ : state)
+        if (exportenv("/dev/null", version) != 0)
+            state.SkipWithError("not written");
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK_CAPTURE(exported, flat, EXPORT_FLAT)->Apply(from_n_to_4n);
+BENCHMARK_CAPTURE(exported, numbered, EXPORT_NUMBERED)->Apply(from_n_to_4n);
+BENCHMARK_CAPTURE(exported, xml, EXPORT_XML)->Apply(from_n_to_4n);
+
+// In, up to date, out in the numbered layout, and the same with what was written.
+static void round_trip(benchmark::State &state)
+{
+    const std::string text = database_of(state);
+    std::array<char, 32> path{"/tmp/round_trip_XXXXXX"};
+    close(mkstemp(path.data()));
+    for (auto _ : state) {
+        import_text(text);
+        bring_up_to_date();
+        int result = exportenv(path.data(), EXPORT_NUMBERED);
+        free_fraglist(&def_database);
+        result |= importenv(path.data());
+        bring_up_to_date();
+        if (result != 0)
+            state.SkipWithError("not written or not read");
+    }
+    std::remove(path.data());
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(round_trip)->Apply(from_n_to_4n);
+
+BENCHMARK_MAIN();

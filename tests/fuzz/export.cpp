@@ -18,8 +18,8 @@
 #include "lib/frag/symbol.h"
 #include "lib/frag/upgrade.h"
 #include "lib/frag/xml_layout.h"
-#include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/must.h"
+#include "tests/fuzz/path_file.h"
 
 namespace
 {
@@ -70,7 +70,7 @@ void check_tree(frag **head)
 
 std::string saved(read_tree &tree, int version)
 {
-    static const memory_file file;
+    static const path_file file;
     cur_database = &tree.head;
     must(exportenv(file.path().c_str(), version) == 0, "an export failed");
     cur_database = nullptr;

@@ -14,8 +14,8 @@
 #include "flatlink/links.h"
 #include "flatlink/records.h"
 #include "lib/kdev/platform/platform.h"
-#include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/must.h"
+#include "tests/fuzz/path_file.h"
 
 // Nobody is asked for names.
 extern "C" hostent *gethostbyname(const char *)
@@ -35,7 +35,7 @@ void answer_no_route()
 
 void read_records(std::string_view text)
 {
-    static memory_file file;
+    static path_file file;
     file.set_text(text);
     reset_records();
     forget_link_numbers();

@@ -206,9 +206,10 @@ TEST_F(rule_walk, passes_over_empty_groups_by_their_exact_word)
     EXPECT_FALSE(is_empty_group(nullptr));
 }
 
-// In a process of its own, which the count of reports outlasts.
+// In a process of its own, started anew: reports are counted for the life of one.
 TEST_F(rule_walk, reports_lost_objects_up_to_a_bound)
 {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     std::string lines = objects;
     for (int i = 1; i <= 2 * MAX_OBJECT_REPORTS; ++i)
         lines += "net_group_lost_elem_" + std::to_string(i) + "_obj=net_ipaddr_lost\n";

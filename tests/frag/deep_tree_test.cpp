@@ -179,7 +179,7 @@ TEST(WideTree, ShuffledNames)
         ASSERT_NE(ffind(&p->child, std::to_string(number).c_str()), nullptr);
     sort_frags(&p->child);
     EXPECT_STREQ(p->child->name, "0");
-    // Each deletion drops what is known of the list; the look-up at its front does not miss it.
+    // From the front, where a look-up is short without an index: a deletion drops the list's.
     for (int number = 0; number < SHUFFLED; ++number)
         freefrag(fdel(&p->child, std::to_string(number).c_str()));
     EXPECT_EQ(p->child, nullptr);

@@ -26,13 +26,14 @@ def call(*command):
 
 def enter():
     """Runs the program again inside of the namespaces; returns there."""
-    if os.geteuid() != 0:
-        print("skipped: a mount and network namespace of its own needs root")
-        sys.exit(SKIPPED)
     if INSIDE in os.environ:
         return
     os.environ[INSIDE] = "1"
-    os.execvp("unshare", ["unshare", "-m", "-n", "--propagation", "private", sys.executable, *sys.argv])
+    unshare = ["unshare", "-m", "-n", "--propagation", "private"]
+    if os.geteuid() != 0 or subprocess.run(unshare + ["true"], check=False).returncode != 0:
+        print("skipped: a mount and network namespace of its own needs root")
+        sys.exit(SKIPPED)
+    os.execvp("unshare", unshare + [sys.executable, *sys.argv])
 
 
 def furnish(tool, source_dir):

@@ -48,11 +48,22 @@ cfgrec *cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t line
     return record;
 }
 
+// A walk passes thousands of records of other keywords: most differ in their first character.
+static bool has_keyword(const cfgrec &record, const char *keyword)
+{
+    return record.keyword[0] == keyword[0] && std::strcmp(record.keyword, keyword) == 0;
+}
+
 cfgrec *cfg_first(const char *keyword, cfgrec *list)
 {
     if (!cfg_has(list))
         return nullptr;
-    return std::strcmp(list->keyword, keyword) == 0 ? list : cfg_next(keyword, list);
+    return has_keyword(*list, keyword) ? list : cfg_next(keyword, list);
+}
+
+static cfgrec *behind_run(const cfgrec &record)
+{
+    return record.run_last == nullptr ? record.next : record.run_last->next;
 }
 
 cfgrec *cfg_next(const char *keyword, const cfgrec *record)
@@ -60,9 +71,30 @@ cfgrec *cfg_next(const char *keyword, const cfgrec *record)
     if (!cfg_has(record))
         return nullptr;
     cfgrec *next = record->next;
-    while (next != nullptr && std::strcmp(next->keyword, keyword) != 0)
-        next = next->next;
+    while (next != nullptr && !has_keyword(*next, keyword))
+        next = behind_run(*next);
     return next;
+}
+
+cfgrec *cfg_last(cfgrec *list)
+{
+    while (list->next != nullptr)
+        list = list->run_last == nullptr || list->run_last == list ? list->next : list->run_last;
+    return list;
+}
+
+void cfg_mark_runs(cfgrec *list)
+{
+    if (!cfg_has(list))
+        return;
+    while (list != nullptr) {
+        cfgrec *last = list;
+        while (last->next != nullptr && has_keyword(*last->next, list->keyword))
+            last = last->next;
+        cfgrec *const behind = last->next;
+        for (; list != behind; list = list->next)
+            list->run_last = last;
+    }
 }
 
 cfgrec *cfg_get(const char *keyword, cfgrec *list)

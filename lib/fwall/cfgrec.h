@@ -20,9 +20,9 @@ struct cfgrec {
     char **argv = nullptr;   // `argc` texts and a null; may itself be null when `argc` is 0
     cfgrec *next = nullptr;  // null at the end
 
-    // What src_patterns.h has made of the arguments, null for nothing; one heap block of the
-    // record. A copy of the record has none.
-    src_patterns *patterns = nullptr;
+    // Made ready with the table for the walks of each connection; a copy of the record has none.
+    src_patterns *patterns = nullptr; // of src_patterns.h; the record's own heap block, or null
+    cfgrec *run_last = nullptr;       // of cfg_mark_runs; null: not marked
 };
 
 // The failure marker: all bits set.
@@ -53,6 +53,14 @@ cfgrec *cfg_next(const char *keyword, const cfgrec *record);
 
 // The first record of `list` with exactly `keyword`, or null. Leaves the place of cfg_get alone.
 cfgrec *cfg_first(const char *keyword, cfgrec *list);
+
+// The last record of a list that has one.
+cfgrec *cfg_last(cfgrec *list);
+
+// Marks the runs of a list, records of one keyword that follow one another, by giving each record
+// the last one of its run: a walk for another keyword passes over the whole run at once. From then
+// on no record may be taken from a run or put into it; the list may grow at both its ends.
+void cfg_mark_runs(cfgrec *list);
 
 // Releases a list whose records came from cfg_make; null is allowed. A walk with cfg_get that
 // stood in it is over.

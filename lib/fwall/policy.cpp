@@ -174,10 +174,10 @@ int get_policy_by_name(const char *name)
     cfgrec *list = cfg_find(name);
     if (!cfg_has(list))
         return -1;
-    cfgrec **end = &policy_confp;
-    while (*end != nullptr)
-        end = &(*end)->next;
-    *end = list;
+    if (policy_confp == nullptr)
+        policy_confp = list;
+    else
+        cfg_last(policy_confp)->next = list;
     return 0;
 }
 

@@ -16,21 +16,24 @@ namespace
 {
 
 enum class pattern_kind : std::uint8_t {
-    unread, // none of the others
-    range,  // low to high; `*` is the range of all
-    octets, // the address under the mask `high` is `low`
-    name,   // a name with or without stars
+    unread,   // none of the others
+    identity, // begins with `~`
+    range,    // low to high; `*` is the range of all
+    octets,   // the address under the mask `high` is `low`
+    name,     // a name with or without stars
 };
 
 struct src_pattern {
+    u32 low = 0;
+    u32 high = 0;
     pattern_kind kind = pattern_kind::unread;
+    bool starred = false;
     bool plain_middle = true; // one star, or none
     std::uint16_t length = 0;
     std::uint16_t head = 0; // characters in front of the first star; without one all
     std::uint16_t tail = 0; // characters behind the last star
-    bool starred = false;
-    u32 low = 0;
-    u32 high = 0;
+    std::int32_t argument = 0;
+    cfgrec *entry = nullptr;
     const char *text = nullptr; // lower case, in the block
 };
 
@@ -113,7 +116,7 @@ static src_pattern read_numeric(std::string_view text)
 {
     src_pattern pattern;
     if (text == "*")
-        return {.kind = pattern_kind::range, .high = 0xFFFFFFFF};
+        return {.high = 0xFFFFFFFF, .kind = pattern_kind::range};
     if (read_range(text, pattern)) {
         pattern.kind = pattern_kind::range;
         return pattern;
@@ -145,36 +148,63 @@ static src_pattern read_name(std::string_view text, char *&place)
 
 static src_pattern read_pattern(std::string_view text, char *&place)
 {
-    if (text.starts_with('~') || text.size() > TEXT_MAX)
+    if (text.starts_with('~'))
+        return {.kind = pattern_kind::identity};
+    if (text.size() > TEXT_MAX)
         return {};
     if (text.find_first_not_of(".*0123456789:-") != std::string_view::npos)
         return read_name(text, place);
     return read_numeric(text);
 }
 
-static src_patterns *prepare(const cfgrec &entry)
+static int pattern_count(const cfgrec &entry)
+{
+    int count = 0;
+    while (count < entry.argc && entry.argv[count][0] != '-')
+        ++count;
+    return entry.argc == 0 ? 1 : count; // without arguments there is a fault to report
+}
+
+// The block for the records from `first` up to `behind`.
+static src_patterns *make_block(const cfgrec *first, const cfgrec *behind)
 {
     int count = 0;
     std::size_t text_bytes = 0;
-    for (; count < entry.argc && entry.argv[count][0] != '-'; ++count)
-        text_bytes += std::strlen(entry.argv[count]) + 1;
+    for (const cfgrec *entry = first; entry != behind; entry = entry->next) {
+        count += pattern_count(*entry);
+        for (int i = 0; i < entry->argc && entry->argv[i][0] != '-'; ++i)
+            text_bytes += std::strlen(entry->argv[i]) + 1;
+    }
     const auto size = static_cast<std::size_t>(count) * sizeof(src_pattern);
     void *block = std::malloc(sizeof(src_patterns) + size + text_bytes);
-    if (block == nullptr)
-        return nullptr;
-    auto *prepared = new (block) src_patterns{count};
-    char *place = reinterpret_cast<char *>(prepared->list() + count);
-    for (int i = 0; i < count; ++i)
-        new (prepared->list() + i) src_pattern(read_pattern(entry.argv[i], place));
-    return prepared;
+    return block == nullptr ? nullptr : new (block) src_patterns{count};
+}
+
+static void prepare_run(cfgrec *first, const cfgrec *behind)
+{
+    first->patterns = make_block(first, behind);
+    if (first->patterns == nullptr)
+        return;
+    src_pattern *next = first->patterns->list();
+    char *place = reinterpret_cast<char *>(next + first->patterns->count);
+    for (cfgrec *entry = first; entry != behind; entry = entry->next) {
+        const int count = pattern_count(*entry);
+        for (int i = 0; i < count; ++i, ++next) {
+            new (next)
+                src_pattern(entry->argc == 0 ? src_pattern{} : read_pattern(entry->argv[i], place));
+            next->entry = entry;
+            next->argument = i;
+        }
+    }
 }
 
 void prepare_src_patterns(cfgrec *list)
 {
-    for (cfgrec *entry = cfg_first("hosts", list); entry != nullptr;
-         entry = cfg_next("hosts", entry)) {
-        if (entry->patterns == nullptr)
-            entry->patterns = prepare(*entry);
+    cfgrec *entry = cfg_first("hosts", list);
+    while (entry != nullptr) {
+        cfgrec *last = entry->run_last == nullptr ? entry : entry->run_last;
+        prepare_run(entry, last->next);
+        entry = cfg_next("hosts", last);
     }
 }
 
@@ -185,6 +215,8 @@ static src_answer answer_of(const src_pattern &pattern, u32 address)
         return pattern.low <= address && address <= pattern.high ? src_answer::yes : src_answer::no;
     case pattern_kind::octets:
         return (address & pattern.high) == pattern.low ? src_answer::yes : src_answer::no;
+    case pattern_kind::identity:
+        return src_answer::ask_identity;
     case pattern_kind::name:
         return src_answer::ask_name;
     default:
@@ -192,18 +224,19 @@ static src_answer answer_of(const src_pattern &pattern, u32 address)
     }
 }
 
-src_answer src_next_answer(const src_patterns *prepared, u32 address, int &i)
+src_candidate src_next_candidate(const src_patterns *prepared, u32 address, int &at)
 {
-    for (; i < prepared->count; ++i)
-        if (const src_answer answer = answer_of(prepared->list()[i], address);
-            answer != src_answer::no)
-            return answer;
-    return src_answer::no;
+    while (at < prepared->count) {
+        const src_pattern &pattern = prepared->list()[at++];
+        if (const src_answer answer = answer_of(pattern, address); answer != src_answer::no)
+            return {answer, pattern.entry, pattern.argument};
+    }
+    return {};
 }
 
-bool src_pattern_name(const src_patterns *prepared, int i, std::string_view name)
+bool src_name_fits(const src_patterns *prepared, int at, std::string_view name)
 {
-    const src_pattern &pattern = prepared->list()[i];
+    const src_pattern &pattern = prepared->list()[at - 1];
     const std::string_view text(pattern.text, pattern.length);
     if (!pattern.starred)
         return name == text;

@@ -13,6 +13,7 @@
 #include "lib/kdev/vpn_device.h"
 #include "lib/ulib/address.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -61,6 +62,7 @@ static const char *host_name(src_walk &walk)
     return walk.host_name;
 }
 
+// Whether the firewall knows the client by this identity; if so, `proxy_rladdr` is set.
 static bool identity_fits(src_walk &walk, const char *pattern)
 {
     if (!walk.identity_asked) {
@@ -69,7 +71,10 @@ static bool identity_fits(src_walk &walk, const char *pattern)
         (void)vfw_vpnclientcheck(address_of(proxy_riaddr), walk.local->sin_addr.s_addr,
                                  walk.identity, walk.display);
     }
-    return std::strcmp(pattern, walk.identity) == 0;
+    if (walk.identity[0] == '\0' || std::strcmp(pattern, walk.identity) != 0)
+        return false;
+    set_text(proxy_rladdr, walk.display);
+    return true;
 }
 
 static bool is_numeric(const char *pattern)
@@ -87,12 +92,8 @@ static const char *name_to_show(src_walk &walk)
 // Whether the client fits the pattern; if so, `proxy_rladdr` is set.
 static bool pattern_fits(src_walk &walk, const char *pattern)
 {
-    if (pattern[0] == '~') {
-        if (!identity_fits(walk, pattern))
-            return false;
-        set_text(proxy_rladdr, walk.display);
-        return true;
-    }
+    if (pattern[0] == '~')
+        return identity_fits(walk, pattern);
     if (is_numeric(pattern)) {
         if (hostmatch(pattern, proxy_riaddr) == 0)
             return false;
@@ -103,40 +104,47 @@ static bool pattern_fits(src_walk &walk, const char *pattern)
     return true;
 }
 
-// The same for the patterns of an entry that were made ready with the table.
-static bool prepared_fits(src_walk &walk, const cfgrec &entry)
+// Whether the client fits one of an entry's arguments from `from` up to `end`, or to its first
+// option.
+static bool entry_fits(src_walk &walk, const cfgrec &entry, int from, int end)
 {
-    for (int i = 0;; ++i) {
-        switch (src_next_answer(entry.patterns, walk.address, i)) {
-        case src_answer::yes:
-            set_text(proxy_rladdr, name_to_show(walk));
-            return true;
-        case src_answer::ask_name:
-            if (!walk.lookup_allowed || !src_pattern_name(entry.patterns, i, host_name(walk)))
-                break;
-            set_text(proxy_rladdr, name_to_show(walk));
-            return true;
-        case src_answer::ask:
-            if (pattern_fits(walk, entry.argv[i]))
-                return true;
-            break;
-        default:
-            return false;
-        }
-    }
-}
-
-static bool entry_fits(src_walk &walk, const cfgrec &entry)
-{
-    if (entry.patterns != nullptr && walk.plain_address && entry.argc > 0)
-        return prepared_fits(walk, entry);
     if (entry.argc == 0)
         notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: hosts takes at least one argument, line %d",
                entry.lineno);
-    for (int i = 0; i < entry.argc && entry.argv[i][0] != '-'; ++i)
+    for (int i = from; i < std::min(end, entry.argc) && entry.argv[i][0] != '-'; ++i)
         if (pattern_fits(walk, entry.argv[i]))
             return true;
     return false;
+}
+
+static bool candidate_fits(src_walk &walk, const src_patterns *prepared, int at,
+                           const src_candidate &candidate)
+{
+    switch (candidate.answer) {
+    case src_answer::ask:
+        return entry_fits(walk, *candidate.entry, candidate.argument, candidate.argument + 1);
+    case src_answer::ask_identity:
+        return identity_fits(walk, candidate.entry->argv[candidate.argument]);
+    case src_answer::ask_name:
+        if (!walk.lookup_allowed || !src_name_fits(prepared, at, host_name(walk)))
+            return false;
+        break;
+    default:
+        break;
+    }
+    set_text(proxy_rladdr, name_to_show(walk));
+    return true;
+}
+
+// The entry that fits among those whose patterns were made ready together; null for none.
+static cfgrec *prepared_entry(src_walk &walk, const src_patterns *prepared)
+{
+    int at = 0;
+    for (;;) {
+        const src_candidate candidate = src_next_candidate(prepared, walk.address, at);
+        if (candidate.answer == src_answer::no || candidate_fits(walk, prepared, at, candidate))
+            return candidate.entry;
+    }
 }
 
 // Starts a walk for the client in `proxy_riaddr`.
@@ -150,28 +158,31 @@ static src_walk begin_walk(const sockaddr_in *local)
             .address = host_order(addr.s_addr)};
 }
 
-// The first `hosts` record of what is left of a list. Only such a record has prepared patterns, so
-// that its keyword need not be compared.
-static cfgrec *next_hosts(cfgrec *list)
+// The first entry from `entry` on that fits the client; null for none.
+static cfgrec *fitting_entry(src_walk &walk, cfgrec *entry)
 {
-    while (list != nullptr && list->patterns == nullptr && std::strcmp(list->keyword, "hosts") != 0)
-        list = list->next;
-    return list;
+    while (entry != nullptr) {
+        if (entry->patterns != nullptr && walk.plain_address) {
+            if (cfgrec *found = prepared_entry(walk, entry->patterns); found != nullptr)
+                return found;
+            entry = cfg_next("hosts", entry->run_last == nullptr ? entry : entry->run_last);
+        } else {
+            if (entry_fits(walk, *entry, 0, entry->argc))
+                return entry;
+            entry = cfg_next("hosts", entry);
+        }
+    }
+    return nullptr;
 }
 
 int permit_src_sub(const sockaddr_in *local)
 {
     src_walk walk = begin_walk(local);
-    if (!cfg_has(proxy_confp))
+    cfgrec *found = fitting_entry(walk, cfg_first("hosts", proxy_confp));
+    if (found == nullptr)
         return SRC_NO_RULE;
-    for (cfgrec *entry = next_hosts(proxy_confp); entry != nullptr;
-         entry = next_hosts(entry->next)) {
-        if (!entry_fits(walk, *entry))
-            continue;
-        permit_confp = entry;
-        return (entry->flags & CFG_DENY) != 0 ? SRC_DENIED : SRC_PERMITTED;
-    }
-    return SRC_NO_RULE;
+    permit_confp = found;
+    return (found->flags & CFG_DENY) != 0 ? SRC_DENIED : SRC_PERMITTED;
 }
 
 int permit_src_chk(int fd)

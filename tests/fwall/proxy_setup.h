@@ -30,8 +30,10 @@ struct proxy_setup {
         set_text(proxy_rladdr, "");
         permit_confp = nullptr;
         proxy_confp = policy_confp = cfg_read("n");
-        if (prepared)
+        if (prepared) {
+            cfg_mark_runs(proxy_confp);
             prepare_src_patterns(proxy_confp);
+        }
         EXPECT_GE(cfg_bldCFGlist(), 0);
         report_log::reports.clear();
     }

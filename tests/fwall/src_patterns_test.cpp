@@ -9,15 +9,15 @@
 // Whether a record's one pattern fits, as the walk uses the answers; hostmatch when it asks.
 static int prepared_match(const cfgrec &record, const char *address, const char *name, bool &asked)
 {
-    int i = 0;
-    switch (src_next_answer(record.patterns, host_order(inet_addr(address)), i)) {
+    int at = 0;
+    switch (src_next_candidate(record.patterns, host_order(inet_addr(address)), at).answer) {
     case src_answer::yes:
         return 1;
     case src_answer::ask_name:
-        return src_pattern_name(record.patterns, i, name) ? 1 : 0;
+        return src_name_fits(record.patterns, at, name) ? 1 : 0;
     case src_answer::ask:
         asked = true;
-        return hostmatch(record.argv[i], address);
+        return hostmatch(record.argv[0], address);
     default:
         return 0;
     }
@@ -81,23 +81,30 @@ TEST(SrcPatterns, DecideTheUsualForms)
           "10.1.2.3-10.1.2.9", "*.Office.lan", "mail.office.lan", "m*.office.*"}) {
         SCOPED_TRACE(pattern);
         const proxy_setup setup("n: hosts " + std::string(pattern) + "\n", true);
-        int i = 0;
-        EXPECT_NE(src_next_answer(proxy_confp->patterns, 0x0A010203, i), src_answer::ask);
+        int at = 0;
+        EXPECT_NE(src_next_candidate(proxy_confp->patterns, 0x0A010203, at).answer,
+                  src_answer::ask);
     }
 }
 
-TEST(SrcPatterns, StandForThePatternsInFrontOfTheOptions)
+// One row a candidate: line, argument and answer.
+TEST(SrcPatterns, StandForThePatternsOfARun)
 {
-    const proxy_setup setup("n: hosts 11.* ~a 10.1.* -x 12.*\nn: hosts -x *\nn: hosts  \n", true);
-    const cfgrec *record = proxy_confp;
-    int i = 0;
-    EXPECT_EQ(src_next_answer(record->patterns, 0x0A010203, i), src_answer::ask);
-    EXPECT_EQ(i++, 1);
-    EXPECT_EQ(src_next_answer(record->patterns, 0x0A010203, i), src_answer::yes);
-    EXPECT_EQ(i++, 2);
-    EXPECT_EQ(src_next_answer(record->patterns, 0x0C010203, i), src_answer::no);
-    for (record = record->next; record != nullptr; record = record->next) {
-        i = 0;
-        EXPECT_EQ(src_next_answer(record->patterns, 0x0A010203, i), src_answer::no);
+    const proxy_setup setup("n: hosts 11.* ~a 10.1.* -x 10.*\n"
+                            "n: hosts -x *\n"
+                            "n: hosts *.lan 10.1.2.3\n"
+                            "n: rev_dns 1\n"
+                            "n: hosts 10.*\n",
+                            true);
+    const char *const answers[] = {"no", "yes", "identity", "name", "ask"};
+    std::string got;
+    for (cfgrec *entry = proxy_confp; entry != nullptr; entry = entry->next) {
+        src_candidate found;
+        for (int at = 0;
+             entry->patterns != nullptr &&
+             (found = src_next_candidate(entry->patterns, 0x0A010203, at)).entry != nullptr;)
+            got += std::to_string(found.entry->lineno) + ' ' + std::to_string(found.argument) +
+                   ' ' + answers[static_cast<int>(found.answer)] + '\n';
     }
+    EXPECT_EQ(got, "1 1 identity\n1 2 yes\n3 0 name\n3 1 yes\n5 0 yes\n");
 }

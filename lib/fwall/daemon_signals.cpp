@@ -63,13 +63,13 @@ static void tell(events event, const safe_line &line)
         notice(event, 0, "%s", line.text());
 }
 
-// Installs a handler that no other of ours interrupts. In a connection child the call that it
-// interrupted goes on: a proxy need not know of signals.
+// Installs a handler that no other of ours interrupts. The call that it interrupted goes on: what
+// an accepting process waits for has not come, and a proxy need not know of signals.
 static void install(int number, void (*handler)(int number))
 {
     struct sigaction action = {};
     action.sa_handler = handler;
-    action.sa_flags = at_any_instant != 0 ? SA_RESTART : 0;
+    action.sa_flags = SA_RESTART;
     for (const int other : held_signals)
         sigaddset(&action.sa_mask, other);
     (void)sigaction(number, &action, nullptr); // cannot fail for these
@@ -134,21 +134,16 @@ static void hold_signals(sigset_t *before)
     (void)sigprocmask(SIG_BLOCK, &ours, before); // cannot fail
 }
 
-static void install_all()
-{
-    install(SIGCHLD, on_child);
-    for (const int number : {SIGHUP, SIGINT, SIGTERM})
-        install(number, hup_exit);
-    install(SIGUSR1, on_status);
-}
-
 void start_daemon_signals()
 {
     hold_signals(&open_mask);
     for (const int number : held_signals)
         sigdelset(&open_mask, number); // whoever started us may have blocked them
     held = true;
-    install_all();
+    install(SIGCHLD, on_child);
+    for (const int number : {SIGHUP, SIGINT, SIGTERM})
+        install(number, hup_exit);
+    install(SIGUSR1, on_status);
 }
 
 signal_window::signal_window()
@@ -178,6 +173,5 @@ void give_signals_back()
     acceptors.clear();
     at_any_instant = 1;
     held = false;
-    install_all();
     (void)sigprocmask(SIG_SETMASK, &open_mask, nullptr);
 }

@@ -46,6 +46,5 @@ void add_acceptor(pid_t pid);
 // In a new accepting process: the acceptors that were added are not its children.
 void forget_acceptors();
 
-// In a new connection child, whose work is done here: gives it its signals. A call that one of the
-// handlers interrupts there goes on.
+// In a new connection child, whose work is done here: gives it its signals.
 void give_signals_back();

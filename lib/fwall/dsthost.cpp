@@ -1,8 +1,10 @@
 #include "lib/fwall/dsthost.h"
 
 #include "lib/fwall/context_calls.h"
+#include "lib/fwall/fixed_text.h"
 #include "lib/fwall/name_service.h"
 #include "lib/kdev/firewall_names.h"
+#include "lib/ulib/address.h"
 #include "lib/ulib/host_length.h"
 #include "lib/ulib/report.h"
 
@@ -32,7 +34,7 @@ const char *getdsthost(int fd, int *port)
         *port = ntohs(dst.sin_port);
         SetDstPort(connContext, *port);
     }
-    (void)inet_ntop(AF_INET, &dst.sin_addr, address, sizeof address); // has room
+    set_text(address, dotted(dst.sin_addr.s_addr));
     SetDstIPAddress(connContext, address);
     return address;
 }

@@ -19,6 +19,8 @@
 // Atomic for the handlers that may read it at any instant.
 static std::atomic<Log *> the_log = nullptr;
 
+static char tag[1024]; // openlog, of which a process has one, keeps a pointer to it
+
 void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
                std::int32_t facility)
 {

@@ -65,7 +65,4 @@ class Log : public CStdLog
 
     std::int32_t logopt;
     std::int32_t facility; // 0 if what was given is none
-
-  private:
-    char tag[1024] = {}; // openlog keeps a pointer to it
 };

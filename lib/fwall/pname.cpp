@@ -3,6 +3,7 @@
 #include "lib/fwall/context_calls.h"
 #include "lib/fwall/fixed_text.h"
 #include "lib/kdev/firewall_names.h"
+#include "lib/ulib/address.h"
 #include "lib/ulib/report.h"
 
 #include <cerrno>
@@ -11,9 +12,7 @@ int peer_addr_name(const sockaddr_in *addr, char *name, char *address, std::size
 {
     if (size == 0)
         return 0;
-    char text[INET_ADDRSTRLEN];
-    (void)inet_ntop(AF_INET, &addr->sin_addr, text, sizeof text); // has room
-    set_bytes(address, size, std::string_view(text).substr(0, size - 1));
+    set_bytes(address, size, dotted(addr->sin_addr.s_addr).substr(0, size - 1));
     if (name[0] == '\0')
         set_bytes(name, size, std::string_view("unknown").substr(0, size - 1));
     return 0;
@@ -31,8 +30,7 @@ int peername(int fd, char *name, char *address, std::size_t size)
         return 1;
     }
     (void)peer_addr_name(&peer, name, address, size); // can't fail
-    char text[INET_ADDRSTRLEN];
-    SetSrcIPAddress(connContext, inet_ntop(AF_INET, &peer.sin_addr, text, sizeof text));
+    SetSrcIPAddress(connContext, dotted(peer.sin_addr.s_addr).c_str());
     SetSrcPort(connContext, ntohs(peer.sin_port));
     return 0;
 }

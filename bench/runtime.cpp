@@ -1,6 +1,7 @@
 // What a proxy does all day: reading its table, walking entries, and reporting. The records are
 // sent beside bare datagrams of the same size, in rounds that take turns; `ratio` is the rate of
 // the reports to that of the bare sends, by their medians.
+#include "bench/rounds.h"
 #include "lib/fwall/config.h"
 #include "lib/fwall/context.h"
 #include "lib/fwall/enargv.h"
@@ -8,19 +9,15 @@
 #include "lib/fwall/fixed_text.h"
 #include "lib/fwall/log.h"
 
-#include <algorithm>
 #include <array>
 #include <benchmark/benchmark.h>
-#include <chrono>
 #include <csignal>
-#include <cstring>
 #include <string>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 // Sets a table of `lines` entries, every second for the proxy "p".
 static void set_table(int lines)
@@ -133,20 +130,6 @@ struct reader {
         return address;
     }
 };
-
-template <typename CALL> static double seconds_of(int times, CALL call)
-{
-    const auto from = std::chrono::steady_clock::now();
-    for (int i = 0; i < times; ++i)
-        call(i);
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - from).count();
-}
-
-static double median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + std::ssize(values) / 2, values.end());
-    return values[values.size() / 2];
-}
 
 static void send_records(benchmark::State &state)
 {

@@ -1,0 +1,90 @@
+// The check of a client against a table of 1,000 `hosts` lines of one kind, of which the last one
+// fits, beside a plain loop of fnmatch over the same patterns in memory, in rounds that take turns.
+// `ratio` is the time of a check to that of a loop, by their medians.
+#include "bench/rounds.h"
+#include "lib/fwall/config.h"
+#include "lib/fwall/fixed_text.h"
+#include "lib/fwall/name_service.h"
+#include "lib/fwall/proxy.h"
+#include "lib/fwall/settings.h"
+#include "lib/fwall/srcchk.h"
+
+#include <arpa/inet.h>
+#include <benchmark/benchmark.h>
+#include <cstdlib>
+#include <fnmatch.h>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+static constexpr int LINES = 1000;
+static constexpr char CLIENT[] = "192.0.2.7";
+static char client_name[] = "mail.office.example";
+
+static hostent *name_of_client(const void *, socklen_t, int)
+{
+    static hostent answer{};
+    answer.h_name = client_name;
+    return &answer;
+}
+
+static std::vector<std::string> patterns_of(const std::string &head, const std::string &tail,
+                                            const std::string &fitting)
+{
+    std::vector<std::string> patterns;
+    for (int i = 1; i < LINES; ++i)
+        patterns.push_back(head + std::to_string(i / 200) + '.' + std::to_string(i % 200) + tail);
+    patterns.push_back(fitting);
+    return patterns;
+}
+
+static void load_table(const std::vector<std::string> &patterns)
+{
+    static const int file = memfd_create("hosts", MFD_CLOEXEC);
+    std::string text;
+    for (const std::string &pattern : patterns)
+        text += "p: permit-hosts " + pattern + " -policy office\n";
+    if (ftruncate(file, 0) != 0 || pwrite(file, text.data(), text.size(), 0) < 0)
+        std::abort();
+    cfg_setpfile(("/proc/self/fd/" + std::to_string(file)).c_str());
+    set_text(proxy_name, "p");
+    if (proxy_load_config() != 0)
+        std::abort();
+}
+
+// `text` is what fnmatch compares: what of the client the patterns are about.
+static void check_client(benchmark::State &state, const std::vector<std::string> &patterns,
+                         const char *text)
+{
+    constexpr int ROUND = 200;
+    load_table(patterns);
+    static constexpr name_service_calls scripted{
+        .host_by_name = nullptr, .host_by_address = name_of_client, .service_by_name = nullptr};
+    name_service = &scripted;
+    sockaddr_in client{}, local{};
+    client.sin_family = local.sin_family = AF_INET;
+    client.sin_addr.s_addr = inet_addr(CLIENT);
+    std::vector<double> checks, loops;
+    for (auto _ : state) {
+        checks.push_back(seconds_of(ROUND, [&](int) {
+            if (permit_src_addr_chk(&client, &local) != SRC_PERMITTED)
+                std::abort();
+        }));
+        loops.push_back(seconds_of(ROUND, [&](int) {
+            const auto fits = [text](const std::string &pattern) {
+                return fnmatch(pattern.c_str(), text, 0) == 0;
+            };
+            benchmark::DoNotOptimize(std::find_if(patterns.begin(), patterns.end(), fits));
+        }));
+    }
+    state.counters["ratio"] = median(checks) / median(loops);
+    state.counters["checks/s"] = ROUND / median(checks);
+}
+
+BENCHMARK_CAPTURE(check_client, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT)
+    ->Iterations(50);
+BENCHMARK_CAPTURE(check_client, names, patterns_of("*.a", ".example", "*.office.example"),
+                  client_name)
+    ->Iterations(50);
+BENCHMARK_CAPTURE(check_client, identities, patterns_of("~partner", "", "*"), CLIENT)
+    ->Iterations(50);

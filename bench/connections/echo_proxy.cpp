@@ -1,0 +1,27 @@
+// A proxy that only echoes: what the runtime costs for one connection, from the daemon loop over
+// the check of the source to one record for the log daemon.
+//   echo_proxy -daemon PORT
+#include "lib/fwall/context_calls.h"
+#include "lib/fwall/init.h"
+#include "lib/fwall/notice.h"
+#include "lib/fwall/proxy.h"
+#include "lib/fwall/srcrule.h"
+#include "lib/ulib/report.h"
+
+#include "bench/connections/echo.h"
+
+#include <unistd.h>
+
+static constexpr auto EVENT_CLIENT = static_cast<events>(4000);
+
+int main(int argc, char **argv)
+{
+    servContext = InitServiceContextG();
+    connContext = InitConnectionContextG();
+    proxy_init(&argc, &argv);
+    if (rule_src_chk(STDIN_FILENO, nullptr, "", true) == 0)
+        return 1;
+    notice(EVENT_CLIENT, 0, "connect host=%s/%s", proxy_rladdr, proxy_riaddr);
+    echo(STDIN_FILENO);
+    return 0;
+}

@@ -19,6 +19,7 @@ std::int32_t nestinglevel = 0;
 void start_rule_walk()
 {
     start_links();
+    start_object_walks();
     rulenumber = 0;
     vpn_fremote = nullptr;
     vpn_flocal = nullptr;

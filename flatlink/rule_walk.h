@@ -18,7 +18,8 @@ extern std::int32_t nestinglevel; // peers that the current link lies inside of
 // Marks the number of a proxy rule, so that its links go behind those of all packet filter rules.
 inline constexpr std::uint32_t PROXY_RULE = 0x40000000;
 
-// Puts the state of the walk, and the count of links, back to the start of a run.
+// Puts the state of the walk, and the counts of links and of visited objects, back to the start of
+// a run.
 void start_rule_walk();
 
 // Calls back for each child of `list` in sorted order, with the type "rule"; results do not count.

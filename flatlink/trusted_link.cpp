@@ -239,8 +239,7 @@ static bool add_nested_links(frag **db, frag *remote, frag *local)
         return false;
     }
     if (nestinglevel >= MAX_PEER_NESTING || nested_peers >= MAX_NESTED_PEERS) {
-        SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
-                "vhltcfgerr: Object %s is nested too deeply.", fragkeyname(remote));
+        report_deep(remote);
         return false;
     }
     ++nested_peers;

@@ -12,6 +12,12 @@ static int nesting = 0;
 static long visits = 0;
 static long reports = 0;
 
+void start_object_walks()
+{
+    visits = 0;
+    reports = 0;
+}
+
 static void report_object(const char *before, const frag *obj, const char *after = "")
 {
     if (reports >= MAX_OBJECT_REPORTS)
@@ -28,6 +34,11 @@ static void report_object(const char *before, const frag *obj, const char *after
 void report_recursive(const frag *obj)
 {
     report_object("vhltcfgerr: Object ", obj, " is recursive.");
+}
+
+void report_deep(const frag *obj)
+{
+    report_object("vhltcfgerr: Object ", obj, " is nested too deeply.");
 }
 
 bool count_object_visit()
@@ -50,7 +61,7 @@ static bool may_enter(frag *obj)
         return false;
     }
     if (nesting >= MAX_OBJECT_NESTING) {
-        report_object("vhltcfgerr: Object ", obj, " is nested too deeply.");
+        report_deep(obj);
         return false;
     }
     return count_object_visit();

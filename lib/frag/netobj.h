@@ -17,13 +17,17 @@ using object_callback = std::function<int(frag **db, frag *obj, const char *type
 // handful. It keeps a hostile one from exhausting the stack.
 inline constexpr int MAX_OBJECT_NESTING = 400;
 
-// Objects that all walks of a process visit together. Groups that name each other twice a level
-// grow without bound otherwise.
+// Objects that all walks of a run visit together. Groups that name each other twice a level grow
+// without bound otherwise.
 inline constexpr long MAX_OBJECT_VISITS = 20'000'000;
 
-// Reports of a process about objects. Such groups would fill the log, and waiting for it would take
-// far longer than the walk.
+// Reports of a run about objects. Such groups would fill the log, and waiting for it would take far
+// longer than the walk.
 inline constexpr long MAX_OBJECT_REPORTS = 10'000;
+
+// Begins a run: visits and reports are counted anew. A process begins with the first; one that
+// goes on to another database, or reads its own again, calls this before it walks over that.
+void start_object_walks();
 
 // The name of the node above, as the tree holds it; "unknown" for null and for a top node.
 const char *type_of_key(const frag *obj);
@@ -60,8 +64,10 @@ class walk_mark
     frag *obj_;
 };
 
-// Counts one visit; false when the process has had its share. The first refusal is reported.
+// Counts one visit; false when the run has had its share. The first refusal is reported.
 bool count_object_visit();
 
-// Reports that an object leads back to itself.
+// Report that an object leads back to itself, or lies inside of too many. They count among the
+// reports about objects.
 void report_recursive(const frag *obj);
+void report_deep(const frag *obj);

@@ -4,11 +4,31 @@
 #include "lib/ulib/wildcard.h"
 
 #include <bitset>
+#include <cstring>
+#include <memory>
+#include <new>
 
 namespace
 {
 
 using char_set = std::bitset<256>;
+
+// The bad sets of a pattern that a match has met. A star tries what stands behind it at many
+// places, and a bad set is read to the end of the pattern each time that it is looked into.
+struct bad_sets {
+    const char *pattern;
+    std::unique_ptr<bool[]> met = nullptr; // by position; null before the first, or without memory
+
+    bool has(const char *set) const { return met != nullptr && met[index(set)]; }
+    void add(const char *set)
+    {
+        if (met == nullptr)
+            met.reset(new (std::nothrow) bool[std::strlen(pattern) + 1]());
+        if (met != nullptr)
+            met[index(set)] = true;
+    }
+    std::size_t index(const char *set) const { return static_cast<std::size_t>(set - pattern); }
+};
 
 } // namespace
 
@@ -63,16 +83,24 @@ const char *set_match(const char *set, char c, bool no_case)
     return members.test(static_cast<unsigned char>(c)) != inverted ? end : nullptr;
 }
 
-// Compares one character with what stands at `pattern`, and moves that behind it if they fit.
-static bool take_one(const char *&pattern, char c)
+// Compares one character with the set at `pattern`, and moves that behind it if they fit.
+static bool take_set(const char *&pattern, char c, bad_sets &bad)
 {
-    if (*pattern == '[') {
-        const char *end = set_match(pattern + 1, c, true);
-        if (end == nullptr)
-            return false;
-        pattern = *end == '\0' ? end : end + 1; // a lone `[` has nothing behind it
-        return true;
-    }
+    const char *set = pattern + 1;
+    const char *end = bad.has(set) ? set : set_match(set, c, true);
+    if (end == nullptr)
+        return false;
+    if (end == set) // a good set has its end behind a member
+        bad.add(set);
+    pattern = *end == '\0' ? end : end + 1; // a lone `[` has nothing behind it
+    return true;
+}
+
+// The same for whatever stands at `pattern`.
+static bool take_one(const char *&pattern, char c, bad_sets &bad)
+{
+    if (*pattern == '[')
+        return take_set(pattern, c, bad);
     if (lower(*pattern) != lower(c))
         return false;
     ++pattern;
@@ -87,13 +115,14 @@ int nacasematch(const char *pattern, const char *text)
         pattern = "";
     if (text == nullptr)
         text = "";
+    bad_sets bad{pattern};
     const char *behind_star = nullptr;
     const char *run_end = nullptr;
     while (*text != '\0') {
         if (*pattern == '*') {
             behind_star = ++pattern;
             run_end = text;
-        } else if (take_one(pattern, *text)) {
+        } else if (take_one(pattern, *text, bad)) {
             ++text;
         } else if (behind_star != nullptr) {
             pattern = behind_star;

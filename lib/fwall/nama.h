@@ -7,8 +7,8 @@
 int namatch(const char *pattern, const char *text);
 
 // The same without regard to the case of the letters A to Z, and with sets: `[...]` stands for one
-// character that set_match finds in it. A set that is reported as bad stands for any one
-// character, and the pattern goes on behind the first character of the set.
+// character that set_match finds in it. A set that is reported as bad, once in a call, stands for
+// any one character, and the pattern goes on behind the first character of the set.
 int nacasematch(const char *pattern, const char *text);
 
 // Looks a character up in a set: members, and ranges as in `a-z`, up to a `]`. A `^` in front

@@ -336,6 +336,20 @@ TEST_F(trusted_link, bounds_the_depth_of_peers)
     EXPECT_EQ(0, nestinglevel);
 }
 
+TEST_F(trusted_link, bounds_the_reports_about_deep_peers)
+{
+    std::string lines = chain(MAX_PEER_NESTING + 1, "net_group_many");
+    for (int i = 1; i <= 2 * MAX_OBJECT_REPORTS; ++i) {
+        const std::string member = "net_group_many_elem_" + std::to_string(i);
+        lines += member + "_type=vpnnetwork\n" + member + "_obj=net_vpnnetwork_quay\n";
+    }
+    const fake_log log;
+    load_tree(objects + lines);
+    vpn_add_link(&def_database, node("net_vpnnetwork_p1"), node("net_ipaddr_pc"));
+    EXPECT_EQ(MAX_OBJECT_REPORTS, fake_log::calls);
+    EXPECT_EQ("vhltcfgerr: Further reports about objects are left out.", fake_log::text);
+}
+
 // ---- texts
 
 TEST(split_address, cuts_addresses_but_no_names)

@@ -100,6 +100,28 @@ TEST(EnumGroup, NothingToWalk)
     EXPECT_EQ(child_value(nullptr, "x"), nullptr);
 }
 
+// A process that reads its database again must not find less in it.
+TEST(EnumGroup, EachRunHasItsShareOfVisits)
+{
+    const report_lines reports;
+    owned_tree tree(OBJECTS + std::string("net_group_g_elem_1_obj=net_ipaddr_a\n"));
+    int visits = 0;
+    const auto walk = [&] {
+        enum_group(&tree.head, ffind(&tree.head, "net_group_g"),
+                   [&](frag **, frag *, const char *) {
+                       ++visits;
+                       return 0;
+                   });
+    };
+    while (count_object_visit()) {
+    }
+    walk();
+    EXPECT_EQ(visits, 0);
+    start_object_walks();
+    walk();
+    EXPECT_EQ(visits, 1);
+}
+
 TEST(EnumGroup, NestingEnds)
 {
     constexpr int LEVELS = MAX_OBJECT_NESTING; // a group and its member count apart

@@ -48,6 +48,7 @@ TEST(Nacasematch, KnowsSets)
         {"?", "a", 0, {}},
         {"[z-a]", "q", 0, {{11502, 0, "bad pattern [z-a]"}}},
         {"[z-a]", "q-A]", 1, {{11502, 0, "bad pattern [z-a]"}}},
+        {"*[z-a]", "a-a]q-a]", 1, {{11502, 0, "bad pattern [z-a]"}}}, // tried at each place
         {"[ab", "xb", 1, {{11502, 0, "bad pattern [ab"}}},
         {"[", "x", 1, {{11502, 0, "bad pattern ["}}},
         {"[", "", 0, {}},
@@ -158,4 +159,13 @@ TEST(Namatch, EndsSoonWithManyStars)
     EXPECT_EQ(nacasematch((sets + "c").c_str(), text.c_str()), 0);
     EXPECT_EQ(namatch((pattern + "*").c_str(), text.c_str()), 1);
     EXPECT_EQ(nacasematch((sets + "*").c_str(), text.c_str()), 1);
+}
+
+// Each of these sets has the rest of the pattern in it.
+TEST(Nacasematch, ReadsAndReportsABadSetOnce)
+{
+    const report_log log;
+    const std::string sets(4000, '['), text(8000, 'a');
+    EXPECT_EQ(nacasematch(("*" + sets + "x").c_str(), text.c_str()), 0);
+    EXPECT_EQ(report_log::reports.size(), 2000);
 }

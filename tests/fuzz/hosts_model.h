@@ -1,0 +1,160 @@
+// The walk over `hosts` entries and the terms of such an entry once more, told in the plainest
+// way: what the fuzz target compares srcchk.h and policy.h with.
+#pragma once
+
+#include <cstring>
+#include <iterator>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "lib/fwall/config.h"
+#include "lib/fwall/hnam.h"
+#include "lib/fwall/policy.h"
+#include "lib/fwall/policy_table.h"
+#include "lib/fwall/proxy.h"
+#include "lib/fwall/revmap.h"
+#include "lib/fwall/srcchk.h"
+#include "tests/fwall/report_log.h"
+
+// What a check answers, and what it asks.
+struct outcome {
+    int code = SRC_NO_RULE;
+    const cfgrec *entry = nullptr;
+    std::string shown = "unknown";
+    std::vector<std::string> asked;
+    int identity_questions = 0;
+    std::vector<told> reports = {};
+
+    bool operator==(const outcome &) const = default;
+};
+
+struct client_identity {
+    std::string_view text, display; // without a `~` in front of the display the driver knows none
+};
+
+inline bool is_listed(const char *address)
+{
+    for (const cfgrec *rec = cfg_first("rev_dns", proxy_confp); rec; rec = cfg_next("rev_dns", rec))
+        for (int i = 0; i < rec->argc; ++i)
+            if (std::strchr(rec->argv[i], '-') != nullptr ? range_hostmatch(rec->argv[i], address)
+                                                          : hostmatch(rec->argv[i], address))
+                return true;
+    return false;
+}
+
+inline outcome plain_walk(const char *address, const client_identity &known)
+{
+    const bool nameless = is_listed(address);
+    const cfgrec *logs = cfg_first("use_name_logs", proxy_confp);
+    const bool shows_name = !nameless && logs && logs->argc > 0 && is_on(logs->argv[0]);
+    const bool is_known = known.display.starts_with('~');
+    outcome result;
+    std::string name;
+    const auto host_name = [&] { return name.empty() ? name = revmap(address) : name; };
+    for (cfgrec *rec = cfg_first("hosts", proxy_confp); rec; rec = cfg_next("hosts", rec)) {
+        for (int i = 0; i < rec->argc && rec->argv[i][0] != '-'; ++i) {
+            const std::string_view pattern = rec->argv[i];
+            const bool is_identity = pattern.starts_with('~');
+            const bool is_address =
+                pattern.find_first_not_of(".*0123456789:-") == std::string_view::npos;
+            if (is_identity  ? !is_known || pattern != known.text
+                : is_address ? hostmatch(rec->argv[i], address) == 0
+                             : nameless || hostmatch(rec->argv[i], host_name().c_str()) == 0)
+                continue;
+            result.code = (rec->flags & CFG_DENY) != 0 ? SRC_DENIED : SRC_PERMITTED;
+            result.entry = rec;
+            result.shown = is_identity  ? std::string(known.display)
+                           : shows_name ? host_name()
+                                        : "nodnsquery";
+            return result;
+        }
+    }
+    return result;
+}
+
+inline constexpr policy_option options[] = {
+    {"-none", POLICY_ARG_NONE, "deny-kind a 'b c'"},
+    {"-one", POLICY_ARG_ONE, "Permit-timeout"},
+    {"-list", POLICY_ARG_LIST, "PERMIT-destination x"},
+    {"-rest", POLICY_ARG_REST, nullptr},
+    {"-odd", 9, "absorb-odd lost"},
+    {},
+};
+inline constexpr std::pair<const char *, const char *> made_of_option[] = {
+    // in front of the line's own
+    {"2 kind", "[a][b c]"}, {"1 timeout", ""},    {"1 destination", "[x]"},
+    {"0 rest", ""},         {"0 absorb-odd", ""},
+};
+
+inline std::string shown(const cfgrec *list)
+{
+    std::string text;
+    for (; list != nullptr; list = list->next) {
+        text += std::to_string(list->lineno) + ": " + std::to_string(list->flags) + ' ';
+        text += list->keyword;
+        for (int i = 0; i < list->argc; ++i)
+            ((text += '[') += list->argv[i]) += ']';
+        text += '\n';
+    }
+    return text;
+}
+
+using word_list = std::span<char *const>; // the words of a line that are left
+
+inline bool begins(word_list words, char c)
+{
+    return !words.empty() && words.front()[0] == c;
+}
+
+// Takes from `words` what an option of a kind takes, as the record shows it; `fixed` is in front.
+inline std::string arguments(int kind, std::string fixed, word_list &words)
+{
+    if (kind == POLICY_ARG_NONE)
+        return fixed;
+    if (kind > POLICY_ARG_REST || words.empty())
+        return "";
+    const bool is_list = kind == POLICY_ARG_LIST && begins(words, '{');
+    if (is_list)
+        words = words.subspan(1);
+    bool more = !is_list || !begins(words, '}');
+    while (more && !words.empty()) {
+        ((fixed += '[') += words.front()) += ']';
+        words = words.subspan(1);
+        more = kind == POLICY_ARG_REST || (is_list && !begins(words, '}'));
+    }
+    if (is_list && !words.empty())
+        words = words.subspan(1);
+    return fixed;
+}
+
+// What the options of a line make and what its policies add; false if a policy is not there.
+inline bool terms_of(const cfgrec &hosts, std::string &made, std::string &added)
+{
+    word_list words(hosts.argv, static_cast<std::size_t>(hosts.argc));
+    while (!words.empty() && !begins(words, '-'))
+        words = words.subspan(1);
+    while (!words.empty()) {
+        const std::string_view word = words.front();
+        words = words.subspan(1);
+        if (word == "-policy") {
+            cfgrec *list = words.empty() ? nullptr : cfg_find(words.front());
+            if (list == nullptr)
+                return false;
+            words = words.subspan(1);
+            added += shown(list);
+            cfg_free(list);
+        }
+        for (std::size_t i = 0; i < std::size(made_of_option); ++i) {
+            if (word != options[i].name)
+                continue;
+            const auto [head, fixed] = made_of_option[i];
+            made += std::to_string(hosts.lineno) + ": " + head;
+            made += arguments(options[i].kind, fixed, words) + '\n';
+            break;
+        }
+    }
+    return true;
+}

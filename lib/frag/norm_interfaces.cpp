@@ -79,13 +79,16 @@ bool all_interfaces::add(frag *entry)
         return false;
     if (element_ == nullptr)
         take_apart();
-    std::vector<std::size_t> &places = places_[lower_case(interface)];
-    for (const std::size_t place : places)
-        order_[place].reset();
-    places = {order_.size()};
+    if (const auto equals = places_.find(lower_case(interface)); equals != places_.end()) {
+        for (const std::size_t place : equals->second)
+            order_[place].reset();
+        places_.erase(equals);
+    }
 
     frag_ptr copy(newsymfrag(""));
     copy->child = copy_fragtree(&entry->child, copy.get());
+    // A copy's text ends where the counted bytes do, so that it may differ from the entry's.
+    places_[lower_case(text_of(fval(&copy->child, "interface")))].push_back(order_.size());
     if (entry->parent != nullptr && entry->parent->parent != nullptr)
         fsetp(&copy->child, "location", fragname(entry->parent->parent), copy.get());
     order_.push_back(std::move(copy));

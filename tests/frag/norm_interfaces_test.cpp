@@ -41,6 +41,20 @@ TEST(NormInterfaces, OneList)
          "netobj_list_eth0_INTERFACE_element_7_addr=7.7.7.7\n"
          "netobj_list_Inside_num_elements=0\n"
          "netobj_list_Inside_element\n"},
+        {"an entry that was gathered with its white space cut gives way to its equal", pass,
+         "netobj_list_Inside_element_1_interface=eth0 \n"
+         "netobj_list_Inside_element_1_x=1\n"
+         "netobj_list_Inside_element_2_interface=eth0\n",
+         "netobj_list_all%5Finterfaces_element_1_location=Inside\n"
+         "netobj_list_all%5Finterfaces_element_1_interface=eth0\n"
+         "netobj_list_eth0_INTERFACE_num_elements=0\n"
+         "netobj_list_eth0_INTERFACE_element\n"
+         "netobj_list_eth0 _INTERFACE_num_elements=0\n"
+         "netobj_list_eth0 _INTERFACE_element\n"
+         "netobj_list_Inside_num_elements=2\n"
+         "netobj_list_Inside_element_1_interface=eth0\n"
+         "netobj_list_Inside_element_1_x=1\n"
+         "netobj_list_Inside_element_2_interface=eth0\n"},
         {"an interface whose '=' ends the key early, at the list itself or in it", pass,
          "netobj_list_Inside_element_1_interface=Inside_element=\n"
          "netobj_list_Inside_element_1_alias=yes\n"

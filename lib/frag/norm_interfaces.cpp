@@ -179,7 +179,7 @@ void leaving_entries::free_left()
 class alias_lists
 {
   public:
-    explicit alias_lists(frag **head) : lists_(find_or_make(head, "netobj_list")) {}
+    explicit alias_lists(frag **head) : head_(head) {}
 
     // The alias list of an interface, made with its `element` if it is missing.
     frag *list_of(const char *interface);
@@ -188,7 +188,8 @@ class alias_lists
     void add(frag *list, frag *entry);
 
   private:
-    frag *lists_;
+    frag **head_;
+    frag *lists_ = nullptr; // null until the first list is asked for
     std::unordered_map<const frag *, std::int64_t> counts_; // by `element`
 };
 
@@ -196,6 +197,8 @@ frag *alias_lists::list_of(const char *interface)
 {
     const std::string_view full = interface;
     const std::string key = std::string(full.substr(0, full.find(':'))) + "_INTERFACE";
+    if (lists_ == nullptr)
+        lists_ = find_or_make(head_, "netobj_list");
     frag *list = find_or_make(&lists_->child, key.c_str(), lists_);
     if (ffind(&list->child, "element") == nullptr) {
         fsetp(&list->child, "element", nullptr, list);

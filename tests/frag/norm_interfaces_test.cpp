@@ -7,10 +7,13 @@
 TEST(NormInterfaces, OneList)
 {
     static const auto pass = [](frag **head) { return norm_if(head, "netobj_list_Inside"); };
+    static const auto elsewhere = [](frag **head) { return norm_if(head, "list"); };
     static const pass_case cases[] = {
         {"made if missing", pass, "a=\n",
          "netobj_list_Inside_num_elements=0\n"
          "netobj_list_Inside_element\na=\n"},
+        {"no alias, no list of lists", elsewhere, "list_element_1_x=1\n",
+         "list_num_elements=0\nlist_element\n"},
         {"sorted, numbered, gathered; without an interface an entry goes", pass,
          "netobj_list_Inside_num_elements=9\n"
          "netobj_list_Inside_element_10_interface=eth1\n"

@@ -66,11 +66,12 @@ static void complain_of_aliases(const std::string &interface)
 
 // Moves the aliases of one interface from the object lists into `element`, numbered from
 // `number` on. Returns false when `room`, in list members, is used up; nothing is moved then.
+// `lists` is null in a tree without object lists.
 static bool fold_aliases(frag *lists, frag *element, const std::string &interface,
                          std::int64_t &number, std::int64_t &room)
 {
     const std::string key = interface + "_INTERFACE";
-    const frag *found = ffind(&lists->child, key.c_str());
+    const frag *found = lists == nullptr ? nullptr : ffind(&lists->child, key.c_str());
     // An interface with a '=' in its name ends the key early, maybe at the list being filled.
     if (found == nullptr || is_or_holds(found, element))
         return true;
@@ -94,7 +95,7 @@ int canon_if(frag **head, const char *key)
 {
     frag *list = find_or_make(head, key);
     frag *element = find_or_make(&list->child, "element", list);
-    frag *lists = find_or_make(head, "netobj_list");
+    frag *lists = ffind(head, "netobj_list");
     std::int64_t number = count_list(element->child) + 1;
     std::int64_t room = FOLDED_LIST_MEMBERS;
     for (const std::string &interface : own_interfaces(element)) {

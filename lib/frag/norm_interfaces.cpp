@@ -79,13 +79,16 @@ bool all_interfaces::add(frag *entry)
         return false;
     if (element_ == nullptr)
         take_apart();
-    std::vector<std::size_t> &places = places_[lower_case(interface)];
-    for (const std::size_t place : places)
-        order_[place].reset();
-    places = {order_.size()};
+    if (const auto equals = places_.find(lower_case(interface)); equals != places_.end()) {
+        for (const std::size_t place : equals->second)
+            order_[place].reset();
+        places_.erase(equals);
+    }
 
     frag_ptr copy(newsymfrag(""));
     copy->child = copy_fragtree(&entry->child, copy.get());
+    // A copy's text ends where the counted bytes do, so that it may differ from the entry's.
+    places_[lower_case(text_of(fval(&copy->child, "interface")))].push_back(order_.size());
     if (entry->parent != nullptr && entry->parent->parent != nullptr)
         fsetp(&copy->child, "location", fragname(entry->parent->parent), copy.get());
     order_.push_back(std::move(copy));
@@ -176,7 +179,7 @@ void leaving_entries::free_left()
 class alias_lists
 {
   public:
-    explicit alias_lists(frag **head) : lists_(find_or_make(head, "netobj_list")) {}
+    explicit alias_lists(frag **head) : head_(head) {}
 
     // The alias list of an interface, made with its `element` if it is missing.
     frag *list_of(const char *interface);
@@ -185,7 +188,8 @@ class alias_lists
     void add(frag *list, frag *entry);
 
   private:
-    frag *lists_;
+    frag **head_;
+    frag *lists_ = nullptr; // null until the first list is asked for
     std::unordered_map<const frag *, std::int64_t> counts_; // by `element`
 };
 
@@ -193,6 +197,8 @@ frag *alias_lists::list_of(const char *interface)
 {
     const std::string_view full = interface;
     const std::string key = std::string(full.substr(0, full.find(':'))) + "_INTERFACE";
+    if (lists_ == nullptr)
+        lists_ = find_or_make(head_, "netobj_list");
     frag *list = find_or_make(&lists_->child, key.c_str(), lists_);
     if (ffind(&list->child, "element") == nullptr) {
         fsetp(&list->child, "element", nullptr, list);

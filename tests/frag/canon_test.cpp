@@ -29,7 +29,10 @@ TEST(Canon, ObjectLists)
 TEST(Canon, InterfaceAliases)
 {
     const auto inside = [](frag **head) { return canon_if(head, "netobj_list_Inside"); };
+    const auto elsewhere = [](frag **head) { return canon_if(head, "list"); };
     const pass_case cases[] = {
+        {"no list of lists, none made", elsewhere, "list_element_1_interface=eth0\n",
+         "list_element_1_interface=eth0\n"},
         {"missing list is made", inside, "a=1\n", "netobj_list_Inside_element\na=1\n"},
         {"aliases number on from the count", inside,
          "netobj_list_Inside_element_5_interface=eth0\n"

@@ -7,10 +7,13 @@
 TEST(NormInterfaces, OneList)
 {
     static const auto pass = [](frag **head) { return norm_if(head, "netobj_list_Inside"); };
+    static const auto elsewhere = [](frag **head) { return norm_if(head, "list"); };
     static const pass_case cases[] = {
         {"made if missing", pass, "a=\n",
          "netobj_list_Inside_num_elements=0\n"
          "netobj_list_Inside_element\na=\n"},
+        {"no alias, no list of lists", elsewhere, "list_element_1_x=1\n",
+         "list_num_elements=0\nlist_element\n"},
         {"sorted, numbered, gathered; without an interface an entry goes", pass,
          "netobj_list_Inside_num_elements=9\n"
          "netobj_list_Inside_element_10_interface=eth1\n"
@@ -41,6 +44,20 @@ TEST(NormInterfaces, OneList)
          "netobj_list_eth0_INTERFACE_element_7_addr=7.7.7.7\n"
          "netobj_list_Inside_num_elements=0\n"
          "netobj_list_Inside_element\n"},
+        {"an entry that was gathered with its white space cut gives way to its equal", pass,
+         "netobj_list_Inside_element_1_interface=eth0 \n"
+         "netobj_list_Inside_element_1_x=1\n"
+         "netobj_list_Inside_element_2_interface=eth0\n",
+         "netobj_list_all%5Finterfaces_element_1_location=Inside\n"
+         "netobj_list_all%5Finterfaces_element_1_interface=eth0\n"
+         "netobj_list_eth0_INTERFACE_num_elements=0\n"
+         "netobj_list_eth0_INTERFACE_element\n"
+         "netobj_list_eth0 _INTERFACE_num_elements=0\n"
+         "netobj_list_eth0 _INTERFACE_element\n"
+         "netobj_list_Inside_num_elements=2\n"
+         "netobj_list_Inside_element_1_interface=eth0\n"
+         "netobj_list_Inside_element_1_x=1\n"
+         "netobj_list_Inside_element_2_interface=eth0\n"},
         {"an interface whose '=' ends the key early, at the list itself or in it", pass,
          "netobj_list_Inside_element_1_interface=Inside_element=\n"
          "netobj_list_Inside_element_1_alias=yes\n"

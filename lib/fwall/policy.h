@@ -32,9 +32,11 @@ struct policy_option {
 // line and stay for the rest of the process.
 //   hosts    null: nothing is done
 //   options  null: the line may have -policy only
-// Returns 0; or 1 when a -policy can't be followed, and then no option of the line counts:
+// Returns 0; or 1 when a -policy can't be followed or the words of an expansion, each with its
+// terminator, take more than 1024 bytes, and then no option of the line counts:
 //   "cfgerr: -policy needs an argument, line N"               event 11502
 //   "cfgerr: could not find policy-NAME, line N"              event 11503
+//   "cfgerr: expansion of OPTION too long, line N"            event 11502
 // Other faults are reported and passed over (event 11502); an option that lacks its argument gives
 // a record without any:
 //   "cfgerr: unknown argument name WORD"                      the word cut at 10 characters

@@ -25,15 +25,6 @@ static const char *usable_interface(frag *entry)
     return frag_isblank(interface) ? nullptr : interface;
 }
 
-static std::string lower_case(std::string_view text)
-{
-    std::string lower(text);
-    for (char &c : lower)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return lower;
-}
-
 namespace
 {
 

@@ -6,6 +6,7 @@
 #include "lib/fwall/notice.h"
 #include "lib/ulib/address.h"
 #include "lib/ulib/host_length.h"
+#include "lib/ulib/text.h"
 
 #include <array>
 #include <cstring>
@@ -112,9 +113,8 @@ int ip_match(const char *pattern, const char *address)
 static bool copy_lower(const char *text, char (&copy)[TEXT_MAX + 1])
 {
     for (std::size_t i = 0; i <= TEXT_MAX; ++i) {
-        const char c = text[i];
-        copy[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        if (c == '\0')
+        copy[i] = lower_case(text[i]);
+        if (text[i] == '\0')
             return true;
     }
     return false;

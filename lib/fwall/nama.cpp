@@ -1,6 +1,7 @@
 #include "lib/fwall/nama.h"
 
 #include "lib/fwall/notice.h"
+#include "lib/ulib/text.h"
 #include "lib/ulib/wildcard.h"
 
 #include <bitset>
@@ -31,11 +32,6 @@ struct bad_sets {
 };
 
 } // namespace
-
-static char lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 static unsigned char other_case(unsigned char c)
 {
@@ -101,7 +97,7 @@ static bool take_one(const char *&pattern, char c, bad_sets &bad)
 {
     if (*pattern == '[')
         return take_set(pattern, c, bad);
-    if (lower(*pattern) != lower(c))
+    if (lower_case(*pattern) != lower_case(c))
         return false;
     ++pattern;
     return true;

@@ -18,7 +18,6 @@ const char *revmap(const char *address)
         return "unknown";
     set_text(name, found->h_name);
     for (char &c : name)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
+        c = lower_case(c);
     return name;
 }

@@ -3,6 +3,7 @@
 #include "lib/fwall/cfgrec.h"
 #include "lib/fwall/inet_aton.h"
 #include "lib/fwall/nama.h"
+#include "lib/ulib/text.h"
 
 #include <charconv>
 #include <cstdlib>
@@ -134,7 +135,7 @@ static src_pattern read_name(std::string_view text, char *&place)
 {
     src_pattern pattern{.kind = pattern_kind::name, .text = place};
     for (const char c : text)
-        *place++ = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        *place++ = lower_case(c);
     *place++ = '\0';
     const std::size_t first = text.find('*');
     const std::size_t last = text.rfind('*');

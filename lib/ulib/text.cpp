@@ -4,15 +4,19 @@
 #include <charconv>
 #include <limits>
 
-static char lower(char c)
+std::string lower_case(std::string_view text)
 {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    std::string lower(text);
+    for (char &c : lower)
+        c = lower_case(c);
+    return lower;
 }
 
 bool same_word(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                              [](char x, char y) { return lower(x) == lower(y); });
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return lower_case(x) == lower_case(y);
+           });
 }
 
 bool begins_with_word(std::string_view text, std::string_view prefix)

@@ -1,5 +1,5 @@
 // Small questions about texts: comparison without case, safe views, splitting at a mark,
-// and the named readers of numbers. They allocate nothing and report nothing.
+// and the named readers of numbers. They report nothing, and allocate what they return alone.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +11,15 @@ inline std::string_view text_of(const char *text)
 {
     return text == nullptr ? std::string_view() : std::string_view(text);
 }
+
+// The small letter of an ASCII capital, whatever the locale; any other character as it is.
+constexpr char lower_case(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// The text with each of its characters in lower case.
+std::string lower_case(std::string_view text);
 
 // True when the texts are equal, ASCII case ignored, whatever the locale.
 bool same_word(std::string_view a, std::string_view b);

@@ -132,6 +132,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     outcome unprepared[std::size(clients)];
     const auto checked = [&](u32 client) { return watched(names, [=] { return check(client); }); };
     std::transform(std::begin(clients), std::end(clients), unprepared, checked);
+    cfg_mark_runs(proxy_confp);
     prepare_src_patterns(proxy_confp);
     for (std::size_t i = 0; i < std::size(clients); ++i) {
         must(checked(clients[i]) == unprepared[i], "patterns made ready give another answer");

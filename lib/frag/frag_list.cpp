@@ -1,8 +1,10 @@
 #include "lib/frag/frag_list.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "lib/frag/name_index.h"
 
@@ -107,6 +109,22 @@ std::int64_t count_list(const frag *first)
     for (const frag *node = first; node != nullptr; node = node->next)
         ++count;
     return count;
+}
+
+std::int64_t bytes_of_list(const frag *first)
+{
+    std::int64_t bytes = 0;
+    std::vector<const frag *> open{first};
+    while (!open.empty()) {
+        const frag *node = open.back();
+        open.pop_back();
+        for (; node != nullptr; node = node->next) {
+            bytes += static_cast<std::int64_t>(sizeof *node + std::strlen(node->name)) + node->vlen;
+            if (node->child != nullptr)
+                open.push_back(node->child);
+        }
+    }
+    return bytes;
 }
 
 void drop_frag_value(frag *node)

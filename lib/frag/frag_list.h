@@ -50,5 +50,8 @@ std::int64_t number_list(frag *first);
 // How many siblings there are.
 std::int64_t count_list(const frag *first);
 
+// The memory in bytes of a list and all below it, nearly: what a copy of it would take.
+std::int64_t bytes_of_list(const frag *first);
+
 // Frees the value; the node is then without one.
 void drop_frag_value(frag *node);

@@ -1,6 +1,6 @@
 // The numbered layout 4.1, as older releases read it: the reverse of lib/frag/canon.h and
 // lib/frag/upgrade.h for a whole tree. Both work in place, on a tree that is thrown away after
-// it was written, and report nothing. `head` is the address of the tree's head.
+// it was written, and report nothing of their own. `head` is the address of the tree's head.
 #pragma once
 
 struct frag;

@@ -13,6 +13,8 @@
 #include "lib/frag/frag_name.h"
 #include "lib/frag/frag_sort.h"
 #include "lib/frag/frag_text.h"
+#include "lib/ulib/events.h"
+#include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
 static constexpr const char *ALL_ELEMENT_KEY = "netobj_list_all%5Finterfaces_element";
@@ -166,20 +168,28 @@ void leaving_entries::free_left()
         push_child(element_, kept.back());
 }
 
+// Memory that aliases may take in all in lists that stand inside the interface list itself. Only
+// names with a '=', which ends the key early, lead there: an entry can then hold another, and
+// that one the next, so that each copy is larger than the last.
+constexpr std::int64_t INNER_ALIASES_BYTES = std::int64_t{256} << 20;
+
 // The alias lists that were reached, with the number of entries of each.
 class alias_lists
 {
   public:
-    explicit alias_lists(frag **head) : head_(head) {}
+    alias_lists(frag **head, const frag *element) : head_(head), element_(element) {}
 
     // The alias list of an interface, made with its `element` if it is missing.
     frag *list_of(const char *interface);
 
-    // Copies the entry's children into a new entry of the list.
-    void add(frag *list, frag *entry);
+    // Copies the entry's children into a new entry of the list. Returns false, with nothing
+    // done, if there is no room for them.
+    bool add(frag *list, frag *entry);
 
   private:
     frag **head_;
+    const frag *element_; // of the interface list whose aliases these are
+    std::int64_t inner_room_ = INNER_ALIASES_BYTES;
     frag *lists_ = nullptr; // null until the first list is asked for
     std::unordered_map<const frag *, std::int64_t> counts_; // by `element`
 };
@@ -198,8 +208,20 @@ frag *alias_lists::list_of(const char *interface)
     return list;
 }
 
-void alias_lists::add(frag *list, frag *entry)
+bool is_below(const frag *node, const frag *top)
 {
+    while (node != nullptr && node != top)
+        node = node->parent;
+    return node != nullptr;
+}
+
+bool alias_lists::add(frag *list, frag *entry)
+{
+    if (is_below(list, element_)) {
+        inner_room_ -= bytes_of_list(entry->child);
+        if (inner_room_ < 0)
+            return false;
+    }
     frag *element = find_or_make(&list->child, "element", list);
     const auto [count, is_new] = counts_.try_emplace(element, 0);
     if (is_new)
@@ -208,27 +230,43 @@ void alias_lists::add(frag *list, frag *entry)
     frag *alias = add_child(element, std::to_string(number));
     give_children(alias, copy_fragtree(&entry->child, alias));
     set_number(&list->child, "num_elements", number, list);
+    return true;
 }
 
 } // namespace
+
+static void complain_of_aliases(const char *interface)
+{
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = EVENT_BAD_ENTRY;
+    SendLog(servContext, connContext, uniq, REPORT_NOTICE,
+            "interface %.64s: too many aliases inside of aliases, the rest left as they are",
+            interface);
+}
 
 // Entries without an interface go, aliases move to the lists of their interfaces.
 static void sort_out_entries(frag **head, frag *element)
 {
     leaving_entries entries(element);
-    alias_lists aliases(head);
+    alias_lists aliases(head, element);
+    bool is_full = false;
     for (frag *entry : entries.all()) {
         const char *interface = usable_interface(entry);
         if (interface == nullptr) {
             entries.leave(entry);
             continue;
         }
-        const frag_ptr alias = take_frag(&entry->child, "alias");
+        frag_ptr alias = take_frag(&entry->child, "alias");
         frag *list = aliases.list_of(interface);
         if (alias == nullptr || !frag_istrue(alias->value))
             continue;
-        aliases.add(list, entry);
-        entries.leave_by_name(entry);
+        if (aliases.add(list, entry)) {
+            entries.leave_by_name(entry);
+            continue;
+        }
+        if (!std::exchange(is_full, true))
+            complain_of_aliases(interface);
+        push_child(entry, alias.release());
     }
 }
 

@@ -3,7 +3,7 @@
 // for every interface, with the list that it came from in `location`.
 //
 // `head` is the address of the tree's head; lists that are missing are made; nothing is
-// reported.
+// reported but what norm_if says.
 #pragma once
 
 struct frag;
@@ -11,7 +11,9 @@ struct frag;
 // Brings the list at `key` to the numbered layout: entries without an interface go, entries that
 // say that they are aliases move to the alias list of their interface (its name up to the first
 // ':'), the others are copied to the list of all interfaces, sorted and numbered. `key` must not
-// be that of the list of all interfaces. Returns 0.
+// be that of the list of all interfaces. Aliases that would put 256 MB into the list itself, as
+// only made-up interface names can ask for, stay where they are, and one report says so.
+// Returns 0.
 int norm_if(frag **head, const char *key);
 
 // Copies an entry of some other list into the list of all interfaces, in place of those with the

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "lib/frag/frag_list.h"
 #include "lib/frag/frag_name.h"
@@ -66,23 +65,6 @@ static void make_plug_proxy(frag *proxies, frag *plug, frag *config_set)
     push_child(sets, config_set);
 }
 
-// The memory of a list and all below it.
-static std::int64_t bytes_of_tree(const frag *first)
-{
-    std::int64_t bytes = 0;
-    std::vector<const frag *> open{first};
-    while (!open.empty()) {
-        const frag *node = open.back();
-        open.pop_back();
-        for (; node != nullptr; node = node->next) {
-            bytes += static_cast<std::int64_t>(sizeof *node + std::strlen(node->name)) + node->vlen;
-            if (node->child != nullptr)
-                open.push_back(node->child);
-        }
-    }
-    return bytes;
-}
-
 // The config sets for which there was no room stay with the relay, as they are.
 static void keep_plug_relay(frag *proxies, frag_ptr plug, frag_ptr sets, frag *rest)
 {
@@ -105,7 +87,7 @@ static void split_plug_relay(frag **head, frag *proxies)
     if (sets == nullptr)
         return;
     frag *rest = take_children(sets.get());
-    const std::int64_t bytes_each = bytes_of_tree(plug->child);
+    const std::int64_t bytes_each = bytes_of_list(plug->child);
     std::int64_t room = PLUG_COPIES_BYTES;
     for (; rest != nullptr && room >= bytes_each; room -= bytes_each)
         make_plug_proxy(proxies, plug.get(), pop_front(rest));

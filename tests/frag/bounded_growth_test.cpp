@@ -7,6 +7,7 @@
 
 #include "lib/frag/canon.h"
 #include "lib/frag/frag_list.h"
+#include "lib/frag/norm_interfaces.h"
 #include "lib/frag/upgrade.h"
 #include "tests/frag/flat_tree.h"
 #include "tests/ulib/fake_log.h"
@@ -110,6 +111,43 @@ TEST(BoundedGrowth, AliasListsOfInterfacesAreFolded)
             EXPECT_EQ(log.text, "interface e" + std::to_string(folded + 1) +
                                     "=: too many aliases, the rest left as they are");
             EXPECT_EQ(children_of(tree, "netobj_list"), 1 + INTERFACES - folded);
+        }
+    }
+}
+
+TEST(BoundedGrowth, AliasesMoveToTheListsOfTheirInterfaces)
+{
+    constexpr int ALIASES = 1500;
+    static const struct {
+        const char *label, *interface, *interface_end;
+        int fewest_moved;
+        bool is_bounded;
+    } cases[] = {
+        {"a list each", "e", "", ALIASES, false},
+        // Each moves into the next entry, with all that moved before.
+        {"a sign that ends a key", "Inside_element_", "=", 800, true},
+    };
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.label);
+        const fake_log log;
+        flat_tree tree(lines_for(ALIASES, [&](const auto &n) {
+            const std::string entry = "netobj_list_Inside_element_" + n;
+            return entry + "_alias=yes\n" + entry + "_interface=" + row.interface +
+                   std::to_string(std::stoi(n) + 1) + row.interface_end;
+        }));
+        norm_if(&tree.head, "netobj_list_Inside");
+        expect_sound(&tree.head);
+        // In the second row the last entry leads to one that was not there.
+        const std::int64_t moved =
+            ALIASES + (row.is_bounded ? 1 : 0) - children_of(tree, "netobj_list_Inside_element");
+        EXPECT_GE(moved, row.fewest_moved);
+        EXPECT_EQ(moved < ALIASES, row.is_bounded);
+        EXPECT_EQ(log.calls, row.is_bounded ? 1 : 0);
+        if (row.is_bounded) {
+            EXPECT_EQ(log.text, "interface Inside_element_" + std::to_string(moved + 2) +
+                                    "=: too many aliases inside of aliases, the rest left as "
+                                    "they are");
+            EXPECT_STREQ(fval(&tree.head, "netobj_list_Inside_element_2_alias"), "yes");
         }
     }
 }

@@ -23,5 +23,5 @@ int main(int argc, char **argv)
         return 1;
     notice(EVENT_CLIENT, 0, "connect host=%s/%s", proxy_rladdr, proxy_riaddr);
     echo(STDIN_FILENO);
-    return 0;
+    _exit(0); // as a child that has nothing to write any more
 }

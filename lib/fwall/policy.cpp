@@ -8,7 +8,6 @@
 #include "lib/ulib/text.h"
 
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -189,7 +188,7 @@ static int join_policy(line_rest &rest)
         return 1;
     }
     const char *name = rest.take();
-    std::snprintf(policy_name, sizeof policy_name, "policy-%.50s", name);
+    name_policy(name);
     if (get_policy_by_name(name) == 0)
         return 0;
     notice(EVENT_NO_ENTRY, rest.line, "cfgerr: could not find %s, line %d", policy_name, rest.line);

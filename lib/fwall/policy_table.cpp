@@ -1,11 +1,11 @@
 #include "lib/fwall/policy_table.h"
 
 #include "lib/fwall/config.h"
+#include "lib/fwall/fixed_text.h"
 #include "lib/fwall/notice.h"
 #include "lib/fwall/proxy.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -94,12 +94,21 @@ try {
     return -1;
 }
 
+void name_policy(std::string_view name)
+{
+    constexpr std::string_view PREFIX = "policy-";
+    constexpr std::size_t NAME_PART = 50;
+    static_assert(sizeof policy_name > PREFIX.size() + NAME_PART);
+    set_text(policy_name, PREFIX);
+    name.copy(policy_name + PREFIX.size(), NAME_PART);
+}
+
 int cfg_bldCFGlist()
 {
     free_cfglist();
     table.count = cfg_findPolicyNames(table.names);
     for (int i = 0; i < table.count; ++i) {
-        std::snprintf(policy_name, sizeof policy_name, "policy-%.50s", table.names[i]);
+        name_policy(table.names[i]);
         cfgrec *list = cfg_read(policy_name);
         if (!cfg_has(list)) {
             notice(EVENT_NO_ENTRY, 0, "cfgerr: could not find Policy : %s.", table.names[i]);

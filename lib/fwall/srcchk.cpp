@@ -4,6 +4,7 @@
 #include "lib/fwall/config.h"
 #include "lib/fwall/fixed_text.h"
 #include "lib/fwall/hnam.h"
+#include "lib/fwall/inet_aton.h"
 #include "lib/fwall/notice.h"
 #include "lib/fwall/pname.h"
 #include "lib/fwall/proxy.h"
@@ -150,12 +151,12 @@ static cfgrec *prepared_entry(src_walk &walk, const src_patterns *prepared)
 // Starts a walk for the client in `proxy_riaddr`.
 static src_walk begin_walk(const sockaddr_in *local)
 {
-    in_addr addr{};
-    const bool plain = inet_pton(AF_INET, proxy_riaddr, &addr) == 1;
+    u32 addr_be = 0;
+    const bool is_address = scan_address(proxy_riaddr, addr_be);
     return {.local = local,
             .lookup_allowed = inat_addr(proxy_riaddr) != 1,
-            .plain_address = plain && dotted(addr.s_addr) == proxy_riaddr,
-            .address = host_order(addr.s_addr)};
+            .plain_address = is_address && dotted(addr_be) == proxy_riaddr,
+            .address = host_order(addr_be)};
 }
 
 // The first entry from `entry` on that fits the client; null for none.

@@ -1,7 +1,6 @@
 """Databases that mean harm, as (label, bytes, is the secret at their start kept)."""
 import random
 
-MILLION = 1_000_000
 SECRET = b"vpn_settings_anonsecret=kept\n"
 
 # A rule whose source is a peer and whose destination is `other`; the rest builds upon it.
@@ -35,39 +34,40 @@ def damaged_files(samples, count):
             yield f"sample {number} with other bytes at {places}", bytes(broken), False
 
 
-def nested_and_long_files():
+def nested_and_long_files(size):
+    """`size` bytes, levels or keys of each kind."""
     for key in (b"a", b"rule", b"net"):
-        yield f"flat levels of {key}", SECRET + b"_".join([key] * MILLION) + b"=x\n", True
+        yield f"flat levels of {key}", SECRET + b"_".join([key] * size) + b"=x\n", True
         yield (f"section levels of {key}",
-               b"[vpn\\settings]\nanonsecret=kept\n[" + b"\\".join([key] * MILLION) + b"]\nb=x\n", True)
-        yield f"tag levels of {key}", SECRET + (b"<" + key + b">") * MILLION, True
+               b"[vpn\\settings]\nanonsecret=kept\n[" + b"\\".join([key] * size) + b"]\nb=x\n", True)
+        yield f"tag levels of {key}", SECRET + (b"<" + key + b">") * size, True
         yield (f"tag levels of {key}, closed",
-               SECRET + (b"<" + key + b">") * MILLION + (b"</" + key + b">") * MILLION, True)
-    yield "levels of a rule", SECRET + b"rule_pffwd_1_" + b"a_" * MILLION + b"src=x\n", True
-    yield "levels of attributes", SECRET + b"<a b='c'>" * (MILLION // 4), True
-    yield "end tags", SECRET + b"</a>" * MILLION, True
-    yield "end tags of others", SECRET + b"<a></b>" * (MILLION // 2), True
-    yield "self-closed tags", SECRET + b"<a/>" * MILLION, True
-    yield "open angle brackets", SECRET + b"<" * MILLION, True
-    yield "open brackets", SECRET + b"[" * MILLION, True
-    yield "open comment", SECRET + b"<!-- " + b"-" * MILLION, True
-    name = b"n" * MILLION
-    yield "flat name of a megabyte", SECRET + name + b"=x\n", True
+               SECRET + (b"<" + key + b">") * size + (b"</" + key + b">") * size, True)
+    yield "levels of a rule", SECRET + b"rule_pffwd_1_" + b"a_" * size + b"src=x\n", True
+    yield "levels of attributes", SECRET + b"<a b='c'>" * (size // 4), True
+    yield "end tags", SECRET + b"</a>" * size, True
+    yield "end tags of others", SECRET + b"<a></b>" * (size // 2), True
+    yield "self-closed tags", SECRET + b"<a/>" * size, True
+    yield "open angle brackets", SECRET + b"<" * size, True
+    yield "open brackets", SECRET + b"[" * size, True
+    yield "open comment", SECRET + b"<!-- " + b"-" * size, True
+    name = b"n" * size
+    yield "flat name of great length", SECRET + name + b"=x\n", True
     yield "flat name without an end", SECRET + name, True
-    yield "value of a megabyte", SECRET + b"a=" + name + b"\n", True
-    yield "section name of a megabyte", SECRET + b"[" + name + b"]\nb=x\n", True
-    yield "section value of a megabyte", SECRET + b"[a]\nb=" + name + b"\\\n" + name, True
-    yield "tag name of a megabyte", SECRET + b"<" + name + b">x</" + name + b">", True
-    yield "attribute of a megabyte", SECRET + b"<a " + name + b"='" + name + b"'/>", True
-    yield "text of a megabyte", SECRET + b"<a>" + name, True
-    yield "settings of a megabyte", b"vpn_settings_anonsecret=" + name + b"\n", False
-    yield "host name of a megabyte", SECRET + b"ip_hostname=" + name + b"\n", True
-    yield "a megabyte of NUL bytes", SECRET + b"\0" * MILLION, True
-    yield "a million keys", SECRET + b"".join(b"k%d=x\n" % i for i in range(MILLION)), True
-    yield "a million equal keys", SECRET + b"k=x\n" * MILLION, True
-    yield "a million equal tags", SECRET + b"<k>x</k>" * MILLION, True
-    yield ("a million rules",
-           SECRET + b"".join(b"rule_pffwd_%d_src=x\n" % i for i in range(MILLION)), True)
+    yield "value of great length", SECRET + b"a=" + name + b"\n", True
+    yield "section name of great length", SECRET + b"[" + name + b"]\nb=x\n", True
+    yield "section value of great length", SECRET + b"[a]\nb=" + name + b"\\\n" + name, True
+    yield "tag name of great length", SECRET + b"<" + name + b">x</" + name + b">", True
+    yield "attribute of great length", SECRET + b"<a " + name + b"='" + name + b"'/>", True
+    yield "text of great length", SECRET + b"<a>" + name, True
+    yield "settings of great length", b"vpn_settings_anonsecret=" + name + b"\n", False
+    yield "host name of great length", SECRET + b"ip_hostname=" + name + b"\n", True
+    yield "many NUL bytes", SECRET + b"\0" * size, True
+    yield "many keys", SECRET + b"".join(b"k%d=x\n" % i for i in range(size)), True
+    yield "many equal keys", SECRET + b"k=x\n" * size, True
+    yield "many equal tags", SECRET + b"<k>x</k>" * size, True
+    yield ("many rules",
+           SECRET + b"".join(b"rule_pffwd_%d_src=x\n" % i for i in range(size)), True)
     yield ("numbers of two billion", SECRET + b"netobj_list_Outside_element_2000000000_interface=h\n"
            b"netobj_list_Outside_element_-2000000000_interface=h\n"
            b"vpn_mcpool_p_addr_2000000000_network=x\nvpn_mcpool_p_mask=x\n"
@@ -87,22 +87,26 @@ def peer(name, network, gateway="net_ipaddr_gate", includes_gateway="off"):
             f"{start}include-sgo={includes_gateway}\n")
 
 
-def growing_objects(levels):
-    """Groups and peers that lead back to themselves, or double at each of `levels` levels."""
+def group_of_group(i, inner):
+    return group(f"g{i}", [("group", f"net_group_g{inner}")])
+
+
+def growing_objects(levels, width):
+    """Groups and peers that lead back to themselves, double at each of `levels` levels, or have
+    `width` members."""
     rings = {
         "group in itself": group("g1", [("group", "net_group_g1")]),
         "groups in each other": group("g1", [("group", "net_group_g2")]) +
                                 group("g2", [("group", "net_group_g1"), ("ipaddr", "net_ipaddr_pc")]),
-        "long ring of groups": "".join(group(f"g{i}", [("group", f"net_group_g{i % 5000 + 1}")])
-                                       for i in range(1, 5001)),
-        "deep groups": "".join(group(f"g{i}", [("group", f"net_group_g{i + 1}")])
-                               for i in range(1, 100_000)),
+        "long ring of groups": "".join(group_of_group(i, i % (width // 20) + 1)
+                                       for i in range(1, width // 20 + 1)),
+        "deep groups": "".join(group_of_group(i, i + 1) for i in range(1, width)),
         "doubling groups": "".join(group(f"g{i}", [("group", f"net_group_g{i + 1}")] * 2)
                                    for i in range(1, levels)) +
                            group(f"g{levels}", [("ipaddr", "net_ipaddr_pc")]),
         "doubling groups of nothing": "".join(group(f"g{i}", [("group", f"net_group_g{i + 1}")] * 2)
                                               for i in range(1, levels)),
-        "wide group": group("g1", [("ipaddr", "net_ipaddr_pc")] * 100_000),
+        "wide group": group("g1", [("ipaddr", "net_ipaddr_pc")] * width),
         "member is the list it is in": group("g1", [("group", "net_group_g1_elem_1")]),
     }
     # Where a group is met.
@@ -140,7 +144,7 @@ def growing_objects(levels):
         for place, use in places.items():
             yield f"{label} {place}", SECRET + (BASE + lines + use).encode(), True
 
-    lists = " ".join(f"10.3.{i // 250}.{i % 250}" for i in range(1000))
+    lists = " ".join(f"10.3.{i // 250}.{i % 250}" for i in range(width // 100))
     yield ("two long lists", SECRET + (BASE + f"net_pattern_l_pat={lists}\n" + peer("p1", "net_pattern_l") +
            "rule_pffwd_2_src=net_pattern_l\nrule_pffwd_2_dst=net_vpnnetwork_p1\n").encode(), True)
     yield ("destination that is its own address", SECRET + (

@@ -39,7 +39,8 @@ def enter():
 def furnish(tool, source_dir):
     """Puts the tool, samples and test data into WORK, and files in place of a name service."""
     tool_bytes = open(tool, "rb").read()
-    folders = {name: read_folder(os.path.join(source_dir, name)) for name in ("samples", "tests/data")}
+    folders = {name: read_folder(os.path.join(source_dir, name))
+               for name in ("samples", "tests/data", "tests/data/layouts")}
     call("mount", "-t", "tmpfs", "-o", "mode=0755", "none", WORK)
     write(TOOL, tool_bytes)
     os.chmod(TOOL, 0o755)

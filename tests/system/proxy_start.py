@@ -21,50 +21,39 @@ def state_of(text):
     return dict(line.split("=", 1) for line in text.splitlines() if "=" in line)
 
 
-class Checks:
-    """Compares, and goes on behind a failure."""
+def start(checks, label, table, arguments, status=0, state=None, records=(), syslog=(), stdout=None,
+          commands="", **how):
+    """One run: `records` are (event, line, text), `syslog` texts, in their order."""
+    if table is not None:
+        proxy_host.write_table(table)
+    got_status, got_stdout, stderr = probe(arguments, commands=commands, **how)
+    checks.equal(f"{label}: status", got_status, status)
+    checks.equal(f"{label}: error stream", stderr, "")
+    if stdout is not None:
+        checks.equal(f"{label}: stdout", got_stdout, stdout)
+    got = state_of(got_stdout)
+    for key, value in (state or {}).items():
+        checks.equal(f"{label}: {key}", got.get(key), value)
+    checks.equal(f"{label}: records", reported(checks), list(records))
+    checks.equal(f"{label}: system log", [text for _, _, text in checks.syslog.lines()],
+                 list(syslog))
 
-    def __init__(self):
-        self.failures = 0
-        self.syslog = proxy_host.SystemLog()
-        self.stdlog = proxy_host.StandardLog()
 
-    def equal(self, label, got, want):
-        if got == want:
-            return
-        self.failures += 1
-        print(f"{label}\n   got {got!r}\nwanted {want!r}")
-
-    def start(self, label, table, arguments, status=0, state=None, records=(), syslog=(),
-              stdout=None, commands="", **how):
-        """One run: `records` are (event, line, text), `syslog` texts, in their order."""
-        if table is not None:
-            proxy_host.write_table(table)
-        got_status, got_stdout, stderr = probe(arguments, commands=commands, **how)
-        self.equal(f"{label}: status", got_status, status)
-        self.equal(f"{label}: error stream", stderr, "")
-        if stdout is not None:
-            self.equal(f"{label}: stdout", got_stdout, stdout)
-        got = state_of(got_stdout)
-        for key, value in (state or {}).items():
-            self.equal(f"{label}: {key}", got.get(key), value)
-        self.equal(f"{label}: records", [(event, line, text) for event, line, _, text
-                                         in self.stdlog.records()], list(records))
-        self.equal(f"{label}: system log", [text for _, _, text in self.syslog.lines()],
-                   list(syslog))
+def reported(checks):
+    return [(record.event, record.line, record.text) for record in checks.log.records()]
 
 
 def check_command_line(checks):
-    checks.start("version without a table", None, ["-version"], syslog=(), how="none.init",
-                 stdout="probe        release 1.0 patch 0\n")
-    checks.start("version of a long name", None, ["-version", "x"], how="none.init",
-                 name="/x/a-name-of-many-characters", stdout="a-name-of-ma release 1.0 patch 0\n")
-    checks.start("no table", None, ["-as", "x"], status=1, how="none.init",
-                 stdout="Unable to read netperm-table.  Exiting.\n",
-                 syslog=[f"syserr: configuring init-proxy, cannot open {proxy_host.TABLE}: "
-                         f"{NO_TABLE}", "probe: Unable to read netperm-table.  Exiting.\n"])
-    checks.start("null arguments", BASE, [], status=1, how="plain.null", stdout="",
-                 records=[(11501, 0, "cfgerr: init_proxy called with bad arguments")])
+    start(checks, "version without a table", None, ["-version"], syslog=(), how="none.init",
+          stdout="probe        release 1.0 patch 0\n")
+    start(checks, "version of a long name", None, ["-version", "x"], how="none.init",
+          name="/x/a-name-of-many-characters", stdout="a-name-of-ma release 1.0 patch 0\n")
+    start(checks, "no table", None, ["-as", "x"], status=1, how="none.init",
+          stdout="Unable to read netperm-table.  Exiting.\n",
+          syslog=[f"syserr: configuring init-proxy, cannot open {proxy_host.TABLE}: "
+                  f"{NO_TABLE}", "probe: Unable to read netperm-table.  Exiting.\n"])
+    start(checks, "null arguments", BASE, [], status=1, how="plain.null", stdout="",
+          records=[(11501, 0, "cfgerr: init_proxy called with bad arguments")])
     as_table = "*: k x\n"
     for label, arguments, state in (
             ("plain", [], {"name": "probe", "argv": "[a/b/probe]"}),
@@ -80,10 +69,10 @@ def check_command_line(checks):
     ):
         for contexts in ("none", "plain", "global"):
             own = "" if contexts == "none" else state.get("name", "probe")
-            checks.start(f"{label}, {contexts}", as_table, arguments, how=f"{contexts}.init",
-                         state={**state, "context": own, "end": "1", "same": "1"})
-    checks.start("all options", BASE, ["-daemon", "1234", "-service", "x", "-port", "http", "-y"],
-                 how="plain.no_daemon", state={"argv": "[http][-y]", "port": "http"})
+            start(checks, f"{label}, {contexts}", as_table, arguments, how=f"{contexts}.init",
+                  state={**state, "context": own, "end": "1", "same": "1"})
+    start(checks, "all options", BASE, ["-daemon", "1234", "-service", "x", "-port", "http", "-y"],
+          how="plain.no_daemon", state={"argv": "[http][-y]", "port": "http"})
     for label, arguments, complaint in (
             ("as", ["-as"], "-as missing argument"),
             ("runas", ["-runas"], "-as missing argument"),
@@ -91,25 +80,25 @@ def check_command_line(checks):
             ("port", ["-service", "x", "-port"], "-daemon needs port info"),
             ("service", ["-service"], "-service needs an argument"),
     ):
-        checks.start(f"{label} without operand", BASE, arguments, status=1, stdout="",
-                     how="plain.no_daemon", records=[(11501, 0, f"cfgerr: {complaint}")])
+        start(checks, f"{label} without operand", BASE, arguments, status=1, stdout="",
+              how="plain.no_daemon", records=[(11501, 0, f"cfgerr: {complaint}")])
 
 
 def check_settings(checks):
-    checks.start("defaults", BASE, [], state={
+    start(checks, "defaults", BASE, [], state={
         "directory": "", "tmp-directory": "/tmp", "groupid": "-1", "userid": "-1",
         "timeout": "7200", "child-limit": "0", "accept-count": "1", "bind-address": "0.0.0.0",
         "entries": "1:k[x]"})
     long_path = "/" + "d" * 900
-    checks.start("all keywords", f"init-proxy: timeout 1\nprobe: directory {long_path}\n"
-                 "probe: tmp-directory /var/tmp\nprobe: groupid daemon\nprobe: userid 42\n"
-                 "probe: timeout 60\nprobe: child-limit 7x\nprobe: accept-count abc\n"
-                 "probe: bind-address 10.0.0.1 extra\nprobe: timeout 61\n", [], state={
-                     "directory": long_path, "tmp-directory": "/var/tmp", "groupid": "1",
-                     "userid": "42", "timeout": "60", "child-limit": "7", "accept-count": "0",
-                     "bind-address": "10.0.0.1"})
-    checks.start("no address", BASE + "probe: bind-address none\nprobe: userid ''\n", [],
-                 state={"bind-address": "255.255.255.255", "userid": "0"})
+    start(checks, "all keywords", f"init-proxy: timeout 1\nprobe: directory {long_path}\n"
+          "probe: tmp-directory /var/tmp\nprobe: groupid daemon\nprobe: userid 42\n"
+          "probe: timeout 60\nprobe: child-limit 7x\nprobe: accept-count abc\n"
+          "probe: bind-address 10.0.0.1 extra\nprobe: timeout 61\n", [], state={
+              "directory": long_path, "tmp-directory": "/var/tmp", "groupid": "1",
+              "userid": "42", "timeout": "60", "child-limit": "7", "accept-count": "0",
+              "bind-address": "10.0.0.1"})
+    start(checks, "no address", BASE + "probe: bind-address none\nprobe: userid ''\n", [],
+          state={"bind-address": "255.255.255.255", "userid": "0"})
     for keyword, complaint in (("directory", "requires a pathname"),
                                ("tmp-directory", "requires a pathname"),
                                ("groupid", "must have one parameter"),
@@ -118,52 +107,51 @@ def check_settings(checks):
                                ("child-limit", "needs an argument"),
                                ("accept-count", "needs an argument")):
         for arguments in ("  ", " 1 2"):
-            checks.start(f"{keyword}{arguments}", f"\nprobe: {keyword}{arguments}\n", [], status=1,
-                         records=[(11502, 2, f"cfgerr: {keyword} {complaint}, line 2")])
-    checks.start("bind-address", "probe: bind-address  \n", [], status=1,
-                 records=[(11502, 1, "cfgerr: bind-address needs an argument, line 1")])
+            start(checks, f"{keyword}{arguments}", f"\nprobe: {keyword}{arguments}\n", [], status=1,
+                  records=[(11502, 2, f"cfgerr: {keyword} {complaint}, line 2")])
+    start(checks, "bind-address", "probe: bind-address  \n", [], status=1,
+          records=[(11502, 1, "cfgerr: bind-address needs an argument, line 1")])
     for keyword, kind in (("groupid", "gid"), ("userid", "uid")):
-        checks.start(f"unknown {keyword}", f"\n\nprobe: {keyword} no-such-name\n", [], status=1,
-                     records=[(11502, 3, f"cfgerr: cannot map no-such-name to {kind}")])
-    checks.start("faults in the order of the keywords",
-                 "probe: timeout  \nprobe: directory  \n", [], status=1,
-                 records=[(11502, 2, "cfgerr: directory requires a pathname, line 2")])
+        start(checks, f"unknown {keyword}", f"\n\nprobe: {keyword} no-such-name\n", [], status=1,
+              records=[(11502, 3, f"cfgerr: cannot map no-such-name to {kind}")])
+    start(checks, "faults in the order of the keywords",
+          "probe: timeout  \nprobe: directory  \n", [], status=1,
+          records=[(11502, 2, "cfgerr: directory requires a pathname, line 2")])
 
 
 def check_entries(checks):
     failed = (11503, 0, "cfgerr: failed to get config entries for probe")
-    checks.start("empty table", "", [], status=1, records=[failed])
-    checks.start("entries for others", "init-proxy: k x\nother: k x\n", [], status=1,
-                 records=[failed])
-    checks.start("entries for all", "*: k x\n", [], state={"entries": "1:k[x]"})
+    start(checks, "empty table", "", [], status=1, records=[failed])
+    start(checks, "entries for others", "init-proxy: k x\nother: k x\n", [], status=1,
+          records=[failed])
+    start(checks, "entries for all", "*: k x\n", [], state={"entries": "1:k[x]"})
     fault = f"cfgerr: {proxy_host.TABLE} line 2 malformed"
     # The log itself reads the default settings for its first two objects.
-    checks.start("faulty line, read for each name", "probe: k x\nfault\n", [],
-                 records=[(11502, 2, fault)] * 2, syslog=[fault] * 2)
+    start(checks, "faulty line, read for each name", "probe: k x\nfault\n", [],
+          records=[(11502, 2, fault)] * 2, syslog=[fault] * 2)
     policies = "probe: permit-hosts * -policy a\npolicy-a: k 1\npolicy-a: k 2\n"
-    checks.start("policy", policies, [], commands="policy a\n", state={"policy": "2:k[1] 3:k[2]"})
-    checks.start("policy without entries", "probe: permit-hosts * -policy a\n", [], status=1,
-                 records=[(11503, 0, "cfgerr: could not find Policy : a.")])
-    checks.start("hosts line with faults", "probe: permit-hosts *\nprobe: hosts * -policy\n", [],
-                 records=[(11502, 1, "cfgerr: permit-hosts line must have -policy flag, line 1"),
-                          (11502, 2, "cfgerr: -policy needs an argument, line 2")])
+    start(checks, "policy", policies, [], commands="policy a\n", state={"policy": "2:k[1] 3:k[2]"})
+    start(checks, "policy without entries", "probe: permit-hosts * -policy a\n", [], status=1,
+          records=[(11503, 0, "cfgerr: could not find Policy : a.")])
+    start(checks, "hosts line with faults", "probe: permit-hosts *\nprobe: hosts * -policy\n", [],
+          records=[(11502, 1, "cfgerr: permit-hosts line must have -policy flag, line 1"),
+                   (11502, 2, "cfgerr: -policy needs an argument, line 2")])
 
 
 def check_logging(checks):
     fault = "probe: hosts  \n"
     text = "cfgerr: hosts takes at least one argument, line 1"
-    cases = (("system log", "normal", [], [text, "host, denied"]),
-             ("both", "both", [], [text, "host, denied"]),
-             ("none", "none", [], []))
-    for label, mode, _, syslog in cases:
+    for mode, records, syslog in (
+            ("normal", [], [text, "host, denied"]),
+            ("both", [(11502, 1, text), (1503, 7, "host, denied")], [text, "host, denied"]),
+            ("none", [], [])):
         # The first log opens before the proxy's own entries are read: common ones choose for it.
-        table = fault + f"init-proxy,probe: logging {mode}\n"
-        records = [(11502, 1, text), (1503, 7, "host, denied")] if mode == "both" else []
-        checks.start(label, table, [], commands="send\n", records=records, syslog=syslog)
+        start(checks, mode, fault + f"init-proxy,probe: logging {mode}\n", [], commands="send\n",
+              records=records, syslog=syslog)
     proxy_host.write_table(fault + "init-proxy,probe: logging both\n")
     probe([], commands="send\n")
     checks.equal("names in the standard log",
-                 [proxy for _, _, proxy, _ in checks.stdlog.records()], ["probe", "probe"])
+                 [record.proxy for record in checks.log.records()], ["probe", "probe"])
     checks.equal("names in the system log", [line[:2] for line in checks.syslog.lines()],
                  [(29, "init-proxy"), (29, "probe")])
 
@@ -205,8 +193,7 @@ def check_reload(checks):
         probe_run.tell("reload")
         checks.equal(f"{label}: timeout", probe_run.tell("state")["timeout"], timeout)
         checks.equal(f"{label}: policy", probe_run.tell("policy p").get("policy"), policy)
-        checks.equal(f"{label}: records",
-                     [record[:2] + record[3:] for record in checks.stdlog.records()], list(records))
+        checks.equal(f"{label}: records", reported(checks), list(records))
 
     reload("same time", second, 1000, "1", "5:k[1]")
     reload("earlier time", None, None, "1", "5:k[1]")
@@ -232,16 +219,13 @@ def check_reload(checks):
     proxy_host.write_table("probe: timeout  \n", 2000)
     faulty.process.stdin.write("reload\n")
     checks.equal("fault at a reload ends the process", faulty.end(), 1)
-    checks.equal("its record", [record[:2] for record in checks.stdlog.records()], [(11502, 1)])
+    checks.equal("its record", [record[:2] for record in checks.log.records()], [(11502, 1)])
 
 
 def main():
     proxy_host.enter()
-    checks = Checks()
-    for check in (check_command_line, check_settings, check_entries, check_logging, check_reload):
-        check(checks)
-    print(f"{checks.failures} failures")
-    return 1 if checks.failures else 0
+    return proxy_host.Checks().run((check_command_line, check_settings, check_entries,
+                                    check_logging, check_reload))
 
 
 if __name__ == "__main__":

@@ -11,8 +11,7 @@ import sys
 import time
 
 import proxy_host
-import relay_host
-from relay_host import connect, children, descriptors, read_all, wait_until
+from proxy_host import connect, children, descriptors, read_all, wait_until
 
 PORT = 7001
 TABLE = "probe: timeout 1\n"
@@ -21,7 +20,7 @@ SEQUENCE = 10000 if os.environ.get("RELAY_LONG") else 2000
 
 def start(table=TABLE, port=PORT, **popen):
     proxy_host.write_table(table, 1000)
-    return relay_host.Daemon(sys.argv[1], port, "plain.init", **popen)
+    return proxy_host.Daemon(sys.argv[1], port, "plain.init", **popen)
 
 
 class Client:
@@ -57,7 +56,7 @@ def check_start_and_end(checks):
                          (signal.SIGTERM, "caught TERM signal")):
         daemon = start().ready()
         checks.equal("started process", daemon.started, 0)
-        checks.equal("pid file", relay_host.pid_text(PORT), f"{daemon.pid}\n")
+        checks.equal("pid file", proxy_host.pid_text(PORT), f"{daemon.pid}\n")
         mode = os.stat(f"/var/run/proxy.{PORT}.pid").st_mode
         checks.equal("its mode", stat.S_IMODE(mode), 0o644)
         checks.equal("no lock", [link for link in descriptors(daemon.pid).values()
@@ -69,14 +68,14 @@ def check_start_and_end(checks):
         client.close()
         checks.equal(f"status, {text}", daemon.end(number), 1)
         checks.log.texts(10009)
-        checks.equal("reports", [(record.event, record.text) for record in checks.log.records],
+        checks.equal("reports", [(record.event, record.text) for record in checks.log.records()],
                      [(10004, f"Starting daemon mode on port {PORT}({PORT})"), (10009, text)])
-        checks.equal("pid file stays", relay_host.pid_text(PORT), f"{daemon.pid}\n")
+        checks.equal("pid file stays", proxy_host.pid_text(PORT), f"{daemon.pid}\n")
         checks.log.clear()
     daemon = start(port="http").ready()
     checks.equal("name of a service", checks.log.texts(10004),
                  ["Starting daemon mode on port http(80)"])
-    checks.equal("its file", relay_host.pid_text(80), f"{daemon.pid}\n")
+    checks.equal("its file", proxy_host.pid_text(80), f"{daemon.pid}\n")
     checks.equal("its end", daemon.end(), 1)
 
 
@@ -105,7 +104,7 @@ def check_pid_file(checks):
     with open(path, "w", encoding="ascii") as file:
         file.write("1234567890\nold\n")
     daemon = start().ready()
-    checks.equal("an old file", relay_host.pid_text(PORT), f"{daemon.pid}\n")
+    checks.equal("an old file", proxy_host.pid_text(PORT), f"{daemon.pid}\n")
     daemon.end()
 
 
@@ -188,7 +187,7 @@ def check_killed_children(checks):
     daemon.send(signal.SIGSTOP)
     for pid in pids:
         os.kill(pid, signal.SIGKILL)
-    wait_until(lambda: len(relay_host.zombies(daemon.pid)) == 20)
+    wait_until(lambda: len(proxy_host.zombies(daemon.pid)) == 20)
     daemon.send(signal.SIGCONT)
     checks.eventually("collected", lambda: children(daemon.pid), [])
     checks.equal("count", daemon.counts(checks.log), ["0 of 0 copies currently active"])
@@ -203,7 +202,7 @@ def check_killed_children(checks):
     os.kill(child, signal.SIGTERM)
     checks.equal("a child's end", read_all(client.socket), b"")
     checks.equal("its report", checks.log.texts(10009), ["caught TERM signal"])
-    checks.equal("who reports", {record.pid for record in checks.log.records}, {child})
+    checks.equal("who reports", {record.pid for record in checks.log.records()}, {child})
     checks.eventually("no child left", lambda: children(daemon.pid), [])
     checks.equal("count again", daemon.counts(checks.log), ["0 of 0 copies currently active"])
     checks.equal("end", daemon.end(), 1)
@@ -323,11 +322,11 @@ def check_many(checks):
 
 
 def main():
-    relay_host.enter()
-    return relay_host.Checks().run((check_start_and_end, check_bad_ports, check_pid_file,
-                                    check_descriptors, check_limits, check_reload,
-                                    check_killed_children, check_acceptors, check_lock_names,
-                                    check_no_descriptors, check_taken_port, check_many))
+    proxy_host.enter_with_network()
+    return proxy_host.Checks(is_log_taken_at_once=True).run(
+        (check_start_and_end, check_bad_ports, check_pid_file, check_descriptors, check_limits,
+         check_reload, check_killed_children, check_acceptors, check_lock_names,
+         check_no_descriptors, check_taken_port, check_many))
 
 
 if __name__ == "__main__":

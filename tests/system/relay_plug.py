@@ -11,8 +11,7 @@ import sys
 import threading
 
 import proxy_host
-import relay_host
-from relay_host import children, connect, descriptors, read_all, wait_until
+from proxy_host import children, connect, descriptors, read_all, wait_until
 
 PORT = 7002
 SERVER = 8080
@@ -71,7 +70,7 @@ def answer_to(data):
 
 def start(table=TABLE, **popen):
     proxy_host.write_table(table, 1000)
-    daemon = relay_host.Daemon(sys.argv[1], PORT, name="plug-relay", **popen)
+    daemon = proxy_host.Daemon(sys.argv[1], PORT, name="plug-relay", **popen)
     return daemon.ready()
 
 
@@ -104,7 +103,7 @@ def check_hosts(checks):
     checks.equal("permitted", got, answer_to(b"hello"))
     checks.equal("report", without_time(checks.log.texts(4001)),
                  [f"exit host=nodnsquery/{ALLOWED} dest=127.0.0.1/{SERVER} in=5 out=69 duration=N"])
-    record = next(record for record in checks.log.records if record.event == 4001)
+    record = next(record for record in checks.log.records() if record.event == 4001)
     checks.equal("its fields", record[5:] + (record.proxy,),
                  (own, ("127.0.0.1", SERVER), "12", "office", "plug-relay"))
     checks.log.clear()
@@ -114,12 +113,12 @@ def check_hosts(checks):
                  f"nodnsquery/{DENIED} is not authorized to use the plug-relay proxy\r\n".encode())
     checks.equal("its report", checks.log.texts(1503),
                  [f"deny host=nodnsquery/{DENIED} use of proxy"])
-    checks.equal("its fields", checks.log.records[0][5:], (own, ("", 0), "7", "door"))
+    checks.equal("its fields", checks.log.records()[0][5:], (own, ("", 0), "7", "door"))
     checks.log.clear()
     checks.equal("without a rule", exchange(b"", STRANGER)[0], b"")
     checks.equal("its report", checks.log.texts(1503),
                  [f"deny host=unknown/{STRANGER} no rule assigned to use of plug-relay proxy."])
-    checks.equal("its rule", checks.log.records[0][7:], ("N/A", ""))
+    checks.equal("its rule", checks.log.records()[0][7:], ("N/A", ""))
 
     with open("/var/run/denial", "w", encoding="ascii") as file:
         file.write("no %s\nentry")
@@ -236,7 +235,7 @@ def check_redirected(checks):
     checks.equal("answer", got, answer_to(b"far"))
     checks.equal("report", without_time(checks.log.texts(4001)),
                  [f"exit host=nodnsquery/10.1.0.9 dest={OUTSIDE}/{SERVER} in=3 out=67 duration=N"])
-    record = next(record for record in checks.log.records if record.event == 4001)
+    record = next(record for record in checks.log.records() if record.event == 4001)
     checks.equal("fields", record[5:], (own, (OUTSIDE, SERVER), "3", ""))
     checks.log.clear()
     checks.equal("not redirected", exchange(b"", "10.1.0.9", PORT, "10.1.0.1")[0], b"")
@@ -285,15 +284,15 @@ def check_readme(checks):
     while len(got) < len(wanted) and (line := shell.stdout.readline()):
         got += "" if line.startswith("Serving HTTP") else line
     checks.equal("the file", got, wanted)
-    checks.equal("status", shell.wait(timeout=relay_host.PATIENCE_S), 0)
+    checks.equal("status", shell.wait(timeout=proxy_host.PATIENCE_S), 0)
     for pid in children(os.getpid()):
         os.kill(pid, signal.SIGTERM)
-        relay_host.status_of(pid)
+        proxy_host.status_of(pid)
 
 
 def main():
-    relay_host.enter()
-    checks = relay_host.Checks()
+    proxy_host.enter_with_network()
+    checks = proxy_host.Checks(is_log_taken_at_once=True)
     tries = [check_hosts, check_terms, check_bytes, check_idle, check_redirected, check_many]
     server = Server()
     result = checks.run(tries)

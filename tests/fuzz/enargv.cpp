@@ -4,20 +4,15 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tests/fuzz/must.h"
+
 namespace
 {
-
-void must(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 struct scanned {
     std::vector<char *> argv;
@@ -32,12 +27,12 @@ struct scanned {
         int count = 0;
         for (; argv[static_cast<std::size_t>(count)] != nullptr; ++count) {
             // One behind the other, from the front of the buffer.
-            must(argv[static_cast<std::size_t>(count)] == buffer.data() + used);
+            must(argv[static_cast<std::size_t>(count)] == buffer.data() + used, "a gap");
             used += std::strlen(buffer.data() + used) + 1;
-            must(used <= size);
+            must(used <= size, "more than the buffer");
         }
-        must(count < capacity);
-        must(argc == -1 || argc == count);
+        must(count < capacity, "more than the array");
+        must(argc == -1 || argc == count, "a wrong count");
     }
 
     std::string first(int count) const
@@ -61,20 +56,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     // Each argument takes at least a byte of the text, and its terminator another.
     const scanned whole(text, static_cast<int>(size) + 1, 2 * size);
-    must(whole.argc >= 0);
+    must(whole.argc >= 0, "no room in the largest");
     const scanned few(text, capacity, 2 * size);
-    must(few.argc == std::min(whole.argc, capacity - 1));
-    must(few.first(few.argc) == whole.first(few.argc));
+    must(few.argc == std::min(whole.argc, capacity - 1), "not the first of them");
+    must(few.first(few.argc) == whole.first(few.argc), "others than the first");
     const scanned small(text, static_cast<int>(size) + 1, room);
-    must(small.argc == -1 || small.argc == whole.argc);
-    if (room >= whole.first(whole.argc).size())
-        must(small.argc == whole.argc);
+    must(small.argc == -1 || small.argc == whole.argc, "less for want of bytes");
+    must(small.argc == whole.argc || room < whole.first(whole.argc).size(), "room not used");
     if (text.find('\0') == std::string_view::npos) {
         const std::string copy(text);
         std::vector<char *> argv(size + 1);
         std::vector<char> buffer(2 * size);
         must(enargv(copy.c_str(), argv.data(), static_cast<int>(size) + 1, buffer.data(),
-                    static_cast<int>(2 * size)) == whole.argc);
+                    static_cast<int>(2 * size)) == whole.argc,
+             "a terminated text differs");
     }
     return 0;
 }

@@ -7,68 +7,18 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_set>
-#include <utility>
-#include <vector>
 
 #include "lib/frag/canon.h"
-#include "lib/frag/frag.h"
-#include "lib/frag/import.h"
-#include "lib/frag/name_index.h"
 #include "lib/frag/symbol.h"
 #include "lib/frag/upgrade.h"
 #include "lib/frag/xml_layout.h"
-#include "tests/fuzz/must.h"
 #include "tests/fuzz/path_file.h"
+#include "tests/fuzz/tree_checks.h"
 
 namespace
 {
 
-struct read_tree {
-    explicit read_tree(std::string_view text)
-    {
-        importer reader(&head, 0);
-        reader.feed(text);
-        reader.finish();
-    }
-    ~read_tree() { free_fraglist(&head); }
-    read_tree(const read_tree &) = delete;
-    read_tree &operator=(const read_tree &) = delete;
-
-    frag *head = nullptr;
-};
-
-// Parents are right, values have their room, and each name leads to its first node.
-void check_list(frag **list, const frag *parent)
-{
-    std::unordered_set<std::string_view> seen;
-    for (frag *node = *list; node != nullptr; node = node->next) {
-        must(node->parent == parent, "a child lost its parent");
-        must(node->vlen >= 0 && (node->value != nullptr || node->vlen == 0),
-             "a length without a value");
-        // Room for the counted bytes and an end behind them, or the sanitizer says so.
-        if (node->value != nullptr)
-            node->value[node->vlen] = std::exchange(node->value[node->vlen], '\0');
-        if (seen.insert(node->name).second)
-            must(find_in_list(list, node->name) == node,
-                 "a look-up does not give the first of its name");
-    }
-}
-
-void check_tree(frag **head)
-{
-    std::vector<std::pair<frag **, const frag *>> open{{head, nullptr}};
-    while (!open.empty()) {
-        const auto [list, parent] = open.back();
-        open.pop_back();
-        check_list(list, parent);
-        for (frag *node = *list; node != nullptr; node = node->next)
-            if (node->child != nullptr)
-                open.emplace_back(&node->child, node);
-    }
-}
-
-std::string saved(read_tree &tree, int version)
+std::string saved(owned_tree &tree, int version)
 {
     static const path_file file;
     cur_database = &tree.head;
@@ -95,7 +45,7 @@ bool is_plain(std::string_view text)
 
 void import_again(const std::string &text, int version)
 {
-    read_tree again(text);
+    owned_tree again(text);
     if (version == EXPORT_NUMBERED) {
         norm_fragtree(&again.head);
         up41(&again.head);
@@ -111,7 +61,7 @@ void import_again(const std::string &text, int version)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const std::string_view bytes(reinterpret_cast<const char *>(data), size);
-    read_tree tree(bytes);
+    owned_tree tree(bytes);
     check_tree(&tree.head);
     for (const int version : {EXPORT_FLAT, EXPORT_NUMBERED, EXPORT_XML}) {
         const std::string text = saved(tree, version);
@@ -122,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     if (is_plain(bytes)) {
         const std::string flat = saved(tree, EXPORT_FLAT);
-        read_tree again(flat);
+        owned_tree again(flat);
         must(saved(again, EXPORT_FLAT) == flat, "the tree read back differs");
     }
     return 0;

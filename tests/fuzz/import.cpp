@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <string_view>
 #include <vector>
 
@@ -14,28 +13,10 @@
 #include "lib/frag/frag_name.h"
 #include "lib/frag/frag_sort.h"
 #include "lib/frag/frag_text.h"
-#include "tests/fuzz/must.h"
+#include "tests/fuzz/tree_checks.h"
 
 namespace
 {
-
-struct owned_list {
-    ~owned_list() { free_fraglist(&head); }
-    frag *head = nullptr;
-};
-
-void import(frag **head, std::string_view text, int keep, std::size_t piece_size)
-{
-    importer reader(head, keep);
-    while (!text.empty()) {
-        // A block of its own, so that a look beyond the piece does not go unseen.
-        const std::string_view view = text.substr(0, piece_size);
-        const std::vector<char> piece(view.begin(), view.end());
-        reader.feed({piece.data(), piece.size()});
-        text.remove_prefix(view.size());
-    }
-    reader.finish();
-}
 
 bool is_equal_text(const char *a, const char *b)
 {
@@ -58,34 +39,6 @@ void must_be_equal(const frag *a, const frag *b)
     }
 }
 
-// Every list of a tree with the node above it.
-std::vector<std::pair<frag **, frag *>> lists_of(frag **head)
-{
-    std::vector<std::pair<frag **, frag *>> lists{{head, nullptr}};
-    for (std::size_t pos = 0; pos < lists.size(); ++pos)
-        for (frag *node = *lists[pos].first; node != nullptr; node = node->next)
-            if (node->child != nullptr)
-                lists.emplace_back(&node->child, node);
-    return lists;
-}
-
-void check_list(frag **list, const frag *parent)
-{
-    std::map<std::string_view, frag *> first;
-    for (frag *node = *list; node != nullptr; node = node->next) {
-        must(node->parent == parent, "a wrong parent");
-        must(node->index == nullptr, "a trie left behind");
-        must((node->flags & FRAG_COUNT_MASK) == 0, "a count left behind");
-        must(node->value != nullptr ? node->vlen >= 0 : node->vlen == 0, "a wrong length");
-        first.try_emplace(node->name, node);
-        (void)fragname(node);
-    }
-    for (const auto &[name, node] : first) {
-        const bool is_part = name.find_first_of("_=") == std::string_view::npos;
-        must(!is_part || ffind(list, node->name) == node, "a name that is not found");
-    }
-}
-
 std::vector<const frag *> nodes_of(const frag *list)
 {
     std::vector<const frag *> nodes;
@@ -97,9 +50,8 @@ std::vector<const frag *> nodes_of(const frag *list)
 
 void check_calls(frag **head)
 {
-    for (const auto &[list, parent] : lists_of(head))
-        check_list(list, parent);
-    owned_list copy;
+    check_tree(head);
+    owned_tree copy;
     copy.head = copy_fragtree(head, nullptr);
     reverse_tree(&copy.head);
     reverse_tree(&copy.head);
@@ -129,12 +81,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::size_t piece_size = 1 + *data / 2;
     static constexpr std::string_view BEFORE = "a=1\na_b=2\nx_1=old \npermit-p=\n";
 
-    owned_list whole;
-    owned_list pieces;
-    for (owned_list *tree : {&whole, &pieces}) {
-        import(&tree->head, BEFORE, 0, BEFORE.size());
-        import(&tree->head, text, keep, tree == &whole ? size : piece_size);
-    }
+    owned_tree whole(BEFORE);
+    owned_tree pieces(BEFORE);
+    whole.import(text, keep);
+    pieces.import(text, keep, piece_size);
     must_be_equal(whole.head, pieces.head);
     check_calls(&whole.head);
     return 0;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <netdb.h>
 #include <string>
 #include <string_view>
 
@@ -13,25 +12,13 @@
 #include "flatlink/keys.h"
 #include "flatlink/links.h"
 #include "flatlink/records.h"
-#include "lib/kdev/platform/platform.h"
+#include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/must.h"
+#include "tests/fuzz/no_network.h"
 #include "tests/fuzz/path_file.h"
-
-// Nobody is asked for names.
-extern "C" hostent *gethostbyname(const char *)
-{
-    return nullptr;
-}
 
 namespace
 {
-
-void answer_no_route()
-{
-    static platform_calls deaf = HOST_PLATFORM;
-    deaf.route_open = [] { return -1; };
-    platform = &deaf;
-}
 
 void read_records(std::string_view text)
 {
@@ -59,7 +46,7 @@ void check_links()
 }
 
 // Log identifiers are written in another base than they are read in.
-std::string without_logids(const std::string &text)
+std::string without_logids(std::string_view text)
 {
     std::string rest;
     for (std::size_t pos = 0; pos < text.size();) {
@@ -73,16 +60,11 @@ std::string without_logids(const std::string &text)
 
 std::string written()
 {
-    char *bytes = nullptr;
-    std::size_t size = 0;
-    std::FILE *stream = open_memstream(&bytes, &size);
-    must(stream != nullptr, "no stream");
-    save_vpnlinks(stream, links, "link");
-    save_swkeys(stream, swkeys);
-    std::fclose(stream);
-    const std::string text(bytes, size);
-    std::free(bytes);
-    return without_logids(text);
+    memory_file file;
+    save_vpnlinks(file.stream, links, "link");
+    save_swkeys(file.stream, swkeys);
+    std::fclose(file.stream);
+    return without_logids({file.bytes, file.size});
 }
 
 bool has_long_line(std::string_view text)
@@ -100,7 +82,7 @@ bool has_long_line(std::string_view text)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    answer_no_route();
+    platform = &NO_NETWORK;
     read_records(std::string_view(reinterpret_cast<const char *>(data), size));
     for (const auto &record : swkeys)
         must(!record->key.empty(), "a key without material stayed");

@@ -63,8 +63,8 @@ static const char *host_name(src_walk &walk)
     return walk.host_name;
 }
 
-// Whether the firewall knows the client by this identity; if so, `proxy_rladdr` is set.
-static bool identity_fits(src_walk &walk, const char *pattern)
+// Whether the firewall knows the client by any identity; asked when it is first needed.
+static bool has_identity(src_walk &walk)
 {
     if (!walk.identity_asked) {
         walk.identity_asked = true;
@@ -72,7 +72,13 @@ static bool identity_fits(src_walk &walk, const char *pattern)
         (void)vfw_vpnclientcheck(address_of(proxy_riaddr), walk.local->sin_addr.s_addr,
                                  walk.identity, walk.display);
     }
-    if (walk.identity[0] == '\0' || std::strcmp(pattern, walk.identity) != 0)
+    return walk.identity[0] != '\0';
+}
+
+// Whether it is the one of the pattern; if so, `proxy_rladdr` is set.
+static bool identity_fits(src_walk &walk, const char *pattern)
+{
+    if (!has_identity(walk) || std::strcmp(pattern, walk.identity) != 0)
         return false;
     set_text(proxy_rladdr, walk.display);
     return true;
@@ -125,7 +131,8 @@ static bool candidate_fits(src_walk &walk, const src_patterns *prepared, int at,
     case src_answer::ask:
         return entry_fits(walk, *candidate.entry, candidate.argument, candidate.argument + 1);
     case src_answer::ask_identity:
-        return identity_fits(walk, candidate.entry->argv[candidate.argument]);
+        // The entry is memory that the walk need not touch for a client without one.
+        return has_identity(walk) && identity_fits(walk, candidate.entry->argv[candidate.argument]);
     case src_answer::ask_name:
         if (!walk.lookup_allowed || !src_name_fits(prepared, at, host_name(walk)))
             return false;

@@ -41,6 +41,7 @@ cfnode *cfset(cfnode **index, const char *name, frag *node)
 {
     cfnode *last = nullptr;
     for (cfnode **level = index; !ends_part(*name); ++name, level = &last->child) {
+        // The byte, sign-extended. NOLINTNEXTLINE(bugprone-signed-char-misuse)
         const std::int32_t character = static_cast<signed char>(*name);
         last = find_character(*level, character);
         if (last != nullptr)

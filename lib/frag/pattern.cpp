@@ -112,7 +112,7 @@ static frag *make_pattern_group(frag **db, std::string_view text, const std::str
     int number = 0;
     for (const std::string &word : words_of(text)) {
         const std::string name = std::to_string(++number);
-        const std::string object_key = "temp_pattern_" + tag + name;
+        const std::string object_key = std::string("temp_pattern_").append(tag) + name;
         fsetp(&members->child, (name + "_obj").c_str(), object_key.c_str(), members);
         fsetp(&members->child, (name + "_type").c_str(), "pattern", members);
         fset(db, (object_key + "_pat").c_str(), word.c_str());

@@ -100,7 +100,7 @@ static bool read_range(std::string_view text, src_pattern &pattern)
 {
     constexpr std::size_t SIDE_MAX = 16; // of range_hostmatch
     const std::size_t dash = text.find('-');
-    if (dash == std::string_view::npos || dash > SIDE_MAX || text.size() - dash - 1 > SIDE_MAX)
+    if (dash > SIDE_MAX || text.size() - dash - 1 > SIDE_MAX) // or there is none
         return false;
     char low[SIDE_MAX + 1] = {}, high[SIDE_MAX + 1] = {};
     text.copy(low, dash);
@@ -191,6 +191,7 @@ static void prepare_run(cfgrec *first, const cfgrec *behind)
     for (cfgrec *entry = first; entry != behind; entry = entry->next) {
         const int count = pattern_count(*entry);
         for (int i = 0; i < count; ++i, ++next) {
+            // NOLINTNEXTLINE(clang-analyzer-cplusplus.PlacementNew): it lies behind the head
             new (next)
                 src_pattern(entry->argc == 0 ? src_pattern{} : read_pattern(entry->argv[i], place));
             next->entry = entry;

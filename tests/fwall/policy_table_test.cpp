@@ -1,124 +1,72 @@
 #include "lib/fwall/policy_table.h"
 
-#include "lib/fwall/proxy.h"
-#include "tests/fwall/report_log.h"
-#include "tests/fwall/table_file.h"
+#include "tests/fwall/proxy_setup.h"
 
 #include <cstdlib>
-#include <gtest/gtest.h>
-#include <memory>
-#include <vector>
 
-using names = std::vector<std::string>;
-
-// Reads the table's entries of "n" as those of the proxy.
-struct proxy_entries {
-    table_file table;
-    report_log log;
-
-    explicit proxy_entries(const std::string &text) : table(text) { proxy_confp = cfg_read("n"); }
-    ~proxy_entries()
-    {
-        free_cfglist();
-        cfg_free(proxy_confp);
-        proxy_confp = nullptr;
+// The names that are found, a line each, behind their number.
+static std::string found_names()
+{
+    std::vector<char *> slots(POLICY_SLOTS);
+    std::string names = std::to_string(cfg_findPolicyNames(slots.data())) + "\n";
+    for (char **name = slots.data(); *name != nullptr; ++name) {
+        names += *name + std::string("\n");
+        std::free(*name);
     }
-};
-
-struct found_names {
-    std::vector<char *> slots = std::vector<char *>(POLICY_SLOTS);
-    int count = cfg_findPolicyNames(slots.data());
-
-    found_names() = default;
-    ~found_names()
-    {
-        for (char **name = slots.data(); *name != nullptr; ++name)
-            std::free(*name);
-    }
-    found_names(const found_names &) = delete;
-    found_names &operator=(const found_names &) = delete;
-
-    names list() const
-    {
-        names all;
-        for (char *const *name = slots.data(); *name != nullptr; ++name)
-            all.emplace_back(*name);
-        return all;
-    }
-};
+    return names;
+}
 
 TEST(CfgFindPolicyNames, TakesTheFirstOptionOfEachLine)
 {
     static const struct {
-        const char *label, *table;
-        names want;
-        std::vector<told> reports;
+        const char *lines, *want, *reports = "";
     } cases[] = {
-        {"no entries", "m: hosts * -policy a\n", {}, {}},
-        {"all kinds of hosts lines",
-         "n: permit-hosts * -policy a\nn: deny-hosts x y -policy b -other\nn: hosts -policy c\n"
-         "n: host * -policy d\n",
-         {"a", "b", "c"},
-         {}},
-        {"each once, by its whole name",
-         "n: hosts * -policy a\nn: hosts * -policy A\nn: hosts * "
-         "-policy a\nn: hosts * -policy ''\n",
-         {"a", "A", ""},
-         {}},
-        {"faults",
-         "n: hosts  \nn: hosts a b\nn: hosts a -x -policy p\nn: hosts a -policyx p\n"
-         "n: hosts a -policy\nn: hosts a -policy -policy\n",
-         {"-policy"},
-         {{11502, 1, "cfgerr: hosts takes at least one argument, line 1"},
-          {11502, 2, "cfgerr: permit-hosts line must have -policy flag, line 2"},
-          {11502, 3, "cfgerr: permit-hosts line must have -policy flag, line 3"},
-          {11502, 4, "cfgerr: permit-hosts line must have -policy flag, line 4"},
-          {11502, 5, "cfgerr: -policy needs an argument, line 5"}}},
+        {"k 1", "0\n"},
+        {"permit-hosts * -policy a\ndeny-hosts x y -policy b -other\nhosts -policy c\n"
+         "host * -policy d",
+         "3\na\nb\nc\n"},
+        {"hosts * -policy a\nhosts * -policy A\nhosts * -policy a\nhosts * -policy ''",
+         "3\na\nA\n\n"},
+        {"hosts  \nhosts a b\nhosts a -x -policy p\nhosts a -policyx p\nhosts a -policy\n"
+         "hosts a -policy -policy",
+         "1\n-policy\n",
+         "11502/1 cfgerr: hosts takes at least one argument, line 1\n"
+         "11502/2 cfgerr: permit-hosts line must have -policy flag, line 2\n"
+         "11502/3 cfgerr: permit-hosts line must have -policy flag, line 3\n"
+         "11502/4 cfgerr: permit-hosts line must have -policy flag, line 4\n"
+         "11502/5 cfgerr: -policy needs an argument, line 5\n"},
     };
     for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        const proxy_entries entries(row.table);
-        const found_names found;
-        EXPECT_EQ(found.count, static_cast<int>(row.want.size()));
-        EXPECT_EQ(found.list(), row.want);
-        EXPECT_EQ(report_log::reports, row.reports);
+        SCOPED_TRACE(row.lines);
+        const proxy_setup setup(row.lines);
+        EXPECT_EQ(found_names(), row.want);
+        EXPECT_EQ(report_log::lines(), row.reports);
     }
-}
-
-static std::string many_policies(int count)
-{
-    std::string text;
-    for (int i = 0; i < count; ++i)
-        text += "n: hosts * -policy p" + std::to_string(i) + "\n";
-    return text;
 }
 
 TEST(CfgFindPolicyNames, HoldsUpToItsLimit)
 {
-    static const struct {
-        const char *label;
-        int policies, count;
-    } cases[] = {{"one less", 2047, 2047},
-                 {"full", 2048, 2048},
-                 {"one more", 2049, -1},
-                 {"far more", 4096, -1}};
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
+    for (const int policies : {2047, 2048, 2049, 4096}) {
+        std::string lines, want = std::to_string(policies > 2048 ? -1 : policies) + "\n";
+        for (int i = 0; i < policies; ++i) {
+            lines += "hosts * -policy p" + std::to_string(i) + "\n";
+            want += i < 2048 ? "p" + std::to_string(i) + "\n" : "";
+        }
         // A name seen before needs no room.
-        const proxy_entries entries(many_policies(row.policies) + "n: hosts * -policy p7\n");
-        const found_names found;
-        EXPECT_EQ(found.count, row.count);
-        EXPECT_EQ(static_cast<int>(found.list().size()), std::min(row.policies, POLICIES_MAX));
-        std::vector<told> want;
-        if (row.count < 0)
-            want.push_back({11502, 0, "cfgerr: Too many policies!"});
-        EXPECT_EQ(report_log::reports, want);
+        const proxy_setup setup(lines + "hosts * -policy p7\npolicy-p0: k 1");
+        EXPECT_EQ(found_names(), want);
+        EXPECT_EQ(report_log::lines(),
+                  policies > 2048 ? "11502/0 cfgerr: Too many policies!\n" : "");
+        EXPECT_EQ(cfg_bldCFGlist(), -1);
+        cfgrec *first = cfg_find("p0");
+        EXPECT_EQ(first != nullptr, policies <= 2048); // nothing is left of too many
+        cfg_free(first);
     }
 }
 
-static std::string found_policy(const char *name)
+static std::string found_policy(const std::string &name)
 {
-    cfgrec *list = cfg_find(name);
+    cfgrec *list = cfg_find(name.c_str());
     std::string text;
     for (const cfgrec *record = list; record != nullptr; record = record->next)
         text += record->keyword + std::string(" ") + record->argv[0] + ";";
@@ -128,19 +76,16 @@ static std::string found_policy(const char *name)
 
 TEST(CfgBldCFGlist, ReadsEachPolicyOnce)
 {
-    const std::string long_name(80, 'l');
-    const proxy_entries entries("n: hosts * -policy a\nn: hosts x -policy " + long_name +
-                                "\npolicy-a: k 1\npolicy-a: k 2\npolicy-b: k 3\npolicy-" +
-                                long_name.substr(0, 50) + ": k 4\n");
-    for (int round = 0; round < 2; ++round) { // the second builds it anew
-        EXPECT_EQ(cfg_bldCFGlist(), 2);
-        EXPECT_EQ(found_policy("a"), "k 1;k 2;");
-        EXPECT_EQ(found_policy(long_name.c_str()), "k 4;");
-        EXPECT_EQ(found_policy(long_name.substr(0, 50).c_str()), "");
-        EXPECT_EQ(cfg_find("b"), nullptr);
-        EXPECT_EQ(cfg_find(nullptr), nullptr);
-    }
-    EXPECT_TRUE(report_log::reports.empty());
+    const std::string long_name(80, 'l'), cut = long_name.substr(0, 50);
+    const proxy_setup setup("hosts * -policy a\nhosts x -policy " + long_name +
+                            "\npolicy-a: k 1\npolicy-a: k 2\npolicy-b: k 3\npolicy-" + cut +
+                            ": k 4");
+    EXPECT_EQ(cfg_bldCFGlist(), 2); // anew: start-up has built it
+    EXPECT_EQ(found_policy("a"), "k 1;k 2;");
+    EXPECT_EQ(found_policy(long_name), "k 4;");
+    EXPECT_EQ(found_policy(cut) + found_policy("b"), "");
+    EXPECT_EQ(cfg_find(nullptr), nullptr);
+    EXPECT_EQ(report_log::lines(), "");
     free_cfglist();
     EXPECT_EQ(cfg_find("a"), nullptr);
 }
@@ -148,19 +93,10 @@ TEST(CfgBldCFGlist, ReadsEachPolicyOnce)
 TEST(CfgBldCFGlist, FailsForAPolicyWithoutEntries)
 {
     const std::string long_name(80, 'l');
-    const proxy_entries entries("n: hosts * -policy a\nn: hosts x -policy " + long_name +
-                                "\nn: hosts * -policy c\npolicy-a: k 1\npolicy-c: k 2\n");
+    const proxy_setup setup("hosts * -policy a\nhosts x -policy " + long_name +
+                            "\nhosts * -policy c\npolicy-a: k 1\npolicy-c: k 2");
     EXPECT_EQ(cfg_bldCFGlist(), -1);
-    const std::vector<told> want = {
-        {11503, 0, "cfgerr: could not find Policy : " + long_name + "."}};
-    EXPECT_EQ(report_log::reports, want);
+    EXPECT_EQ(report_log::lines(), "11503/0 cfgerr: could not find Policy : " + long_name + ".\n");
     EXPECT_EQ(found_policy("a"), "k 1;");
     EXPECT_EQ(cfg_find("c"), nullptr); // never read: refused
-}
-
-TEST(CfgBldCFGlist, IsEmptyAfterTooManyPolicies)
-{
-    const proxy_entries entries(many_policies(3000) + "policy-p0: k 1\n");
-    EXPECT_EQ(cfg_bldCFGlist(), -1);
-    EXPECT_EQ(cfg_find("p0"), nullptr);
 }

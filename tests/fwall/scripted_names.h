@@ -25,6 +25,13 @@ class scripted_names
 
     // The record: "name NAME", "addr ADDRESS" and "port SERVICE".
     std::vector<std::string> asked;
+    std::string lines() const
+    {
+        std::string all;
+        for (const std::string &one : asked)
+            all += one + "\n";
+        return all;
+    }
 
     scripted_names()
     {

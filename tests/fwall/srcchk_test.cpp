@@ -4,252 +4,86 @@
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/scripted_platform.h"
 
-#include <gtest/gtest.h>
-
-using questions = std::vector<std::string>;
-
-static int check(const char *client)
+// The code, the line of `permit_confp` and the name to show; then what was asked and reported.
+static std::string outcome_of(const proxy_setup &setup, const char *client)
 {
     const sockaddr_in from = plain_address(client), local = plain_address("20.0.0.1");
-    return permit_src_addr_chk(&from, &local);
+    const int code = permit_src_addr_chk(&from, &local);
+    EXPECT_STREQ(proxy_riaddr, client);
+    return std::to_string(code) + " line " +
+           (permit_confp == nullptr ? "-" : std::to_string(permit_confp->lineno)) + " as " +
+           proxy_rladdr + '\n' + setup.asked_and_told();
 }
 
+// Plainer walks over more lines, and patterns made ready, are compared in tests/fuzz.
 TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
 {
     static const struct {
-        const char *label, *table, *client;
-        int want;
-        int line; // of the entry that fits, 0 for none
-        const char *shown;
-        questions asked;
-        std::vector<told> reports;
+        const char *lines, *want, *client = "10.0.0.1"; // mail.office.lan
     } cases[] = {
-        {"no entries", "n: k 1\n", "10.1.2.3", 1, 0, "unknown", {}, {}},
-        {"entries of others", "m: hosts *\n", "10.1.2.3", 1, 0, "unknown", {}, {}},
-        {"permit", "n: permit-hosts 10.*\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"no prefix", "n: hosts 10.*\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"absorb", "n: absorb-hosts 10.*\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"deny", "n: deny-hosts 10.*\n", "10.1.2.3", 2, 1, "nodnsquery", {}, {}},
-        {"no match", "n: hosts 11.* 10.2\n", "10.1.2.3", 1, 0, "unknown", {}, {}},
-        {"deny first",
-         "n: deny-hosts 10.1.2.*\nn: permit-hosts 10.*\n",
-         "10.1.2.3",
-         2,
-         1,
-         "nodnsquery",
-         {},
-         {}},
-        {"permit first",
-         "n: permit-hosts 10.*\nn: deny-hosts 10.1.2.*\n",
-         "10.1.2.3",
-         0,
-         1,
-         "nodnsquery",
-         {},
-         {}},
-        {"range", "n: hosts 10.1.2.1-10.1.2.9\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"behind an option",
-         "n: hosts 11.* -policy p 10.*\npolicy-p: k 1\n",
-         "10.1.2.3",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"options alone",
-         "n: hosts -policy p *\npolicy-p: k 1\n",
-         "10.1.2.3",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"a bad entry is passed over",
-         "n: hosts  \nn: deny-hosts  \nn: hosts 10.*\n",
-         "10.1.2.3",
-         0,
-         3,
-         "nodnsquery",
-         {},
-         {{11502, 1, "cfgerr: hosts takes at least one argument, line 1"},
-          {11502, 2, "cfgerr: hosts takes at least one argument, line 2"}}},
-        {"name", "n: hosts *.lan\n", "10.0.0.1", 0, 1, "nodnsquery", {"addr 10.0.0.1"}, {}},
-        {"one look-up",
-         "n: hosts a.lan b.lan\nn: deny-hosts *.wan\nn: hosts mail.*\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {"addr 10.0.0.1"},
-         {}},
-        {"no name",
-         "n: hosts *.lan\nn: deny-hosts unknown\n",
-         "10.0.0.9",
-         2,
-         2,
-         "nodnsquery",
-         {"addr 10.0.0.9"},
-         {}},
-        {"no look-up when an address decides",
-         "n: hosts 10.* *.lan\n",
-         "10.0.0.1",
-         0,
-         1,
-         "nodnsquery",
-         {},
-         {}},
-        {"rev_dns",
-         "n: rev_dns 11.* 10.0.0.1\nn: hosts *.lan unknown nodnsquery\nn: hosts 10\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {},
-         {}},
-        {"rev_dns range",
-         "n: rev_dns 10.0.0.0-10.0.0.1\nn: hosts *.lan\n",
-         "10.0.0.1",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"rev_dns of others",
-         "n: rev_dns  \nn: rev_dns 10.0.0.2-10.0.0.9\nn: hosts *.lan\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {"addr 10.0.0.1"},
-         {{11502, 1, "vhltcfgerr: rev_dns takes at least one argument, line 1"}}},
-        {"use_name_logs",
-         "n: use_name_logs yes\nn: hosts 10.*\n",
-         "10.0.0.1",
-         0,
-         2,
-         "mail.office.lan",
-         {"addr 10.0.0.1"},
-         {}},
-        {"use_name_logs, remembered",
-         "n: use_name_logs on\nn: hosts *.lan\n",
-         "10.0.0.1",
-         0,
-         2,
-         "mail.office.lan",
-         {"addr 10.0.0.1"},
-         {}},
-        {"use_name_logs off",
-         "n: use_name_logs no\nn: hosts *.lan\n",
-         "10.0.0.1",
-         0,
-         2,
-         "nodnsquery",
-         {"addr 10.0.0.1"},
-         {}},
-        {"use_name_logs without argument",
-         "n: use_name_logs  \nn: hosts 10.*\n",
-         "10.0.0.1",
-         0,
-         2,
-         "nodnsquery",
-         {},
-         {}},
-        {"use_name_logs and rev_dns",
-         "n: use_name_logs on\nn: rev_dns *\nn: hosts 10.*\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {},
-         {}},
-        {"use_name_logs, no name",
-         "n: use_name_logs on\nn: hosts *\n",
-         "10.0.0.9",
-         0,
-         2,
-         "unknown",
-         {"addr 10.0.0.9"},
-         {}},
-        {"use_name_logs, no match",
-         "n: use_name_logs on\nn: hosts 11.*\n",
-         "10.0.0.1",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"mask that can't match",
-         "n: deny-hosts 10.1.0.0:255.0.0.0\nn: hosts 10.*\n",
-         "10.1.2.3",
-         0,
-         2,
-         "nodnsquery",
-         {},
-         {{11502, 0, "cfgerr: pat:mask can never match anything, 10.1.0.0:255.0.0.0"}}},
-        {"identity without a device",
-         "n: hosts ~alice ~\nn: hosts ''\n",
-         "10.1.2.3",
-         0,
-         2,
-         "nodnsquery",
-         {},
-         {}},
+        {"k 1", "1 line - as unknown\n"},
+        {"permit-hosts 10.*", "0 line 1 as nodnsquery\n"},
+        {"absorb-hosts 10.*", "0 line 1 as nodnsquery\n"},
+        {"deny-hosts 10.*", "2 line 1 as nodnsquery\n"},
+        {"hosts 11.* 10.2", "1 line - as unknown\n"},
+        {"deny-hosts 10.0.0.*\nhosts 10.*", "2 line 1 as nodnsquery\n"},
+        {"hosts 10.*\ndeny-hosts 10.0.0.*", "0 line 1 as nodnsquery\n"},
+        {"hosts 11.* -policy p 10.*\nhosts -policy p *\npolicy-p: k 1", "1 line - as unknown\n"},
+        {"deny-hosts  \nhosts 10.*",
+         "0 line 2 as nodnsquery\n11502/1 cfgerr: hosts takes at least one argument, line 1\n"},
+        {"hosts a.lan b.lan\nhosts mail.*", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
+        {"hosts *.lan\ndeny-hosts unknown", "2 line 2 as nodnsquery\naddr 10.0.0.9\n", "10.0.0.9"},
+        {"rev_dns 11.* 10.0.0.1\nhosts *.lan unknown nodnsquery", "1 line - as unknown\n"},
+        {"rev_dns 10.0.0.0-10.0.0.1\nhosts *.lan", "1 line - as unknown\n"},
+        {"rev_dns  \nrev_dns 10.0.0.2-10.0.0.9\nhosts *.lan",
+         "0 line 3 as nodnsquery\naddr 10.0.0.1\n"
+         "11502/1 vhltcfgerr: rev_dns takes at least one argument, line 1\n"},
+        {"use_name_logs yes\nhosts 10.*", "0 line 2 as mail.office.lan\naddr 10.0.0.1\n"},
+        {"use_name_logs no\nhosts *.lan", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
+        {"use_name_logs  \nhosts 10.*", "0 line 2 as nodnsquery\n"},
+        {"use_name_logs on\nrev_dns *\nhosts 10.*", "0 line 3 as nodnsquery\n"},
+        {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
     };
-    // Patterns that are read at the check and patterns made ready before it give the same.
-    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
-        const auto &row = cases[i / 2];
-        SCOPED_TRACE(row.label);
-        proxy_setup setup(row.table, i % 2 == 1);
-        const scripted_platform device;
-        setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
-        EXPECT_EQ(check(row.client), row.want);
-        EXPECT_EQ(permit_confp == nullptr ? 0 : permit_confp->lineno, row.line);
-        EXPECT_STREQ(proxy_riaddr, row.client);
-        EXPECT_STREQ(proxy_rladdr, row.shown);
-        EXPECT_EQ(setup.names.asked, row.asked);
-        EXPECT_EQ(report_log::reports, row.reports);
-        EXPECT_TRUE(device.vpn_requests.empty());
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.lines);
+        for (const bool prepared : {false, true}) {
+            proxy_setup setup(row.lines, prepared);
+            const scripted_platform no_device;
+            setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
+            EXPECT_EQ(outcome_of(setup, row.client), row.want);
+        }
     }
 }
 
 TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
 {
     static const struct {
-        const char *label, *table, *identity, *display;
-        int want;
-        const char *shown;
-        std::size_t requests;
+        const char *lines, *display, *want;
+        std::size_t requests = 1;
     } cases[] = {
-        {"known", "n: hosts ~alice\n", "~alice", "~Alice (home)", 0, "~Alice (home)", 1},
-        {"known, denied", "n: deny-hosts ~alice\n", "~alice", "~Alice", 2, "~Alice", 1},
-        {"asked once", "n: hosts ~bob ~carl\nn: hosts ~alice\n", "~alice", "~A", 0, "~A", 1},
-        {"other", "n: hosts ~bob ~alic ~alice2 ~*\n", "~alice", "~Alice", 1, "unknown", 1},
-        {"case counts", "n: hosts ~Alice\n", "~alice", "~Alice", 1, "unknown", 1},
-        {"field full", "n: hosts ~23456789abcdefg\n", "~23456789abcdefghij", "~A", 0, "~A", 1},
-        {"not known", "n: hosts ~alice\n", "~alice", "Alice", 1, "unknown", 1},
-        {"not reached", "n: hosts 10.*\nn: hosts ~alice\n", "~alice", "~A", 0, "nodnsquery", 0},
-        {"the name is not shown for it", "n: use_name_logs on\nn: hosts ~alice\n", "~alice", "~A",
-         0, "~A", 1},
+        {"hosts ~bob ~carl\nhosts ~alice", "~Alice (home)", "0 line 2 as ~Alice (home)\n"},
+        {"deny-hosts ~alice", "~A", "2 line 1 as ~A\n"},
+        {"hosts ~bob ~alic ~alice2 ~Alice ~*", "~A", "1 line - as unknown\n"},
+        {"hosts ~alice", "Alice", "1 line - as unknown\n"}, // no `~`: not known
+        {"hosts 10.*\nhosts ~alice", "~A", "0 line 1 as nodnsquery\n", 0},
+        {"use_name_logs on\nhosts ~alice", "~A", "0 line 2 as ~A\n"},
     };
-    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
-        const auto &row = cases[i / 2];
-        SCOPED_TRACE(row.label);
-        const proxy_setup setup(row.table, i % 2 == 1);
-        scripted_platform device;
-        device.vpn_open_error = 0;
-        device.on_vpn_ioctl = [&row](byte_area message) {
-            const std::string_view identity(row.identity), display(row.display);
-            std::fill(message.begin(), message.end(), std::uint8_t{0});
-            std::copy_n(identity.begin(), std::min<std::size_t>(identity.size(), 16),
-                        message.begin() + 8);
-            std::copy(display.begin(), display.end(), message.begin() + 24);
-            return 0;
-        };
-        EXPECT_EQ(check("10.1.2.3"), row.want);
-        EXPECT_STREQ(proxy_rladdr, row.shown);
-        EXPECT_TRUE(setup.names.asked.empty());
-        ASSERT_EQ(device.vpn_requests.size(), row.requests);
-        if (row.requests > 0) {
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.lines);
+        for (const bool prepared : {false, true}) {
+            const proxy_setup setup(row.lines, prepared);
+            scripted_platform device;
+            device.vpn_open_error = 0;
+            device.on_vpn_ioctl = [&row](byte_area message) {
+                std::fill(message.begin(), message.end(), std::uint8_t{0});
+                std::copy_n("~alice", 6, message.begin() + 8);
+                std::copy_n(row.display, strlen(row.display), message.begin() + 24);
+                return 0;
+            };
+            EXPECT_EQ(outcome_of(setup, "10.1.2.3"), row.want);
+            ASSERT_EQ(device.vpn_requests.size(), row.requests);
+            if (row.requests == 0)
+                continue;
             EXPECT_EQ(at<u32>(device.vpn_requests[0].message, 8), inet_addr("10.1.2.3"));
             EXPECT_EQ(at<u32>(device.vpn_requests[0].message, 12), inet_addr("20.0.0.1"));
         }
@@ -258,51 +92,25 @@ TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
 
 TEST(PermitSrcAddrChk, KeepsTheLastMatchWithoutANewOne)
 {
-    const proxy_setup setup("n: hosts 10.*\n");
-    EXPECT_EQ(check("10.1.2.3"), 0);
-    EXPECT_EQ(check("11.1.2.3"), 1);
-    EXPECT_EQ(permit_confp, proxy_confp);
-    EXPECT_STREQ(proxy_rladdr, "nodnsquery");
-    EXPECT_STREQ(setup.connection.GetSrcIPAddress(), "");
-}
-
-TEST(PermitSrcChk, TakesTheTrueEnds)
-{
-    proxy_setup setup("n: hosts 10.1.2.3\n");
-    scripted_platform device;
-    const loopback_connection pair;
-    device.on_fw_ioctl = [](unsigned long, byte_area record) {
-        put_end(record, 4, "10.1.2.3", 1024);
-        put_end(record, 20, "20.0.0.1", 80);
-        return 0;
-    };
-    EXPECT_EQ(permit_src_chk(pair.server), 0);
-    EXPECT_STREQ(setup.connection.GetSrcIPAddress(), "10.1.2.3");
-    EXPECT_EQ(setup.connection.GetSrcPort(), 1024);
+    const proxy_setup setup("hosts 10.*");
+    EXPECT_EQ(outcome_of(setup, "10.1.2.3"), "0 line 1 as nodnsquery\n");
+    EXPECT_EQ(outcome_of(setup, "11.1.2.3"), "1 line 1 as nodnsquery\n");
 }
 
 TEST(PermitSrcChk, FailsWithoutBothEnds)
 {
-    static const struct {
-        const char *label;
-        int good_requests;
-        told report;
-    } cases[] = {
-        {"far end", 0, {6509, 0, "syserr: cannot get peer name"}},
-        {"near end", 1, {6509, 0, "syserr: cannot get own name"}},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        const proxy_setup setup("n: hosts *\n");
+    for (const int good_requests : {0, 1}) {
+        const proxy_setup setup("hosts *");
         scripted_platform device;
         const loopback_connection pair;
         int requests = 0;
         device.on_fw_ioctl = [&](unsigned long, byte_area) {
-            errno = requests++ < row.good_requests ? ENOENT : EIO;
+            errno = requests++ < good_requests ? ENOENT : EIO;
             return -1;
         };
         EXPECT_EQ(permit_src_chk(pair.server), -1);
-        EXPECT_EQ(report_log::reports, std::vector{row.report});
+        EXPECT_EQ(report_log::lines(), good_requests == 0 ? "6509/0 syserr: cannot get peer name\n"
+                                                          : "6509/0 syserr: cannot get own name\n");
         EXPECT_EQ(permit_confp, nullptr);
     }
 }

@@ -10,23 +10,27 @@
 #include <unistd.h>
 
 // A folder of its own as working directory, gone at the end.
-struct own_folder {
+struct TempName : testing::Test {
     std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::path path;
 
-    own_folder()
+    TempName()
     {
         std::string name = (std::filesystem::temp_directory_path() / "names-XXXXXX").string();
-        path = mkdtemp(name.data());
+        path = ::mkdtemp(name.data());
         std::filesystem::current_path(path);
     }
-    ~own_folder()
+    ~TempName() override
     {
         std::filesystem::current_path(before);
         std::filesystem::remove_all(path);
     }
-    own_folder(const own_folder &) = delete;
-    own_folder &operator=(const own_folder &) = delete;
+
+    static std::string made(std::string name)
+    {
+        EXPECT_EQ(mktemp(name.data()), name.data());
+        return name;
+    }
 };
 
 static std::string last_digits(std::size_t count)
@@ -40,84 +44,53 @@ static void touch(const std::string &name)
     std::ofstream(name).put('x');
 }
 
-TEST(Mktemp, PutsTheNumberOfTheProcess)
+TEST_F(TempName, HasTheNumberOfTheProcess)
 {
-    const own_folder folder;
-    static const struct {
-        const char *label;
-        std::string name;
-        std::string want;
-    } cases[] = {{"two digits", "aXX", "a" + last_digits(2)},
-                 {"more digits than the number has", "aXXXXXXXXXXXX", "a" + last_digits(12)},
-                 {"only the last run", "XXaXX", "XXa" + last_digits(2)},
-                 {"nothing but X", "XXX", last_digits(3)},
-                 {"nothing to replace", "free", "free"},
-                 {"empty", "", ""},
-                 {"in a folder", "./aX", "./a" + last_digits(1)},
-                 {"in the root", "/no-such-name-XX", "/no-such-name-" + last_digits(2)}};
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        std::string name = row.name;
-        EXPECT_EQ(mktemp(name.data()), name.data());
-        EXPECT_EQ(name, row.want);
-    }
+    EXPECT_EQ(made("aXXXXXXXXXXXX"), "a" + last_digits(12));
+    EXPECT_EQ(made("XXaXX"), "XXa" + last_digits(2)); // only the last run
+    EXPECT_EQ(made("XXX"), last_digits(3));
+    EXPECT_EQ(made("free"), "free");
+    EXPECT_EQ(made(""), "");
+    EXPECT_EQ(made("/no-such-name-XX"), "/no-such-name-" + last_digits(2));
 }
 
-TEST(Mktemp, GoesOnBehindTakenNames)
+TEST_F(TempName, GoesOnBehindTakenNames)
 {
-    const own_folder folder;
     const std::string digits = last_digits(2);
-    // Each name is taken before the next is asked for.
-    std::string wanted = "a" + digits;
+    touch(made("aXX"));
     for (char c = 'a'; c <= 'z'; ++c) {
-        std::string name = "aXX";
-        ASSERT_NE(mktemp(name.data()), nullptr);
-        EXPECT_EQ(name, wanted);
+        const std::string name = made("aXX");
+        EXPECT_EQ(name, std::string("a") + c + digits[1]);
         touch(name);
-        wanted = std::string("a") + c + digits[1];
     }
-    std::string name = "aXX";
-    ASSERT_NE(mktemp(name.data()), nullptr);
-    EXPECT_EQ(name, wanted); // az
-    touch(name);
-    name = "aXX";
-    ASSERT_NE(mktemp(name.data()), nullptr);
-    EXPECT_EQ(name, "aaa");
+    EXPECT_EQ(made("aXX"), "aaa");
 }
 
-TEST(Mktemp, FailsWhereNoNameIsLeft)
+TEST_F(TempName, FailsWhereNoNameIsLeft)
 {
-    const own_folder folder;
     for (char c = 'a'; c <= 'z'; ++c)
         touch(std::string("b") + c);
     touch("b" + last_digits(1));
     touch("taken");
     std::filesystem::create_symlink("nowhere", "link");
-    static const struct {
-        const char *label, *name;
-        int error;
-    } cases[] = {{"all names taken", "bX", EEXIST},
-                 {"nothing to replace", "taken", EEXIST},
-                 {"a link to nothing", "link", EEXIST},
-                 {"no folder", "no/aXX", ENOENT},
-                 {"no folder but a file", "taken/aXX", ENOTDIR}};
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        std::string name = row.name;
-        errno = 0;
-        EXPECT_EQ(mktemp(name.data()), nullptr);
-        EXPECT_EQ(errno, row.error);
-        name = row.name;
-        errno = 0;
-        EXPECT_EQ(mkstemp(name.data()), -1);
-        EXPECT_EQ(errno, row.error);
+    for (const auto &[name, error] : {std::pair("bX", EEXIST),
+                                      {"taken", EEXIST},
+                                      {"link", EEXIST},
+                                      {"no/aXX", ENOENT},
+                                      {"taken/aXX", ENOTDIR}}) {
+        SCOPED_TRACE(name);
+        std::string text = name;
+        EXPECT_EQ(mktemp(text.data()), nullptr);
+        EXPECT_EQ(errno, error);
+        text = name;
+        EXPECT_EQ(mkstemp(text.data()), -1);
+        EXPECT_EQ(errno, error);
     }
     EXPECT_FALSE(std::filesystem::exists("nowhere"));
 }
 
-TEST(Mkstemp, MakesANewFileOfTheOwner)
+TEST_F(TempName, BelongsToANewFileOfTheOwner)
 {
-    const own_folder folder;
     touch("c" + last_digits(1));
     std::string name = "cX";
     const int fd = mkstemp(name.data());

@@ -32,19 +32,16 @@ static std::string shown(const cfgrec *list)
     return text;
 }
 
-static std::string repeated(int times, const std::string &text)
-{
-    std::string all;
-    for (int i = 0; i < times; ++i)
-        all += text;
-    return all;
-}
-
 TEST(CfgRead, ReadsLinesAndReportsFaults)
 {
     const std::string full(1022 - 5, 'x'); // behind "n: k "
     const std::string long_comment = "#" + std::string(1022, 'x');
     const std::string megabyte(1 << 20, ':');
+    std::string many, most;
+    for (int i = 0; i < 300; ++i) {
+        many += " x";
+        most += i < 255 ? "[x]" : "";
+    }
     const struct {
         std::string table, want;
         const char *faults = ""; // a line each
@@ -73,7 +70,7 @@ TEST(CfgRead, ReadsLinesAndReportsFaults)
         // A long comment ends with its piece; what is behind it comes back as a line.
         {long_comment + "n: k y\nn: k z\n", "2 0 k[y]\n3 0 k[z]\n"},
         {long_comment + "\n" + long_comment + "zz\n", "", "4 malformed\n"},
-        {"n: k" + repeated(300, " x") + "\n", "1 0 k" + repeated(255, "[x]") + "\n"},
+        {"n: k" + many + "\n", "1 0 k" + most + "\n"},
         {"n: k \"abc def\nn: k '\nn: k \\\nn: k a\\ b\n",
          "1 0 k[abc def]\n2 0 k[]\n3 0 k\n4 0 k[a b]\n"},
         {"n: k a\0b 'c\0d'\nn\0: k x\nn: k\0l x\nn: \0\nn: k \0\n"s, "1 0 k[ab][cd]\n5 0 k\n",

@@ -2,34 +2,24 @@
 #pragma once
 
 #include "lib/fwall/daemon_msg.h"
+#include "lib/fwall/fixed_text.h"
+#include "tests/fwall/table_file.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 class log_receiver
 {
+    table_file place{""};
+    int sock = -1;
+
   public:
-    std::string path;
+    const std::string path = place.path + ".log";
 
-    log_receiver()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "stdlog-XXXXXX").string();
-        path = std::string(mkdtemp(name.data())) + "/log";
-        start();
-    }
-
-    ~log_receiver()
-    {
-        stop();
-        std::filesystem::remove(std::filesystem::path(path).parent_path());
-    }
-
+    log_receiver() { start(); }
+    ~log_receiver() { stop(); }
     log_receiver(const log_receiver &) = delete;
     log_receiver &operator=(const log_receiver &) = delete;
 
@@ -37,7 +27,7 @@ class log_receiver
     {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+        set_text(address.sun_path, path);
         sock = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
         const timeval patience{.tv_sec = 10, .tv_usec = 0};
         setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
@@ -68,7 +58,4 @@ class log_receiver
         std::memcpy(&record, bytes.data(), std::min(bytes.size(), sizeof record));
         return record;
     }
-
-  private:
-    int sock = -1;
 };

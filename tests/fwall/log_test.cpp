@@ -5,7 +5,6 @@
 #include "lib/fwall/fixed_text.h"
 #include "tests/fwall/log_receiver.h"
 #include "tests/fwall/table_file.h"
-#include "tests/kdev/open_descriptors.h"
 
 #include <cerrno>
 #include <ctime>
@@ -152,6 +151,9 @@ TEST(Log, RefusesNullParameters)
     EXPECT_EQ(with.system_log(), line + line);
     log_transmit("end", 3, &with.log.stdlog);
     EXPECT_EQ(with.receiver.next(), "end");
+    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x3f8).facility, 0x3f8);
+    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x400).facility, 0);
+    EXPECT_EQ(Log(nullptr, nullptr, 0, 7).facility, 0);
 }
 
 TEST(WithinLogLevel, ComparesWithTheTable)
@@ -164,31 +166,6 @@ TEST(WithinLogLevel, ComparesWithTheTable)
         for (int level = -1; level <= 5; ++level)
             EXPECT_EQ(Log::WithinLogLevel(event, level), level < 0 || want <= level) << number;
     }
-}
-
-TEST(VSendLog, ReachesTheLogObject)
-{
-    const table_file table("default_logging: logging normal\n");
-    CServiceContext service;
-    CConnectionContext connection;
-    const auto before = open_descriptors();
-    testing::internal::CaptureStderr();
-    for (const char *name : {"first", "second"}) {
-        V_OpenLog(name, &service, LOG_PERROR, LOG_DAEMON);
-        SendLog(servContext = &service, connContext = &connection, UNIQUE_DATA, 5, "x");
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "first: x\nsecond: x\n");
-    V_CloseLog();
-    V_CloseLog();
-    SendLog(servContext, connContext, UNIQUE_DATA, 5, "y"); // makes a new one
-    EXPECT_STREQ(service.GetProxyName(), "unknown");
-    V_CloseLog();
-    EXPECT_EQ(open_descriptors(), before);
-    servContext = nullptr;
-    connContext = nullptr;
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x3f8).facility, 0x3f8);
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x400).facility, 0);
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 7).facility, 0);
 }
 
 // The usual modes are in tests/system.

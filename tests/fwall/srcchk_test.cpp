@@ -1,8 +1,12 @@
+// Who may use the proxy, and what follows from the answer.
 #include "lib/fwall/srcchk.h"
 
+#include "lib/fwall/srcrule.h"
 #include "tests/fwall/proxy_setup.h"
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/scripted_platform.h"
+
+#include <random>
 
 // The code, the line of `permit_confp` and the name to show; then what was asked and reported.
 static std::string outcome_of(const proxy_setup &setup, const char *client)
@@ -24,7 +28,6 @@ TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
         {"k 1", "1 line - as unknown\n"},
         {"permit-hosts 10.*", "0 line 1 as nodnsquery\n"},
         {"absorb-hosts 10.*", "0 line 1 as nodnsquery\n"},
-        {"deny-hosts 10.*", "2 line 1 as nodnsquery\n"},
         {"hosts 11.* 10.2", "1 line - as unknown\n"},
         {"deny-hosts 10.0.0.*\nhosts 10.*", "2 line 1 as nodnsquery\n"},
         {"hosts 10.*\ndeny-hosts 10.0.0.*", "0 line 1 as nodnsquery\n"},
@@ -44,14 +47,13 @@ TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
         {"use_name_logs on\nrev_dns *\nhosts 10.*", "0 line 3 as nodnsquery\n"},
         {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
     };
-    for (const auto &row : cases) {
+    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
+        const auto &row = cases[i / 2];
         SCOPED_TRACE(row.lines);
-        for (const bool prepared : {false, true}) {
-            proxy_setup setup(row.lines, prepared);
-            const scripted_platform no_device;
-            setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
-            EXPECT_EQ(outcome_of(setup, row.client), row.want);
-        }
+        proxy_setup setup(row.lines, i % 2 == 1);
+        const scripted_platform no_device;
+        setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
+        EXPECT_EQ(outcome_of(setup, row.client), row.want);
     }
 }
 
@@ -68,25 +70,22 @@ TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
         {"hosts 10.*\nhosts ~alice", "~A", "0 line 1 as nodnsquery\n", 0},
         {"use_name_logs on\nhosts ~alice", "~A", "0 line 2 as ~A\n"},
     };
-    for (const auto &row : cases) {
+    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
+        const auto &row = cases[i / 2];
         SCOPED_TRACE(row.lines);
-        for (const bool prepared : {false, true}) {
-            const proxy_setup setup(row.lines, prepared);
-            scripted_platform device;
-            device.vpn_open_error = 0;
-            device.on_vpn_ioctl = [&row](byte_area message) {
-                std::fill(message.begin(), message.end(), std::uint8_t{0});
-                std::copy_n("~alice", 6, message.begin() + 8);
-                std::copy_n(row.display, strlen(row.display), message.begin() + 24);
-                return 0;
-            };
-            EXPECT_EQ(outcome_of(setup, "10.1.2.3"), row.want);
-            ASSERT_EQ(device.vpn_requests.size(), row.requests);
-            if (row.requests == 0)
-                continue;
-            EXPECT_EQ(at<u32>(device.vpn_requests[0].message, 8), inet_addr("10.1.2.3"));
-            EXPECT_EQ(at<u32>(device.vpn_requests[0].message, 12), inet_addr("20.0.0.1"));
-        }
+        const proxy_setup setup(row.lines, i % 2 == 1);
+        scripted_platform device;
+        device.vpn_open_error = 0;
+        device.on_vpn_ioctl = [&row](byte_area message) {
+            EXPECT_EQ(load<u32>(message, 8), inet_addr("10.1.2.3"));
+            EXPECT_EQ(load<u32>(message, 12), inet_addr("20.0.0.1"));
+            std::fill(message.begin(), message.end(), std::uint8_t{0});
+            std::copy_n("~alice", 6, message.begin() + 8);
+            std::copy_n(row.display, strlen(row.display), message.begin() + 24);
+            return 0;
+        };
+        EXPECT_EQ(outcome_of(setup, "10.1.2.3"), row.want);
+        EXPECT_EQ(device.vpn_requests.size(), row.requests);
     }
 }
 
@@ -103,14 +102,134 @@ TEST(PermitSrcChk, FailsWithoutBothEnds)
         const proxy_setup setup("hosts *");
         scripted_platform device;
         const loopback_connection pair;
-        int requests = 0;
         device.on_fw_ioctl = [&](unsigned long, byte_area) {
-            errno = requests++ < good_requests ? ENOENT : EIO;
+            errno = static_cast<int>(device.fw_requests.size()) <= good_requests ? ENOENT : EIO;
             return -1;
         };
         EXPECT_EQ(permit_src_chk(pair.server), -1);
-        EXPECT_EQ(report_log::lines(), good_requests == 0 ? "6509/0 syserr: cannot get peer name\n"
-                                                          : "6509/0 syserr: cannot get own name\n");
+        EXPECT_EQ(report_log::reports[0], good_requests == 0
+                                              ? "6509/0 syserr: cannot get peer name"
+                                              : "6509/0 syserr: cannot get own name");
         EXPECT_EQ(permit_confp, nullptr);
+        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", true), 0);
+    }
+}
+
+static std::string random_of(std::mt19937 &random, const std::vector<const char *> &pieces)
+{
+    std::string text;
+    for (auto count = 1 + random() % 8; count > 0; --count)
+        text += pieces[random() % pieces.size()];
+    return text;
+}
+
+// Random patterns, many of them malformed, against addresses and names close to them.
+TEST(SrcPatterns, GiveTheAnswersOfAWalkWithoutThem)
+{
+    const std::vector<const char *> numeric = {
+        "1",   "10", ".", ".", ".", ".*",   "*",        "255",
+        "256", "01", "0", "-", ":", "1.10", "10.1.1.0", ":255.255.255.0"};
+    const std::vector<const char *> letters = {"a", "B", "*", ".", "*.", "ab", "-", "1"};
+    std::mt19937 random(2);
+    proxy_setup setup("k 1");
+    cfg_free(proxy_confp);
+    const sockaddr_in local{};
+    int fits = 0;
+    for (int round = 0; round < 50000; ++round) {
+        std::string pattern = random_of(random, round % 2 == 0 ? numeric : letters);
+        constexpr u32 octets[] = {0, 1, 10, 255};
+        u32 address = 0;
+        for (int i = 0; i < 4; ++i)
+            address = address << 8 | octets[random() % 4];
+        set_text(proxy_riaddr, dotted(address));
+        setup.names.names = {{proxy_riaddr, random_of(random, {"a", "b", ".", "ab", "-", "1"})}};
+        char *argv[] = {pattern.data(), nullptr};
+        proxy_confp = cfg_make("hosts", 0, 1, 1, argv);
+        const int want = permit_src_sub(&local);
+        prepare_src_patterns(proxy_confp);
+        ASSERT_NE(proxy_confp->patterns, nullptr);
+        ASSERT_EQ(permit_src_sub(&local), want)
+            << pattern << " with " << proxy_riaddr << " or " << setup.names.names[proxy_riaddr];
+        fits += want == SRC_PERMITTED ? 1 : 0;
+        cfg_free(proxy_confp);
+        setup.names.asked.clear();
+        report_log::reports.clear();
+    }
+    policy_confp = proxy_confp = nullptr;
+    EXPECT_GT(fits, 2500); // else the comparison says little
+}
+
+// What makes a table large must not be read at each check.
+TEST(SrcPatterns, DecideTheUsualForms)
+{
+    for (const char *pattern :
+         {"*", "10.*", "10.1.*", "10.1.2.*", "10.1.2.3", "10", "10.1", "10.1.2.0:255.255.255.0",
+          "10.1.2.3-10.1.2.9", "*.Office.lan", "mail.office.lan", "m*.office.*"}) {
+        const proxy_setup setup("hosts " + std::string(pattern), true);
+        int at = 0;
+        const auto found = src_next_candidate(proxy_confp->patterns, 0x0A010203, at);
+        EXPECT_NE(found.answer, src_answer::ask) << pattern;
+    }
+}
+
+static constexpr policy_option OPTIONS[] = {{"-rule", POLICY_ARG_ONE, "ruleNumber"}, {}};
+
+// The usual answers, with the rule in each record and the word to the client, are in tests/system.
+TEST(RuleSrcAddrChk, RefusesAllButAPermit)
+{
+    static const struct {
+        const char *hosts;
+        int want;
+        const char *rule, *user = "bob";
+    } cases[] = {
+        {"permit-hosts 10.*", 1, "7/mail/3"},
+        {"permit-hosts 10.* -rule 9", 1, "9/mail/3"},
+        {"permit-hosts 11.*", 0, "N/A//-1"},
+        {"deny-hosts 10.*", 0, "7/mail/3"},
+        {"permit-hosts 10.* -policy p -rule 9 -policy none", 0, "N/A//-1", ""},
+    };
+    const sockaddr_in from = plain_address("10.1.2.3"), local = plain_address("20.0.0.1");
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.hosts);
+        const proxy_setup setup(std::string(row.hosts) +
+                                "\nruleNumber 7 x\nruleName mail\nlogLevel 3x\npolicy-p: k 1");
+        EXPECT_EQ(rule_src_addr_chk(&from, &local, OPTIONS, "bob"), row.want);
+        char number[32] = {}, label[32] = {};
+        setup.connection.GetRuleNumber(number, sizeof number);
+        setup.connection.GetRuleLabel(label, sizeof label);
+        EXPECT_EQ(std::string(number) + '/' + label + '/' +
+                      std::to_string(setup.connection.GetLogLevel()),
+                  row.rule);
+        EXPECT_STREQ(setup.connection.GetUser(), row.user);
+        EXPECT_EQ(rule_src_sub(&local, OPTIONS, "bob"), row.want);
+    }
+}
+
+TEST(RuleSrcChk, TellsADeniedClientNothingElse)
+{
+    const std::string malformed = "11502/2 cfgerr: denial-msg must have one parameter, line 2";
+    const struct {
+        const char *lines;
+        bool say;
+        std::string report;
+    } cases[] = {
+        {"deny-hosts *", false, "1503/0 deny host=nodnsquery/10.1.2.3 use of proxy"},
+        {"deny-hosts *\ndenial-msg /nowhere/x", true,
+         "6508/0 syserr: cannot display denial-msg /nowhere/x: No such file or directory"},
+        {"deny-hosts *\ndenial-msg a b", true, malformed},
+        {"deny-hosts *\ndenial-msg  ", true, malformed},
+    };
+    for (const auto &row : cases) {
+        const proxy_setup setup(row.lines);
+        scripted_platform device;
+        const loopback_connection pair;
+        device.on_fw_ioctl = [](unsigned long, byte_area record) {
+            put_end(record, 4, "10.1.2.3", 1024);
+            return 0;
+        };
+        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", row.say), 0);
+        char text[8];
+        EXPECT_EQ(recv(pair.client, text, sizeof text, MSG_DONTWAIT), -1);
+        EXPECT_EQ(report_log::reports.back(), row.report);
     }
 }

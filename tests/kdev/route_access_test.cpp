@@ -1,5 +1,7 @@
+// Messages to the routing socket and to the VPN driver, and what their answers are taken for.
 #include "lib/kdev/route_access.h"
 
+#include "lib/kdev/vpn_device.h"
 #include "tests/kdev/scripted_platform.h"
 
 #include <array>
@@ -7,176 +9,158 @@
 namespace
 {
 
-byte_list usual_reply()
+byte_list reply_with(std::size_t offset, std::int32_t value, std::size_t size_bytes = 392)
 {
-    return route_reply("10.2.0.0", "10.1.0.9", "255.255.0.0", "10.1.0.1");
-}
-
-byte_list strange_reply(std::size_t offset)
-{
-    byte_list reply = usual_reply();
-    store<std::int32_t>(reply, offset, 1);
-    return reply;
-}
-
-byte_list reply_with(std::size_t offset, std::int32_t value)
-{
-    byte_list reply = usual_reply();
+    byte_list reply = route_reply("10.2.0.0", "10.1.0.9", "255.255.0.0", "10.1.0.1");
     store(reply, offset, value);
-    return reply;
-}
-
-byte_list cut_reply(std::int32_t addrs, std::size_t size_bytes)
-{
-    byte_list reply = reply_with(12, addrs);
     reply.resize(size_bytes);
     return reply;
 }
 
-using reading = scripted_platform::reading;
+const byte_list usual = reply_with(24, 0), stranger = reply_with(16, 1);
+
+// What was written from the message `from` on, a line each: what, flags, addresses that follow.
+std::string written(const scripted_platform &script, std::size_t from = 0)
+{
+    std::string text;
+    for (std::size_t i = from; i < script.written.size(); ++i) {
+        const byte_list &m = script.written[i];
+        EXPECT_EQ(m.size(), load<std::uint16_t>(m, 0));
+        EXPECT_EQ(3, m[2]);
+        EXPECT_EQ(m[3] == 4 ? 49 : m.size() == 108 ? 3 : 7, load<std::int32_t>(m, 12));
+        EXPECT_EQ(getpid(), load<std::int32_t>(m, 16));
+        EXPECT_EQ(gettid(), load<std::int32_t>(m, 20));
+        text += m[3] == 1 ? "add " : m[3] == 2 ? "remove " : "get ";
+        text += std::to_string(load<std::int32_t>(m, 8));
+        for (std::size_t at = 76; at < m.size(); at += 16) {
+            EXPECT_EQ(AF_INET, load<std::uint16_t>(m, at));
+            text += ' ' + dotted_at(m, at + 4);
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+// A link message; texts are addresses.
+struct test_link {
+    std::uint8_t flags = 0x10;
+    const char *start = "192.168.1.0";
+    const char *delimiter = "255.255.255.0";
+    std::uint8_t type = 4;
+    const char *local = "10.1.0.1";
+    std::uint8_t command = 1;
+};
+
+// The network stands where the flag bit says; the other one holds a decoy.
+vpn_message message_of(const test_link &l)
+{
+    vpn_message message{};
+    const bool first = (l.flags & 0x10) != 0;
+    message[3] = l.command;
+    message[10] = l.flags;
+    store(message, first ? 32 : 28, inet_addr("172.16.0.0"));
+    store(message, first ? 48 : 44, inet_addr("255.240.0.0"));
+    store(message, first ? 28 : 32, inet_addr(l.start));
+    store(message, first ? 44 : 48, inet_addr(l.delimiter));
+    message[first ? 56 : 57] = l.type;
+    message[first ? 57 : 56] = l.type == 7 ? 4 : 7;
+    store(message, 36, inet_addr("10.2.3.4"));
+    store(message, 40, inet_addr(l.local));
+    return message;
+}
 
 } // namespace
 
-TEST(ra_lookup_route, question_has_its_fixed_layout)
-{
-    scripted_platform script;
-    script.readings = {{usual_reply()}};
-    std::array<std::uint8_t, RA_REPLY_SIZE> buffer;
-    ASSERT_EQ(RA_DONE, ra_lookup_route(inet_addr("10.2.3.4"), buffer));
-
-    ASSERT_EQ(1u, script.written.size());
-    const byte_list &asked = script.written[0];
-    byte_list wanted(92);
-    store<std::uint16_t>(wanted, 0, 92);
-    wanted[2] = 3;
-    wanted[3] = 4;
-    store<std::int32_t>(wanted, 12, 49);
-    store<std::int32_t>(wanted, 16, getpid());
-    store<std::int32_t>(wanted, 20, gettid());
-    store<std::uint16_t>(wanted, 76, AF_INET);
-    store(wanted, 80, inet_addr("10.2.3.4"));
-    EXPECT_EQ(wanted, asked);
-}
-
 TEST(ra_lookup_route, judges_what_it_reads)
 {
-    const byte_list stranger = strange_reply(16);
     const struct {
         const char *label;
-        std::deque<reading> readings;
+        std::deque<scripted_platform::reading> readings;
         int code, error;
-        std::size_t unread;
+        std::size_t unread = 0;
     } cases[] = {
-        {"own answer", {{usual_reply()}, {stranger}}, RA_DONE, 0, 1},
-        {"after two strangers", {{stranger}, {strange_reply(20)}, {usual_reply()}}, RA_DONE, 0, 0},
-        {"after three", {{stranger}, {stranger}, {stranger}, {usual_reply()}}, RA_FAILED, EIO, 1},
-        {"failed read", {{{}, ENOBUFS}, {usual_reply()}}, RA_FAILED, ENOBUFS, 1},
-        {"failed after a stranger", {{stranger}, {{}, EINTR}}, RA_FAILED, EINTR, 0},
-        {"an error inside", {{reply_with(24, ENETDOWN)}, {usual_reply()}}, RA_FAILED, EIO, 1},
-        {"not done", {{reply_with(8, 0x801)}}, RA_FAILED, EIO, 0},
-        {"no destination", {{reply_with(12, 0x36)}}, RA_FAILED, EIO, 0},
-        {"no gateway", {{reply_with(12, 0x35)}}, RA_FAILED, EIO, 0},
-        {"no netmask", {{reply_with(12, 0x33)}}, RA_FAILED, EIO, 0},
-        {"no interface", {{reply_with(12, 0x27)}}, RA_FAILED, EIO, 0},
-        {"no source", {{cut_reply(0x17, 376)}}, RA_DONE, 0, 0},
-        {"cut in the interface", {{cut_reply(0x17, 375)}}, RA_FAILED, EIO, 0},
-        {"cut in the source", {{cut_reply(0x37, 391)}}, RA_FAILED, EIO, 0},
-        {"header only", {{cut_reply(0x37, 76)}}, RA_FAILED, EIO, 0},
-        {"half a header is nobody's", {{cut_reply(0x37, 18)}, {usual_reply()}}, RA_DONE, 0, 0},
-        {"nothing, three times", {{{}}, {{}}, {{}}}, RA_FAILED, EIO, 0},
+        {"own answer", {{usual}, {stranger}}, RA_DONE, 0, 1},
+        {"after strangers", {{stranger}, {reply_with(20, 1)}, {usual}}, RA_DONE, 0},
+        {"after three", {{stranger}, {stranger}, {stranger}, {usual}}, RA_FAILED, EIO, 1},
+        {"failed read", {{{}, ENOBUFS}, {usual}}, RA_FAILED, ENOBUFS, 1},
+        {"an error inside", {{reply_with(24, ENETDOWN)}, {usual}}, RA_FAILED, EIO, 1},
+        {"not done", {{reply_with(8, 0x801)}}, RA_FAILED, EIO},
+        {"no destination", {{reply_with(12, 0x36)}}, RA_FAILED, EIO},
+        {"no gateway", {{reply_with(12, 0x35)}}, RA_FAILED, EIO},
+        {"no netmask", {{reply_with(12, 0x33)}}, RA_FAILED, EIO},
+        {"no interface", {{reply_with(12, 0x27)}}, RA_FAILED, EIO},
+        {"no source", {{reply_with(12, 0x17, 376)}}, RA_DONE, 0},
+        {"cut in the interface", {{reply_with(12, 0x17, 375)}}, RA_FAILED, EIO},
+        {"cut in the source", {{reply_with(12, 0x37, 391)}}, RA_FAILED, EIO},
+        {"half a header is nobody's", {{reply_with(12, 0x37, 18)}, {usual}}, RA_DONE, 0},
+        {"nothing, three times", {{{}}, {{}}, {{}}}, RA_FAILED, EIO},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.label);
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.label);
         scripted_platform script;
-        script.readings = c.readings;
+        script.readings = row.readings;
         std::array<std::uint8_t, RA_REPLY_SIZE> buffer;
         errno = 0;
-        EXPECT_EQ(c.code, ra_lookup_route(inet_addr("10.2.3.4"), buffer));
-        if (c.code != RA_DONE) {
-            EXPECT_EQ(c.error, errno);
-        }
-        EXPECT_EQ(c.unread, script.readings.size());
-        EXPECT_EQ(1, script.route_closes);
+        EXPECT_EQ(row.code, ra_lookup_route(inet_addr("10.2.3.4"), buffer));
+        EXPECT_EQ(row.error, row.code == RA_DONE ? 0 : errno);
+        EXPECT_EQ(row.unread, script.readings.size());
+        EXPECT_EQ("get 0 10.2.3.4\n", written(script));
     }
 }
 
-TEST(ra_lookup_route, nothing_of_an_earlier_message_stays)
-{
-    scripted_platform script;
-    byte_list stranger = strange_reply(16);
-    stranger.resize(1024, 0xAA);
-    script.readings = {{stranger}, {cut_reply(0x17, 376)}};
-    u32 out = 1;
-    EXPECT_EQ(RA_DONE, ra_get_route_address(inet_addr("10.2.3.4"), &out));
-    EXPECT_EQ(0u, out);
-}
-
-TEST(ra_lookup_route, refused_before_reading)
+TEST(ra_get_route_address, changes_nothing_without_a_route)
 {
     const struct {
-        const char *label;
         int open_error, write_error;
         ssize_t left_out;
         int code, error;
-    } cases[] = {
-        {"no socket", EMFILE, 0, 0, RA_FAILED, EMFILE},
-        {"no socket, odd error", ESRCH, 0, 0, RA_FAILED, ESRCH},
-        {"no route", 0, ESRCH, 0, RA_NO_ROUTE, ESRCH},
-        {"no right", 0, EPERM, 0, RA_FAILED, EPERM},
-        {"half written", 0, 0, 1, RA_FAILED, EIO},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.label);
+    } cases[] = {{ESRCH, 0, 0, RA_FAILED, ESRCH},
+                 {0, ESRCH, 0, RA_NO_ROUTE, ESRCH},
+                 {0, EPERM, 0, RA_FAILED, EPERM},
+                 {0, 0, 1, RA_FAILED, EIO}};
+    for (const auto &row : cases) {
         scripted_platform script;
-        script.route_open_error = c.open_error;
-        script.on_route_write = [&c](byte_view) { return c.write_error; };
-        script.route_write_short = c.left_out;
-        script.readings = {{usual_reply()}};
+        script.route_open_error = row.open_error;
+        script.on_route_write = [&row](byte_view) { return row.write_error; };
+        script.route_write_short = row.left_out;
+        script.readings = {{usual}};
         u32 out = 5;
-        EXPECT_EQ(c.code, ra_get_route_address(inet_addr("10.2.3.4"), &out));
-        EXPECT_EQ(c.error, errno);
+        EXPECT_EQ(row.code, ra_get_route_address(inet_addr("10.2.3.4"), &out));
+        EXPECT_EQ(row.error, errno);
         EXPECT_EQ(5u, out);
-        EXPECT_EQ(1u, script.readings.size());
+        EXPECT_EQ(-1, vvpn_get_route(&out));
+        EXPECT_EQ(0u, out);
     }
-}
-
-TEST(ra_get_route_address, gives_the_source)
-{
+    // Nothing of an earlier message stays.
+    byte_list longer = stranger;
+    longer.resize(1024, 0xAA);
     scripted_platform script;
-    script.readings = {{usual_reply()}};
-    u32 out = 0;
+    script.readings = {{longer}, {reply_with(12, 0x17, 376)}, {usual}};
+    u32 out = 1;
     EXPECT_EQ(RA_DONE, ra_get_route_address(inet_addr("10.2.3.4"), &out));
-    EXPECT_EQ(inet_addr("10.1.0.1"), out);
+    EXPECT_EQ(0u, out);
+    EXPECT_EQ(0, vvpn_get_route(&out));
+    EXPECT_EQ("10.1.0.1", dotted(out));
 }
 
 TEST(ra_get_route_interface, cuts_long_names)
 {
     const struct {
-        const char *label;
         std::uint8_t length;
-        std::size_t room;
-        const char *name;
-    } cases[] = {
-        {"none", 0, 16, ""},
-        {"usual", 4, 16, "abcd"},
-        {"fifteen", 15, 16, "abcdefghijklmno"},
-        {"sixteen", 16, 17, "abcdefghijklmnop"},
-        {"sixteen without room", 16, 16, "abcdefghijklmno"},
-        {"seventeen", 17, 32, "abcdefghijklmno"},
-        {"longest", 255, 300, "abcdefghijklmno"},
-        {"one byte of room", 4, 1, ""},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.label);
+        std::size_t room, kept;
+    } cases[] = {{0, 16, 0},   {15, 16, 15}, {16, 17, 16},  {16, 16, 15},
+                 {17, 32, 15}, {4, 1, 0},    {255, 300, 15}};
+    const std::string letters = "abcdefghijklmnopqrstuvwxyz";
+    for (const auto &row : cases) {
         scripted_platform script;
-        byte_list reply = usual_reply();
-        reply[124 + 5] = c.length;
-        std::copy_n("abcdefghijklmnopqrstuvwxyz", 26, reply.begin() + 124 + 8);
+        byte_list reply = usual;
+        reply[124 + 5] = row.length;
+        std::copy(letters.begin(), letters.end(), reply.begin() + 124 + 8);
         script.readings = {{reply}};
         // Exactly the room, so that the sanitizer sees a byte too many.
-        std::vector<char> name(c.room, '?');
+        std::vector<char> name(row.room, '?');
         EXPECT_EQ(RA_DONE, ra_get_route_interface(inet_addr("10.2.3.4"), name));
-        EXPECT_STREQ(c.name, name.data());
+        EXPECT_EQ(letters.substr(0, row.kept), name.data());
     }
 }
 
@@ -187,97 +171,204 @@ TEST(ra_add_route, message_follows_the_flags)
     EXPECT_EQ(RA_DONE, ra_add_route(dst, gateway, inet_addr("255.255.0.0"), 0x803));
     EXPECT_EQ(RA_DONE, ra_add_route(dst, gateway, inet_addr("255.255.0.0"), 0x807));
     EXPECT_EQ(RA_DONE, ra_remove_route(dst, gateway, inet_addr("255.255.0.0"), 0x4));
-    const struct {
-        const char *label;
-        std::size_t size_bytes;
-        std::uint8_t type;
-        std::int32_t flags, addrs;
-    } cases[] = {
-        {"network", 124, 1, 0x803, 7}, {"host", 108, 1, 0x807, 3}, {"remove", 124, 2, 0x4, 7}};
-    ASSERT_EQ(std::size(cases), script.written.size());
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        SCOPED_TRACE(cases[i].label);
-        const byte_list &sent = script.written[i];
-        ASSERT_EQ(cases[i].size_bytes, sent.size());
-        EXPECT_EQ(cases[i].size_bytes, at<std::uint16_t>(sent, 0));
-        EXPECT_EQ(3, sent[2]);
-        EXPECT_EQ(cases[i].type, sent[3]);
-        EXPECT_EQ(cases[i].flags, at<std::int32_t>(sent, 8));
-        EXPECT_EQ(cases[i].addrs, at<std::int32_t>(sent, 12));
-        EXPECT_EQ(dst, at<u32>(sent, 80));
-        EXPECT_EQ(gateway, at<u32>(sent, 96));
-        if (sent.size() == 124) {
-            EXPECT_EQ(inet_addr("255.255.0.0"), at<u32>(sent, 112));
-        }
-    }
+    EXPECT_EQ("add 2051 10.2.0.0 10.1.0.9 255.255.0.0\nadd 2055 10.2.0.0 10.1.0.9\n"
+              "remove 4 10.2.0.0 10.1.0.9 255.255.0.0\n",
+              written(script));
 }
 
 TEST(ra_add_route, failures_become_codes)
 {
     const struct {
-        const char *label;
         int open_error, write_error;
         ssize_t left_out;
         int add_code, remove_code;
     } cases[] = {
-        {"done", 0, 0, 0, RA_DONE, RA_DONE},
-        {"exists", 0, EEXIST, 0, RA_EXISTS, RA_FAILED},
-        {"exists, said otherwise", 0, ENOENT, 0, RA_EXISTS, RA_FAILED},
-        {"no errno", 0, -1, 0, RA_EXISTS, RA_FAILED},
-        {"no such", 0, ESRCH, 0, RA_FAILED, RA_NO_ROUTE},
-        {"no right", 0, EPERM, 0, RA_FAILED, RA_FAILED},
-        {"half written", 0, 0, 1, RA_FAILED, RA_FAILED},
-        {"no socket", EEXIST, 0, 0, RA_FAILED, RA_FAILED},
-        {"no socket either", ESRCH, 0, 0, RA_FAILED, RA_FAILED},
+        {0, EEXIST, 0, RA_EXISTS, RA_FAILED},  {0, ENOENT, 0, RA_EXISTS, RA_FAILED},
+        {0, -1, 0, RA_EXISTS, RA_FAILED}, // no errno; an old one must not count
+        {0, ESRCH, 0, RA_FAILED, RA_NO_ROUTE}, {0, EPERM, 0, RA_FAILED, RA_FAILED},
+        {0, 0, 1, RA_FAILED, RA_FAILED},       {EEXIST, 0, 0, RA_FAILED, RA_FAILED},
+        {ESRCH, 0, 0, RA_FAILED, RA_FAILED},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.label);
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.write_error);
         scripted_platform script;
-        script.route_open_error = c.open_error;
-        script.on_route_write = [&c](byte_view) { return c.write_error; };
-        script.route_write_short = c.left_out;
-        errno = EEXIST; // an old error must not count
-        EXPECT_EQ(c.add_code, ra_add_route(1, 2, 3, 0x803));
+        script.route_open_error = row.open_error;
+        script.on_route_write = [&row](byte_view) { return row.write_error; };
+        script.route_write_short = row.left_out;
+        errno = EPERM;
+        EXPECT_EQ(row.add_code, ra_add_route(1, 2, 3, 0x803));
         errno = ESRCH;
-        EXPECT_EQ(c.remove_code, ra_remove_route(1, 2, 3, 0));
+        EXPECT_EQ(row.remove_code, ra_remove_route(1, 2, 3, 0));
     }
 }
 
 TEST(ra_delete_route, takes_only_the_exact_destination)
 {
-    const struct {
-        const char *label, *addr, *dst, *mask;
-        int remove_error, code;
-        bool removes;
-        std::int32_t flags;
-    } cases[] = {
-        {"host", "10.2.3.4", "10.2.3.4", "255.255.255.255", 0, RA_DONE, true, 4},
-        {"network", "10.2.0.0", "10.2.0.0", "255.255.0.0", 0, RA_DONE, true, 0},
-        {"covered by a network", "10.2.3.4", "10.2.0.0", "255.255.0.0", 0, RA_NO_ROUTE, false, 0},
-        {"covered by the default", "10.2.3.4", "0.0.0.0", "0.0.0.0", 0, RA_NO_ROUTE, false, 0},
-        {"gone meanwhile", "10.2.3.4", "10.2.3.4", "255.255.255.255", ESRCH, RA_NO_ROUTE, true, 4},
-        {"no right", "10.2.3.4", "10.2.3.4", "255.255.255.255", EPERM, RA_FAILED, true, 4},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.label);
+    const auto deleted = [](const char *addr, const char *dst, const char *mask, int error) {
         scripted_platform script;
-        script.readings = {{route_reply(c.dst, "10.1.0.9", c.mask, "10.1.0.1")}};
-        script.on_route_write = [&c](byte_view message) {
-            return message[3] == 2 ? c.remove_error : 0;
-        };
-        EXPECT_EQ(c.code, ra_delete_route(inet_addr(c.addr)));
-        ASSERT_EQ(c.removes ? 2u : 1u, script.written.size());
-        if (!c.removes)
-            continue;
-        const byte_list &sent = script.written[1];
-        EXPECT_EQ(2, sent[3]);
-        EXPECT_EQ(c.flags, at<std::int32_t>(sent, 8));
-        EXPECT_EQ(inet_addr(c.addr), at<u32>(sent, 80));
-        EXPECT_EQ(inet_addr("10.1.0.9"), at<u32>(sent, 96));
-        EXPECT_EQ(inet_addr(c.mask), at<u32>(sent, 112));
+        script.readings = {{route_reply(dst, "10.1.0.9", mask, "10.1.0.1")}};
+        script.on_route_write = [error](byte_view m) { return m[3] == 2 ? error : 0; };
+        const int code = ra_delete_route(inet_addr(addr));
+        return std::to_string(code) + ' ' + written(script, 1);
+    };
+    const std::string host = "remove 4 10.2.3.4 10.1.0.9 255.255.255.255\n";
+    EXPECT_EQ("0 " + host, deleted("10.2.3.4", "10.2.3.4", "255.255.255.255", 0));
+    EXPECT_EQ("2 " + host, deleted("10.2.3.4", "10.2.3.4", "255.255.255.255", ESRCH));
+    EXPECT_EQ("1 " + host, deleted("10.2.3.4", "10.2.3.4", "255.255.255.255", EPERM));
+    EXPECT_EQ("0 remove 0 10.2.0.0 10.1.0.9 255.255.0.0\n",
+              deleted("10.2.0.0", "10.2.0.0", "255.255.0.0", 0));
+    EXPECT_EQ("2 ", deleted("10.2.3.4", "10.2.0.0", "255.255.0.0", 0));
+    EXPECT_EQ("2 ", deleted("10.2.3.4", "0.0.0.0", "0.0.0.0", 0));
+}
+
+TEST(vvpn_add_routes, routes_of_each_kind_of_network)
+{
+    const std::string network = "add 2051 192.168.1.0 10.1.0.9 255.255.255.0\n";
+    const std::string neighbour = "add 2051 192.168.1.0 10.2.3.4 255.255.255.0\n";
+    const auto host = [](const std::string &addr) { return "add 2055 " + addr + " 10.1.0.9\n"; };
+    const struct {
+        test_link l;
+        std::string wanted;
+        const char *hop = "10.1.0.9"; // of the route to the remote gateway
+    } cases[] = {
+        {{}, network},
+        {{.flags = 0x2F}, network},
+        {{}, neighbour, "0.0.0.0"},
+        {{}, neighbour, "10.1.0.1"}, // an own address
+        {{.start = "192.168.1.7", .delimiter = "255.255.255.255"}, host("192.168.1.7")},
+        {{.start = "192.168.1.255", .delimiter = "192.168.2.1", .type = 7},
+         host("192.168.1.255") + host("192.168.2.0") + host("192.168.2.1")},
+        {{.flags = 1, .start = "1.0.0.5", .delimiter = "1.0.0.5", .type = 7}, host("1.0.0.5")},
+        {{.start = "10.1.0.8", .delimiter = "10.1.0.10", .type = 7}, // the hop is inside
+         host("10.1.0.8") + host("10.1.0.10")},
+        {{.start = "10.2.3.4", .delimiter = "255.255.255.255"}, "", "0.0.0.0"},
+        {{.start = "255.255.255.254", .delimiter = "255.255.255.255", .type = 7},
+         host("255.255.255.254") + host("255.255.255.255")},
+        {{.start = "192.168.1.5", .delimiter = "192.168.1.3", .type = 7}, ""},
+    };
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.l.start);
+        scripted_platform script;
+        script.readings = {{route_reply("10.2.0.0", row.hop, "255.255.0.0", "10.1.0.1")}};
+        EXPECT_EQ(0, vvpn_add_routes(byte_view(message_of(row.l)).subspan(8)));
+        EXPECT_EQ("get 0 10.2.3.4\n" + row.wanted, written(script));
     }
-    scripted_platform script;
-    script.on_route_write = [](byte_view) { return ESRCH; };
-    EXPECT_EQ(RA_NO_ROUTE, ra_delete_route(1));
-    EXPECT_EQ(1u, script.written.size());
+}
+
+TEST(vvpn_add_routes, stops_at_the_first_failure)
+{
+    const vpn_message range = message_of({.start = "1.0.0.1", .delimiter = "1.0.0.3", .type = 7});
+    const vpn_message without_routes = message_of({.flags = 0});
+    const struct {
+        byte_view payload;
+        int lookup_error, error_of_second, code;
+        std::size_t tried;
+    } cases[] = {
+        {byte_view(range).subspan(8), 0, EEXIST, 0, 4},
+        {byte_view(range).subspan(8), 0, ENETUNREACH, RA_FAILED, 3},
+        {byte_view(range).subspan(8, 50), ESRCH, 0, RA_NO_ROUTE, 1},
+        {byte_view(range).subspan(8, 49), ESRCH, 0, VVPN_NO_ROUTES, 0},
+        {byte_view(without_routes).subspan(8), 0, 0, VVPN_NO_ROUTES, 0},
+        {{}, 0, 0, VVPN_NO_ROUTES, 0},
+    };
+    for (const auto &row : cases) {
+        scripted_platform script;
+        script.readings = {{usual}};
+        script.on_route_write = [&row](byte_view m) {
+            return m[3] == 4                       ? row.lookup_error
+                   : dotted_at(m, 80) == "1.0.0.2" ? row.error_of_second
+                                                   : 0;
+        };
+        EXPECT_EQ(row.code, vvpn_add_routes(row.payload));
+        EXPECT_EQ(row.tried, script.written.size());
+    }
+}
+
+TEST(vvpn_ioctl, link_command_takes_its_roads)
+{
+    const std::string before = "get 0 10.2.3.4\n";
+    const std::string after = before + "add 2051 192.168.1.0 10.1.0.9 255.255.255.0\n";
+    const struct {
+        test_link l;
+        int driver_result, code;
+        std::string written;
+        int lookup_error = 0, add_error = 0;
+    } cases[] = {
+        {{}, 0, 0, "driver\n" + after},
+        {{.command = 3}, 0, 0, "driver\n" + after},
+        {{.command = 2}, 5, 5, "driver\n"}, // no link command
+        {{.local = "0.0.0.0", .command = 2}, -1, -1, "driver\n"},
+        {{.local = "0.0.0.0"}, 0, 0, before + "driver\n" + after},
+        {{.local = "0.0.0.0"}, 0, -1, before, ESRCH},
+        {{}, -1, -1, "driver\n"},
+        {{}, 7, 7, "driver\n"},
+        {{}, 0, -1, "driver\n" + after, 0, EPERM},
+        {{.flags = 0}, 0, -1, "driver\n"},
+    };
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.written);
+        scripted_platform script;
+        script.readings = {{usual}, {usual}};
+        script.on_route_write = [&row](byte_view m) {
+            return m[3] == 4 ? row.lookup_error : row.add_error;
+        };
+        std::string ahead;
+        script.on_vpn_ioctl = [&](byte_area message) {
+            ahead = written(script) + "driver\n";
+            script.written.clear();
+            EXPECT_EQ(row.l.command == 2 ? row.l.local : "10.1.0.1", dotted_at(message, 40));
+            // The driver writes over the network; the routes must be those asked for.
+            store(message, 28, inet_addr("6.6.6.6"));
+            errno = ENXIO;
+            return row.driver_result;
+        };
+        vpn_message message = message_of(row.l);
+        EXPECT_EQ(row.code, vvpn_ioctl(42, 0xC0004701, message));
+        EXPECT_EQ(row.written, ahead + written(script));
+        EXPECT_EQ(ahead.empty() ? "192.168.1.0" : "6.6.6.6", dotted_at(message, 28));
+        if (ahead.empty()) {
+            EXPECT_EQ("0.0.0.0", dotted_at(message, 40));
+        } else {
+            EXPECT_EQ(0xC0004701, script.vpn_requests[0].number);
+        }
+    }
+}
+
+TEST(vfw_vpnclientcheck, believes_only_a_marked_answer)
+{
+    const std::string full_identity(16, 'i'), full_display = '~' + std::string(231, 'd');
+    const struct {
+        int open_error, driver_result;
+        std::string identity, display; // what the driver answers
+        int code;
+    } cases[] = {
+        {0, 0, "road-warrior", "~Ann", 1}, {0, -1, "a", "~b", 1}, // the result does not count
+        {0, 0, "road-warrior", "Ann", 0},  {0, -1, "", "", 0},
+        {ENOENT, 0, "a", "~b", 0},         {0, 0, full_identity, full_display, 1},
+    };
+    byte_list wanted(256);
+    wanted[0] = 1; // 256, most significant byte first
+    wanted[3] = 'D';
+    store(wanted, 8, inet_addr("10.2.3.4"));
+    store(wanted, 12, inet_addr("10.1.0.1"));
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.display);
+        scripted_platform script;
+        script.vpn_open_error = row.open_error;
+        script.on_vpn_ioctl = [&](byte_area message) {
+            EXPECT_EQ(wanted, byte_list(message.begin(), message.end()));
+            if (!row.display.empty())
+                std::ranges::fill(message.subspan(8), std::uint8_t{0});
+            std::ranges::copy(row.identity, message.begin() + 8);
+            std::ranges::copy(row.display, message.begin() + 24);
+            return row.driver_result;
+        };
+        k_msg.fill('~'); // an earlier message leaves no trace
+        char identity[17] = "?", display[233] = "?";
+        EXPECT_EQ(row.code, vfw_vpnclientcheck(inet_addr("10.2.3.4"), inet_addr("10.1.0.1"),
+                                               identity, display));
+        EXPECT_EQ(row.code == 1 ? row.identity : "?", identity);
+        EXPECT_EQ(row.code == 1 ? row.display : "?", display);
+        EXPECT_EQ(row.open_error == 0 ? 1u : 0u, script.vpn_requests.size());
+    }
 }

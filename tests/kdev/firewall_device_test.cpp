@@ -58,113 +58,83 @@ std::string near_end(int sock)
     return text_of_end(plain_end(getsockname, sock));
 }
 
-std::string protocol(int type)
+// What the four name calls answer for the server's end of a connection, a line each.
+std::string names_of(const loopback_connection &c, const scripted_platform &script)
 {
-    return type == SOCK_STREAM ? "6 " : "17 ";
+    sockaddr_in ends[5] = {};
+    for (sockaddr_in &end : ends)
+        end = end_of("0.0.0.0", 0);
+    socklen_t length = 0;
+    u32 own = 0;
+    const int codes[] = {vfw_getpeername(c.server, &ends[0], &length),
+                         vfw_getsockname(c.server, &ends[1], &length),
+                         vfw_getdstname(c.server, &ends[2], &length),
+                         vfw_getbothnames(c.server, &ends[3], &ends[4], &own)};
+    EXPECT_EQ(16u, length);
+    std::string text;
+    for (std::size_t i = 0; i < 5; ++i) {
+        const std::string told = text_of_end(ends[i]);
+        text += i < 4 ? std::to_string(codes[i]) + ' ' : "";
+        text += told == near_end(c.client)   ? "client "
+                : told == near_end(c.server) ? "server "
+                                             : told + ' ';
+    }
+    const std::string asked = "names of 6 " + near_end(c.client) + ' ' + near_end(c.server) + '\n';
+    const std::string requested = requests(script);
+    for (std::size_t at = 0; (at = requested.find("names", at)) != std::string::npos; ++at)
+        EXPECT_EQ(asked, requested.substr(at, asked.size()));
+    return text + dotted(own);
 }
-
-const struct {
-    int open_error, driver_error, code;
-} roads[] = {
-    {0, 0, 0},       {0, ENOENT, 0}, // not redirected
-    {0, EIO, -1},    {EACCES, 0, -1},
-    {ENOENT, 0, -1}, // no device: not to be taken for an unknown connection
-};
 
 } // namespace
 
 TEST(firewall_device, names_are_those_of_the_driver)
 {
-    for (const auto &road : roads) {
-        for (const int type : {SOCK_STREAM, SOCK_DGRAM}) {
-            const test_socket other(bound_socket(type, "127.0.0.1"));
-            const test_socket sock(connected_socket(type, plain_end(getsockname, other)));
-            scripted_platform script;
-            script.fw_open_error = road.open_error;
-            script.on_fw_ioctl = scripted_driver{.error = road.driver_error};
-            const bool is_true = road.open_error + road.driver_error == 0;
-            sockaddr_in addr{};
-            socklen_t length = sizeof addr;
-            EXPECT_EQ(road.code, vfw_getpeername(sock, &addr, &length));
-            EXPECT_EQ(is_true ? "10.8.8.8:808" : near_end(other), text_of_end(addr));
-            EXPECT_EQ(road.code, vfw_getsockname(sock, &addr, &length));
-            EXPECT_EQ(is_true ? "10.9.9.9:909" : near_end(sock), text_of_end(addr));
-            EXPECT_EQ(16u, length);
-            const std::string asked =
-                "names of " + protocol(type) + near_end(other) + ' ' + near_end(sock) + '\n';
-            EXPECT_EQ(road.open_error == 0 ? asked + asked : "", requests(script));
-        }
-    }
+    const loopback_connection c;
+    const auto names = [&c](int open_error, const scripted_driver &driver) {
+        scripted_platform script;
+        script.fw_open_error = open_error;
+        script.on_fw_ioctl = driver;
+        return names_of(c, script);
+    };
+    const std::string known = "0 10.8.8.8:808 0 10.9.9.9:909 ", none = "0.0.0.0:0 ";
+    EXPECT_EQ(known + "0 10.9.9.9:909 0 10.8.8.8:808 10.9.9.9:909 10.9.9.9", names(0, {}));
+    const std::string own = known + "1 " + none + "1 10.8.8.8:808 " + none + "10.9.9.9";
+    EXPECT_EQ(own, names(0, {.local_result = -5}));
+    EXPECT_EQ(own, names(0, {.local_error = EIO}));
+    EXPECT_EQ("0 10.8.8.8:808 0 127.9.9.9:909 1 0.0.0.0:0 1 10.8.8.8:808 0.0.0.0:0 127.9.9.9",
+              names(0, {.true_local = "127.9.9.9"}));
+    EXPECT_EQ("0 client 0 server 1 0.0.0.0:0 1 client 0.0.0.0:0 127.0.0.1",
+              names(0, {.error = ENOENT})); // not redirected
+    const std::string failed = "-1 client -1 server -1 " + none + "-1 " + none + none + "0.0.0.0";
+    EXPECT_EQ(failed, names(0, {.error = EIO}));
+    EXPECT_EQ(failed, names(EACCES, {}));
+    EXPECT_EQ(failed, names(ENOENT, {})); // no device: not to be taken for a plain connection
 }
 
 TEST(firewall_device, datagrams_have_both_ends)
 {
-    for (const auto &road : roads) {
-        const test_socket receiver(bound_socket(SOCK_DGRAM, "127.0.0.1"));
-        const test_socket sender(connected_socket(SOCK_DGRAM, plain_end(getsockname, receiver)));
+    const test_socket receiver(bound_socket(SOCK_DGRAM, "127.0.0.1"));
+    const test_socket sender(connected_socket(SOCK_DGRAM, plain_end(getsockname, receiver)));
+    const auto received = [&](int open_error, int driver_error) {
         EXPECT_EQ(5, send(sender, "hello", 5, 0));
         scripted_platform script;
-        script.fw_open_error = road.open_error;
-        script.on_fw_ioctl = scripted_driver{.error = road.driver_error};
-        const bool is_true = road.open_error + road.driver_error == 0;
+        script.fw_open_error = open_error;
+        script.on_fw_ioctl = scripted_driver{.error = driver_error};
         char text[8] = {};
-        sockaddr_in from{}, to{};
+        sockaddr_in from{}, to = end_of("0.0.0.0", 0);
         socklen_t length = 0;
-        EXPECT_EQ(road.code == 0 ? 5 : -1,
-                  vfw_recvfrom(receiver, text, sizeof text, 0, &from, &length, &to));
-        EXPECT_EQ(is_true ? "10.8.8.8:808" : near_end(sender), text_of_end(from));
+        const ssize_t count = vfw_recvfrom(receiver, text, 8, 0, &from, &length, &to);
         EXPECT_STREQ("hello", text);
         EXPECT_EQ(16u, length);
-        if (road.code == 0) {
-            EXPECT_EQ(is_true ? "10.9.9.9:909" : near_end(receiver), text_of_end(to));
-        }
-        EXPECT_EQ(road.open_error == 0 ? "names of 17 " + near_end(sender) + " 0.0.0.0:0\n" : "",
+        EXPECT_EQ(open_error == 0 ? "names of 17 " + near_end(sender) + " 0.0.0.0:0\n" : "",
                   requests(script));
-    }
-}
-
-TEST(firewall_device, own_destinations_are_told_apart)
-{
-    const std::string local = "local 10.9.9.9\n";
-    const struct {
-        int open_error;
-        scripted_driver driver;
-        int code;
-        const char *dst, *own; // of vfw_getdstname, and of vfw_getbothnames
-        std::string asked = "";
-    } cases[] = {
-        {0, {}, 0, "10.9.9.9:909", "10.9.9.9", local},
-        {0, {.local_result = -5}, 1, "0.0.0.0:0", "10.9.9.9", local},
-        {0, {.local_error = EIO}, 1, "0.0.0.0:0", "10.9.9.9", local},
-        {0, {.true_local = "127.9.9.9"}, 1, "0.0.0.0:0", "127.9.9.9"},
-        {0, {.error = ENOENT}, 1, "0.0.0.0:0", "127.0.0.1"},
-        {0, {.error = EIO}, -1, "0.0.0.0:0", "0.0.0.0"},
-        {EACCES, {}, -1, "0.0.0.0:0", "0.0.0.0"},
+        return std::to_string(count) + ' ' + text_of_end(from) + ' ' + text_of_end(to);
     };
-    const loopback_connection c;
-    for (const auto &row : cases) {
-        SCOPED_TRACE(std::to_string(row.driver.error) + row.own);
-        scripted_platform script;
-        script.fw_open_error = row.open_error;
-        script.on_fw_ioctl = row.driver;
-        const sockaddr_in unset = end_of("0.0.0.0", 0);
-        sockaddr_in dst = unset, dst_too = unset, peer = unset;
-        socklen_t length = 7;
-        EXPECT_EQ(row.code, vfw_getdstname(c.server, &dst, &length));
-        EXPECT_EQ(row.dst, text_of_end(dst));
-        EXPECT_EQ(row.code == 0 ? 16u : 7u, length);
-        const std::string names =
-            "names of 6 " + near_end(c.client) + ' ' + near_end(c.server) + '\n';
-        EXPECT_EQ(row.open_error == 0 ? names + row.asked : "", requests(script));
-        u32 own = 0;
-        EXPECT_EQ(row.code, vfw_getbothnames(c.server, &peer, &dst_too, &own));
-        EXPECT_EQ(row.dst, text_of_end(dst_too));
-        EXPECT_EQ(row.own, dotted(own));
-        EXPECT_EQ(row.code == -1          ? "0.0.0.0:0"
-                  : row.driver.error == 0 ? "10.8.8.8:808"
-                                          : near_end(c.client),
-                  text_of_end(peer));
-    }
+    EXPECT_EQ("5 10.8.8.8:808 10.9.9.9:909", received(0, 0));
+    EXPECT_EQ("5 " + near_end(sender) + ' ' + near_end(receiver), received(0, ENOENT));
+    EXPECT_EQ("-1 " + near_end(sender) + " 0.0.0.0:0", received(0, EIO));
+    EXPECT_EQ("-1 " + near_end(sender) + " 0.0.0.0:0", received(ENOENT, 0));
 }
 
 TEST(firewall_device, own_addresses_are_asked_for_where_it_must)
@@ -187,114 +157,96 @@ TEST(firewall_device, own_addresses_are_asked_for_where_it_must)
 
 TEST(vfw_bind_fsa, binds_then_tells_the_driver)
 {
-    const struct {
-        int type;
-        const char *addr;
-        int open_error, driver_error;
-    } cases[] = {
-        {SOCK_STREAM, "127.0.0.1", 0, 0},      {SOCK_DGRAM, "127.0.0.1", 0, 0},
-        {SOCK_STREAM, "0.0.0.0", 0, 0},        {SOCK_STREAM, "127.0.0.1", 0, EADDRINUSE},
-        {SOCK_STREAM, "127.0.0.1", ENOENT, 0},
-    };
-    for (const auto &row : cases) {
+    const sockaddr_in apparent = end_of("10.5.5.5", 55);
+    const auto bound = [&](int type, const char *text, int open_error, int driver_error) {
         scripted_platform script;
-        script.fw_open_error = row.open_error;
-        script.on_fw_ioctl = scripted_driver{.error = row.driver_error};
-        const int error = row.open_error + row.driver_error;
-        const test_socket sock(socket(AF_INET, row.type | SOCK_CLOEXEC, 0));
-        sockaddr_in addr = end_of(row.addr, 0), remote = end_of("10.2.3.4", 99);
-        const sockaddr_in apparent = end_of("10.5.5.5", 55);
+        script.fw_open_error = open_error;
+        script.on_fw_ioctl = scripted_driver{.error = driver_error};
+        const test_socket sock(socket(AF_INET, type | SOCK_CLOEXEC, 0));
+        sockaddr_in addr = end_of(text, 0), remote = end_of("10.2.3.4", 99);
         errno = 0;
-        EXPECT_EQ(error == 0 ? 0 : -1, vfw_bind_fsa(sock, &addr, &remote, &apparent));
-        EXPECT_EQ(error, errno);
-        EXPECT_EQ(error == 0 ? "10.7.7.7:707" : "10.2.3.4:99", text_of_end(remote));
-        // The port that the system chose is known to the caller.
-        EXPECT_NE(0, addr.sin_port);
+        const int code = vfw_bind_fsa(sock, &addr, &remote, &apparent);
+        EXPECT_EQ(open_error + driver_error, errno);
+        EXPECT_NE(0, addr.sin_port); // the port that the system chose is known to the caller
         EXPECT_EQ(near_end(sock), text_of_end(addr));
         int reuse = -1;
         socklen_t length = sizeof reuse;
         EXPECT_EQ(0, getsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &reuse, &length));
         EXPECT_EQ(addr.sin_addr.s_addr == 0, reuse != 0);
-        EXPECT_EQ(row.open_error != 0 ? ""
-                                      : "fsa of " + protocol(row.type) +
-                                            "10.5.5.5:55 10.2.3.4:99 " + near_end(sock) + '\n',
-                  requests(script));
-    }
+        const std::string asked = requests(script), end = near_end(sock) + '\n';
+        EXPECT_TRUE(asked.ends_with(asked.empty() ? "" : end));
+        return std::to_string(code) + ' ' + text_of_end(remote) + ' ' +
+               asked.substr(0, asked.empty() ? 0 : asked.size() - end.size());
+    };
+    const std::string moved = "0 10.7.7.7:707 ", kept = "-1 10.2.3.4:99 ";
+    const std::string stream = "fsa of 6 10.5.5.5:55 10.2.3.4:99 ";
+    EXPECT_EQ(moved + stream, bound(SOCK_STREAM, "127.0.0.1", 0, 0));
+    EXPECT_EQ(moved + stream, bound(SOCK_STREAM, "0.0.0.0", 0, 0));
+    EXPECT_EQ(moved + "fsa of 17 10.5.5.5:55 10.2.3.4:99 ", bound(SOCK_DGRAM, "127.0.0.1", 0, 0));
+    EXPECT_EQ(kept + stream, bound(SOCK_STREAM, "127.0.0.1", 0, EADDRINUSE));
+    EXPECT_EQ(kept, bound(SOCK_STREAM, "127.0.0.1", ENOENT, 0));
 }
 
 TEST(vfw_sendto, apparent_sender_goes_through_the_driver)
 {
     const sockaddr_in apparent = end_of("10.5.5.5", 55);
-    const struct {
-        int flags;
-        const sockaddr_in *apparent;
-        int open_error, driver_error, error;
-    } cases[] = {
-        {0, nullptr, 0, 0, 0},
-        {0x02000000, &apparent, 0, 0, 0},
-        {0x02000000, &apparent, 0, ENOENT, ENOENT},
-        {0x02000000, &apparent, EACCES, 0, EACCES},
-        {0x02000000, nullptr, 0, 0, EFAULT},
-    };
-    for (const auto &row : cases) {
-        const test_socket receiver(bound_socket(SOCK_DGRAM, "127.0.0.1"));
-        const test_socket sender(bound_socket(SOCK_DGRAM, "127.0.0.1"));
+    const test_socket receiver(bound_socket(SOCK_DGRAM, "127.0.0.1"));
+    const test_socket sender(bound_socket(SOCK_DGRAM, "127.0.0.1"));
+    const sockaddr_in there = plain_end(getsockname, receiver);
+    const auto sent = [&](const sockaddr_in *seen, int open_error, int driver_error) {
         scripted_platform script;
-        script.fw_open_error = row.open_error;
+        script.fw_open_error = open_error;
         // Only the port is the driver's; the address stays.
         script.on_fw_ioctl = [&](unsigned long, byte_area record) {
-            put_end(record, 16, "10.7.7.7", ntohs(plain_end(getsockname, receiver).sin_port));
-            errno = row.driver_error;
-            return row.driver_error == 0 ? 0 : -1;
+            put_end(record, 16, "10.7.7.7", ntohs(there.sin_port));
+            errno = driver_error;
+            return driver_error == 0 ? 0 : -1;
         };
-        sockaddr_in to = plain_end(getsockname, receiver);
-        if (row.flags != 0)
-            to.sin_port = htons(9);
+        sockaddr_in to = end_of("127.0.0.1", 9);
         errno = 0;
-        EXPECT_EQ(row.error == 0 ? 5 : -1,
-                  vfw_sendto(sender, "hello", 5, row.flags, &to, sizeof to, row.apparent));
-        EXPECT_EQ(row.error, errno);
-        EXPECT_EQ(row.error == 0 ? near_end(receiver) : "127.0.0.1:9", text_of_end(to));
+        const ssize_t count = vfw_sendto(sender, "hello", 5, 0x02000000, &to, sizeof to, seen);
+        const int error = errno;
+        EXPECT_EQ(text_of_end(count == 5 ? there : end_of("127.0.0.1", 9)), text_of_end(to));
         char text[8];
-        EXPECT_EQ(row.error == 0 ? 5 : -1, recv(receiver, text, 8, MSG_DONTWAIT));
-        EXPECT_EQ(row.apparent == nullptr || row.open_error != 0
-                      ? ""
-                      : "fsa of 17 10.5.5.5:55 127.0.0.1:9 " + near_end(sender) + '\n',
-                  requests(script));
-    }
+        EXPECT_EQ(count, recv(receiver, text, 8, MSG_DONTWAIT));
+        return std::to_string(error) + ' ' + requests(script);
+    };
+    const std::string asked = " fsa of 17 10.5.5.5:55 127.0.0.1:9 " + near_end(sender) + '\n';
+    EXPECT_EQ("0" + asked, sent(&apparent, 0, 0));
+    EXPECT_EQ(std::to_string(ENOENT) + asked, sent(&apparent, 0, ENOENT));
+    EXPECT_EQ(std::to_string(EACCES) + ' ', sent(&apparent, EACCES, 0));
+    EXPECT_EQ(std::to_string(EFAULT) + ' ', sent(nullptr, 0, 0));
 }
 
 TEST(firewall_device, faults_of_the_caller_ask_no_driver)
 {
     scripted_platform script;
     const test_socket listener(bound_socket(SOCK_STREAM, "127.0.0.1"));
-    const test_socket receiver(bound_socket(SOCK_DGRAM, "127.0.0.1"));
-    sockaddr_in addr = end_of("127.0.0.1", 0), foreign = end_of("192.0.2.1", 0);
+    const test_socket udp(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_in addr{}, foreign = end_of("192.0.2.1", 0);
     socklen_t length = sizeof addr;
     char text[8];
-    const std::pair<ssize_t, int> results[] = {
-        {vfw_getpeername(listener, &addr, &length), ENOTCONN},
-        {vfw_getdstname(listener, &addr, &length), ENOTCONN},
-        {vfw_getsockname(-1, &addr, &length), EBADF},
-        {vfw_recvfrom(receiver, text, 8, MSG_DONTWAIT, &addr, &length, &addr), EAGAIN},
+    const auto receive = [&](sockaddr_in *from, socklen_t *size, sockaddr_in *to) {
+        return static_cast<int>(vfw_recvfrom(udp, text, 8, MSG_DONTWAIT, from, size, to));
     };
-    for (const auto &[result, error] : results)
-        EXPECT_EQ(-1, result) << error;
-    EXPECT_EQ(-1, vfw_recvfrom(receiver, text, 8, MSG_DONTWAIT, nullptr, &length, &addr));
-    EXPECT_EQ(EFAULT, errno);
-    EXPECT_EQ(-1, vfw_recvfrom(receiver, text, 8, MSG_DONTWAIT, &addr, nullptr, &addr));
-    EXPECT_EQ(EFAULT, errno);
-    EXPECT_EQ(-1, vfw_recvfrom(receiver, text, 8, MSG_DONTWAIT, &addr, &length, nullptr));
-    EXPECT_EQ(EFAULT, errno);
-    EXPECT_EQ(-1, vfw_bind_fsa(receiver, nullptr, &addr, &addr));
-    EXPECT_EQ(-1, vfw_bind_fsa(receiver, &addr, nullptr, &addr));
-    EXPECT_EQ(-1, vfw_bind_fsa(receiver, &addr, &addr, nullptr));
-    EXPECT_EQ(EFAULT, errno);
-    EXPECT_EQ(-1, vfw_bind_fsa(-1, &addr, &addr, &addr));
-    EXPECT_EQ(EBADF, errno);
-    const test_socket fresh(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(-1, vfw_bind_fsa(fresh, &foreign, &addr, &addr));
-    EXPECT_EQ(EADDRNOTAVAIL, errno);
+    const std::pair<int, std::function<int()>> cases[] = {
+        {ENOTCONN, [&] { return vfw_getpeername(listener, &addr, &length); }},
+        {ENOTCONN, [&] { return vfw_getdstname(listener, &addr, &length); }},
+        {EBADF, [&] { return vfw_getsockname(-1, &addr, &length); }},
+        {EAGAIN, [&] { return receive(&addr, &length, &addr); }},
+        {EFAULT, [&] { return receive(nullptr, &length, &addr); }},
+        {EFAULT, [&] { return receive(&addr, nullptr, &addr); }},
+        {EFAULT, [&] { return receive(&addr, &length, nullptr); }},
+        {EFAULT, [&] { return vfw_bind_fsa(udp, nullptr, &addr, &addr); }},
+        {EFAULT, [&] { return vfw_bind_fsa(udp, &addr, nullptr, &addr); }},
+        {EFAULT, [&] { return vfw_bind_fsa(udp, &addr, &addr, nullptr); }},
+        {EBADF, [&] { return vfw_bind_fsa(-1, &addr, &addr, &addr); }},
+        {EADDRNOTAVAIL, [&] { return vfw_bind_fsa(udp, &foreign, &addr, &addr); }},
+    };
+    for (const auto &[error, call] : cases) {
+        EXPECT_EQ(-1, call());
+        EXPECT_EQ(error, errno);
+    }
     EXPECT_EQ(0, vfw_getsockname(listener, &addr, &length)); // not connected
     EXPECT_EQ(near_end(listener), text_of_end(addr));
     EXPECT_EQ("", requests(script));

@@ -41,7 +41,7 @@ std::string written(const scripted_platform &script, std::size_t from = 0)
     return text;
 }
 
-// A link message; texts are addresses.
+// A link command, and what the kernel makes of it; texts are addresses.
 struct test_link {
     std::uint8_t flags = 0x10;
     const char *start = "192.168.1.0";
@@ -49,6 +49,8 @@ struct test_link {
     std::uint8_t type = 4;
     const char *local = "10.1.0.1";
     std::uint8_t command = 1;
+    const char *hop = "10.1.0.9"; // of the route to the remote gateway
+    int driver_result = 0, lookup_error = 0, add_error = 0;
 };
 
 // The network stands where the flag bit says; the other one holds a decoy.
@@ -67,6 +69,29 @@ vpn_message message_of(const test_link &l)
     store(message, 36, inet_addr("10.2.3.4"));
     store(message, 40, inet_addr(l.local));
     return message;
+}
+
+// The result of the command, the local address, and what was written; a line for the driver's turn.
+std::string linked(const test_link &l)
+{
+    const byte_list reply = route_reply("10.2.0.0", l.hop, "255.255.0.0", "10.1.0.1");
+    scripted_platform script;
+    script.readings = {{reply}, {reply}};
+    script.on_route_write = [&l](byte_view m) { return m[3] == 4 ? l.lookup_error : l.add_error; };
+    std::string ahead;
+    script.on_vpn_ioctl = [&](byte_area message) {
+        ahead = written(script) + dotted_at(message, 40) + " to the driver\n";
+        script.written.clear();
+        // The driver writes over both networks; the routes must be those asked for.
+        store(message, 28, std::uint64_t{0});
+        return l.driver_result;
+    };
+    vpn_message message = message_of(l);
+    const int code = vvpn_ioctl(42, 0xC0004701, message);
+    for (const auto &asked : script.vpn_requests)
+        EXPECT_EQ(0xC0004701, asked.number);
+    EXPECT_EQ(ahead.empty(), load<std::uint64_t>(message, 28) != 0);
+    return std::to_string(code) + ' ' + dotted_at(message, 40) + '\n' + ahead + written(script);
 }
 
 } // namespace
@@ -221,117 +246,55 @@ TEST(ra_delete_route, takes_only_the_exact_destination)
     EXPECT_EQ("2 ", deleted("10.2.3.4", "0.0.0.0", "0.0.0.0", 0));
 }
 
-TEST(vvpn_add_routes, routes_of_each_kind_of_network)
+TEST(vvpn_ioctl, adds_the_routes_of_each_kind_of_network)
 {
-    const std::string network = "add 2051 192.168.1.0 10.1.0.9 255.255.255.0\n";
-    const std::string neighbour = "add 2051 192.168.1.0 10.2.3.4 255.255.255.0\n";
+    const std::string before = "0 10.1.0.1\n10.1.0.1 to the driver\nget 0 10.2.3.4\n";
+    const auto network = [](const std::string &hop) {
+        return "add 2051 192.168.1.0 " + hop + " 255.255.255.0\n";
+    };
     const auto host = [](const std::string &addr) { return "add 2055 " + addr + " 10.1.0.9\n"; };
-    const struct {
-        test_link l;
-        std::string wanted;
-        const char *hop = "10.1.0.9"; // of the route to the remote gateway
-    } cases[] = {
-        {{}, network},
-        {{.flags = 0x2F}, network},
-        {{}, neighbour, "0.0.0.0"},
-        {{}, neighbour, "10.1.0.1"}, // an own address
+    const std::pair<test_link, std::string> cases[] = {
+        {{}, network("10.1.0.9")},
+        {{.flags = 0x2F, .command = 3}, network("10.1.0.9")},
+        {{.hop = "0.0.0.0"}, network("10.2.3.4")},
+        {{.hop = "10.1.0.1"}, network("10.2.3.4")}, // an own address
+        {{.add_error = EEXIST}, network("10.1.0.9")},
         {{.start = "192.168.1.7", .delimiter = "255.255.255.255"}, host("192.168.1.7")},
-        {{.start = "192.168.1.255", .delimiter = "192.168.2.1", .type = 7},
+        {{.start = "192.168.1.255", .delimiter = "192.168.2.1", .type = 7, .add_error = EEXIST},
          host("192.168.1.255") + host("192.168.2.0") + host("192.168.2.1")},
         {{.flags = 1, .start = "1.0.0.5", .delimiter = "1.0.0.5", .type = 7}, host("1.0.0.5")},
         {{.start = "10.1.0.8", .delimiter = "10.1.0.10", .type = 7}, // the hop is inside
          host("10.1.0.8") + host("10.1.0.10")},
-        {{.start = "10.2.3.4", .delimiter = "255.255.255.255"}, "", "0.0.0.0"},
+        {{.start = "10.2.3.4", .delimiter = "255.255.255.255", .hop = "0.0.0.0"}, ""},
         {{.start = "255.255.255.254", .delimiter = "255.255.255.255", .type = 7},
          host("255.255.255.254") + host("255.255.255.255")},
         {{.start = "192.168.1.5", .delimiter = "192.168.1.3", .type = 7}, ""},
     };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.l.start);
-        scripted_platform script;
-        script.readings = {{route_reply("10.2.0.0", row.hop, "255.255.0.0", "10.1.0.1")}};
-        EXPECT_EQ(0, vvpn_add_routes(byte_view(message_of(row.l)).subspan(8)));
-        EXPECT_EQ("get 0 10.2.3.4\n" + row.wanted, written(script));
-    }
+    for (const auto &[link, routes] : cases)
+        EXPECT_EQ(before + routes, linked(link));
 }
 
-TEST(vvpn_add_routes, stops_at_the_first_failure)
+TEST(vvpn_ioctl, stops_at_the_first_failure)
 {
-    const vpn_message range = message_of({.start = "1.0.0.1", .delimiter = "1.0.0.3", .type = 7});
-    const vpn_message without_routes = message_of({.flags = 0});
-    const struct {
-        byte_view payload;
-        int lookup_error, error_of_second, code;
-        std::size_t tried;
-    } cases[] = {
-        {byte_view(range).subspan(8), 0, EEXIST, 0, 4},
-        {byte_view(range).subspan(8), 0, ENETUNREACH, RA_FAILED, 3},
-        {byte_view(range).subspan(8, 50), ESRCH, 0, RA_NO_ROUTE, 1},
-        {byte_view(range).subspan(8, 49), ESRCH, 0, VVPN_NO_ROUTES, 0},
-        {byte_view(without_routes).subspan(8), 0, 0, VVPN_NO_ROUTES, 0},
-        {{}, 0, 0, VVPN_NO_ROUTES, 0},
-    };
-    for (const auto &row : cases) {
-        scripted_platform script;
-        script.readings = {{usual}};
-        script.on_route_write = [&row](byte_view m) {
-            return m[3] == 4                       ? row.lookup_error
-                   : dotted_at(m, 80) == "1.0.0.2" ? row.error_of_second
-                                                   : 0;
-        };
-        EXPECT_EQ(row.code, vvpn_add_routes(row.payload));
-        EXPECT_EQ(row.tried, script.written.size());
-    }
-}
-
-TEST(vvpn_ioctl, link_command_takes_its_roads)
-{
-    const std::string before = "get 0 10.2.3.4\n";
-    const std::string after = before + "add 2051 192.168.1.0 10.1.0.9 255.255.255.0\n";
-    const struct {
-        test_link l;
-        int driver_result, code;
-        std::string written;
-        int lookup_error = 0, add_error = 0;
-    } cases[] = {
-        {{}, 0, 0, "driver\n" + after},
-        {{.command = 3}, 0, 0, "driver\n" + after},
-        {{.command = 2}, 5, 5, "driver\n"}, // no link command
-        {{.local = "0.0.0.0", .command = 2}, -1, -1, "driver\n"},
-        {{.local = "0.0.0.0"}, 0, 0, before + "driver\n" + after},
-        {{.local = "0.0.0.0"}, 0, -1, before, ESRCH},
-        {{}, -1, -1, "driver\n"},
-        {{}, 7, 7, "driver\n"},
-        {{}, 0, -1, "driver\n" + after, 0, EPERM},
-        {{.flags = 0}, 0, -1, "driver\n"},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.written);
-        scripted_platform script;
-        script.readings = {{usual}, {usual}};
-        script.on_route_write = [&row](byte_view m) {
-            return m[3] == 4 ? row.lookup_error : row.add_error;
-        };
-        std::string ahead;
-        script.on_vpn_ioctl = [&](byte_area message) {
-            ahead = written(script) + "driver\n";
-            script.written.clear();
-            EXPECT_EQ(row.l.command == 2 ? row.l.local : "10.1.0.1", dotted_at(message, 40));
-            // The driver writes over the network; the routes must be those asked for.
-            store(message, 28, inet_addr("6.6.6.6"));
-            errno = ENXIO;
-            return row.driver_result;
-        };
-        vpn_message message = message_of(row.l);
-        EXPECT_EQ(row.code, vvpn_ioctl(42, 0xC0004701, message));
-        EXPECT_EQ(row.written, ahead + written(script));
-        EXPECT_EQ(ahead.empty() ? "192.168.1.0" : "6.6.6.6", dotted_at(message, 28));
-        if (ahead.empty()) {
-            EXPECT_EQ("0.0.0.0", dotted_at(message, 40));
-        } else {
-            EXPECT_EQ(0xC0004701, script.vpn_requests[0].number);
-        }
-    }
+    const std::string driver = "10.1.0.1 to the driver\n", get = "get 0 10.2.3.4\n";
+    EXPECT_EQ("-1 10.1.0.1\n" + driver + get + "add 2055 1.0.0.1 10.1.0.9\n",
+              linked({.start = "1.0.0.1", .delimiter = "1.0.0.3", .type = 7, .add_error = EPERM}));
+    EXPECT_EQ("-1 10.1.0.1\n" + driver + get, linked({.lookup_error = ESRCH}));
+    EXPECT_EQ("-1 10.1.0.1\n" + driver, linked({.flags = 0}));
+    EXPECT_EQ("-1 10.1.0.1\n" + driver, linked({.driver_result = -1}));
+    EXPECT_EQ("7 10.1.0.1\n" + driver, linked({.driver_result = 7}));
+    EXPECT_EQ("-1 0.0.0.0\n" + get, linked({.local = "0.0.0.0", .lookup_error = ESRCH}));
+    EXPECT_EQ("0 10.1.0.1\n" + get + driver + get,
+              linked({.start = "1.0.0.1", .delimiter = "1.0.0.0", .type = 7, .local = "0.0.0.0"}));
+    EXPECT_EQ("5 0.0.0.0\n0.0.0.0 to the driver\n", // no link command
+              linked({.local = "0.0.0.0", .command = 2, .driver_result = 5}));
+    scripted_platform script;
+    const vpn_message message = message_of({});
+    EXPECT_EQ(VVPN_NO_ROUTES, vvpn_add_routes({}));
+    EXPECT_EQ(VVPN_NO_ROUTES, vvpn_add_routes(byte_view(message).subspan(8, 49)));
+    EXPECT_EQ("", written(script));
+    script.on_route_write = [](byte_view) { return ESRCH; };
+    EXPECT_EQ(RA_NO_ROUTE, vvpn_add_routes(byte_view(message).subspan(8, 50)));
 }
 
 TEST(vfw_vpnclientcheck, believes_only_a_marked_answer)

@@ -5,6 +5,7 @@
 #include "tests/kdev/scripted_platform.h"
 
 #include <array>
+#include <cstring>
 
 namespace
 {
@@ -98,74 +99,55 @@ std::string linked(const test_link &l)
 
 TEST(ra_lookup_route, judges_what_it_reads)
 {
-    const struct {
-        const char *label;
-        std::deque<scripted_platform::reading> readings;
-        int code, error;
-        std::size_t unread = 0;
-    } cases[] = {
-        {"own answer", {{usual}, {stranger}}, RA_DONE, 0, 1},
-        {"after strangers", {{stranger}, {reply_with(20, 1)}, {usual}}, RA_DONE, 0},
-        {"after three", {{stranger}, {stranger}, {stranger}, {usual}}, RA_FAILED, EIO, 1},
-        {"failed read", {{{}, ENOBUFS}, {usual}}, RA_FAILED, ENOBUFS, 1},
-        {"an error inside", {{reply_with(24, ENETDOWN)}, {usual}}, RA_FAILED, EIO, 1},
-        {"not done", {{reply_with(8, 0x801)}}, RA_FAILED, EIO},
-        {"no destination", {{reply_with(12, 0x36)}}, RA_FAILED, EIO},
-        {"no gateway", {{reply_with(12, 0x35)}}, RA_FAILED, EIO},
-        {"no netmask", {{reply_with(12, 0x33)}}, RA_FAILED, EIO},
-        {"no interface", {{reply_with(12, 0x27)}}, RA_FAILED, EIO},
-        {"no source", {{reply_with(12, 0x17, 376)}}, RA_DONE, 0},
-        {"cut in the interface", {{reply_with(12, 0x17, 375)}}, RA_FAILED, EIO},
-        {"cut in the source", {{reply_with(12, 0x37, 391)}}, RA_FAILED, EIO},
-        {"half a header is nobody's", {{reply_with(12, 0x37, 18)}, {usual}}, RA_DONE, 0},
-        {"nothing, three times", {{{}}, {{}}, {{}}}, RA_FAILED, EIO},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
+    using readings = std::deque<scripted_platform::reading>;
+    // The code, the error, and the number of messages that stay unread.
+    const auto looked_up = [](const readings &messages) {
         scripted_platform script;
-        script.readings = row.readings;
+        script.readings = messages;
         std::array<std::uint8_t, RA_REPLY_SIZE> buffer;
         errno = 0;
-        EXPECT_EQ(row.code, ra_lookup_route(inet_addr("10.2.3.4"), buffer));
-        EXPECT_EQ(row.error, row.code == RA_DONE ? 0 : errno);
-        EXPECT_EQ(row.unread, script.readings.size());
+        const int code = ra_lookup_route(inet_addr("10.2.3.4"), buffer);
+        const std::string error = code == RA_DONE ? "" : strerrorname_np(errno);
         EXPECT_EQ("get 0 10.2.3.4\n", written(script));
-    }
+        return std::to_string(code) + error + ' ' + std::to_string(script.readings.size());
+    };
+    EXPECT_EQ("0 1", looked_up({{usual}, {stranger}}));
+    EXPECT_EQ("0 0", looked_up({{stranger}, {reply_with(20, 1)}, {usual}}));
+    EXPECT_EQ("1EIO 1", looked_up({{stranger}, {stranger}, {stranger}, {usual}}));
+    EXPECT_EQ("1ENOBUFS 1", looked_up({{{}, ENOBUFS}, {usual}}));
+    EXPECT_EQ("1EIO 1", looked_up({{reply_with(24, ENETDOWN)}, {usual}})); // an error inside
+    EXPECT_EQ("1EIO 0", looked_up({{reply_with(8, 0x801)}}));              // not done
+    for (const int addrs : {0x36, 0x35, 0x33, 0x27})                       // one is missing
+        EXPECT_EQ("1EIO 0", looked_up({{reply_with(12, addrs)}}));
+    EXPECT_EQ("0 0", looked_up({{reply_with(12, 0x17, 376)}})); // without the source
+    EXPECT_EQ("1EIO 0", looked_up({{reply_with(12, 0x17, 375)}}));
+    EXPECT_EQ("1EIO 0", looked_up({{reply_with(12, 0x37, 391)}}));
+    EXPECT_EQ("0 0", looked_up({{reply_with(12, 0x37, 18)}, {usual}})); // half a header: nobody's
+    EXPECT_EQ("1EIO 0", looked_up({{{}}, {{}}, {{}}}));
 }
 
 TEST(ra_get_route_address, changes_nothing_without_a_route)
 {
-    const struct {
-        int open_error, write_error;
-        ssize_t left_out;
-        int code, error;
-    } cases[] = {{ESRCH, 0, 0, RA_FAILED, ESRCH},
-                 {0, ESRCH, 0, RA_NO_ROUTE, ESRCH},
-                 {0, EPERM, 0, RA_FAILED, EPERM},
-                 {0, 0, 1, RA_FAILED, EIO}};
-    for (const auto &row : cases) {
+    const auto source = [](int open_error, int write_error, ssize_t left_out) {
         scripted_platform script;
-        script.route_open_error = row.open_error;
-        script.on_route_write = [&row](byte_view) { return row.write_error; };
-        script.route_write_short = row.left_out;
-        script.readings = {{usual}};
-        u32 out = 5;
-        EXPECT_EQ(row.code, ra_get_route_address(inet_addr("10.2.3.4"), &out));
-        EXPECT_EQ(row.error, errno);
-        EXPECT_EQ(5u, out);
-        EXPECT_EQ(-1, vvpn_get_route(&out));
-        EXPECT_EQ(0u, out);
-    }
-    // Nothing of an earlier message stays.
-    byte_list longer = stranger;
-    longer.resize(1024, 0xAA);
-    scripted_platform script;
-    script.readings = {{longer}, {reply_with(12, 0x17, 376)}, {usual}};
-    u32 out = 1;
-    EXPECT_EQ(RA_DONE, ra_get_route_address(inet_addr("10.2.3.4"), &out));
-    EXPECT_EQ(0u, out);
-    EXPECT_EQ(0, vvpn_get_route(&out));
-    EXPECT_EQ("10.1.0.1", dotted(out));
+        script.route_open_error = open_error;
+        script.on_route_write = [write_error](byte_view) { return write_error; };
+        script.route_write_short = left_out;
+        byte_list longer = stranger; // of which nothing stays
+        longer.resize(1024, 0xAA);
+        script.readings = {{longer}, {reply_with(12, 0x17, 376)}, {usual}};
+        u32 first = 5, second = 5;
+        errno = 0;
+        const int code = ra_get_route_address(inet_addr("10.2.3.4"), &first);
+        const std::string error = strerrorname_np(errno);
+        EXPECT_EQ(code == RA_DONE ? 0 : -1, vvpn_get_route(&second));
+        return std::to_string(code) + error + ' ' + std::to_string(first) + ' ' + dotted(second);
+    };
+    EXPECT_EQ("00 0 10.1.0.1", source(0, 0, 0));
+    EXPECT_EQ("1ESRCH 5 0.0.0.0", source(ESRCH, 0, 0));
+    EXPECT_EQ("2ESRCH 5 0.0.0.0", source(0, ESRCH, 0));
+    EXPECT_EQ("1EPERM 5 0.0.0.0", source(0, EPERM, 0));
+    EXPECT_EQ("1EIO 5 0.0.0.0", source(0, 0, 1));
 }
 
 TEST(ra_get_route_interface, cuts_long_names)
@@ -203,28 +185,24 @@ TEST(ra_add_route, message_follows_the_flags)
 
 TEST(ra_add_route, failures_become_codes)
 {
-    const struct {
-        int open_error, write_error;
-        ssize_t left_out;
-        int add_code, remove_code;
-    } cases[] = {
-        {0, EEXIST, 0, RA_EXISTS, RA_FAILED},  {0, ENOENT, 0, RA_EXISTS, RA_FAILED},
-        {0, -1, 0, RA_EXISTS, RA_FAILED}, // no errno; an old one must not count
-        {0, ESRCH, 0, RA_FAILED, RA_NO_ROUTE}, {0, EPERM, 0, RA_FAILED, RA_FAILED},
-        {0, 0, 1, RA_FAILED, RA_FAILED},       {EEXIST, 0, 0, RA_FAILED, RA_FAILED},
-        {ESRCH, 0, 0, RA_FAILED, RA_FAILED},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.write_error);
+    // The codes of adding and of removing.
+    const auto codes = [](int open_error, int write_error, ssize_t left_out) {
         scripted_platform script;
-        script.route_open_error = row.open_error;
-        script.on_route_write = [&row](byte_view) { return row.write_error; };
-        script.route_write_short = row.left_out;
-        errno = EPERM;
-        EXPECT_EQ(row.add_code, ra_add_route(1, 2, 3, 0x803));
-        errno = ESRCH;
-        EXPECT_EQ(row.remove_code, ra_remove_route(1, 2, 3, 0));
-    }
+        script.route_open_error = open_error;
+        script.on_route_write = [write_error](byte_view) { return write_error; };
+        script.route_write_short = left_out;
+        errno = ESRCH; // an old error must not count
+        const int added = ra_add_route(1, 2, 3, 0x803);
+        return std::pair(added, ra_remove_route(1, 2, 3, 0));
+    };
+    EXPECT_EQ(std::pair(RA_EXISTS, RA_FAILED), codes(0, EEXIST, 0));
+    EXPECT_EQ(std::pair(RA_EXISTS, RA_FAILED), codes(0, ENOENT, 0));
+    EXPECT_EQ(std::pair(RA_EXISTS, RA_FAILED), codes(0, -1, 0)); // no errno
+    EXPECT_EQ(std::pair(RA_FAILED, RA_NO_ROUTE), codes(0, ESRCH, 0));
+    EXPECT_EQ(std::pair(RA_FAILED, RA_FAILED), codes(0, EPERM, 0));
+    EXPECT_EQ(std::pair(RA_FAILED, RA_FAILED), codes(0, 0, 1));
+    EXPECT_EQ(std::pair(RA_FAILED, RA_FAILED), codes(EEXIST, 0, 0));
+    EXPECT_EQ(std::pair(RA_FAILED, RA_FAILED), codes(ESRCH, 0, 0));
 }
 
 TEST(ra_delete_route, takes_only_the_exact_destination)
@@ -299,39 +277,32 @@ TEST(vvpn_ioctl, stops_at_the_first_failure)
 
 TEST(vfw_vpnclientcheck, believes_only_a_marked_answer)
 {
-    const std::string full_identity(16, 'i'), full_display = '~' + std::string(231, 'd');
-    const struct {
-        int open_error, driver_result;
-        std::string identity, display; // what the driver answers
-        int code;
-    } cases[] = {
-        {0, 0, "road-warrior", "~Ann", 1}, {0, -1, "a", "~b", 1}, // the result does not count
-        {0, 0, "road-warrior", "Ann", 0},  {0, -1, "", "", 0},
-        {ENOENT, 0, "a", "~b", 0},         {0, 0, full_identity, full_display, 1},
-    };
     byte_list wanted(256);
     wanted[0] = 1; // 256, most significant byte first
     wanted[3] = 'D';
     store(wanted, 8, inet_addr("10.2.3.4"));
     store(wanted, 12, inet_addr("10.1.0.1"));
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.display);
+    const auto known = [&](const std::string &id, const std::string &name, int error, int result) {
         scripted_platform script;
-        script.vpn_open_error = row.open_error;
+        script.vpn_open_error = error;
         script.on_vpn_ioctl = [&](byte_area message) {
             EXPECT_EQ(wanted, byte_list(message.begin(), message.end()));
-            if (!row.display.empty())
-                std::ranges::fill(message.subspan(8), std::uint8_t{0});
-            std::ranges::copy(row.identity, message.begin() + 8);
-            std::ranges::copy(row.display, message.begin() + 24);
-            return row.driver_result;
+            std::ranges::fill(message.subspan(8), std::uint8_t{0});
+            std::ranges::copy(id, message.begin() + 8);
+            std::ranges::copy(name, message.begin() + 24);
+            return result;
         };
         k_msg.fill('~'); // an earlier message leaves no trace
         char identity[17] = "?", display[233] = "?";
-        EXPECT_EQ(row.code, vfw_vpnclientcheck(inet_addr("10.2.3.4"), inet_addr("10.1.0.1"),
-                                               identity, display));
-        EXPECT_EQ(row.code == 1 ? row.identity : "?", identity);
-        EXPECT_EQ(row.code == 1 ? row.display : "?", display);
-        EXPECT_EQ(row.open_error == 0 ? 1u : 0u, script.vpn_requests.size());
-    }
+        const int code =
+            vfw_vpnclientcheck(inet_addr("10.2.3.4"), inet_addr("10.1.0.1"), identity, display);
+        return std::to_string(code) + identity + display;
+    };
+    EXPECT_EQ("1road-warrior~Ann", known("road-warrior", "~Ann", 0, 0));
+    EXPECT_EQ("1a~b", known("a", "~b", 0, -1)); // the driver's result does not count
+    EXPECT_EQ("0??", known("road-warrior", "Ann", 0, 0));
+    EXPECT_EQ("0??", known("", "", 0, -1));
+    EXPECT_EQ("0??", known("a", "~b", ENOENT, 0));
+    const std::string full_id(16, 'i'), full_name = '~' + std::string(231, 'd');
+    EXPECT_EQ('1' + full_id + full_name, known(full_id, full_name, 0, 0));
 }

@@ -94,7 +94,7 @@ class scripted_platform
         EXPECT_EQ(ROUTE_FD, fd);
         if (current->readings.empty())
             return failed(EAGAIN);
-        const reading next = current->readings.front();
+        const reading next = std::move(current->readings.front());
         current->readings.pop_front();
         if (next.error != 0)
             return failed(next.error);

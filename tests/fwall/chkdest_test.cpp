@@ -96,28 +96,26 @@ TEST(PermitDstChk, TellsTheContextOfNumericHosts)
 
 TEST(PermitPortChk, LetsTheFirstItemDecide)
 {
-    static const struct {
-        const char *lines;
-        int of_25, of_80;
-    } cases[] = {
-        {"k 1", 0, 0},
-        {"ports  ", 1, 1},
-        {"ports 23 smtp !25", 0, 1},
-        {"ports !25 *anything", 1, 0},
-        {"deny-ports smtp\nports ANY", 1, 0},
-        {"deny-ports !smtp", 0, 1},
-        {"ports 65616 4294967376", 1, 1}, // 80, modulo 2^16 and 2^32
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.lines);
-        const dest_setup setup(std::string(row.lines) + "\ndestination *");
-        for (const auto &[port, want] : {std::pair(25, row.of_25), {80, row.of_80}}) {
-            EXPECT_EQ(permit_port_chk(port, proxy_confp), want);
+    // The answers for 25 and for 80.
+    const auto checked = [](const std::string &lines) {
+        const dest_setup setup(lines + "\ndestination *");
+        std::string codes;
+        for (const int port : {25, 80}) {
+            const int code = permit_port_chk(port, proxy_confp);
             // The check of a destination ends with that of its port.
-            EXPECT_EQ(permit_dst_chk("10.1.1.1", port, proxy_confp), want);
-            EXPECT_EQ(permit_dst_chk("mail.lan", port, proxy_confp), want);
+            EXPECT_EQ(permit_dst_chk("10.1.1.1", port, proxy_confp), code);
+            EXPECT_EQ(permit_dst_chk("mail.lan", port, proxy_confp), code);
+            codes += std::to_string(code);
         }
-    }
+        return codes;
+    };
+    EXPECT_EQ(checked("k 1"), "00");
+    EXPECT_EQ(checked("ports  "), "11");
+    EXPECT_EQ(checked("ports 23 smtp !25"), "01");
+    EXPECT_EQ(checked("ports !25 *anything"), "10");
+    EXPECT_EQ(checked("deny-ports smtp\nports ANY"), "10");
+    EXPECT_EQ(checked("deny-ports !smtp"), "01");
+    EXPECT_EQ(checked("ports 65616 4294967376"), "11"); // 80, modulo 2^16 and 2^32
 }
 
 TEST(PermitProxyChk, ComparesTheProxyName)

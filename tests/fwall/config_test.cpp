@@ -196,23 +196,18 @@ TEST(CfgCopy, IsDeepAndKeepsOrder)
 TEST(CfgMarkRuns, LeavesEveryWalkAsItWas)
 {
     const table_file table("n: b 1\nn: b 2\nn: a 3\nn: b 4\nn: b 5\nn: c 6\nn: c 7\n");
-    cfg_list list(cfg_read("n"));
-    const auto walks = [&list] {
-        std::string lines;
-        for (const char *keyword : {"a", "b", "c", "d"})
-            for (const cfgrec *record = cfg_first(keyword, list.get()); record != nullptr;
-                 record = cfg_next(keyword, record))
-                lines += std::to_string(record->lineno) + ' ';
-        return lines;
-    };
-    cfg_mark_runs(list.get());
-    EXPECT_EQ(walks(), "3 1 2 4 5 6 7 ");
-    cfg_last(list.get())->next = cfg_make("c", 0, 8, 0, nullptr);
-    cfg_last(list.get())->next = cfg_make("a", 0, 9, 0, nullptr);
     cfgrec *front = cfg_make("b", 0, 0, 0, nullptr);
-    front->next = list.release();
-    list.reset(front);
-    EXPECT_EQ(walks(), "3 9 0 1 2 4 5 6 7 8 ");
+    front->next = cfg_read("n");
+    cfg_mark_runs(front->next);
+    cfg_last(front)->next = cfg_make("c", 0, 8, 0, nullptr);
+    cfg_last(front)->next = cfg_make("a", 0, 9, 0, nullptr);
+    std::string lines;
+    for (const char *keyword : {"a", "b", "c", "d"})
+        for (const cfgrec *record = cfg_first(keyword, front); record != nullptr;
+             record = cfg_next(keyword, record))
+            lines += std::to_string(record->lineno) + ' ';
+    EXPECT_EQ(lines, "3 9 0 1 2 4 5 6 7 8 ");
+    cfg_free(front);
     cfg_mark_runs(nullptr);
     cfg_mark_runs(cfg_failure());
 }

@@ -13,27 +13,22 @@ static std::string cut(std::size_t length)
 
 TEST(ConnectionContext, TextFieldsKeepTheirLimit)
 {
-    static const struct {
-        void (*set)(CConnectionContext *, const char *);
-        const char *(*get)(const CConnectionContext *);
-        std::size_t limit;
-    } cases[] = {{SetUser, GetUser, 63},
-                 {SetDstIPAddress, GetDstIPAddress, 15},
-                 {SetSrcIPAddress, GetSrcIPAddress, 15}};
-    for (const auto &row : cases) {
+    const auto check = [](auto set, auto get, std::size_t limit) {
         CConnectionContext context;
-        EXPECT_STREQ(row.get(&context), "");
-        for (const std::size_t length : {row.limit, row.limit + 1, 2 * row.limit, std::size_t{1}}) {
-            row.set(&context, cut(length).c_str());
-            EXPECT_EQ(row.get(&context), cut(std::min(length, row.limit)));
+        for (const std::size_t length : {limit, limit + 1, 2 * limit, std::size_t{1}}) {
+            set(&context, cut(length).c_str());
+            EXPECT_EQ(get(&context), cut(std::min(length, limit)));
         }
-        row.set(&context, row.get(&context)); // its own text
-        EXPECT_STREQ(row.get(&context), "x");
-        row.set(&context, nullptr);
-        EXPECT_STREQ(row.get(&context), "");
-        EXPECT_EQ(row.get(nullptr), nullptr);
-        row.set(nullptr, "x");
-    }
+        set(&context, get(&context)); // its own text
+        EXPECT_STREQ(get(&context), "x");
+        set(&context, nullptr);
+        EXPECT_STREQ(get(&context), "");
+        EXPECT_EQ(get(nullptr), nullptr);
+        set(nullptr, "x");
+    };
+    check(SetUser, GetUser, 63);
+    check(SetDstIPAddress, GetDstIPAddress, 15);
+    check(SetSrcIPAddress, GetSrcIPAddress, 15);
 }
 
 TEST(ConnectionContext, CopyTakesAllButTheIdentifier)

@@ -66,37 +66,31 @@ TEST(PeerAddrName, CutsBothTexts)
 
 TEST(Getdsthost, AsksForTheTrueEndsOrFails)
 {
-    static const struct {
-        const char *destination;
-        int error; // of the device
-        const char *want;
-        int port;
-    } cases[] = {{"20.0.0.1", 0, "20.0.0.1", 8080},
-                 {"127.0.0.1", 0, nullptr, 0}, // the firewall itself
-                 {"20.0.0.1", EACCES, nullptr, 0}};
-    for (const auto &row : cases) {
+    // What getdsthost and the connection's context say of the destination, then of the source.
+    const auto ends = [](const char *destination, int error) {
         const proxy_setup setup("k 1");
+        const CConnectionContext &context = setup.connection;
         scripted_platform device;
         const loopback_connection pair;
-        device.fw_open_error = row.error;
-        device.on_fw_ioctl = [&row](unsigned long, byte_area record) {
+        device.fw_open_error = error;
+        device.on_fw_ioctl = [destination](unsigned long, byte_area record) {
             if (record.size() == 36) {
                 put_end(record, 4, "10.1.2.3", 65535);
-                put_end(record, 20, row.destination, 8080);
+                put_end(record, 20, destination, 8080);
             }
             return 0;
         };
         int port = 0;
-        EXPECT_STREQ(getdsthost(pair.server, nullptr), row.want);
-        EXPECT_EQ(setup.connection.GetDstPort(), 0);
-        EXPECT_STREQ(getdsthost(pair.server, &port), row.want);
-        EXPECT_EQ(port, row.port);
-        EXPECT_EQ(setup.connection.GetDstPort(), row.port);
-        EXPECT_STREQ(setup.connection.GetDstIPAddress(), row.want == nullptr ? "" : row.want);
+        EXPECT_EQ(getdsthost(pair.server, nullptr) == nullptr,
+                  getdsthost(pair.server, &port) == nullptr);
         char name[32] = "", address[32] = "";
-        EXPECT_EQ(peername(pair.server, name, address, sizeof address), row.error == 0 ? 0 : 1);
-        EXPECT_STREQ(address, row.error == 0 ? "10.1.2.3" : "");
-        EXPECT_STREQ(setup.connection.GetSrcIPAddress(), address);
-        EXPECT_EQ(setup.connection.GetSrcPort(), row.error == 0 ? 65535 : 0);
-    }
+        EXPECT_EQ(peername(pair.server, name, address, sizeof address), error == 0 ? 0 : 1);
+        EXPECT_STREQ(context.GetSrcIPAddress(), address);
+        EXPECT_EQ(context.GetDstPort(), port);
+        return context.GetDstIPAddress() + ('/' + std::to_string(port)) + ' ' + address + '/' +
+               std::to_string(context.GetSrcPort());
+    };
+    EXPECT_EQ(ends("20.0.0.1", 0), "20.0.0.1/8080 10.1.2.3/65535");
+    EXPECT_EQ(ends("127.0.0.1", 0), "/0 10.1.2.3/65535"); // the firewall itself
+    EXPECT_EQ(ends("20.0.0.1", EACCES), "/0 /0");
 }

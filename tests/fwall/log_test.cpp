@@ -10,8 +10,6 @@
 #include <ctime>
 #include <syslog.h>
 
-static const std::string DENIED = "cannot: Permission denied";
-
 // Contexts, and a log object that sends to a receiver of the test and shows the system log on the
 // error stream.
 struct log_setup {
@@ -111,35 +109,29 @@ TEST(Log, CutsTextsAndTakesNoneForAFormat)
 
 TEST(Log, TakesTheRoadsOfItsMode)
 {
-    static const struct {
-        int mode, event;
-        const char *preformatted;
-        std::string stdlog, syslog;
-    } cases[] = {
-        {0, 1500, nullptr, "", ""},
-        {1, 1500, nullptr, DENIED, ""},
-        {2, 1500, nullptr, "", DENIED},
-        {3, 1500, nullptr, DENIED, DENIED},
-        {3, 10002, nullptr, "", DENIED}, // above the level of the rule
-        {1, 99999, nullptr, DENIED, ""}, // not in the table of events
-        {3, 11502, "100%s done", "100%25s done", DENIED},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(std::to_string(row.mode) + " with " + std::to_string(row.event));
-        log_setup with(row.mode);
+    const auto sent = [](int mode, int event, const char *preformatted = nullptr) {
+        log_setup with(mode);
         with.connection.SetRule("1", "one", 2);
-        with.uniq.event = row.event;
-        with.uniq.preformatted = row.preformatted;
+        with.uniq.event = event;
+        with.uniq.preformatted = preformatted;
         errno = EACCES;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat" // %m is no ISO format
         with.log.SendLog(&with.service, &with.connection, &with.uniq, 4, "cannot: %m");
 #pragma GCC diagnostic pop
-        EXPECT_EQ(with.system_log(), row.syslog.empty() ? "" : "relay: " + row.syslog + "\n");
+        const std::string system_log = with.system_log();
         log_transmit("end", 3, &with.log.stdlog);
-        EXPECT_EQ(row.stdlog.empty() ? "" : with.receiver.next_record().text, row.stdlog);
-        EXPECT_EQ(with.receiver.next(), "end");
-    }
+        const std::string record = with.receiver.next();
+        return system_log + (record == "end" ? "" : record.c_str() + offsetof(DaemonMsg, text));
+    };
+    const std::string denied = "cannot: Permission denied", line = "relay: " + denied + "\n";
+    EXPECT_EQ(sent(0, 1500), "");
+    EXPECT_EQ(sent(1, 1500), denied);
+    EXPECT_EQ(sent(2, 1500), line);
+    EXPECT_EQ(sent(3, 1500), line + denied);
+    EXPECT_EQ(sent(3, 10002), line);   // above the level of the rule
+    EXPECT_EQ(sent(1, 99999), denied); // not in the table of events
+    EXPECT_EQ(sent(3, 11502, "100%s done"), line + "100%25s done");
 }
 
 TEST(Log, RefusesNullParameters)
@@ -171,37 +163,30 @@ TEST(WithinLogLevel, ComparesWithTheTable)
 // The usual modes are in tests/system.
 TEST(CheckLogConfig, ChoosesTheMode)
 {
-    const std::string two = "mode: cfgerr: logging keyword expects only one value, line 2\n";
-    const struct {
-        const char *lines;
-        int mode;
-        std::string report = "";
-    } cases[] = {
-        {"n: log-enabled no\n", 1},
-        {"n: logging slf\n", 1},
-        {"n: logging none\nn: logging both\n", 0},
-        {"n: logging slf\nn: log-enabled no\n", 0},
-        {"n: logging both\nn: log-enabled No\n", 3},
-        {"n: logging both\nn: log-enabled  \n", 3},
-        {"n: logging none\nn: log-enabled no x\n", 1,
-         "mode: cfgerr: log-enabled keyword expects only one value, line 2\n"},
-        {"\nn: logging  \n", 1, two},
-        {"\nn: logging normal both\n", 2, two},
-        {"n: logging %s\n", 1, "mode: cfgerr: invalid value %s for logging keyword, line 1\n"},
-    };
-    for (const auto &row : cases) {
-        const table_file table(row.lines);
+    // The mode, and what the system log is told.
+    const auto mode_of = [](const std::string &lines) {
+        const table_file table(lines);
         cfgrec *list = cfg_read("n");
         openlog("mode", LOG_PERROR, LOG_USER);
         testing::internal::CaptureStderr();
-        EXPECT_EQ(Log::CheckLogConfig(list), row.mode) << row.lines;
+        const std::string mode = std::to_string(Log::CheckLogConfig(list));
         closelog();
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), row.report);
         cfg_free(list);
-    }
+        return mode + ' ' + testing::internal::GetCapturedStderr();
+    };
+    const std::string two = " mode: cfgerr: logging keyword expects only one value, line 2\n";
+    EXPECT_EQ(mode_of("n: log-enabled no\n"), "1 ");
+    EXPECT_EQ(mode_of("n: logging none\nn: logging both\n"), "0 ");
+    EXPECT_EQ(mode_of("n: logging slf\nn: log-enabled no\n"), "0 ");
+    EXPECT_EQ(mode_of("n: logging both\nn: log-enabled No\n"), "3 ");
+    EXPECT_EQ(mode_of("n: logging both\nn: log-enabled  \n"), "3 ");
+    EXPECT_EQ(mode_of("n: logging none\nn: log-enabled no x\n"),
+              "1 mode: cfgerr: log-enabled keyword expects only one value, line 2\n");
+    EXPECT_EQ(mode_of("\nn: logging  \n"), "1" + two);
+    EXPECT_EQ(mode_of("\nn: logging normal both\n"), "2" + two);
+    EXPECT_EQ(mode_of("n: logging %s\n"),
+              "1 mode: cfgerr: invalid value %s for logging keyword, line 1\n");
     const table_file table("default_logging: logging both\nn: logging none\n");
     EXPECT_EQ(Log::CheckLogConfig(nullptr), 3);
-    table.write("n: logging none\n");
-    EXPECT_EQ(Log::CheckLogConfig(nullptr), 1);
     EXPECT_EQ(Log::CheckLogConfig(cfg_failure()), 1);
 }

@@ -172,64 +172,47 @@ TEST(SrcPatterns, DecideTheUsualForms)
     }
 }
 
-static constexpr policy_option OPTIONS[] = {{"-rule", POLICY_ARG_ONE, "ruleNumber"}, {}};
-
 // The usual answers, with the rule in each record and the word to the client, are in tests/system.
 TEST(RuleSrcAddrChk, RefusesAllButAPermit)
 {
-    static const struct {
-        const char *hosts;
-        int want;
-        const char *rule, *user = "bob";
-    } cases[] = {
-        {"permit-hosts 10.*", 1, "7/mail/3"},
-        {"permit-hosts 10.* -rule 9", 1, "9/mail/3"},
-        {"permit-hosts 11.*", 0, "N/A//-1"},
-        {"deny-hosts 10.*", 0, "7/mail/3"},
-        {"permit-hosts 10.* -policy p -rule 9 -policy none", 0, "N/A//-1", ""},
-    };
-    const sockaddr_in from = plain_address("10.1.2.3"), local = plain_address("20.0.0.1");
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.hosts);
-        const proxy_setup setup(std::string(row.hosts) +
+    // The answer, and what the connection's context holds.
+    const auto checked = [](const std::string &hosts) {
+        static constexpr policy_option options[] = {{"-rule", POLICY_ARG_ONE, "ruleNumber"}, {}};
+        const sockaddr_in from = plain_address("10.1.2.3"), local = plain_address("20.0.0.1");
+        const proxy_setup setup(hosts +
                                 "\nruleNumber 7 x\nruleName mail\nlogLevel 3x\npolicy-p: k 1");
-        EXPECT_EQ(rule_src_addr_chk(&from, &local, OPTIONS, "bob"), row.want);
+        const int code = rule_src_addr_chk(&from, &local, options, "bob");
         char number[32] = {}, label[32] = {};
         setup.connection.GetRuleNumber(number, sizeof number);
         setup.connection.GetRuleLabel(label, sizeof label);
-        EXPECT_EQ(std::string(number) + '/' + label + '/' +
-                      std::to_string(setup.connection.GetLogLevel()),
-                  row.rule);
-        EXPECT_STREQ(setup.connection.GetUser(), row.user);
-        EXPECT_EQ(rule_src_sub(&local, OPTIONS, "bob"), row.want);
-    }
+        const int level = setup.connection.GetLogLevel();
+        EXPECT_EQ(rule_src_sub(&local, options, "bob"), code);
+        return std::to_string(code) + ' ' + number + '/' + label + '/' + std::to_string(level) +
+               ' ' + setup.connection.GetUser();
+    };
+    EXPECT_EQ(checked("permit-hosts 10.*"), "1 7/mail/3 bob");
+    EXPECT_EQ(checked("permit-hosts 10.* -rule 9"), "1 9/mail/3 bob");
+    EXPECT_EQ(checked("permit-hosts 11.*"), "0 N/A//-1 bob");
+    EXPECT_EQ(checked("deny-hosts 10.*"), "0 7/mail/3 bob");
+    EXPECT_EQ(checked("permit-hosts 10.* -policy p -rule 9 -policy none"), "0 N/A//-1 ");
 }
 
 TEST(RuleSrcChk, TellsADeniedClientNothingElse)
 {
-    const std::string malformed = "11502/2 cfgerr: denial-msg must have one parameter, line 2";
-    const struct {
-        const char *lines;
-        bool say;
-        std::string report;
-    } cases[] = {
-        {"deny-hosts *", false, "1503/0 deny host=nodnsquery/10.1.2.3 use of proxy"},
-        {"deny-hosts *\ndenial-msg /nowhere/x", true,
-         "6508/0 syserr: cannot display denial-msg /nowhere/x: No such file or directory"},
-        {"deny-hosts *\ndenial-msg a b", true, malformed},
-        {"deny-hosts *\ndenial-msg  ", true, malformed},
-    };
-    for (const auto &row : cases) {
-        const proxy_setup setup(row.lines);
+    // The last report.
+    const auto told_of = [](const std::string &lines, bool say) {
+        const proxy_setup setup("deny-hosts *\n" + lines);
         scripted_platform device;
         const loopback_connection pair;
-        device.on_fw_ioctl = [](unsigned long, byte_area record) {
-            put_end(record, 4, "10.1.2.3", 1024);
-            return 0;
-        };
-        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", row.say), 0);
+        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", say), 0);
         char text[8];
         EXPECT_EQ(recv(pair.client, text, sizeof text, MSG_DONTWAIT), -1);
-        EXPECT_EQ(report_log::reports.back(), row.report);
-    }
+        return report_log::reports.back();
+    };
+    EXPECT_EQ(told_of("", false), "1503/0 deny host=nodnsquery/127.0.0.1 use of proxy");
+    EXPECT_EQ(told_of("denial-msg /nowhere/x", true),
+              "6508/0 syserr: cannot display denial-msg /nowhere/x: No such file or directory");
+    const std::string malformed = "11502/2 cfgerr: denial-msg must have one parameter, line 2";
+    EXPECT_EQ(told_of("denial-msg a b", true), malformed);
+    EXPECT_EQ(told_of("denial-msg  ", true), malformed);
 }

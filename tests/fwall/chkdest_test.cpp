@@ -120,11 +120,13 @@ TEST(PermitPortChk, LetsTheFirstItemDecide)
 
 TEST(PermitProxyChk, ComparesTheProxyName)
 {
-    const std::pair<const char *, int> cases[] = {
-        {"k 1", 1},         {"proxy  ", 1},        {"proxy re*", 0},     {"proxy x relay", 0},
-        {"proxy RELAY", 1}, {"proxy !relay *", 1}, {"deny-proxy re*", 1}};
-    for (const auto &[lines, want] : cases) {
+    for (const char *lines : {"proxy re*", "proxy x relay"}) {
         const proxy_setup setup(lines);
-        EXPECT_EQ(permit_proxy_chk(proxy_confp), want) << lines;
+        EXPECT_EQ(permit_proxy_chk(proxy_confp), 0) << lines;
+    }
+    for (const char *lines :
+         {"k 1", "proxy  ", "proxy RELAY", "proxy !relay *", "deny-proxy re*"}) {
+        const proxy_setup setup(lines);
+        EXPECT_EQ(permit_proxy_chk(proxy_confp), 1) << lines;
     }
 }

@@ -36,25 +36,21 @@ static std::string records(const cfgrec *list, const cfgrec *end = nullptr)
     return text;
 }
 
-TEST(GetPolicy, MakesRecordsOfOptions)
+// Which records in which order is compared with a model in tests/fuzz.
+TEST(GetPolicy, ReportsFaultsAndGoesOn)
 {
     static const struct {
-        const char *words, *want, *report = "";
+        const char *words, *want, *report;
     } cases[] = {
-        {"a b", ""},
-        {"-flag", "1 keyword(0) a b c;"},
-        {"a -bare -xyz 5", "1 bare(0);1 xyz(0) 5;"},
-        {"a -one -flag", "1 destination(2) fixed -flag;"},
+        {"a -bare -xyz 5 -nameless -", "1 bare(0);1 xyz(0) 5;1 nameless(2);1 (0);", ""},
+        {"a -one -", "1 destination(2) fixed -;", ""},
         {"a -one", "1 destination(2);", "missing argument for '-one', line 1\n"},
         {"a -list x y", "1 ports(1) fixed x;", "unknown argument name y\n"},
-        {"a -list { x y } -bare", "1 ports(1) fixed x y;1 bare(0);"},
-        {"a -list {lost }lost", "1 ports(1) fixed;"},
+        {"a -list {lost }lost", "1 ports(1) fixed;", ""},
         {"a -list { x -bare", "1 ports(1) fixed x -bare;", "missing end of list '}', line 1\n"},
         {"a -list", "1 ports(1);", "-list needs at least one argument, line 1\n"},
-        {"a -rest x -b -policy", "1 absorb-rest(0) fixed x -b -policy;"},
         {"a -rest", "1 absorb-rest(0);", "-rest needs atleast one argument, line 1\n"},
         {"a -odd x", "1 odd(2);", "unknown argument name x\n"},
-        {"a -nameless -", "1 nameless(2);1 (0);"},
         {"a -fifteen-letters-and -bare", "1 bare(0);", "unknown argument name -fifteen-l\n"},
     };
     for (const auto &row : cases) {
@@ -65,22 +61,6 @@ TEST(GetPolicy, MakesRecordsOfOptions)
         EXPECT_EQ(report_log::lines(),
                   *row.report == '\0' ? "" : std::string("11502/1 cfgerr: ") + row.report);
     }
-}
-
-TEST(GetPolicy, PutsOptionsInFrontAndPoliciesBehind)
-{
-    const proxy_setup setup("hosts a -policy p -flag -policy q -bare\nhosts b -policy q\n"
-                            "policy-p: k 1\npolicy-q: k 2\npolicy-q: deny-k 3");
-    const cfgrec *hosts = proxy_confp;
-    EXPECT_EQ(get_policy(hosts, OPTIONS), 0);
-    const std::string entries = "1 hosts(0) a -policy p -flag -policy q -bare;"
-                                "2 hosts(0) b -policy q;3 k(0) 1;4 k(0) 2;5 k(2) 3;";
-    EXPECT_EQ(records(policy_confp), "1 keyword(0) a b c;1 bare(0);" + entries);
-    EXPECT_STREQ(policy_name, "policy-q");
-    EXPECT_EQ(get_policy(nullptr, OPTIONS), 0);
-    EXPECT_EQ(get_policy(hosts->next, nullptr), 0);
-    EXPECT_EQ(records(proxy_confp), entries + "4 k(0) 2;5 k(2) 3;");
-    EXPECT_EQ(report_log::lines(), "");
 }
 
 TEST(GetPolicy, RefusesHalfOfTheTerms)

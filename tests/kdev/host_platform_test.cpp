@@ -2,7 +2,6 @@
 // network namespace with a packet filter and real routes, seen through the ip command as well.
 #include "lib/kdev/firewall_device.h"
 #include "lib/kdev/firewall_names.h"
-#include "lib/kdev/platform/firewall_records.h"
 #include "lib/kdev/platform/platform.h"
 #include "lib/kdev/platform/route_message.h"
 #include "lib/kdev/route_access.h"
@@ -75,35 +74,32 @@ std::string look_up(const char *addr)
 TEST(host_firewall, plain_sockets_have_their_plain_names)
 {
     SKIP_WITH_DEVICE();
-    loopback_connection c;
+    const loopback_connection c;
     EXPECT_EQ(plain_names_of(c.server), names_of(c.server));
-    EXPECT_EQ(plain_names_of(c.client), names_of(c.client));
     const test_socket receiver(bound_socket(SOCK_DGRAM, "127.0.0.1"));
-    const test_socket sender(bound_socket(SOCK_DGRAM, "127.0.0.1"));
-    sockaddr_in to = plain_end(getsockname, receiver), from{};
-    const std::string wanted = text_of_end(to);
-    socklen_t length = sizeof from;
-    EXPECT_EQ(5, vfw_sendto(sender, "hello", 5, 0, &to, sizeof to, nullptr));
+    const test_socket sender(connected_socket(SOCK_DGRAM, plain_end(getsockname, receiver)));
+    EXPECT_EQ(5, vfw_sendto(sender, "hello", 5, 0, nullptr, 0, nullptr));
     char text[8];
+    sockaddr_in from{}, to{};
+    socklen_t length = 0;
     EXPECT_EQ(5, vfw_recvfrom(receiver, text, sizeof text, 0, &from, &length, &to));
     EXPECT_EQ(text_of_end(plain_end(getsockname, sender)), text_of_end(from));
-    EXPECT_EQ(wanted, text_of_end(to));
+    EXPECT_EQ(text_of_end(plain_end(getsockname, receiver)), text_of_end(to));
 }
 
 TEST(host_firewall, what_has_no_counterpart_is_refused)
 {
     SKIP_WITH_DEVICE();
     const int device = HOST_PLATFORM.fw_open(O_RDONLY);
-    for (const unsigned long request : {FW_FSA, FW_UDP_TIMER, FW_ADD_REDIRECT, FW_DEL_REDIRECT}) {
-        std::vector<std::uint8_t> record(fw_record_size(request));
+    const auto error_of = [device](unsigned long request, std::size_t size_bytes) {
+        std::vector<std::uint8_t> record(size_bytes);
         EXPECT_EQ(-1, HOST_PLATFORM.fw_ioctl(device, -1, request, record));
-        EXPECT_EQ(EOPNOTSUPP, errno);
-    }
-    fw_local_req question{};
-    for (const unsigned long request : {0xC00C66FFUL, FW_NAMES}) { // unknown, and another size
-        EXPECT_EQ(-1, HOST_PLATFORM.fw_ioctl(device, -1, request, area_of(question)));
-        EXPECT_EQ(EINVAL, errno);
-    }
+        return errno;
+    };
+    for (const unsigned long request : {0xC0346612, 0xC0086614, 0xC00C6615, 0xC00C6616})
+        EXPECT_EQ(EOPNOTSUPP, error_of(request, request >> 16 & 0xFF));
+    EXPECT_EQ(EINVAL, error_of(0xC00C66FF, 12)); // unknown
+    EXPECT_EQ(EINVAL, error_of(0xC0246610, 12));
     EXPECT_EQ(0, HOST_PLATFORM.fw_close(device));
 }
 

@@ -152,23 +152,23 @@ TEST(ra_get_route_address, changes_nothing_without_a_route)
 
 TEST(ra_get_route_interface, cuts_long_names)
 {
-    const struct {
-        std::uint8_t length;
-        std::size_t room, kept;
-    } cases[] = {{0, 16, 0},   {15, 16, 15}, {16, 17, 16},  {16, 16, 15},
-                 {17, 32, 15}, {4, 1, 0},    {255, 300, 15}};
     const std::string letters = "abcdefghijklmnopqrstuvwxyz";
-    for (const auto &row : cases) {
+    const auto name_of = [&letters](std::uint8_t length, std::size_t room) {
         scripted_platform script;
         byte_list reply = usual;
-        reply[124 + 5] = row.length;
+        reply[124 + 5] = length;
         std::copy(letters.begin(), letters.end(), reply.begin() + 124 + 8);
         script.readings = {{reply}};
         // Exactly the room, so that the sanitizer sees a byte too many.
-        std::vector<char> name(row.room, '?');
+        std::vector<char> name(room, '?');
         EXPECT_EQ(RA_DONE, ra_get_route_interface(inet_addr("10.2.3.4"), name));
-        EXPECT_EQ(letters.substr(0, row.kept), name.data());
-    }
+        return std::string(name.data());
+    };
+    EXPECT_EQ("", name_of(0, 16) + name_of(4, 1));
+    EXPECT_EQ("abcdefghijklmnop", name_of(16, 17));
+    for (const auto &[length, room] : {std::pair(15, 16), {16, 16}, {17, 32}, {255, 300}})
+        EXPECT_EQ("abcdefghijklmno",
+                  name_of(static_cast<std::uint8_t>(length), static_cast<std::size_t>(room)));
 }
 
 TEST(ra_add_route, message_follows_the_flags)

@@ -1,71 +1,48 @@
+// The matchers of names and addresses, and the readers of texts of one kind.
 #include "lib/fwall/hnam.h"
 
+#include "lib/fwall/alldi.h"
+#include "lib/fwall/inet_aton.h"
+#include "lib/fwall/mapg.h"
+#include "lib/fwall/mapu.h"
+#include "lib/fwall/nama.h"
+#include "lib/ulib/address.h"
 #include "tests/fwall/report_log.h"
 #include "tests/fwall/scripted_names.h"
 
+#include <cctype>
 #include <gtest/gtest.h>
-
-using questions = std::vector<std::string>;
-
-static const std::string LONG_TEXT(512, 'x');
-static const std::string FULL_TEXT(511, 'x');
+#include <random>
 
 TEST(Hostmatch, TellsKindsOfPatternsApart)
 {
-    static const struct {
-        const char *label;
+    const std::string full(511, 'x'), longer(512, 'x');
+    const struct {
         std::string pattern, host;
         int want;
-        questions asked;
-        std::vector<told> reports;
+        std::string asked_and_told = "";
     } cases[] = {
-        {"star", "*", std::string(1000, 'n'), 1, {}, {}},
-        {"name", "*.Office.LAN", "mail.office.lan", 1, {}, {}},
-        {"name, host in capitals", "*.office.lan", "MAIL.Office.Lan", 1, {}, {}},
-        {"name, other host", "*.office.lan", "mail.home.lan", 0, {}, {}},
-        {"name with a dash", "a-b.office", "a-b.office", 1, {}, {}},
-        {"name pattern with an address", "10.a*", "10.1.1.1", 0, {}, {}},
-        {"sets are no sets", "[a]", "a", 0, {}, {}},
-        {"address", "10.1.2.3", "10.1.2.3", 1, {}, {}},
-        {"address by text", "10.1*", "10.17.0.1", 1, {}, {}},
-        {"range", "10.0.0.5-10.0.0.9", "10.0.0.7", 1, {}, {}},
-        {"empty pattern", "", "10.0.0.7", 1, {}, {}},
-        {"only the pattern of one star is all", "**", "10.0.0.7", 1, {}, {}},
-        {"host known", "10.*", "mail", 1, {"name mail"}, {}},
-        {"asked in lower case", "10.*", "MAIL", 1, {"name mail"}, {}},
-        {"first address alone", "10.*", "two", 0, {"name two"}, {}},
-        {"first address alone, there", "20.*", "two", 1, {"name two"}, {}},
-        {"host unknown", "10.*", "nobody", 0, {"name nobody"}, {}},
-        {"host unknown, empty pattern", "", "nobody", 0, {"name nobody"}, {}},
-        {"no address", "", "none", 0, {"name none"}, {}},
-        {"wrong length",
-         "10.*",
-         "wide",
-         0,
-         {"name wide"},
-         {{10504, 0, "securityalert: invalid host address length (16) hostname wide"}}},
-        {"pattern full", FULL_TEXT, FULL_TEXT, 1, {}, {}},
-        {"pattern too long",
-         LONG_TEXT,
-         LONG_TEXT,
-         0,
-         {},
-         {{11502, 0, "cfgerr: pattern " + LONG_TEXT + " too long!"}}},
-        {"name too long",
-         "x*",
-         LONG_TEXT,
-         0,
-         {},
-         {{11502, 0, "cfgerr: name " + LONG_TEXT + " too long!"}}},
-        {"mask",
-         "10.1.0.0:255.0.0.0",
-         "10.1.1.1",
-         0,
-         {},
-         {{11502, 0, "cfgerr: pat:mask can never match anything, 10.1.0.0:255.0.0.0"}}},
+        {"*", std::string(1000, 'n'), 1},
+        {"*.Office.lan", "MAIL.office.LAN", 1},
+        {"a-b.office", "a-b.office", 1},
+        {"10.a*", "10.1.1.1", 0},
+        {"10.1*", "10.17.0.1", 1},
+        {"10.0.0.5-10.0.0.9", "10.0.0.7", 1},
+        {"10.*", "MAIL", 1, "name mail\n"},
+        {"10.*", "two", 0, "name two\n"}, // the first address alone
+        {"20.*", "two", 1, "name two\n"},
+        {"", "nobody", 0, "name nobody\n"},
+        {"", "none", 0, "name none\n"},
+        {"10.*", "wide", 0,
+         "name wide\n10504/0 securityalert: invalid host address length (16) hostname wide\n"},
+        {full, full, 1},
+        {longer, "x", 0, "11502/0 cfgerr: pattern " + longer + " too long!\n"},
+        {"x*", longer, 0, "11502/0 cfgerr: name " + longer + " too long!\n"},
+        {"10.1.0.0:255.0.0.0", "10.1.1.1", 0,
+         "11502/0 cfgerr: pat:mask can never match anything, 10.1.0.0:255.0.0.0\n"},
     };
     for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
+        SCOPED_TRACE(row.pattern + " with " + row.host);
         const report_log log;
         scripted_names names;
         names.hosts = {{"mail", {{"10.0.0.1"}}},
@@ -73,8 +50,7 @@ TEST(Hostmatch, TellsKindsOfPatternsApart)
                        {"none", {}},
                        {"wide", {{"10.0.0.1"}, 16}}};
         EXPECT_EQ(hostmatch(row.pattern.c_str(), row.host.c_str()), row.want);
-        EXPECT_EQ(names.asked, row.asked);
-        EXPECT_EQ(report_log::reports, row.reports);
+        EXPECT_EQ(names.lines() + report_log::lines(), row.asked_and_told);
     }
     EXPECT_EQ(hostmatch(nullptr, "a"), 0);
     EXPECT_EQ(hostmatch("*", nullptr), 0);
@@ -83,66 +59,157 @@ TEST(Hostmatch, TellsKindsOfPatternsApart)
 TEST(IpMatch, ComparesOctetsMasksAndRanges)
 {
     static const struct {
-        const char *pattern, *address;
-        int want;
-        std::size_t reports = 0;
+        const char *pattern;
+        std::vector<const char *> fit, others;
     } cases[] = {
-        {"10.1", "10.1.200.3", 1},
-        {"10.1", "10.17.0.1", 0},
-        {"10.1.", "10.1.200.3", 1},
-        {"10.1.*", "10.1.200.3", 1},
-        {"10.1.2.3.4", "10.1.2.3", 1},
-        {"", "1.2.3.4", 1},
-        {"10..3", "10.0.3.1", 1},
-        {"266.1", "10.1.0.0", 1},
-        {"10.1", "10", 1},
-        {"10.1", "11", 0},
-        {"10.0.0.0:255.0.0.0", "10.9.8.7", 1},
-        {"10.0.0.0:255.0.0.0", "11.0.0.1", 0},
-        {"10.0.0.0:255", "10.0.0.0", 1},
-        {"10.0.0.0:255", "10.0.0.1", 0},
-        {"10:255.255", "10.0.9.9", 1},
-        {"10:255.255", "10.1.9.9", 0},
-        {"10.1.2.128:255.255.255.128", "10.1.2.200", 1},
-        {"10.1.2.128:255.255.255.128", "10.1.2.127", 0},
-        {":", "1.2.3.4", 1},
-        {"0.0.0.0:0.0.0.0", "1.2.3.4", 1},
-        {"10.1.0.0:255.0.0.0", "10.1.0.0", 0, 1},
-        {"1.2.3.4:0.0.0.0.5", "1.2.3.4", 0, 1},
-        {"10.0.0.5-10.0.0.9", "10.0.0.5", 1},
-        {"10.0.0.5-10.0.0.9", "10.0.0.9", 1},
-        {"10.0.0.5-10.0.0.9", "10.0.0.4", 0},
-        {"10.0.0.5-10.0.0.9", "10.0.0.10", 0},
-        {"200.0.0.1-200.0.0.3", "200.0.0.2", 1},
-        {"1.0.0.0-255.255.255.255", "200.0.0.2", 1},
-        {"10.0.0.9-10.0.0.5", "10.0.0.7", 0},
-        {"0-0xffffffff", "1.2.3.4", 1},
-        {"-", "1.2.3.4", 0},
-        {"-10.0.0.9", "0.0.0.0", 0},
-        {"10.0.0.5-", "10.0.0.5", 0},
-        {"10.0.0.5-10.0.0.9-10.0.0.11", "10.0.0.7", 0},
-        {"10.0.0.*-10.0.0.9", "10.0.0.7", 0},
-        {"0000010.0.0.0000-255.255.255.255", "9.0.0.0", 1},  // 16 characters
-        {"00000010.0.0.0000-255.255.255.255", "9.0.0.0", 0}, // 17
-        {"1.0.0.0-255.255.255.255", "", 0},
-        {"1.0.0.0-255.255.255.255", "1.2.3.4.5", 0},
+        {"10.1", {"10.1.200.3", "10"}, {"10.17.0.1", "11"}},
+        {"10.1.*", {"10.1.200.3"}, {"10.17.0.1"}},
+        {"10.1.2.3.4", {"10.1.2.3"}, {}},
+        {"", {"1.2.3.4"}, {}},
+        {"10..3", {"10.0.3.1"}, {}},
+        {"266.1", {"10.1.0.0"}, {}}, // modulo 256
+        {"10.0.0.0:255", {"10.0.0.0"}, {"10.0.0.1"}},
+        {"10:255.255", {"10.0.9.9"}, {"10.1.9.9"}},
+        {"10.1.2.128:255.255.255.128", {"10.1.2.200"}, {"10.1.2.127"}},
+        {"1.2.3.4:0.0.0.0.5", {}, {"1.2.3.4"}},
+        {"10.0.0.5-10.0.0.9", {"10.0.0.5", "10.0.0.9"}, {"10.0.0.4", "10.0.0.10"}},
+        {"1.0.0.0-255.255.255.255", {"200.0.0.2"}, {"", "1.2.3.4.5"}},
+        {"-10.0.0.9", {}, {"0.0.0.0"}},
+        {"10.0.0.5-", {}, {"10.0.0.5"}},
+        {"10.0.0.5-10.0.0.9-10.0.0.11", {}, {"10.0.0.7"}},
+        {"0000010.0.0.0000-255.255.255.255", {"9.0.0.0"}, {}},  // 16 characters
+        {"00000010.0.0.0000-255.255.255.255", {}, {"9.0.0.0"}}, // 17
     };
+    const report_log log;
     for (const auto &row : cases) {
-        SCOPED_TRACE(std::string(row.pattern) + " with " + row.address);
-        const report_log log;
-        EXPECT_EQ(ip_match(row.pattern, row.address), row.want);
-        EXPECT_EQ(report_log::reports.size(), row.reports);
+        for (const char *address : row.fit)
+            EXPECT_EQ(ip_match(row.pattern, address), 1) << row.pattern << " with " << address;
+        for (const char *address : row.others)
+            EXPECT_EQ(ip_match(row.pattern, address), 0) << row.pattern << " with " << address;
     }
     EXPECT_EQ(range_hostmatch("10.0.0.5", "10.0.0.5"), 0);
 }
 
-TEST(Hostmatch, KeepsTheLastAnswer)
+// The matchers as recursions that try every run of every star.
+static bool plain_match(const char *pattern, const char *text, bool sets)
 {
-    scripted_names names;
-    names.hosts = {{"mail", {{"10.0.0.1"}}}};
-    EXPECT_EQ(hostmatch("10.*", "mail"), 1);
-    ASSERT_NE(proxy_hostent, nullptr);
-    EXPECT_EQ(proxy_hostent->h_length, 4);
-    EXPECT_EQ(hostmatch("10.*", "nobody"), 0);
-    EXPECT_EQ(proxy_hostent, nullptr);
+    if (*pattern == '\0')
+        return *text == '\0';
+    if (*pattern == '*')
+        return plain_match(pattern + 1, text, sets) ||
+               (*text != '\0' && plain_match(pattern, text + 1, sets));
+    if (*text == '\0')
+        return false;
+    if (!sets || *pattern != '[')
+        return (sets ? std::tolower(*pattern) == std::tolower(*text) : *pattern == *text) &&
+               plain_match(pattern + 1, text + 1, sets);
+    const char *end = set_match(pattern + 1, *text, true);
+    return end != nullptr && plain_match(*end == '\0' ? end : end + 1, text + 1, sets);
+}
+
+static std::string random_text(std::mt19937 &random, std::string_view letters)
+{
+    std::string text(random() % 10, ' ');
+    for (char &c : text)
+        c = letters[random() % letters.size()];
+    return text;
+}
+
+TEST(Namatch, EqualsAPlainRecursion)
+{
+    const report_log log;
+    std::mt19937 random(1);
+    int matches = 0;
+    for (int round = 0; round < 100000; ++round) {
+        const std::string plain = random_text(random, "abA*"),
+                          sets = random_text(random, "aB*[]^-");
+        const std::string text = random_text(random, "ab]-");
+        const bool want = plain_match(plain.c_str(), text.c_str(), false);
+        const bool want_sets = plain_match(sets.c_str(), text.c_str(), true);
+        ASSERT_EQ(namatch(plain.c_str(), text.c_str()), want) << plain << " with " << text;
+        ASSERT_EQ(nacasematch(sets.c_str(), text.c_str()), want_sets) << sets << " with " << text;
+        matches += (want ? 1 : 0) + (want_sets ? 1 : 0);
+        report_log::reports.clear();
+    }
+    EXPECT_GT(matches, 5000); // else the comparison says little
+    EXPECT_EQ(namatch(nullptr, "") + namatch("*", nullptr) + nacasematch(nullptr, nullptr), 3);
+}
+
+TEST(Namatch, EndsSoonWithManyStarsAndBadSets)
+{
+    const report_log log;
+    std::string stars, sets;
+    for (int i = 0; i < 100; ++i) {
+        stars += "*a";
+        sets += "*[a-b]";
+    }
+    const std::string text(500, 'a');
+    EXPECT_EQ(namatch((stars + "c").c_str(), text.c_str()), 0);
+    EXPECT_EQ(nacasematch((sets + "c").c_str(), text.c_str()), 0);
+    // Each of these sets has the rest of the pattern in it.
+    EXPECT_EQ(
+        nacasematch(("*" + std::string(4000, '[') + "x").c_str(), std::string(8000, 'a').c_str()),
+        0);
+    EXPECT_EQ(report_log::reports.size(), 2000);
+}
+
+TEST(SetMatch, TellsWhereTheSetEnds)
+{
+    const report_log log;
+    const auto end_of = [](const char *set, char c, bool no_case = false) {
+        const char *end = set_match(set, c, no_case);
+        return end == nullptr ? -1 : end - set;
+    };
+    EXPECT_EQ(end_of("abc]d]", 'b'), 3);
+    EXPECT_EQ(end_of("A-C]", 'b'), -1);
+    EXPECT_EQ(end_of("A-C]", 'b', true), 3);
+    EXPECT_EQ(end_of("\x80-\xff]", '\xe4', true), 3);
+    EXPECT_EQ(end_of("^a]", 'b'), 2);
+    EXPECT_EQ(end_of("^a]", 'A', true), -1);
+    EXPECT_EQ(end_of("]]", ']'), 1);
+    EXPECT_EQ(end_of("^]a]", ']'), -1);
+    EXPECT_EQ(end_of("a-b-c]", '-'), 5);
+    EXPECT_EQ(end_of("ba-]", 'b'), 3);
+    EXPECT_EQ(end_of("ba-]", 'a'), -1);
+    EXPECT_EQ(end_of("+--]", ','), 3);
+    EXPECT_EQ(report_log::lines(), "");
+    EXPECT_EQ(end_of("^z-a]", 'x'), 0);
+    EXPECT_EQ(end_of("", 'x'), 0);
+    EXPECT_EQ(report_log::lines(), "11502/0 bad pattern [^z-a]\n11502/0 bad pattern [\n");
+}
+
+TEST(InetAton, ReadsTheFormsOfAnAddress)
+{
+    const auto read = [](const char *text) {
+        in_addr got{.s_addr = 7};
+        const int valid = inet_aton(text, &got);
+        EXPECT_EQ(inet_aton(text, nullptr), valid);
+        return valid == 1 ? dotted(got.s_addr) : got.s_addr == 7 ? "none" : "none, but written";
+    };
+    EXPECT_EQ(read("1.2.3.255"), "1.2.3.255");
+    EXPECT_EQ(read("4294967295"), "255.255.255.255");
+    EXPECT_EQ(read("1.16777215"), "1.255.255.255");
+    EXPECT_EQ(read("1.2.65535"), "1.2.255.255");
+    EXPECT_EQ(read("0XfF.0xa.010.007"), "255.10.8.7");
+    EXPECT_EQ(read("1.2\tx"), "1.0.0.2");
+    for (const char *text : {"4294967296", "18446744073709551617", "1.16777216", "1.2.65536",
+                             "1.2.3.256", "1.256.1", "08.1", "1a.1", "0x", "0x.1", "1.2.3.4x"})
+        EXPECT_EQ(read(text), "none") << text;
+    for (const char *text : {"", " 1.2", ".", "1.", "1. ", "1..2", ".1", "1.2.3.4.", "1.2.3.4.5"})
+        EXPECT_EQ(read(text), "none") << text;
+    EXPECT_EQ(read("-1") + read("1.2.3.4\xa0") + read(nullptr), "nonenonenone");
+}
+
+TEST(MapuidMapgid, TakeNumbersAndNames)
+{
+    for (const auto map : {mapuid, mapgid}) {
+        EXPECT_EQ(map(""), 0);
+        EXPECT_EQ(map("0042"), 42);
+        EXPECT_EQ(map("root"), 0);
+        EXPECT_EQ(map("99999999999999999999"), 2147483647);
+        for (const char *name : {"no-such-name", "-1", "12 ", static_cast<const char *>(nullptr)})
+            EXPECT_EQ(map(name), -1);
+    }
+    EXPECT_TRUE(isalldigits("") && isalldigits("0123456789"));
+    EXPECT_FALSE(isalldigits(" 1") || isalldigits("1x") || isalldigits(nullptr));
 }

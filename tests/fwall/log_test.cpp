@@ -7,309 +7,186 @@
 #include "tests/fwall/table_file.h"
 
 #include <cerrno>
-#include <cstring>
 #include <ctime>
-#include <gtest/gtest.h>
 #include <syslog.h>
-#include <vector>
 
-// A log object that sends to a receiver of the test, and shows the system log on the error stream.
-struct test_log : Log {
-    test_log(const std::string &path, std::int32_t test_mode, CServiceContext *service = nullptr)
-        : Log("relay", service, LOG_PERROR, LOG_DAEMON)
-    {
-        mode = test_mode;
-        set_text(stdlog.address.sun_path, path);
-    }
-};
-
-struct contexts {
+// Contexts, and a log object that sends to a receiver of the test and shows the system log on the
+// error stream.
+struct log_setup {
+    log_receiver receiver;
     CServiceContext service;
     CConnectionContext connection;
     UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    Log log{"relay", nullptr, LOG_PERROR, LOG_DAEMON};
+
+    explicit log_setup(std::int32_t mode)
+    {
+        log.mode = mode;
+        set_text(log.stdlog.address.sun_path, receiver.path);
+        testing::internal::CaptureStderr();
+    }
+    ~log_setup() { (void)testing::internal::GetCapturedStderr(); }
+
+    static std::string system_log()
+    {
+        std::string lines = testing::internal::GetCapturedStderr();
+        testing::internal::CaptureStderr();
+        return lines;
+    }
 };
 
-static std::string padded(std::string text, std::size_t size)
+TEST(Log, FillsTheRecord)
 {
-    text.resize(size, '\0');
-    return text;
-}
-
-template <typename NUMBER> static std::string bytes_of(NUMBER number)
-{
-    std::string bytes(sizeof number, '\0');
-    std::memcpy(bytes.data(), &number, sizeof number);
-    return bytes;
-}
-
-TEST(Log, SendsTheRecordAtItsOffsets)
-{
-    const log_receiver receiver;
-    contexts with;
-    with.service.SetServiceType(static_cast<services>(0x01020304));
-    with.service.SetProtocol(static_cast<prots>(17));
-    with.service.SetProxyName(std::string(50, 'p').c_str());
-    with.connection.SetSrcPort(1025);
-    with.connection.SetDstPort(80);
-    with.connection.SetMappedDstPort(65537);
-    with.connection.SetConnectionID(std::string(40, 'c').c_str());
-    with.connection.SetSrcIPAddress("10.0.0.1");
-    with.connection.SetDstIPAddress("192.168.100.200");
-    with.connection.SetUser("a,b%c\td");
-    with.connection.SetRule(std::string(40, 'r').c_str(), "lab,el", 5);
-    with.uniq.event = 11502;
-    with.uniq.aux1 = 11;
-    with.uniq.aux2 = 22;
-    with.uniq.aux3 = 33;
-    with.uniq.line = 44;
-    with.uniq.aux_tag_ptr = "tag-of-25-characters-long";
-    std::memset(with.uniq.aux_name, 'n', sizeof with.uniq.aux_name);
-    std::memset(with.uniq.aux_note, ',', sizeof with.uniq.aux_note);
-    test_log log(receiver.path, 1);
-    const auto before = static_cast<std::uint32_t>(std::time(nullptr));
-    log.SendLog(&with.service, &with.connection, &with.uniq, 6, "%s, %d%%", "te\xffxt", 7);
-    const std::string got = receiver.next();
-    ASSERT_EQ(got.size(), 1680U);
-    std::string note;
-    for (int i = 0; i < 85; ++i)
-        note += "%2C";
-    const struct {
-        const char *label;
-        std::size_t offset;
-        std::string want;
-    } fields[] = {
-        {"msg_size", 0, bytes_of(1680)},
-        {"msg_version", 4, bytes_of(1)},
-        {"event", 8, bytes_of(11502)},
-        {"service", 12, bytes_of(0x01020304)},
-        {"priority", 20, bytes_of(6)},
-        {"aux1", 24, bytes_of(11)},
-        {"aux2", 28, bytes_of(22)},
-        {"aux3", 32, bytes_of(33)},
-        {"src_port", 36, bytes_of(std::uint16_t{1025})},
-        {"dst_port", 38, bytes_of(std::uint16_t{80})},
-        {"mapped_dst_port", 40, bytes_of(std::uint16_t{1})},
-        {"reserved", 42, padded("", 2)},
-        {"pid", 44, bytes_of(getpid())},
-        {"connection_id", 48, std::string(32, 'c')},
-        {"line", 80, bytes_of(44)},
-        {"protocol", 84, bytes_of(17)},
-        {"src_ip", 88, padded("10.0.0.1", 16)},
-        {"dst_ip", 104, padded("192.168.100.200", 16)},
-        {"proxy_name", 120, padded(std::string(40, 'p'), 41)},
-        {"user", 161, padded("a%2Cb%25c%09d", 21)},
-        {"aux_tag", 182, padded("tag-of-25-characters", 21)},
-        {"aux_name", 203, std::string(64, 'n')},
-        {"aux_note", 267, padded(note, 256)},
-        {"rule_number", 523, padded(std::string(32, 'r'), 64)},
-        {"rule_label", 587, padded("lab,el", 64)},
-        {"reserved", 651, padded("", 1)},
-        {"text_length", 652, bytes_of(15)},
-        {"text", 656, padded("te%FFxt%2C 7%25", 1024)},
-    };
-    for (const auto &field : fields) {
-        SCOPED_TRACE(field.label);
-        EXPECT_EQ(got.substr(field.offset, field.want.size()), field.want);
-    }
-    std::uint32_t sent = 0;
-    std::memcpy(&sent, got.data() + 16, sizeof sent);
-    EXPECT_GE(sent, before);
-    EXPECT_LE(sent, std::time(nullptr));
-}
-
-TEST(Log, SendsTheTemplateWithoutAConnection)
-{
-    const log_receiver receiver;
-    contexts with;
-    test_log log(receiver.path, 1, nullptr);
-    log.SendLog(&with.service, nullptr, &with.uniq, 5, "x");
-    const auto got = receiver.next_record();
-    ASSERT_TRUE(got);
+    log_setup with(LOG_MODE_STDLOG);
     DaemonMsg want;
-    want.time = got->time;
-    want.service = 2;
-    want.protocol = 4;
-    want.priority = 5;
     want.pid = getpid();
-    want.text_length = 1;
-    want.text[0] = 'x';
-    EXPECT_EQ(std::memcmp(&*got, &want, sizeof want), 0);
+    want.priority = 5;
+    with.service.SetServiceType(static_cast<services>(want.service = 0x01020304));
+    with.service.SetProtocol(static_cast<prots>(want.protocol = 17));
+    with.service.SetProxyName(std::string(50, 'p').c_str());
+    set_text(want.proxy_name, std::string(40, 'p'));
+    with.connection.SetSrcPort(want.src_port = 1025);
+    with.connection.SetDstPort(want.dst_port = 80);
+    with.connection.SetMappedDstPort(65536 + (want.mapped_dst_port = 1));
+    with.connection.SetConnectionID(std::string(40, 'c').c_str());
+    set_bytes(want.connection_id, std::string(32, 'c'));
+    with.connection.SetSrcIPAddress("10.0.0.1");
+    set_text(want.src_ip, "10.0.0.1");
+    with.connection.SetDstIPAddress("192.168.100.200");
+    set_text(want.dst_ip, "192.168.100.200");
+    with.connection.SetUser("a,b%c\td,e,f,g");
+    set_text(want.user, "a%2Cb%25c%09d%2Ce%2C");
+    with.connection.SetRule(std::string(40, 'r').c_str(), "lab,el", 5);
+    set_text(want.rule_number, std::string(32, 'r'));
+    set_text(want.rule_label, "lab,el");
+    with.uniq.event = want.event = 11502;
+    with.uniq.aux1 = want.aux1 = 11;
+    with.uniq.aux2 = want.aux2 = 22;
+    with.uniq.aux3 = want.aux3 = 33;
+    with.uniq.line = want.line = 44;
+    with.uniq.aux_tag_ptr = "tag-of-25-characters-long";
+    set_text(want.aux_tag, "tag-of-25-characters");
+    std::memset(with.uniq.aux_name, 'n', sizeof with.uniq.aux_name);
+    std::memset(want.aux_name, 'n', sizeof want.aux_name);
+    std::memset(with.uniq.aux_note, ',', sizeof with.uniq.aux_note); // without a terminator
+    for (std::size_t i = 0; i < 255; ++i)
+        want.aux_note[i] = "%2C"[i % 3];
+    set_text(want.text, "te%FFxt%2C 7%25");
+    want.text_length = 15;
+    const auto before = static_cast<std::uint32_t>(std::time(nullptr));
+    with.log.SendLog(&with.service, &with.connection, &with.uniq, 5, "%s, %d%%", "te\xffxt", 7);
+    const DaemonMsg got = with.receiver.next_record();
+    EXPECT_LE(got.time - before, 10U);
+    want.time = got.time;
+    const auto *bytes = reinterpret_cast<const char *>(&got);
+    const auto *end = bytes + sizeof got;
+    EXPECT_EQ(std::mismatch(bytes, end, reinterpret_cast<const char *>(&want)).first, end);
+    EXPECT_EQ(with.system_log(), "");
 }
 
-TEST(Log, CutsTexts)
+TEST(Log, CutsTextsAndTakesNoneForAFormat)
 {
-    const log_receiver receiver;
-    contexts with;
-    with.connection.SetUser(std::string(30, 'u').c_str());
-    test_log log(receiver.path, 1);
-    static const struct {
-        const char *label;
-        std::string message, want;
+    log_setup with(LOG_MODE_STDLOG | LOG_MODE_SYSLOG);
+    const std::string most(1020, 'm');
+    const struct {
+        std::string message, stdlog, syslog;
     } cases[] = {
-        {"one less", std::string(1022, 'm'), std::string(1022, 'm')},
-        {"just fits", std::string(1023, 'm'), std::string(1023, 'm')},
-        {"one more", std::string(1024, 'm'), std::string(1023, 'm')},
-        {"1500", std::string(1500, 'm'), std::string(1023, 'm')},
-        {"an escape at the end", std::string(1020, 'm') + ",", std::string(1020, 'm') + "%2C"},
-        {"no room for an escape", std::string(1021, 'm') + ",m", std::string(1021, 'm')},
-        {"empty", "", ""},
+        {"", "", ""},
+        {"%n%s%d %m", "%25n%25s%25d %25m", "%n%s%d %m"},
+        {most + "mmmm", most + "mmm", most + "mmmm"},
+        {most + ",", most + "%2C", most + ","},
+        {most + "m,m", most + "m", most + "m,m"},
+        {most + most + most, most + "mmm", most + most + "mmmmmmm"},
     };
     for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        log.SendLog(&with.service, &with.connection, &with.uniq, 5, "%s", row.message.c_str());
-        const auto got = receiver.next_record();
-        ASSERT_TRUE(got);
-        EXPECT_STREQ(got->text, row.want.c_str());
-        EXPECT_EQ(got->text_length, static_cast<int>(row.want.size()));
-        EXPECT_STREQ(got->user, std::string(20, 'u').c_str());
+        with.log.SendLog(&with.service, nullptr, &with.uniq, 5, "%s", row.message.c_str());
+        EXPECT_EQ(with.system_log(), "relay: " + row.syslog + "\n");
+        const DaemonMsg got = with.receiver.next_record();
+        EXPECT_EQ(got.text, row.stdlog);
+        EXPECT_EQ(got.text_length, static_cast<int>(row.stdlog.size()));
     }
 }
 
 TEST(Log, TakesTheRoadsOfItsMode)
 {
-    const log_receiver receiver;
-    contexts with;
-    with.connection.SetRule("1", "one", 2);
-    const struct {
-        const char *label;
-        int mode, event;
-        const char *preformatted;
-        const char *stdlog, *syslog;
-    } cases[] = {
-        {"nothing", 0, 1500, nullptr, nullptr, ""},
-        {"log daemon", 1, 1500, nullptr, "cannot: Permission denied", ""},
-        {"system log", 2, 1500, nullptr, nullptr, "relay: cannot: Permission denied\n"},
-        {"both", 3, 1500, nullptr, "cannot: Permission denied",
-         "relay: cannot: Permission denied\n"},
-        {"above the level", 3, 10002, nullptr, nullptr, "relay: cannot: Permission denied\n"},
-        {"not in the table", 1, 99999, nullptr, "cannot: Permission denied", ""},
-        {"preformatted", 3, 11502, "100%s done", "100%25s done",
-         "relay: cannot: Permission denied\n"},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        test_log log(receiver.path, row.mode);
-        with.uniq.event = row.event;
-        with.uniq.preformatted = row.preformatted;
-        testing::internal::CaptureStderr();
+    const auto sent = [](int mode, int event, const char *preformatted = nullptr) {
+        log_setup with(mode);
+        with.connection.SetRule("1", "one", 2);
+        with.uniq.event = event;
+        with.uniq.preformatted = preformatted;
         errno = EACCES;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat" // %m is no ISO format
-        log.SendLog(&with.service, &with.connection, &with.uniq, 4, "cannot: %m");
+        with.log.SendLog(&with.service, &with.connection, &with.uniq, 4, "cannot: %m");
 #pragma GCC diagnostic pop
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), row.syslog);
-        log_transmit("end", 3, &log.stdlog);
-        if (row.stdlog != nullptr) {
-            const auto got = receiver.next_record();
-            ASSERT_TRUE(got);
-            EXPECT_STREQ(got->text, row.stdlog);
-            EXPECT_EQ(got->event, row.event);
-        }
-        EXPECT_EQ(receiver.next(), "end");
-    }
-}
-
-TEST(Log, NeverTakesTextFromOutsideForAFormat)
-{
-    const log_receiver receiver;
-    contexts with;
-    test_log log(receiver.path, 3);
-    testing::internal::CaptureStderr();
-    log.SendLog(&with.service, &with.connection, &with.uniq, 5, "%s", "%n%s%d %m");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "relay: %n%s%d %m\n");
-    const auto got = receiver.next_record();
-    ASSERT_TRUE(got);
-    EXPECT_STREQ(got->text, "%25n%25s%25d %25m");
-}
-
-TEST(Log, SystemLogTextEndsAtItsLimit)
-{
-    const log_receiver receiver;
-    contexts with;
-    test_log log(receiver.path, 2);
-    const std::string message(3000, 'm');
-    testing::internal::CaptureStderr();
-    log.SendLog(&with.service, &with.connection, &with.uniq, 5, "%s", message.c_str());
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "relay: " + message.substr(0, 2047) + "\n");
+        const std::string system_log = with.system_log();
+        log_transmit("end", 3, &with.log.stdlog);
+        const std::string record = with.receiver.next();
+        return system_log + (record == "end" ? "" : record.c_str() + offsetof(DaemonMsg, text));
+    };
+    const std::string denied = "cannot: Permission denied", line = "relay: " + denied + "\n";
+    EXPECT_EQ(sent(0, 1500), "");
+    EXPECT_EQ(sent(1, 1500), denied);
+    EXPECT_EQ(sent(2, 1500), line);
+    EXPECT_EQ(sent(3, 1500), line + denied);
+    EXPECT_EQ(sent(3, 10002), line);   // above the level of the rule
+    EXPECT_EQ(sent(1, 99999), denied); // not in the table of events
+    EXPECT_EQ(sent(3, 11502, "100%s done"), line + "100%25s done");
 }
 
 TEST(Log, RefusesNullParameters)
 {
-    const log_receiver receiver;
-    contexts with;
-    test_log log(receiver.path, 1);
-    testing::internal::CaptureStderr();
-    log.SendLog(nullptr, &with.connection, &with.uniq, 5, "x");
-    log.SendLog(&with.service, &with.connection, nullptr, 5, "x");
-    log.SendLogFormatted(nullptr, nullptr, &with.uniq, 5, "x");
+    log_setup with(LOG_MODE_STDLOG);
+    with.log.SendLog(nullptr, &with.connection, &with.uniq, 5, "x");
+    with.log.SendLog(&with.service, &with.connection, nullptr, 5, "x");
     const std::string line = "relay: Failed to send standard log message: null parameter\n";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line + line);
-    log_transmit("end", 3, &log.stdlog);
-    EXPECT_EQ(receiver.next(), "end");
-}
-
-TEST(Log, NamesTheUnknownAndChecksTheFacility)
-{
-    contexts with;
-    cfg_setpfile("/nonexistent/netperm-table");
-    static const struct {
-        int given, kept;
-    } cases[] = {{0, 0}, {24, 24}, {0x3f8, 0x3f8}, {7, 0}, {0x400, 0}, {-1, 0}};
-    for (const auto &row : cases) {
-        testing::internal::CaptureStderr(); // the default settings can't be read
-        const Log log("relay", &with.service, 9, row.given);
-        (void)testing::internal::GetCapturedStderr();
-        EXPECT_EQ(log.facility, row.kept);
-        EXPECT_EQ(log.logopt, 9);
-        EXPECT_EQ(log.mode, 1);
-    }
-    EXPECT_STREQ(with.service.GetProxyName(), "unknown");
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 8).mode, 2);
-    cfg_setpfile(nullptr);
+    EXPECT_EQ(with.system_log(), line + line);
+    log_transmit("end", 3, &with.log.stdlog);
+    EXPECT_EQ(with.receiver.next(), "end");
+    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x3f8).facility, 0x3f8);
+    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x400).facility, 0);
+    EXPECT_EQ(Log(nullptr, nullptr, 0, 7).facility, 0);
 }
 
 TEST(WithinLogLevel, ComparesWithTheTable)
 {
-    static const struct {
-        int event, level;
-    } cases[] = {{0, 0},     {500, 0},   {501, 4},   {502, 0},   {499, 0},   {1000, 2},  {1499, 0},
-                 {1500, 1},  {1513, 1},  {1514, 0},  {2506, 0},  {6008, 3},  {10002, 4}, {11502, 1},
-                 {13505, 0}, {13510, 0}, {18000, 3}, {19003, 5}, {22001, 2}, {32105, 1}, {32106, 0},
-                 {32524, 1}, {32525, 0}, {99999, 0}, {-1, 0}};
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.event);
-        const auto event = static_cast<events>(row.event);
-        EXPECT_EQ(lookup_loglevel_byid(event), row.level);
-        EXPECT_TRUE(Log::WithinLogLevel(event, -1));
-        for (int level = 0; level <= 5; ++level)
-            EXPECT_EQ(Log::WithinLogLevel(event, level), row.level <= level);
+    const std::pair<int, int> cases[] = {{-1, 0},   {499, 0},  {501, 4},   {1499, 0},  {1500, 1},
+                                         {1513, 1}, {1514, 0}, {19003, 5}, {32524, 1}, {32525, 0}};
+    for (const auto &[number, want] : cases) {
+        const auto event = static_cast<events>(number);
+        EXPECT_EQ(lookup_loglevel_byid(event), want) << number;
+        for (int level = -1; level <= 5; ++level)
+            EXPECT_EQ(Log::WithinLogLevel(event, level), level < 0 || want <= level) << number;
     }
 }
 
-TEST(VSendLog, ReachesTheLogObject)
+// The usual modes are in tests/system.
+TEST(CheckLogConfig, ChoosesTheMode)
 {
-    const table_file table("default_logging: logging normal\n");
-    {
-        contexts with;
-        servContext = &with.service;
-        connContext = &with.connection;
+    // The mode, and what the system log is told.
+    const auto mode_of = [](const std::string &lines) {
+        const table_file table(lines);
+        cfgrec *list = cfg_read("n");
+        openlog("mode", LOG_PERROR, LOG_USER);
         testing::internal::CaptureStderr();
-        V_OpenLog("first", &with.service, LOG_PERROR, LOG_DAEMON);
-        SendLog(servContext, connContext, with.uniq, 5, "one");
-        V_OpenLog("second", &with.service, LOG_PERROR, LOG_DAEMON);
-        SendLog(servContext, connContext, with.uniq, 5, "two");
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "first: one\nsecond: two\n");
-        const int before = dup(0);
-        close(before);
-        V_CloseLog();
-        V_CloseLog();
-        SendLog(servContext, connContext, with.uniq, 5, "three"); // makes a new one
-        EXPECT_STREQ(with.service.GetProxyName(), "unknown");
-        V_CloseLog();
-        const int after = dup(0);
-        close(after);
-        EXPECT_LE(after, before);
-        servContext = nullptr;
-        connContext = nullptr;
-    }
+        const std::string mode = std::to_string(Log::CheckLogConfig(list));
+        closelog();
+        cfg_free(list);
+        return mode + ' ' + testing::internal::GetCapturedStderr();
+    };
+    const std::string two = " mode: cfgerr: logging keyword expects only one value, line 2\n";
+    EXPECT_EQ(mode_of("n: log-enabled no\n"), "1 ");
+    EXPECT_EQ(mode_of("n: logging none\nn: logging both\n"), "0 ");
+    EXPECT_EQ(mode_of("n: logging slf\nn: log-enabled no\n"), "0 ");
+    EXPECT_EQ(mode_of("n: logging both\nn: log-enabled No\n"), "3 ");
+    EXPECT_EQ(mode_of("n: logging both\nn: log-enabled  \n"), "3 ");
+    EXPECT_EQ(mode_of("n: logging none\nn: log-enabled no x\n"),
+              "1 mode: cfgerr: log-enabled keyword expects only one value, line 2\n");
+    EXPECT_EQ(mode_of("\nn: logging  \n"), "1" + two);
+    EXPECT_EQ(mode_of("\nn: logging normal both\n"), "2" + two);
+    EXPECT_EQ(mode_of("n: logging %s\n"),
+              "1 mode: cfgerr: invalid value %s for logging keyword, line 1\n");
+    const table_file table("default_logging: logging both\nn: logging none\n");
+    EXPECT_EQ(Log::CheckLogConfig(nullptr), 3);
+    EXPECT_EQ(Log::CheckLogConfig(cfg_failure()), 1);
 }

@@ -1,10 +1,13 @@
+// The policies of a table, and the terms that the options of a `hosts` line make.
 #include "lib/fwall/policy.h"
 
 #include "tests/fwall/proxy_setup.h"
 
-#include <gtest/gtest.h>
+#include <cstdlib>
 
-static constexpr policy_option OPTIONS[] = {
+static const std::string LONG_NAME(80, 'l'), LONG_EXPANSION = "deny-x " + std::string(1024, 'x');
+
+static const policy_option OPTIONS[] = {
     {"-flag", POLICY_ARG_NONE, "keyword a 'b c'"},
     {"-bare", POLICY_ARG_NONE, nullptr},
     {"-xyz", POLICY_ARG_ONE, ""},
@@ -15,6 +18,7 @@ static constexpr policy_option OPTIONS[] = {
     {"-nameless", POLICY_ARG_NONE, "deny-"},
     {"-policy", POLICY_ARG_NONE, "mine"},
     {"-", POLICY_ARG_NONE, " , "},
+    {"-long", POLICY_ARG_NONE, LONG_EXPANSION.c_str()},
     {},
 };
 
@@ -32,110 +36,113 @@ static std::string records(const cfgrec *list, const cfgrec *end = nullptr)
     return text;
 }
 
-static told bad(const char *text)
-{
-    return {11502, 1, text};
-}
-
-TEST(GetPolicy, MakesRecordsOfOptions)
+// Which records in which order is compared with a model in tests/fuzz.
+TEST(GetPolicy, ReportsFaultsAndGoesOn)
 {
     static const struct {
-        const char *line, *want;
-        std::vector<told> reports;
+        const char *words, *want, *report;
     } cases[] = {
-        {"a b", "", {}},
-        {"-flag", "1 keyword(0) a b c;", {}},
-        {"a -bare -xyz 5", "1 bare(0);1 xyz(0) 5;", {}},
-        {"a -one x", "1 destination(2) fixed x;", {}},
-        {"a -one -flag", "1 destination(2) fixed -flag;", {}},
-        {"a -one", "1 destination(2);", {bad("cfgerr: missing argument for '-one', line 1")}},
-        {"a -list x y", "1 ports(1) fixed x;", {bad("cfgerr: unknown argument name y")}},
-        {"a -list { x y } -bare", "1 ports(1) fixed x y;1 bare(0);", {}},
-        {"a -list { }", "1 ports(1) fixed;", {}},
-        {"a -list {lost x }lost y",
-         "1 ports(1) fixed x;",
-         {bad("cfgerr: unknown argument name y")}},
-        {"a -list { x -bare",
-         "1 ports(1) fixed x -bare;",
-         {bad("cfgerr: missing end of list '}', line 1")}},
-        {"a -list {", "1 ports(1) fixed;", {bad("cfgerr: missing end of list '}', line 1")}},
-        {"a -list", "1 ports(1);", {bad("cfgerr: -list needs at least one argument, line 1")}},
-        {"a -rest x -b -policy", "1 absorb-rest(0) fixed x -b -policy;", {}},
-        {"a -rest", "1 absorb-rest(0);", {bad("cfgerr: -rest needs atleast one argument, line 1")}},
-        {"a -odd x", "1 odd(2);", {bad("cfgerr: unknown argument name x")}},
-        {"a -nameless", "1 nameless(2);", {}},
-        {"a -", "1 (0);", {}},
-        {"a -fifteen-letters-and -FLAG -bare",
-         "1 bare(0);",
-         {bad("cfgerr: unknown argument name -fifteen-l"),
-          bad("cfgerr: unknown argument name -FLAG")}},
+        {"a -bare -xyz 5 -nameless -", "1 bare(0);1 xyz(0) 5;1 nameless(2);1 (0);", ""},
+        {"a -one -", "1 destination(2) fixed -;", ""},
+        {"a -one", "1 destination(2);", "missing argument for '-one', line 1\n"},
+        {"a -list x y", "1 ports(1) fixed x;", "unknown argument name y\n"},
+        {"a -list {lost }lost", "1 ports(1) fixed;", ""},
+        {"a -list { x -bare", "1 ports(1) fixed x -bare;", "missing end of list '}', line 1\n"},
+        {"a -list", "1 ports(1);", "-list needs at least one argument, line 1\n"},
+        {"a -rest", "1 absorb-rest(0);", "-rest needs atleast one argument, line 1\n"},
+        {"a -odd x", "1 odd(2);", "unknown argument name x\n"},
+        {"a -fifteen-letters-and -bare", "1 bare(0);", "unknown argument name -fifteen-l\n"},
     };
     for (const auto &row : cases) {
-        SCOPED_TRACE(row.line);
-        const proxy_setup setup("n: permit-hosts " + std::string(row.line) + "\n");
+        SCOPED_TRACE(row.words);
+        const proxy_setup setup("permit-hosts " + std::string(row.words));
         EXPECT_EQ(get_policy(proxy_confp, OPTIONS), 0);
         EXPECT_EQ(records(policy_confp, proxy_confp), row.want);
-        EXPECT_EQ(report_log::reports, row.reports);
+        EXPECT_EQ(report_log::lines(),
+                  *row.report == '\0' ? "" : std::string("11502/1 cfgerr: ") + row.report);
     }
 }
 
-TEST(GetPolicy, PutsOptionsInFrontAndPoliciesBehind)
+TEST(GetPolicy, RefusesHalfOfTheTerms)
 {
-    const proxy_setup setup("n: hosts a -policy p -flag -policy q -bare\nn: hosts b -policy q\n"
-                            "policy-p: k 1\npolicy-q: k 2\npolicy-q: deny-k 3\n");
-    const cfgrec *hosts = proxy_confp;
-    EXPECT_EQ(get_policy(hosts, OPTIONS), 0);
-    const std::string entries = "1 hosts(0) a -policy p -flag -policy q -bare;"
-                                "2 hosts(0) b -policy q;3 k(0) 1;4 k(0) 2;5 k(2) 3;";
-    EXPECT_EQ(records(policy_confp), "1 keyword(0) a b c;1 bare(0);" + entries);
-    EXPECT_EQ(records(proxy_confp), entries);
-    EXPECT_STREQ(policy_name, "policy-q");
-    EXPECT_EQ(get_policy(nullptr, OPTIONS), 0);
-    EXPECT_EQ(get_policy(hosts->next, nullptr), 0);
-    EXPECT_EQ(records(proxy_confp), entries + "4 k(0) 2;5 k(2) 3;");
-    EXPECT_TRUE(report_log::reports.empty());
-}
-
-TEST(GetPolicy, RefusesAPolicyThatLeadsNowhere)
-{
-    const std::string long_name(60, 'l');
-    const struct {
-        std::string line;
-        told report;
-    } cases[] = {
-        {"a -flag -policy", {11502, 1, "cfgerr: -policy needs an argument, line 1"}},
-        {"a -flag -policy p -policy", {11502, 1, "cfgerr: -policy needs an argument, line 1"}},
-        {"a -flag -policy p -policy none",
-         {11503, 1, "cfgerr: could not find policy-none, line 1"}},
-        {"a -flag -policy p -policy " + long_name,
-         {11503, 1, "cfgerr: could not find policy-" + std::string(50, 'l') + ", line 1"}},
+    const std::pair<std::string, std::string> cases[] = {
+        {"-policy", "11502/1 cfgerr: -policy needs an argument, line 1\n"},
+        {"-policy none", "11503/1 cfgerr: could not find policy-none, line 1\n"},
+        {"-policy " + LONG_NAME,
+         "11503/1 cfgerr: could not find policy-" + LONG_NAME.substr(0, 50) + ", line 1\n"},
+        {"-long", "11502/1 cfgerr: expansion of -long too long, line 1\n"},
     };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.line);
-        const proxy_setup setup("n: hosts " + row.line + "\nn: hosts b -policy p\npolicy-p: k 1\n");
+    for (const auto &[words, report] : cases) {
+        const proxy_setup setup("hosts a -flag -policy p " + words +
+                                "\nhosts b -policy p\npolicy-p: k 1");
         EXPECT_EQ(get_policy(proxy_confp, OPTIONS), 1);
         EXPECT_EQ(policy_confp, proxy_confp);
-        EXPECT_EQ(report_log::reports, std::vector{row.report});
+        EXPECT_EQ(report_log::lines(), report);
     }
 }
 
-TEST(GetPolicy, RefusesAnExpansionThatDoesNotFit)
+// What the table of policies has for a name.
+static std::string found(const std::string &name)
 {
-    const std::string expansion = "deny-destination " + std::string(1024, 'x');
-    const policy_option options[] = {{"-long", POLICY_ARG_NONE, expansion.c_str()}, {}};
-    const proxy_setup setup("n: hosts a -long\n");
-    EXPECT_EQ(get_policy(proxy_confp, options), 1);
-    EXPECT_EQ(policy_confp, proxy_confp);
-    EXPECT_EQ(report_log::reports, std::vector{bad("cfgerr: expansion of -long too long, line 1")});
+    cfgrec *list = cfg_find(name.c_str());
+    const std::string text = records(list);
+    cfg_free(list);
+    policy_confp = nullptr;
+    EXPECT_EQ(get_policy_by_name(name.c_str()), text.empty() ? -1 : 0);
+    EXPECT_EQ(records(policy_confp), text);
+    cfg_free(policy_confp);
+    policy_confp = proxy_confp;
+    return text;
 }
 
-TEST(GetPolicyByName, TakesWhatTheTableHas)
+TEST(CfgBldCFGlist, ReadsThePolicyOfEachLineOnce)
 {
-    const proxy_setup setup("n: hosts a -policy p\npolicy-p: k 1\npolicy-q: k 2\n");
-    policy_confp = nullptr;
-    EXPECT_EQ(get_policy_by_name("q"), -1);
-    EXPECT_EQ(get_policy_by_name(nullptr), -1);
-    EXPECT_EQ(policy_confp, nullptr);
-    EXPECT_EQ(get_policy_by_name("p"), 0);
-    EXPECT_EQ(records(policy_confp), "2 k(0) 1;");
+    const std::string cut = LONG_NAME.substr(0, 50);
+    const proxy_setup setup("permit-hosts * -policy a\nhosts  \nhosts a b\nhosts a -x -policy p\n"
+                            "hosts a -policy\ndeny-hosts x y -policy " +
+                            LONG_NAME + " -other\nhosts -policy a\nhosts * -policy A\n" +
+                            "policy-a: k 1\npolicy-b: k 3\npolicy-a: k 2\npolicy-A: k 5\npolicy-" +
+                            cut + ": k 4");
+    EXPECT_EQ(cfg_bldCFGlist(), 3); // anew: start-up has built it
+    EXPECT_EQ(report_log::lines(),
+              "11502/2 cfgerr: hosts takes at least one argument, line 2\n"
+              "11502/3 cfgerr: permit-hosts line must have -policy flag, line 3\n"
+              "11502/4 cfgerr: permit-hosts line must have -policy flag, line 4\n"
+              "11502/5 cfgerr: -policy needs an argument, line 5\n");
+    EXPECT_EQ(found("a") + found("A"), "9 k(0) 1;11 k(0) 2;12 k(0) 5;");
+    EXPECT_EQ(found(LONG_NAME), "13 k(0) 4;");
+    EXPECT_EQ(found(cut) + found("b"), "");
+    EXPECT_EQ(cfg_find(nullptr), nullptr);
+    free_cfglist();
+    EXPECT_EQ(found("a"), "");
+}
+
+TEST(CfgBldCFGlist, FailsForAPolicyWithoutEntries)
+{
+    const proxy_setup setup("hosts * -policy a\nhosts x -policy " + LONG_NAME +
+                            "\nhosts * -policy c\npolicy-a: k 1\npolicy-c: k 2");
+    EXPECT_EQ(cfg_bldCFGlist(), -1);
+    EXPECT_EQ(report_log::lines(), "11503/0 cfgerr: could not find Policy : " + LONG_NAME + ".\n");
+    EXPECT_EQ(found("a") + found("c"), "4 k(0) 1;"); // c was never read: refused
+}
+
+TEST(CfgFindPolicyNames, HoldsUpToItsLimit)
+{
+    for (const int policies : {2048, 2049, 4096}) {
+        std::string lines;
+        for (int i = 0; i < policies; ++i)
+            lines += "hosts * -policy p" + std::to_string(i) + "\n";
+        // A name seen before needs no room.
+        const proxy_setup setup(lines + "hosts * -policy p7\npolicy-p0: k 1");
+        std::vector<char *> names(POLICY_SLOTS);
+        EXPECT_EQ(cfg_findPolicyNames(names.data()), policies > 2048 ? -1 : policies);
+        for (int i = 0; i < 2048; ++i) {
+            EXPECT_EQ(names[static_cast<std::size_t>(i)], "p" + std::to_string(i));
+            std::free(names[static_cast<std::size_t>(i)]);
+        }
+        EXPECT_EQ(names[2048], nullptr);
+        EXPECT_EQ(report_log::lines(),
+                  policies > 2048 ? "11502/0 cfgerr: Too many policies!\n" : "");
+        EXPECT_EQ(found("p0").empty(), policies > 2048); // nothing is left of too many
+    }
 }

@@ -4,21 +4,10 @@
 #include "lib/ulib/report.h"
 
 #include <cstdio>
-#include <ostream>
 #include <string>
 #include <vector>
 
-struct told {
-    int event = 0;
-    int line = 0;
-    std::string text;
-
-    bool operator==(const told &) const = default;
-    friend std::ostream &operator<<(std::ostream &out, const told &one)
-    {
-        return out << one.event << " line " << one.line << ": " << one.text;
-    }
-};
+using told = std::string; // "EVENT/LINE TEXT"
 
 struct report_log {
     static inline std::vector<told> reports;
@@ -43,13 +32,23 @@ struct report_log {
     report_log(const report_log &) = delete;
     report_log &operator=(const report_log &) = delete;
 
+    // All reports, a line each.
+    static std::string lines()
+    {
+        std::string all;
+        for (const told &one : reports)
+            all += one + "\n";
+        return all;
+    }
+
     __attribute__((format(printf, 5, 0))) static void take(CServiceContext *, CConnectionContext *,
                                                            const UNIQUE_DATA_T &uniq, int level,
                                                            const char *format, va_list args)
     {
         char text[4096];
         std::vsnprintf(text, sizeof text, format, args);
-        reports.push_back({uniq.event, uniq.line, text});
+        reports.push_back(std::to_string(uniq.event) + '/' + std::to_string(uniq.line) + ' ' +
+                          text);
         priority = level;
     }
 };

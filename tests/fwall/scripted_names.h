@@ -25,6 +25,13 @@ class scripted_names
 
     // The record: "name NAME", "addr ADDRESS" and "port SERVICE".
     std::vector<std::string> asked;
+    std::string lines() const
+    {
+        std::string all;
+        for (const std::string &one : asked)
+            all += one + "\n";
+        return all;
+    }
 
     scripted_names()
     {
@@ -52,7 +59,6 @@ class scripted_names
             list.push_back(octets[i].data());
         }
         list.push_back(nullptr);
-        found = {};
         found.h_length = row->second.length;
         found.h_addr_list = list.data();
         return &found;
@@ -66,11 +72,8 @@ class scripted_names
             inet_ntop(AF_INET, addr, text, sizeof text);
         current->asked.push_back(std::string("addr ") + text);
         const auto row = current->names.find(text);
-        if (row == current->names.end())
-            return nullptr;
-        found = {};
-        found.h_name = row->second.data();
-        return &found;
+        found.h_name = row == current->names.end() ? nullptr : row->second.data();
+        return found.h_name == nullptr ? nullptr : &found;
     }
 
     static servent *service_by_name(const char *name, const char *protocol)
@@ -78,10 +81,9 @@ class scripted_names
         static servent found;
         current->asked.push_back(std::string("port ") + name);
         const auto row = current->services.find(name);
-        if (row == current->services.end() || std::string(protocol) != "tcp")
-            return nullptr;
-        found.s_port = htons(row->second);
-        return &found;
+        const bool known = row != current->services.end() && std::string(protocol) == "tcp";
+        found.s_port = known ? htons(row->second) : 0;
+        return known ? &found : nullptr;
     }
 
     static inline scripted_names *current = nullptr;

@@ -1,308 +1,208 @@
+// Who may use the proxy, and what follows from the answer.
 #include "lib/fwall/srcchk.h"
 
+#include "lib/fwall/srcrule.h"
 #include "tests/fwall/proxy_setup.h"
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/scripted_platform.h"
 
-#include <gtest/gtest.h>
+#include <random>
 
-using questions = std::vector<std::string>;
-
-static int check(const char *client)
+// The code, the line of `permit_confp` and the name to show; then what was asked and reported.
+static std::string outcome_of(const proxy_setup &setup, const char *client)
 {
     const sockaddr_in from = plain_address(client), local = plain_address("20.0.0.1");
-    return permit_src_addr_chk(&from, &local);
+    const int code = permit_src_addr_chk(&from, &local);
+    EXPECT_STREQ(proxy_riaddr, client);
+    return std::to_string(code) + " line " +
+           (permit_confp == nullptr ? "-" : std::to_string(permit_confp->lineno)) + " as " +
+           proxy_rladdr + '\n' + setup.asked_and_told();
 }
 
+// Plainer walks over more lines, and patterns made ready, are compared in tests/fuzz.
 TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
 {
     static const struct {
-        const char *label, *table, *client;
-        int want;
-        int line; // of the entry that fits, 0 for none
-        const char *shown;
-        questions asked;
-        std::vector<told> reports;
+        const char *lines, *want, *client = "10.0.0.1"; // mail.office.lan
     } cases[] = {
-        {"no entries", "n: k 1\n", "10.1.2.3", 1, 0, "unknown", {}, {}},
-        {"entries of others", "m: hosts *\n", "10.1.2.3", 1, 0, "unknown", {}, {}},
-        {"permit", "n: permit-hosts 10.*\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"no prefix", "n: hosts 10.*\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"absorb", "n: absorb-hosts 10.*\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"deny", "n: deny-hosts 10.*\n", "10.1.2.3", 2, 1, "nodnsquery", {}, {}},
-        {"no match", "n: hosts 11.* 10.2\n", "10.1.2.3", 1, 0, "unknown", {}, {}},
-        {"deny first",
-         "n: deny-hosts 10.1.2.*\nn: permit-hosts 10.*\n",
-         "10.1.2.3",
-         2,
-         1,
-         "nodnsquery",
-         {},
-         {}},
-        {"permit first",
-         "n: permit-hosts 10.*\nn: deny-hosts 10.1.2.*\n",
-         "10.1.2.3",
-         0,
-         1,
-         "nodnsquery",
-         {},
-         {}},
-        {"range", "n: hosts 10.1.2.1-10.1.2.9\n", "10.1.2.3", 0, 1, "nodnsquery", {}, {}},
-        {"behind an option",
-         "n: hosts 11.* -policy p 10.*\npolicy-p: k 1\n",
-         "10.1.2.3",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"options alone",
-         "n: hosts -policy p *\npolicy-p: k 1\n",
-         "10.1.2.3",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"a bad entry is passed over",
-         "n: hosts  \nn: deny-hosts  \nn: hosts 10.*\n",
-         "10.1.2.3",
-         0,
-         3,
-         "nodnsquery",
-         {},
-         {{11502, 1, "cfgerr: hosts takes at least one argument, line 1"},
-          {11502, 2, "cfgerr: hosts takes at least one argument, line 2"}}},
-        {"name", "n: hosts *.lan\n", "10.0.0.1", 0, 1, "nodnsquery", {"addr 10.0.0.1"}, {}},
-        {"one look-up",
-         "n: hosts a.lan b.lan\nn: deny-hosts *.wan\nn: hosts mail.*\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {"addr 10.0.0.1"},
-         {}},
-        {"no name",
-         "n: hosts *.lan\nn: deny-hosts unknown\n",
-         "10.0.0.9",
-         2,
-         2,
-         "nodnsquery",
-         {"addr 10.0.0.9"},
-         {}},
-        {"no look-up when an address decides",
-         "n: hosts 10.* *.lan\n",
-         "10.0.0.1",
-         0,
-         1,
-         "nodnsquery",
-         {},
-         {}},
-        {"rev_dns",
-         "n: rev_dns 11.* 10.0.0.1\nn: hosts *.lan unknown nodnsquery\nn: hosts 10\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {},
-         {}},
-        {"rev_dns range",
-         "n: rev_dns 10.0.0.0-10.0.0.1\nn: hosts *.lan\n",
-         "10.0.0.1",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"rev_dns of others",
-         "n: rev_dns  \nn: rev_dns 10.0.0.2-10.0.0.9\nn: hosts *.lan\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {"addr 10.0.0.1"},
-         {{11502, 1, "vhltcfgerr: rev_dns takes at least one argument, line 1"}}},
-        {"use_name_logs",
-         "n: use_name_logs yes\nn: hosts 10.*\n",
-         "10.0.0.1",
-         0,
-         2,
-         "mail.office.lan",
-         {"addr 10.0.0.1"},
-         {}},
-        {"use_name_logs, remembered",
-         "n: use_name_logs on\nn: hosts *.lan\n",
-         "10.0.0.1",
-         0,
-         2,
-         "mail.office.lan",
-         {"addr 10.0.0.1"},
-         {}},
-        {"use_name_logs off",
-         "n: use_name_logs no\nn: hosts *.lan\n",
-         "10.0.0.1",
-         0,
-         2,
-         "nodnsquery",
-         {"addr 10.0.0.1"},
-         {}},
-        {"use_name_logs without argument",
-         "n: use_name_logs  \nn: hosts 10.*\n",
-         "10.0.0.1",
-         0,
-         2,
-         "nodnsquery",
-         {},
-         {}},
-        {"use_name_logs and rev_dns",
-         "n: use_name_logs on\nn: rev_dns *\nn: hosts 10.*\n",
-         "10.0.0.1",
-         0,
-         3,
-         "nodnsquery",
-         {},
-         {}},
-        {"use_name_logs, no name",
-         "n: use_name_logs on\nn: hosts *\n",
-         "10.0.0.9",
-         0,
-         2,
-         "unknown",
-         {"addr 10.0.0.9"},
-         {}},
-        {"use_name_logs, no match",
-         "n: use_name_logs on\nn: hosts 11.*\n",
-         "10.0.0.1",
-         1,
-         0,
-         "unknown",
-         {},
-         {}},
-        {"mask that can't match",
-         "n: deny-hosts 10.1.0.0:255.0.0.0\nn: hosts 10.*\n",
-         "10.1.2.3",
-         0,
-         2,
-         "nodnsquery",
-         {},
-         {{11502, 0, "cfgerr: pat:mask can never match anything, 10.1.0.0:255.0.0.0"}}},
-        {"identity without a device",
-         "n: hosts ~alice ~\nn: hosts ''\n",
-         "10.1.2.3",
-         0,
-         2,
-         "nodnsquery",
-         {},
-         {}},
+        {"permit-hosts 10.*", "0 line 1 as nodnsquery\n"},
+        {"absorb-hosts 10.*", "0 line 1 as nodnsquery\n"},
+        {"hosts 11.* 10.2", "1 line - as unknown\n"},
+        {"deny-hosts 10.0.0.*\nhosts 10.*", "2 line 1 as nodnsquery\n"},
+        {"hosts 10.*\ndeny-hosts 10.0.0.*", "0 line 1 as nodnsquery\n"},
+        {"hosts 11.* -policy p 10.*\nhosts -policy p *\npolicy-p: k 1", "1 line - as unknown\n"},
+        {"deny-hosts  \nhosts 10.*",
+         "0 line 2 as nodnsquery\n11502/1 cfgerr: hosts takes at least one argument, line 1\n"},
+        {"hosts a.lan b.lan\nhosts mail.*", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
+        {"hosts *.lan\ndeny-hosts unknown", "2 line 2 as nodnsquery\naddr 10.0.0.9\n", "10.0.0.9"},
+        {"rev_dns 11.* 10.0.0.1\nhosts *.lan unknown nodnsquery", "1 line - as unknown\n"},
+        {"rev_dns 10.0.0.0-10.0.0.1\nhosts *.lan", "1 line - as unknown\n"},
+        {"rev_dns  \nrev_dns 10.0.0.2-10.0.0.9\nhosts *.lan",
+         "0 line 3 as nodnsquery\naddr 10.0.0.1\n"
+         "11502/1 vhltcfgerr: rev_dns takes at least one argument, line 1\n"},
+        {"use_name_logs yes\nhosts 10.*", "0 line 2 as mail.office.lan\naddr 10.0.0.1\n"},
+        {"use_name_logs no\nhosts *.lan", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
+        {"use_name_logs  \nhosts 10.*", "0 line 2 as nodnsquery\n"},
+        {"use_name_logs on\nrev_dns *\nhosts 10.*", "0 line 3 as nodnsquery\n"},
+        {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
     };
-    // Patterns that are read at the check and patterns made ready before it give the same.
     for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
         const auto &row = cases[i / 2];
-        SCOPED_TRACE(row.label);
-        proxy_setup setup(row.table, i % 2 == 1);
-        const scripted_platform device;
+        SCOPED_TRACE(row.lines);
+        proxy_setup setup(row.lines, i % 2 == 1);
+        const scripted_platform no_device;
         setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
-        EXPECT_EQ(check(row.client), row.want);
-        EXPECT_EQ(permit_confp == nullptr ? 0 : permit_confp->lineno, row.line);
-        EXPECT_STREQ(proxy_riaddr, row.client);
-        EXPECT_STREQ(proxy_rladdr, row.shown);
-        EXPECT_EQ(setup.names.asked, row.asked);
-        EXPECT_EQ(report_log::reports, row.reports);
-        EXPECT_TRUE(device.vpn_requests.empty());
+        EXPECT_EQ(outcome_of(setup, row.client), row.want);
     }
 }
 
 TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
 {
-    static const struct {
-        const char *label, *table, *identity, *display;
-        int want;
-        const char *shown;
-        std::size_t requests;
-    } cases[] = {
-        {"known", "n: hosts ~alice\n", "~alice", "~Alice (home)", 0, "~Alice (home)", 1},
-        {"known, denied", "n: deny-hosts ~alice\n", "~alice", "~Alice", 2, "~Alice", 1},
-        {"asked once", "n: hosts ~bob ~carl\nn: hosts ~alice\n", "~alice", "~A", 0, "~A", 1},
-        {"other", "n: hosts ~bob ~alic ~alice2 ~*\n", "~alice", "~Alice", 1, "unknown", 1},
-        {"case counts", "n: hosts ~Alice\n", "~alice", "~Alice", 1, "unknown", 1},
-        {"field full", "n: hosts ~23456789abcdefg\n", "~23456789abcdefghij", "~A", 0, "~A", 1},
-        {"not known", "n: hosts ~alice\n", "~alice", "Alice", 1, "unknown", 1},
-        {"not reached", "n: hosts 10.*\nn: hosts ~alice\n", "~alice", "~A", 0, "nodnsquery", 0},
-        {"the name is not shown for it", "n: use_name_logs on\nn: hosts ~alice\n", "~alice", "~A",
-         0, "~A", 1},
-    };
-    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
-        const auto &row = cases[i / 2];
-        SCOPED_TRACE(row.label);
-        const proxy_setup setup(row.table, i % 2 == 1);
+    const auto checked = [](const char *lines, const std::string &display) {
+        const proxy_setup setup(lines);
         scripted_platform device;
         device.vpn_open_error = 0;
-        device.on_vpn_ioctl = [&row](byte_area message) {
-            const std::string_view identity(row.identity), display(row.display);
+        device.on_vpn_ioctl = [&display](byte_area message) {
+            EXPECT_EQ(dotted_at(message, 8) + ' ' + dotted_at(message, 12), "10.1.2.3 20.0.0.1");
             std::fill(message.begin(), message.end(), std::uint8_t{0});
-            std::copy_n(identity.begin(), std::min<std::size_t>(identity.size(), 16),
-                        message.begin() + 8);
+            std::copy_n("~alice", 6, message.begin() + 8);
             std::copy(display.begin(), display.end(), message.begin() + 24);
             return 0;
         };
-        EXPECT_EQ(check("10.1.2.3"), row.want);
-        EXPECT_STREQ(proxy_rladdr, row.shown);
-        EXPECT_TRUE(setup.names.asked.empty());
-        ASSERT_EQ(device.vpn_requests.size(), row.requests);
-        if (row.requests > 0) {
-            EXPECT_EQ(at<u32>(device.vpn_requests[0].message, 8), inet_addr("10.1.2.3"));
-            EXPECT_EQ(at<u32>(device.vpn_requests[0].message, 12), inet_addr("20.0.0.1"));
-        }
-    }
+        const std::string outcome = outcome_of(setup, "10.1.2.3");
+        return outcome + std::to_string(device.vpn_requests.size());
+    };
+    EXPECT_EQ(checked("hosts ~bob ~carl\nhosts ~alice", "~A (home)"), "0 line 2 as ~A (home)\n1");
+    EXPECT_EQ(checked("hosts ~bob ~alic ~alice2 ~Alice ~*", "~A"), "1 line - as unknown\n1");
+    EXPECT_EQ(checked("hosts ~alice", "Alice"), "1 line - as unknown\n1"); // no `~`: not known
+    EXPECT_EQ(checked("hosts 10.*\nhosts ~alice", "~A"), "0 line 1 as nodnsquery\n0");
+    EXPECT_EQ(checked("use_name_logs on\ndeny-hosts ~alice", "~A"), "2 line 2 as ~A\n1");
 }
 
 TEST(PermitSrcAddrChk, KeepsTheLastMatchWithoutANewOne)
 {
-    const proxy_setup setup("n: hosts 10.*\n");
-    EXPECT_EQ(check("10.1.2.3"), 0);
-    EXPECT_EQ(check("11.1.2.3"), 1);
-    EXPECT_EQ(permit_confp, proxy_confp);
-    EXPECT_STREQ(proxy_rladdr, "nodnsquery");
-    EXPECT_STREQ(setup.connection.GetSrcIPAddress(), "");
-}
-
-TEST(PermitSrcChk, TakesTheTrueEnds)
-{
-    proxy_setup setup("n: hosts 10.1.2.3\n");
-    scripted_platform device;
-    const loopback_connection pair;
-    device.on_fw_ioctl = [](unsigned long, byte_area record) {
-        put_end(record, 4, "10.1.2.3", 1024);
-        put_end(record, 20, "20.0.0.1", 80);
-        return 0;
-    };
-    EXPECT_EQ(permit_src_chk(pair.server), 0);
-    EXPECT_STREQ(setup.connection.GetSrcIPAddress(), "10.1.2.3");
-    EXPECT_EQ(setup.connection.GetSrcPort(), 1024);
+    const proxy_setup setup("hosts 10.*");
+    EXPECT_EQ(outcome_of(setup, "10.1.2.3"), "0 line 1 as nodnsquery\n");
+    EXPECT_EQ(outcome_of(setup, "11.1.2.3"), "1 line 1 as nodnsquery\n");
 }
 
 TEST(PermitSrcChk, FailsWithoutBothEnds)
 {
-    static const struct {
-        const char *label;
-        int good_requests;
-        told report;
-    } cases[] = {
-        {"far end", 0, {6509, 0, "syserr: cannot get peer name"}},
-        {"near end", 1, {6509, 0, "syserr: cannot get own name"}},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        const proxy_setup setup("n: hosts *\n");
+    for (const int good_requests : {0, 1}) {
+        const proxy_setup setup("hosts *");
         scripted_platform device;
         const loopback_connection pair;
-        int requests = 0;
         device.on_fw_ioctl = [&](unsigned long, byte_area) {
-            errno = requests++ < row.good_requests ? ENOENT : EIO;
+            errno = static_cast<int>(device.fw_requests.size()) <= good_requests ? ENOENT : EIO;
             return -1;
         };
         EXPECT_EQ(permit_src_chk(pair.server), -1);
-        EXPECT_EQ(report_log::reports, std::vector{row.report});
+        EXPECT_EQ(report_log::reports[0], good_requests == 0
+                                              ? "6509/0 syserr: cannot get peer name"
+                                              : "6509/0 syserr: cannot get own name");
         EXPECT_EQ(permit_confp, nullptr);
+        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", true), 0);
     }
+}
+
+static std::string random_of(std::mt19937 &random, const std::vector<const char *> &pieces)
+{
+    std::string text;
+    for (auto count = 1 + random() % 8; count > 0; --count)
+        text += pieces[random() % pieces.size()];
+    return text;
+}
+
+// Random patterns, many of them malformed, against addresses and names close to them.
+TEST(SrcPatterns, GiveTheAnswersOfAWalkWithoutThem)
+{
+    const std::vector<const char *> numeric = {
+        "1",   "10", ".", ".", ".", ".*",   "*",        "255",
+        "256", "01", "0", "-", ":", "1.10", "10.1.1.0", ":255.255.255.0"};
+    const std::vector<const char *> letters = {"a", "B", "*", ".", "*.", "ab", "-", "1"};
+    std::mt19937 random(2);
+    proxy_setup setup("k 1");
+    cfg_free(proxy_confp);
+    const sockaddr_in local{};
+    int fits = 0;
+    for (int round = 0; round < 50000; ++round) {
+        std::string pattern = random_of(random, round % 2 == 0 ? numeric : letters);
+        constexpr u32 octets[] = {0, 1, 10, 255};
+        u32 address = 0;
+        for (int i = 0; i < 4; ++i)
+            address = address << 8 | octets[random() % 4];
+        set_text(proxy_riaddr, dotted(address));
+        setup.names.names = {{proxy_riaddr, random_of(random, {"a", "b", ".", "ab", "-", "1"})}};
+        char *argv[] = {pattern.data(), nullptr};
+        proxy_confp = cfg_make("hosts", 0, 1, 1, argv);
+        const int want = permit_src_sub(&local);
+        prepare_src_patterns(proxy_confp);
+        ASSERT_NE(proxy_confp->patterns, nullptr);
+        ASSERT_EQ(permit_src_sub(&local), want)
+            << pattern << " with " << proxy_riaddr << " or " << setup.names.names[proxy_riaddr];
+        fits += want == SRC_PERMITTED ? 1 : 0;
+        cfg_free(proxy_confp);
+        setup.names.asked.clear();
+        report_log::reports.clear();
+    }
+    policy_confp = proxy_confp = nullptr;
+    EXPECT_GT(fits, 2500); // else the comparison says little
+}
+
+// What makes a table large must not be read at each check.
+TEST(SrcPatterns, DecideTheUsualForms)
+{
+    for (const char *pattern :
+         {"*", "10.*", "10.1.*", "10.1.2.*", "10.1.2.3", "10", "10.1", "10.1.2.0:255.255.255.0",
+          "10.1.2.3-10.1.2.9", "*.Office.lan", "mail.office.lan", "m*.office.*"}) {
+        const proxy_setup setup("hosts " + std::string(pattern), true);
+        int at = 0;
+        const auto found = src_next_candidate(proxy_confp->patterns, 0x0A010203, at);
+        EXPECT_NE(found.answer, src_answer::ask) << pattern;
+    }
+}
+
+// The usual answers, with the rule in each record and the word to the client, are in tests/system.
+TEST(RuleSrcAddrChk, RefusesAllButAPermit)
+{
+    // The answer, and what the connection's context holds.
+    const auto checked = [](const std::string &hosts) {
+        static constexpr policy_option options[] = {{"-rule", POLICY_ARG_ONE, "ruleNumber"}, {}};
+        const sockaddr_in from = plain_address("10.1.2.3"), local = plain_address("20.0.0.1");
+        const proxy_setup setup(hosts +
+                                "\nruleNumber 7 x\nruleName mail\nlogLevel 3x\npolicy-p: k 1");
+        const int code = rule_src_addr_chk(&from, &local, options, "bob");
+        char number[32] = {}, label[32] = {};
+        setup.connection.GetRuleNumber(number, sizeof number);
+        setup.connection.GetRuleLabel(label, sizeof label);
+        const int level = setup.connection.GetLogLevel();
+        EXPECT_EQ(rule_src_sub(&local, options, "bob"), code);
+        return std::to_string(code) + ' ' + number + '/' + label + '/' + std::to_string(level) +
+               ' ' + setup.connection.GetUser();
+    };
+    EXPECT_EQ(checked("permit-hosts 10.*"), "1 7/mail/3 bob");
+    EXPECT_EQ(checked("permit-hosts 10.* -rule 9"), "1 9/mail/3 bob");
+    EXPECT_EQ(checked("permit-hosts 11.*"), "0 N/A//-1 bob");
+    EXPECT_EQ(checked("deny-hosts 10.*"), "0 7/mail/3 bob");
+    EXPECT_EQ(checked("permit-hosts 10.* -policy p -rule 9 -policy none"), "0 N/A//-1 ");
+}
+
+TEST(RuleSrcChk, TellsADeniedClientNothingElse)
+{
+    // The last report.
+    const auto told_of = [](const std::string &lines, bool say) {
+        const proxy_setup setup("deny-hosts *\n" + lines);
+        scripted_platform device;
+        const loopback_connection pair;
+        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", say), 0);
+        char text[8];
+        EXPECT_EQ(recv(pair.client, text, sizeof text, MSG_DONTWAIT), -1);
+        return report_log::reports.back();
+    };
+    EXPECT_EQ(told_of("", false), "1503/0 deny host=nodnsquery/127.0.0.1 use of proxy");
+    EXPECT_EQ(told_of("denial-msg /nowhere/x", true),
+              "6508/0 syserr: cannot display denial-msg /nowhere/x: No such file or directory");
+    const std::string malformed = "11502/2 cfgerr: denial-msg must have one parameter, line 2";
+    EXPECT_EQ(told_of("denial-msg a b", true), malformed);
+    EXPECT_EQ(told_of("denial-msg  ", true), malformed);
 }

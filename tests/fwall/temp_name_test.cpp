@@ -1,32 +1,26 @@
 #include "lib/fwall/temp_name.h"
 
+#include "tests/fwall/table_file.h"
+
 #include <cerrno>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
-// A folder of its own as working directory, gone at the end.
-struct own_folder {
-    std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::path path;
+// Names in a folder of its own, which has one file.
+struct TempName : testing::Test {
+    table_file taken{""};
 
-    own_folder()
+    // The name behind the folder; else the error.
+    std::string made(const std::string &pattern) const
     {
-        std::string name = (std::filesystem::temp_directory_path() / "names-XXXXXX").string();
-        path = mkdtemp(name.data());
-        std::filesystem::current_path(path);
+        std::string name = taken.folder / pattern;
+        errno = 0;
+        return mktemp(name.data()) == nullptr ? strerrorname_np(errno)
+                                              : name.substr(taken.folder.string().size() + 1);
     }
-    ~own_folder()
-    {
-        std::filesystem::current_path(before);
-        std::filesystem::remove_all(path);
-    }
-    own_folder(const own_folder &) = delete;
-    own_folder &operator=(const own_folder &) = delete;
+    void touch(const std::string &name) const { std::ofstream(taken.folder / name).put('x'); }
 };
 
 static std::string last_digits(std::size_t count)
@@ -35,94 +29,42 @@ static std::string last_digits(std::size_t count)
     return number.substr(number.size() - count);
 }
 
-static void touch(const std::string &name)
+TEST_F(TempName, HasTheNumberOfTheProcess)
 {
-    std::ofstream(name).put('x');
+    EXPECT_EQ(made("aXXXXXXXXXXXX"), "a" + last_digits(12));
+    EXPECT_EQ(made("XXaXX"), "XXa" + last_digits(2)); // only the last run
+    EXPECT_EQ(made("free"), "free");
+    EXPECT_EQ(made("netperm-table"), "EEXIST");
+    EXPECT_EQ(made("no/aXX"), "ENOENT");
+    EXPECT_EQ(made("netperm-table/aXX"), "ENOTDIR");
+    std::filesystem::create_symlink("nowhere", taken.folder / "link");
+    EXPECT_EQ(made("link"), "EEXIST");
+    char empty[] = "";
+    EXPECT_STREQ(mktemp(empty), "");
 }
 
-TEST(Mktemp, PutsTheNumberOfTheProcess)
+TEST_F(TempName, GoesOnBehindTakenNames)
 {
-    const own_folder folder;
-    static const struct {
-        const char *label;
-        std::string name;
-        std::string want;
-    } cases[] = {{"two digits", "aXX", "a" + last_digits(2)},
-                 {"more digits than the number has", "aXXXXXXXXXXXX", "a" + last_digits(12)},
-                 {"only the last run", "XXaXX", "XXa" + last_digits(2)},
-                 {"nothing but X", "XXX", last_digits(3)},
-                 {"nothing to replace", "free", "free"},
-                 {"empty", "", ""},
-                 {"in a folder", "./aX", "./a" + last_digits(1)},
-                 {"in the root", "/no-such-name-XX", "/no-such-name-" + last_digits(2)}};
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        std::string name = row.name;
-        EXPECT_EQ(mktemp(name.data()), name.data());
-        EXPECT_EQ(name, row.want);
-    }
-}
-
-TEST(Mktemp, GoesOnBehindTakenNames)
-{
-    const own_folder folder;
-    const std::string digits = last_digits(2);
-    // Each name is taken before the next is asked for.
-    std::string wanted = "a" + digits;
+    touch(made("aXX"));
     for (char c = 'a'; c <= 'z'; ++c) {
-        std::string name = "aXX";
-        ASSERT_NE(mktemp(name.data()), nullptr);
-        EXPECT_EQ(name, wanted);
-        touch(name);
-        wanted = std::string("a") + c + digits[1];
+        EXPECT_EQ(made("aXX"), std::string("a") + c + last_digits(1));
+        touch(made("aXX"));
+        touch(made("bX"));
     }
-    std::string name = "aXX";
-    ASSERT_NE(mktemp(name.data()), nullptr);
-    EXPECT_EQ(name, wanted); // az
-    touch(name);
-    name = "aXX";
-    ASSERT_NE(mktemp(name.data()), nullptr);
-    EXPECT_EQ(name, "aaa");
+    EXPECT_EQ(made("aXX"), "aaa");
+    touch(made("bX"));
+    EXPECT_EQ(made("bX"), "EEXIST");
 }
 
-TEST(Mktemp, FailsWhereNoNameIsLeft)
+TEST_F(TempName, BelongsToANewFileOfTheOwner)
 {
-    const own_folder folder;
-    for (char c = 'a'; c <= 'z'; ++c)
-        touch(std::string("b") + c);
-    touch("b" + last_digits(1));
-    touch("taken");
-    std::filesystem::create_symlink("nowhere", "link");
-    static const struct {
-        const char *label, *name;
-        int error;
-    } cases[] = {{"all names taken", "bX", EEXIST},
-                 {"nothing to replace", "taken", EEXIST},
-                 {"a link to nothing", "link", EEXIST},
-                 {"no folder", "no/aXX", ENOENT},
-                 {"no folder but a file", "taken/aXX", ENOTDIR}};
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        std::string name = row.name;
-        errno = 0;
-        EXPECT_EQ(mktemp(name.data()), nullptr);
-        EXPECT_EQ(errno, row.error);
-        name = row.name;
-        errno = 0;
-        EXPECT_EQ(mkstemp(name.data()), -1);
-        EXPECT_EQ(errno, row.error);
-    }
-    EXPECT_FALSE(std::filesystem::exists("nowhere"));
-}
-
-TEST(Mkstemp, MakesANewFileOfTheOwner)
-{
-    const own_folder folder;
+    std::string name = taken.path;
+    EXPECT_EQ(mkstemp(name.data()), -1);
     touch("c" + last_digits(1));
-    std::string name = "cX";
+    name = taken.folder / "cX";
     const int fd = mkstemp(name.data());
     ASSERT_GE(fd, 0);
-    EXPECT_EQ(name, "ca");
+    EXPECT_EQ(name, taken.folder / "ca");
     struct stat status;
     ASSERT_EQ(fstat(fd, &status), 0);
     EXPECT_EQ(status.st_mode, mode_t{S_IFREG | 0600});

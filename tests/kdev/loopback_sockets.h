@@ -1,6 +1,8 @@
 // Plain sockets for the tests of what is asked about them.
 #pragma once
 
+#include "lib/ulib/address.h"
+
 #include <arpa/inet.h>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -8,7 +10,6 @@
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <utility>
 
 class test_socket
 {
@@ -40,9 +41,7 @@ inline const sockaddr *generic(const sockaddr_in &end)
 // "address:port", the text that the checks compare.
 inline std::string text_of_end(const sockaddr_in &end)
 {
-    char text[INET_ADDRSTRLEN] = {};
-    inet_ntop(AF_INET, &end.sin_addr, text, sizeof text);
-    return (end.sin_family == AF_INET ? "" : "no family ") + std::string(text) + ':' +
+    return (end.sin_family == AF_INET ? "" : "no family ") + dotted(end.sin_addr.s_addr) + ':' +
            std::to_string(ntohs(end.sin_port));
 }
 

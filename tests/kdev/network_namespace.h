@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <initializer_list>
@@ -56,11 +55,4 @@ inline std::string output_of(const char *command)
         text += piece;
     pclose(pipe);
     return text;
-}
-
-// Descriptors that this process has open, to compare with a later count.
-inline std::ptrdiff_t open_descriptors()
-{
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return std::distance(begin(all), end(all));
 }

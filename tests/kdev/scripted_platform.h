@@ -25,36 +25,22 @@ class scripted_platform
     };
 
     // The script.
-    int route_open_error = 0;
+    int route_open_error = 0, fw_open_error = 0, vpn_open_error = ENOENT;
     std::function<int(byte_view)> on_route_write = [](byte_view) { return 0; }; // an errno
     ssize_t route_write_short = 0; // bytes that a write leaves out
     std::deque<reading> readings;  // none left: EAGAIN
     std::function<int(byte_area)> on_vpn_ioctl = [](byte_area) { return 0; };
-
-    int fw_open_error = 0;
-    std::function<int(unsigned long, byte_area)> on_fw_ioctl = [](unsigned long, byte_area) {
-        return 0;
-    };
-    int vpn_open_error = ENOENT;
+    std::function<int(unsigned long, byte_area)> on_fw_ioctl = [](auto...) { return 0; };
 
     // The record.
     std::vector<byte_list> written;
-    int route_opens = 0, route_closes = 0;
-    struct vpn_request {
-        int fd;
-        unsigned long request;
-        byte_list message;
-        std::size_t writes_before; // messages on the routing socket until then
-    };
-    std::vector<vpn_request> vpn_requests;
-    int vpn_opens = 0, vpn_closes = 0;
-    struct fw_request {
-        int access, sock;
-        unsigned long request;
+    struct device_request {
+        int access, sock; // of the firewall device alone
+        unsigned long number;
         byte_list record;
     };
-    std::vector<fw_request> fw_requests;
-    int fw_opens = 0, fw_closes = 0;
+    std::vector<device_request> vpn_requests, fw_requests;
+    int route_opens = 0;
 
     scripted_platform()
     {
@@ -63,9 +49,7 @@ class scripted_platform
     }
     ~scripted_platform()
     {
-        EXPECT_EQ(route_opens, route_closes) << "routing sockets left open";
-        EXPECT_EQ(vpn_opens, vpn_closes) << "VPN devices left open";
-        EXPECT_EQ(fw_opens, fw_closes) << "firewall devices left open";
+        EXPECT_EQ(open_now, 0) << "left open, or closed twice";
         platform = &HOST_PLATFORM;
     }
     scripted_platform(const scripted_platform &) = delete;
@@ -79,12 +63,21 @@ class scripted_platform
         errno = error;
         return -1;
     }
+    static int opened(int error, int fd)
+    {
+        current->open_now += error == 0 ? 1 : 0;
+        return error == 0 ? fd : failed(error);
+    }
+    template <int FD> static int close_one(int fd)
+    {
+        EXPECT_EQ(FD, fd);
+        --current->open_now;
+        return failed(EBADMSG); // must not show in the caller's errno
+    }
     static int route_open()
     {
-        if (current->route_open_error != 0)
-            return failed(current->route_open_error);
         ++current->route_opens;
-        return ROUTE_FD;
+        return opened(current->route_open_error, ROUTE_FD);
     }
     static ssize_t route_write(int fd, byte_view message)
     {
@@ -101,7 +94,7 @@ class scripted_platform
         EXPECT_EQ(ROUTE_FD, fd);
         if (current->readings.empty())
             return failed(EAGAIN);
-        const reading next = current->readings.front();
+        const reading next = std::move(current->readings.front());
         current->readings.pop_front();
         if (next.error != 0)
             return failed(next.error);
@@ -109,74 +102,47 @@ class scripted_platform
         std::copy_n(next.bytes.begin(), size_bytes, area.begin());
         return static_cast<ssize_t>(size_bytes);
     }
-    static int route_close(int fd)
+    static int vpn_open() { return opened(current->vpn_open_error, VPN_FD); }
+    static int vpn_ioctl(int, unsigned long number, byte_area message)
     {
-        EXPECT_EQ(ROUTE_FD, fd);
-        ++current->route_closes;
-        return failed(EBADMSG); // must not show in the caller's errno
-    }
-    static int vpn_open()
-    {
-        if (current->vpn_open_error != 0)
-            return failed(current->vpn_open_error);
-        ++current->vpn_opens;
-        return VPN_FD;
-    }
-    static int vpn_close(int fd)
-    {
-        EXPECT_EQ(VPN_FD, fd);
-        ++current->vpn_closes;
-        return failed(EBADMSG);
+        current->vpn_requests.push_back({-1, -1, number, {message.begin(), message.end()}});
+        return current->on_vpn_ioctl(message);
     }
     static int fw_open(int access)
     {
-        if (current->fw_open_error != 0)
-            return failed(current->fw_open_error);
-        ++current->fw_opens;
         current->fw_access = access;
-        return FW_FD;
+        return opened(current->fw_open_error, FW_FD);
     }
-    static int fw_ioctl(int fd, int sock, unsigned long request, byte_area record)
+    static int fw_ioctl(int fd, int sock, unsigned long number, byte_area record)
     {
         EXPECT_EQ(FW_FD, fd);
         current->fw_requests.push_back(
-            {current->fw_access, sock, request, byte_list(record.begin(), record.end())});
-        return current->on_fw_ioctl(request, record);
-    }
-    static int fw_close(int fd)
-    {
-        EXPECT_EQ(FW_FD, fd);
-        ++current->fw_closes;
-        return failed(EBADMSG);
-    }
-    static int vpn_ioctl(int fd, unsigned long request, byte_area message)
-    {
-        current->vpn_requests.push_back(
-            {fd, request, byte_list(message.begin(), message.end()), current->written.size()});
-        return current->on_vpn_ioctl(message);
+            {current->fw_access, sock, number, {record.begin(), record.end()}});
+        return current->on_fw_ioctl(number, record);
     }
 
     int fw_access = -1; // of the latest open
+    int open_now = 0;
     static inline scripted_platform *current = nullptr;
     static inline const platform_calls TABLE = {
         .fw_open = fw_open,
         .fw_ioctl = fw_ioctl,
-        .fw_close = fw_close,
+        .fw_close = close_one<FW_FD>,
         .vpn_open = vpn_open,
         .vpn_ioctl = vpn_ioctl,
-        .vpn_close = vpn_close,
+        .vpn_close = close_one<VPN_FD>,
         .route_open = route_open,
         .route_write = route_write,
         .route_read = route_read,
-        .route_close = route_close,
+        .route_close = close_one<ROUTE_FD>,
     };
 };
 
-// Fields of byte lists by literal offset, so that a test fixes the layout by itself.
-template <typename T> T at(const byte_list &bytes, std::size_t offset)
+// Fields by literal offset, so that a test fixes the layout by itself.
+inline std::string dotted_at(byte_view bytes, std::size_t offset)
 {
-    EXPECT_LE(offset + sizeof(T), bytes.size());
-    return load<T>(bytes, offset);
+    EXPECT_LE(offset + 4, bytes.size());
+    return dotted(load<u32>(bytes, offset));
 }
 
 // A socket address of a firewall record, every number most significant byte first; the text is
@@ -188,12 +154,12 @@ inline void put_end(byte_area record, std::size_t offset, const char *addr, std:
     store(record, offset + 4, inet_addr(addr));
 }
 
-inline std::string end_at(const byte_list &record, std::size_t offset)
+inline std::string end_at(byte_view record, std::size_t offset)
 {
-    EXPECT_EQ(htons(AF_INET), at<std::uint16_t>(record, offset));
-    EXPECT_EQ(0u, at<std::uint64_t>(record, offset + 8));
-    return dotted(at<u32>(record, offset + 4)) + ':' +
-           std::to_string(ntohs(at<std::uint16_t>(record, offset + 2)));
+    EXPECT_EQ(htons(AF_INET), load<std::uint16_t>(record, offset));
+    EXPECT_EQ(0u, load<std::uint64_t>(record, offset + 8));
+    return dotted_at(record, offset + 4) + ':' +
+           std::to_string(ntohs(load<std::uint16_t>(record, offset + 2)));
 }
 
 // A complete answer to a look-up of this thread; addresses as text.
@@ -211,8 +177,6 @@ inline byte_list route_reply(const char *dst, const char *gateway, const char *m
     store(reply, 76 + 4, inet_addr(dst));
     store(reply, 92 + 4, inet_addr(gateway));
     store(reply, 108 + 4, inet_addr(mask));
-    store<std::uint8_t>(reply, 124 + 5, 4);
-    std::copy_n("eth0", 4, reply.begin() + 124 + 8);
     store(reply, 380, inet_addr(source));
     return reply;
 }

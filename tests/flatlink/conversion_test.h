@@ -133,12 +133,11 @@ inline void start_anew()
 }
 
 // Adds a configuration, in any notation, to the tree.
-inline frag **load_tree(const std::string &config)
+inline void load_tree(const std::string &config)
 {
     importer reader(&def_database, 0);
     reader.feed(config);
     reader.finish();
-    return &def_database;
 }
 
 inline frag *node(const char *key)

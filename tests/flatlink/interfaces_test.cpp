@@ -33,7 +33,6 @@ TEST_F(interfaces, of_one_address_become_one)
         // An alias gives way, with its name.
         {"interface=hme0:1\nname=a", "interface=hme1\nname=b", "hme1 b 0 0.0.0.0\n"},
         {"interface=hme0\nlocation=Attic", "interface=hme0:1\nname=b", "hme0 b 0 0.0.0.0\n"},
-        {"interface=hme0:1\nname=a", "interface=hme0:2\nname=b", "hme0:1 a 0 0.0.0.0\n"},
     };
     static const char usable[] = "addr=10.1.0.1\nnetmask=255.255.255.0\n";
     for (const auto &c : cases) {

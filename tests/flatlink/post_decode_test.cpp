@@ -50,6 +50,7 @@ TEST_F(finishing, knows_interfaces_and_the_host_name_before_it_sorts)
                              "rulenumber=1"));
     feed(each_behind("netobj_list_1_element_1_",
                      "interface=a\naddr=10.1.0.1\nnetmask=255.255.255.0"));
+    feed("netobj_list_1_element_2_addr=10.1.0.7"); // no interface, and dropped
     feed("ip_hostname=gate\nip_domainname=x.invalid");
     post_decode();
     EXPECT_EQ("10.1.0.1 gate.x.invalid 10.1.0.7 ",

@@ -128,7 +128,10 @@ TEST_F(record_lines, change_in_a_record)
         // What belongs to nothing goes.
         {ipsec, "prop_1_esp_encryption=ESPNULL\nprop_1_esp_hash=None",
          "prop_1_esp_hash=None\nprop_1_esp_encryption=None\n"},
+        {ipsec, "prop_1_esp_encryption=None", "prop_1_esp_hash=None\nprop_1_esp_encryption=None\n"},
+        {ipsec, "prop_1_pfs=Off", "group=None\nprop_1_pfs=Off\n"},
         {ipsec, "group=None", "group=None\nprop_1_pfs=Off\n"},
+        {pool, "addr_-1=10.9.0.7\ndns_-1=10.0.0.9\nnet_-1_addr=10.0.0.9", ""},
         {pool, "addr2_2=10.9.0.9\naddr_3=0.0.0.0\naddr_4=rubbish", ""}, // ranges without a start
         {pool, "addr_x=10.9.0.7", "addr_1=10.9.0.7\naddr_2=10.9.0.1\naddr2_2=0.0.0.0\n"},
         {pool, "nbns_1=10.0.0.1\nnbns_2=0.0.0.0\nnbns_3=x\nnbns_4=10.0.0.2",
@@ -151,7 +154,6 @@ TEST_F(record_lines, change_in_a_record)
 TEST_F(record_lines, that_cannot_be_used_are_reported)
 {
     const std::string w(70, 'w');
-    const std::string w63(63, 'w');
     static const char policy[] = "vpndata:Unrecognized field: ";
     static const char field[] = "vpndata: Unrecognized VPN field (";
     static const char old_field[] = "vpndata:Unrecognized VPNLINK field (";
@@ -168,17 +170,16 @@ TEST_F(record_lines, that_cannot_be_used_are_reported)
         {"key_-001_key=x", "vpndata:Key index BAD -1", 0},
         {"key_001_key=x", "vpndata:Bad KEY field (ey) on key 1"},
         {"mcpool_p", "vpndata: BAD format mcpool_p", 0},
-        {"mcpool_p_addr_-1=10.9.0.1", ""}, // negative numbers are passed over in silence
         {"mcpool_p_masks=1", field + std::string("masks=1) on mcpool_p")},
         {"mcpool_p_net_4_colour=red", field + std::string("_colour=red) on mcpool_p_net_4")},
+        {"ikePolicy_a_prop_=x", policy + std::string("ikePolicy_a_prop_=x"), 0},
         {"ikePolicy_a_prop_1=x", policy + std::string("ikePolicy_a_prop_1=x"), 0},
         {"ikePolicy_a_prop_1x_hash=MD5", policy + std::string("ikePolicy_a_prop_1x_hash=MD5"), 0},
         {"ikePolicy_a_prop_7_Hash=red", policy + std::string("ikePolicy_7_Hash=red")},
         {"ikePolicy_a_prop_x_hash=MD5", policy + std::string("ikePolicy_1_prop_x_hash=MD5")},
-        {"ikePolicy_a_" + w + "=x", policy + ("ikePolicy_1_w" + w63) + "=x"}, // cut
-        {"ikePolicy_a_prop_1_" + w + "=x", policy + ("ikePolicy_1_" + w63) + "=x"},
-        {"ipsecPolicy_a_prop_7_colour=red",
-         policy + std::string("ipsecPolicy_1_prop_7_colour=red")},
+        {"ikePolicy_a_" + w + "=x", policy + ("ikePolicy_1_" + w.substr(0, 64)) + "=x"}, // cut
+        {"ikePolicy_a_prop_1_" + w + "=x", policy + ("ikePolicy_1_" + w.substr(0, 63)) + "=x"},
+        {"ipsecPolicy_a_prop_7_x=y", policy + std::string("ipsecPolicy_1_prop_7_x=y")},
         {"ipsecPolicy_a_prop_1_" + w + w + "=x",
          policy + ("ipsecPolicy_1_prop_1_" + w + w).substr(0, 21 + 127) + "=x"},
     };
@@ -209,10 +210,8 @@ TEST_F(record_lines, find_their_record_by_its_number)
         std::string lines;
         const char *ending, *values;
     } cases[] = {
-        {"above: each line for itself", vlink, "vlink_65536_lname=a\nvlink_65536_auth=pre", "auth",
-         " "},
-        {"low bits of a number above", vlink, "vlink_65539_auth=pre\nvlink_3_lname=a", "auth",
-         "pre "},
+        {"above", vlink, "vlink_65536_lname=a\nvlink_65536_auth=pre", "auth", " "},
+        {"low bits", vlink, "vlink_65539_auth=pre\nvlink_3_lname=a", "auth", "pre "},
         {"overlapping families", old,
          "link_5000_lname=a\npair_0904_laddress=b\npair_5000_lname=c\npass_0904_laddress=d",
          "address", "b d "},

@@ -101,6 +101,7 @@ TEST_F(rule_walk, traces_what_it_finds_and_misses)
          "net_group_pcs"},
         {"src=net_ipaddr_pc_mask\ndst=net_ipaddr_ag_x", "Dst ipaddr check"}, // keys of parts
         {"src=net_ipaddr_pc\ndest=net_ipaddr_pc", "vpn enum rule, dst not found: (<NULL>)"},
+        {"src=_lost", "vpn enum rule, src not found: (_lost)", "_lost"},
         {"src=net_ipaddr_lost_addr", "vpn enum rule, src not found: (net_ipaddr_lost)",
          "net_ipaddr_lost"},
     };

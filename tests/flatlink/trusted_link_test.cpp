@@ -157,7 +157,8 @@ TEST_F(trusted_link, puts_inner_peers_first)
     EXPECT_EQ("p3: 10.2.0.7 10.1.0.7\np2: 10.2.0.7 10.1.0.7\np1: 10.2.0.7 10.1.0.7\n",
               made_links());
     EXPECT_EQ(2u, linkinfos[0]->nesting_level);
-    EXPECT_EQ(0, nestinglevel);
+    vpn_add_link(&def_database, node("net_vpnnetwork_p1"), node("net_ipaddr_pc"));
+    EXPECT_EQ(6u, linkinfos.size()) << "the next rule opens them again";
 
     start_anew();
     walk_chain(chain(2, "net_ipaddr_far") + "net_vpnnetwork_p2_ip-address=lost\n");

@@ -172,7 +172,7 @@ TEST_F(record_lines, that_cannot_be_used_are_reported)
         {"mcpool_p", "vpndata: BAD format mcpool_p", 0},
         {"mcpool_p_masks=1", field + std::string("masks=1) on mcpool_p")},
         {"mcpool_p_net_4_colour=red", field + std::string("_colour=red) on mcpool_p_net_4")},
-        {"ikePolicy_a_prop_=x", policy + std::string("ikePolicy_a_prop_=x"), 0},
+        {"ikePolicy_a_prop=x", policy + std::string("ikePolicy_a_prop=x"), 0},
         {"ikePolicy_a_prop_1=x", policy + std::string("ikePolicy_a_prop_1=x"), 0},
         {"ikePolicy_a_prop_1x_hash=MD5", policy + std::string("ikePolicy_a_prop_1x_hash=MD5"), 0},
         {"ikePolicy_a_prop_7_Hash=red", policy + std::string("ikePolicy_7_Hash=red")},

@@ -29,32 +29,18 @@ struct scripted_names {
     static inline std::map<std::string, int> lookups; // how often each name was asked
 };
 
-// A stream whose text is at hand.
-class memory_stream
+// What `body` writes to the stream that it is given.
+inline std::string written_by(const std::function<void(std::FILE *)> &body)
 {
-  public:
-    memory_stream() : file(open_memstream(&bytes_, &size_)) {}
-    ~memory_stream()
-    {
-        std::fclose(file);
-        std::free(bytes_);
-    }
-    memory_stream(const memory_stream &) = delete;
-    memory_stream &operator=(const memory_stream &) = delete;
-
-    std::string text()
-    {
-        std::fflush(file);
-        return std::string(bytes_, size_);
-    }
-
-  private:
-    char *bytes_ = nullptr;
-    std::size_t size_ = 0;
-
-  public:
-    std::FILE *const file;
-};
+    char *bytes = nullptr;
+    std::size_t size = 0;
+    std::FILE *stream = open_memstream(&bytes, &size);
+    body(stream);
+    std::fclose(stream);
+    const std::string text(bytes, size);
+    std::free(bytes);
+    return text;
+}
 
 // What `body` writes to the standard error stream.
 inline std::string messages_of(const std::function<void()> &body)
@@ -67,11 +53,11 @@ inline std::string messages_of(const std::function<void()> &body)
 // What `body` writes to the trace.
 inline std::string trace_of(const std::function<void()> &body)
 {
-    memory_stream stream;
-    fout = stream.file;
-    body();
-    fout = nullptr;
-    return stream.text();
+    return written_by([&](std::FILE *stream) {
+        fout = stream;
+        body();
+        fout = nullptr;
+    });
 }
 
 // The lines that a writer makes of a list.
@@ -79,20 +65,38 @@ template <typename record>
 std::string saved(void (*save)(std::FILE *, const record_list<record> &),
                   const record_list<record> &list)
 {
-    memory_stream stream;
-    save(stream.file, list);
-    return stream.text();
+    return written_by([&](std::FILE *stream) { save(stream, list); });
 }
 
-inline std::vector<std::string> lines_of(const std::string &text)
+inline std::vector<std::string> lines_of(const std::string &text, char mark = '\n')
 {
     std::vector<std::string> lines;
     for (std::size_t pos = 0; pos < text.size();) {
-        const std::size_t end = std::min(text.find('\n', pos), text.size());
+        const std::size_t end = std::min(text.find(mark, pos), text.size());
         lines.push_back(text.substr(pos, end - pos));
         pos = end + 1;
     }
     return lines;
+}
+
+inline std::string each_behind(const std::string &start, const std::string &lines)
+{
+    std::string text;
+    for (const std::string &line : lines_of(lines))
+        text += start + line + "\n";
+    return text;
+}
+
+// The values of the keys that end in `ending`, in order, each with a blank behind it.
+inline std::string values_of(const std::string &lines, std::string_view ending)
+{
+    std::string values;
+    for (const std::string &line : lines_of(lines)) {
+        const std::size_t equals = line.find('=');
+        if (std::string_view(line).substr(0, equals).ends_with(ending))
+            values += line.substr(equals + 1) + " ";
+    }
+    return values;
 }
 
 // The lines of `text` that `base` does not have, in order.
@@ -129,12 +133,11 @@ inline void start_anew()
 }
 
 // Adds a configuration, in any notation, to the tree.
-inline frag **load_tree(const std::string &config)
+inline void load_tree(const std::string &config)
 {
     importer reader(&def_database, 0);
     reader.feed(config);
     reader.finish();
-    return &def_database;
 }
 
 inline frag *node(const char *key)
@@ -142,18 +145,13 @@ inline frag *node(const char *key)
     return ffind(&def_database, key);
 }
 
-// One line a link, in list order: number, name, remote and local side.
-inline std::string link_summary()
+// One line a link, in list order: its owner, remote and local side.
+inline std::string made_links()
 {
     std::string text;
-    const auto side = [](const std::string &start, u32 delimiter, int type) {
-        return " " + start + "/" + dotted(delimiter) + "/" + std::to_string(type);
-    };
     for (const auto &link : linkinfos)
-        text += std::to_string(link->linkno) + " " + link->lname +
-                side(link->rnetwork_start_address, link->rnetwork_delimiter, link->rnetwork_type) +
-                side(link->lnetwork_start_address, link->lnetwork_delimiter, link->lnetwork_type) +
-                "\n";
+        text += link->lname.substr(link->lname.find_last_of("_~") + 1) + ": " +
+                link->rnetwork_start_address + " " + link->lnetwork_start_address + "\n";
     return text;
 }
 

@@ -1,84 +1,147 @@
-// A terminal for tests: curses runs on a real pseudo-terminal, a small vt100 behind it keeps
-// what a person would see, keys come through it or through a pipe and bells are counted.
+// A screen for tests: what curses has last sent to the terminal is read from its own picture of
+// it. Keys come through a pipe, and bells are counted. How it looks on a real terminal is for
+// tests/system/form_walk.py.
 #pragma once
 
+#include "lib/screen/form.h"
+
+#include <cstdint>
 #include <cstdio>
 #include <curses.h>
+#include <fcntl.h>
+#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <termios.h>
-#include <utility>
-#include <vector>
+#include <unistd.h>
 
-// Feeds descriptor 0 while it lives.
-class CKeys
+// Present under the sanitizers only.
+extern "C" void __sanitizer_set_report_fd(void *fd) __attribute__((weak));
+
+inline int must(int result)
+{
+    if (result < 0)
+        throw std::runtime_error("the system refused a test its pipe or terminal");
+    return result;
+}
+
+// Gives a standard descriptor one end of a pipe while it lives; the test has the other.
+class CPiped
 {
   public:
-    explicit CKeys(std::string_view bytes = {});
-    ~CKeys();
-    CKeys(const CKeys &) = delete;
-    CKeys &operator=(const CKeys &) = delete;
-    void type(std::string_view bytes) const;
-    void end(); // no more input
+    explicit CPiped(int fd) : place(fd), before(fcntl(fd, F_DUPFD_CLOEXEC, 3))
+    {
+        int ends[2];
+        must(pipe2(ends, O_CLOEXEC));
+        const int given = fd == STDIN_FILENO ? 0 : 1;
+        must(dup2(ends[given], fd));
+        close(ends[given]);
+        other_end = ends[1 - given];
+    }
+    ~CPiped()
+    {
+        end();
+        if (before >= 0)
+            dup2(before, place);
+        close(before);
+    }
+    CPiped(const CPiped &) = delete;
+    CPiped &operator=(const CPiped &) = delete;
+    void end()
+    {
+        close(other_end);
+        other_end = -1;
+    }
 
-  private:
-    int before, writer;
+  protected:
+    int place, before, other_end;
 };
 
-// Takes what goes to descriptor 2 while it lives.
-class CBells
-{
-  public:
-    CBells();
-    ~CBells();
-    CBells(const CBells &) = delete;
-    CBells &operator=(const CBells &) = delete;
-    int count(); // since the last call; -1 when something else was written
+struct CKeys : CPiped {
+    explicit CKeys(std::string_view bytes = {}) : CPiped(STDIN_FILENO) { type(bytes); }
+    void type(std::string_view bytes) const
+    {
+        must(static_cast<int>(write(other_end, bytes.data(), bytes.size())));
+    }
+};
 
-  private:
-    int before, reader;
+struct CBells : CPiped {
+    CBells() : CPiped(STDERR_FILENO)
+    {
+        must(fcntl(other_end, F_SETFL, O_NONBLOCK));
+        report_to(before);
+    }
+    ~CBells() { report_to(STDERR_FILENO); }
+    static void report_to(std::intptr_t fd)
+    {
+        if (__sanitizer_set_report_fd != nullptr)
+            __sanitizer_set_report_fd(reinterpret_cast<void *>(fd));
+    }
+    int count() const // since the last call; -1 when something else was written
+    {
+        int bells = 0;
+        for (char byte; read(other_end, &byte, 1) == 1; ++bells)
+            if (byte != 7)
+                return -1;
+        return bells;
+    }
 };
 
 class CScreen
 {
   public:
-    CScreen(int rows, int columns);
-    ~CScreen();
+    CScreen(int rows, int columns)
+    {
+        if (screen == nullptr)
+            throw std::runtime_error("no vt100 in this machine's terminal descriptions");
+        resize_term(rows, columns);
+    }
+    ~CScreen()
+    {
+        endwin();
+        delscreen(screen);
+        (void)std::fclose(nowhere);
+    }
     CScreen(const CScreen &) = delete;
     CScreen &operator=(const CScreen &) = delete;
 
-    void resize(int rows, int columns);      // the person pulls at the window
-    void type(std::string_view bytes) const; // into the terminal, where no CKeys stands before it
-    std::string text(int row);               // its characters, all columns
-    std::string marks(int row);              // # where text() is in standout, else blank
-    std::vector<std::string> picture();      // text() of all rows
-    std::vector<std::string> marks_picture();
-    int cursor_row();
-    int cursor_column();
-    bool as_before_curses() const; // the terminal's modes
-    std::string unknown;           // sequences that the vt100 does not know; must stay empty
+    // The rows with | behind each, standout in {}, without blanks and empty rows at the end.
+    static std::string picture()
+    {
+        const int y = getcury(curscr);
+        const int x = getcurx(curscr);
+        std::string rows;
+        for (int row = 0; row < getmaxy(curscr); ++row) {
+            bool marked = false;
+            for (int column = 0; column < getmaxx(curscr); ++column) {
+                const chtype cell = mvwinch(curscr, row, column);
+                if (((cell & A_STANDOUT) != 0) != marked)
+                    rows += marked ? '}' : '{';
+                marked = (cell & A_STANDOUT) != 0;
+                rows += static_cast<char>(cell & A_CHARTEXT);
+            }
+            rows += marked ? "}" : "";
+            rows.erase(rows.find_last_not_of(' ') + 1);
+            rows += '|';
+        }
+        wmove(curscr, y, x); // reading has moved it
+        return rows.substr(0, rows.find_last_not_of('|') + 1);
+    }
+    static std::string cursor() // row,column
+    {
+        return std::to_string(getcury(curscr)) + "," + std::to_string(getcurx(curscr));
+    }
+
+    const CBells bells;
 
   private:
-    void receive();
-    void put(char byte);
-    void control(char byte);
-    void command(char last);
-    void line_feed(bool down);
-    void blank(int row, int from, int to);
-
-    struct cell {
-        char character = ' ';
-        bool standout = false;
-    };
-    std::vector<std::vector<cell>> cells;
-    int row = 0, column = 0;
-    std::pair<int, int> saved;             // row and column
-    int region_top = 0, region_bottom = 0; // of scrolling, both included
-    bool wrap_next = false, standout = false;
-    std::string sequence; // begun and not finished, without its escape
-    bool in_sequence = false;
-    int master, slave, input_before;
-    termios modes_before = {};
-    FILE *in, *out;
-    SCREEN *screen;
+    std::FILE *nowhere = std::fopen("/dev/null", "we");
+    SCREEN *screen = newterm("vt100", nowhere, stdin);
 };
+
+// Runs a form with keys, after which input ends.
+inline int run(scobj *head, std::string_view typed)
+{
+    CKeys keys(typed);
+    keys.end();
+    return sc_interact(stdscr, head);
+}

@@ -1,11 +1,12 @@
-// A pattern and a text, each a line of the input behind twelve bytes of addresses and one that
-// picks the name service's answer: the matchers against a plain model of them, and the matchers of
-// addresses against plain arithmetic as well.
+// Lines behind twelve bytes of addresses and one that picks the name service's answer. Each is
+// a pattern for all of them as texts: the matchers against a plain model of them, and the
+// matchers of addresses against plain arithmetic as well.
 #include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "lib/fwall/hnam.h"
 #include "lib/fwall/inet_aton.h"
@@ -20,7 +21,19 @@
 namespace
 {
 
-constexpr std::size_t TABLE_MAX = 1 << 16; // fields of a model's table that are worth its time
+constexpr std::size_t TABLE_MAX = 1 << 20; // fields of the model's tables that are worth its time
+
+// At least one; each ends at a NUL.
+std::vector<std::string> lines_of(std::string_view text)
+{
+    std::vector<std::string> lines;
+    do {
+        const std::string line(text.substr(0, text.find('\n')));
+        lines.emplace_back(line.c_str());
+        text.remove_prefix(std::min(text.size(), line.size() + 1));
+    } while (!text.empty());
+    return lines;
+}
 
 void check_texts(const std::string &pattern, const std::string &text)
 {
@@ -108,21 +121,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const auto number = [data](std::size_t i) {
         return host_order(load<u32>({data, HEADER_SIZE}, 4 * i));
     };
-    const std::string_view lines(reinterpret_cast<const char *>(data) + HEADER_SIZE,
-                                 size - HEADER_SIZE);
-    const std::size_t end = std::min(lines.find('\n'), lines.size());
-    const std::string pattern(std::string(lines.substr(0, end)).c_str());
-    const std::string text(std::string(lines.substr(std::min(end + 1, lines.size()))).c_str());
+    const auto lines =
+        lines_of({reinterpret_cast<const char *>(data) + HEADER_SIZE, size - HEADER_SIZE});
     const std::string address = dotted(network_order(number(0)));
 
     check_numbers(number(0), number(1), number(2));
-    check_time(pattern, text);
-    if ((pattern.size() + 1) * (text.size() + 1) > TABLE_MAX)
+    check_time(lines.front(), lines.back());
+    if (size * size > TABLE_MAX)
         return 0;
-    check_texts(pattern, text);
-    for (const std::string &host : {text, address}) {
-        check_address_texts(pattern, host);
-        check_hosts(pattern, host, address, data[12] & 3);
+    for (const std::string &pattern : lines) {
+        for (const std::string &text : lines) {
+            check_texts(pattern, text);
+            check_address_texts(pattern, text);
+            check_hosts(pattern, text, address, data[12] & 3);
+        }
+        check_address_texts(pattern, address);
+        check_hosts(pattern, address, address, data[12] & 3);
     }
     return 0;
 }

@@ -108,16 +108,11 @@ static void load_host()
         my_def_interface = router;
 }
 
-int read_vpndata(const char *path, bool reload)
+void derive_records(const char *path, bool reload)
 {
-    if (path != nullptr)
-        network_database = path;
-    if (network_database == nullptr)
-        network_database = DEFAULT_DATABASE;
-    fout = open_scratch_file();
     if (reload)
         free_fraglist(&def_database);
-    read_vpn_nonrule_loglevel(network_database);
+    read_vpn_nonrule_loglevel(path);
 
     start_rule_walk();
     load_rules("rule_pffwd", 0);
@@ -130,6 +125,16 @@ int read_vpndata(const char *path, bool reload)
     if (!reload)
         load_host();
     (void)post_decode();
+}
+
+int read_vpndata(const char *path, bool reload)
+{
+    if (path != nullptr)
+        network_database = path;
+    if (network_database == nullptr)
+        network_database = DEFAULT_DATABASE;
+    fout = open_scratch_file();
+    derive_records(network_database, reload);
 
     network_database = nullptr;
     const int result = save_vpndata(SCRATCH_FILE);

@@ -15,6 +15,10 @@ extern const char *network_database;
 // Returns the result of the save. A database that is not there counts as empty.
 int read_vpndata(const char *path, bool reload);
 
+// The derivation alone, with its trace to `fout`, which may be null. Arguments as above, `path` not
+// null; nothing is saved.
+void derive_records(const char *path, bool reload);
+
 // Writes the records to `fout`, or if that is null over `network_database`, which becomes `path`
 // if unset; closes the file. Returns 0 when all was written, else non-zero, with a message on the
 // standard error stream.

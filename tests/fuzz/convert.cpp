@@ -7,37 +7,15 @@
 #include <string>
 #include <string_view>
 
-#include "flatlink/decoder.h"
 #include "flatlink/driver.h"
 #include "flatlink/line.h"
-#include "flatlink/loaders.h"
-#include "flatlink/pool_loader.h"
-#include "flatlink/post_decode.h"
 #include "flatlink/records.h"
-#include "flatlink/rule_walk.h"
 #include "lib/frag/frag.h"
-#include "lib/frag/frag_sort.h"
-#include "lib/frag/import.h"
 #include "lib/frag/symbol.h"
 #include "lib/ulib/report.h"
 #include "tests/fuzz/memory_file.h"
-#include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
-
-static void derive_links(const char *key, std::uint32_t flags)
-{
-    if (frag *rules = ffind(&def_database, key))
-        enum_rule_list(&def_database, rules, [flags](frag **db, frag *rule, const char *) {
-            return vpn_enum_link_rules(db, rule, flags);
-        });
-}
-
-template <typename loader> static void load_children(const char *key, loader load)
-{
-    frag *node = ffind(&def_database, key);
-    for (frag *child = node == nullptr ? nullptr : node->child; child; child = child->next)
-        load(child);
-}
+#include "tests/fuzz/path_file.h"
 
 static std::string without_interfaces(std::string_view lines)
 {
@@ -55,26 +33,13 @@ static std::string without_interfaces(std::string_view lines)
 // The lines of a database.
 static std::string converted(std::string_view text)
 {
+    static path_file database;
+    database.set_text(text);
     memory_file trace;
-    memory_file saved;
     fout = trace.stream;
-    {
-        importer reader(&def_database, 0);
-        reader.feed(text);
-        reader.finish();
-    }
-    def_database = upgradeTo42(def_database);
-    start_rule_walk();
-    derive_links("rule_pffwd", 0);
-    derive_links("rule_proxy", PROXY_RULE);
-    load_children("vpn_ike", load_ike);
-    load_children("vpn_ipsec", load_ipsec);
-    load_children("vpn_mcpool", [](frag *pool) { load_mcpool(&def_database, pool); });
-    if (frag *settings = ffind(&def_database, "vpn_settings"))
-        load_settings(settings);
-    build_interface_list(&def_database);
-    (void)post_decode();
+    derive_records(database.path().c_str(), false);
     std::fclose(trace.stream);
+    memory_file saved;
     fout = saved.stream;
     must(save_vpndata("none") == 0, "a save that failed");
     fout = nullptr;

@@ -12,42 +12,37 @@
 #include <climits>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <span>
 
 TEST(Text, NumbersAreReadFromTheFront)
 {
-    static const struct {
+    struct number_row {
         std::string_view text;
         long want;
-        std::string_view rest = "";
-    } cases[] = {
-        {"20", 20},
-        {"20 x", 20, " x"},
-        {" \t\n\v\f\r7", 7},
-        {"+7", 7},
-        {"-7a", -7, "a"},
-        {"+-7", 0, "+-7"},
-        {"- 7", 0, "- 7"},
-        {" -", 0, " -"},
-        {"x7", 0, "x7"},
-        {"", 0},
-        {"0x10", 0, "x10"},
-        {"0010", 10},
-        {"7/", 7, "/"},
-        {"7:", 7, ":"},
-        {"2147483647", 2147483647},
-        {"2147483648", 2147483648},
-        {"-2147483649", -2147483649},
-        {"9223372036854775807", LONG_MAX},
-        {"9223372036854775808!", LONG_MAX, "!"},
-        {"99999999999999999999990", LONG_MAX},
-        {"-9223372036854775808", LONG_MIN},
-        {"-9223372036854775809", LONG_MIN},
+        std::string_view rest;
     };
-    for (const auto &row : cases) {
-        std::string_view text = row.text;
-        EXPECT_EQ(take_number(text), row.want) << row.text;
-        EXPECT_EQ(text, row.rest) << row.text;
-        EXPECT_EQ(lenient_number(row.text), std::clamp<long>(row.want, INT_MIN, INT_MAX));
+    static const number_row cases[] = {
+        {"20", 20, ""},   {"20 x", 20, " x"}, {"\v\f\r7", 7, ""}, {" \t\n7", 7, ""},
+        {"+7", 7, ""},    {"-7a", -7, "a"},   {"+-7", 0, "+-7"},  {"- 7", 0, "- 7"},
+        {" -", 0, " -"},  {"x7", 0, "x7"},    {"", 0, ""},        {"0x10", 0, "x10"},
+        {"0010", 10, ""}, {"7/", 7, "/"},     {"7:", 7, ":"},
+    };
+    static const number_row bounds[] = {
+        {"2147483647", 2147483647, ""},
+        {"2147483648", 2147483648, ""},
+        {"-2147483649", -2147483649, ""},
+        {"9223372036854775807", LONG_MAX, ""},
+        {"99999999999999999999990!", LONG_MAX, "!"},
+        {"-9223372036854775808", LONG_MIN, ""},
+        {"-9223372036854775809", LONG_MIN, ""},
+    };
+    for (const std::span<const number_row> rows : {std::span<const number_row>(cases), {bounds}}) {
+        for (const number_row &row : rows) {
+            std::string_view text = row.text;
+            EXPECT_EQ(take_number(text), row.want) << row.text;
+            EXPECT_EQ(text, row.rest) << row.text;
+            EXPECT_EQ(lenient_number(row.text), std::clamp<long>(row.want, INT_MIN, INT_MAX));
+        }
     }
 }
 
@@ -55,15 +50,11 @@ TEST(Text, WordsCompareWithoutCase)
 {
     static const struct {
         std::string_view a, b;
-        bool same, begins;
+        bool same, begins; // the neighbours of the letters and those of other alphabets differ
     } cases[] = {
-        {"Any", "aNY", true, true},
-        {"any", "an", false, true},
-        {"an", "any", false, false},
-        {"", "", true, true},
-        {"any", "", false, true},
-        {"@[`{", "`{@[", false, false}, // the neighbours of the letters
-        {"\xc4", "\xe4", false, false}, // letters in other alphabets only
+        {"Any", "aNY", true, true},     {"any", "an", false, true}, {"an", "any", false, false},
+        {"", "", true, true},           {"any", "", false, true},   {"@[`{", "`{@[", false, false},
+        {"\xc4", "\xe4", false, false},
     };
     for (const auto &row : cases) {
         EXPECT_EQ(same_word(row.a, row.b), row.same) << row.a;
@@ -94,18 +85,10 @@ TEST(Token, SplitsIntoWords)
     static const struct {
         const char *text, *delimiter, *want; // a bar behind each word
     } cases[] = {
-        {"one two", " ", "one|two|"},
-        {"one\ttwo three", " ", "one|two|three|"},
-        {" one \t  two", " ", "one|two|"},
-        {"one two ", " ", "one|two||"},
-        {"one \t ", " ", "one||"},
-        {" \t", " ", "|"},
-        {"a.b,c", ".,", "a|b,c|"},
-        {"a b\tc", "", "a b|c|"},
-        {"a b\tc", nullptr, "a b|c|"},
-        {"a\nb", " ", "a\nb|"},
-        {"", " ", ""},
-        {nullptr, " ", ""},
+        {"a b", " ", "a|b|"},      {"a\tb c", " ", "a|b|c|"}, {" a \t  b", " ", "a|b|"},
+        {"a b ", " ", "a|b||"},    {"a \t ", " ", "a||"},     {" \t", " ", "|"},
+        {"a.b,c", ".,", "a|b,c|"}, {"a b\tc", "", "a b|c|"},  {"a b\tc", nullptr, "a b|c|"},
+        {"a\nb", " ", "a\nb|"},    {nullptr, " ", ""},
     };
     for (const auto &row : cases) {
         int count = 0;
@@ -116,6 +99,7 @@ TEST(Token, SplitsIntoWords)
         EXPECT_EQ(words, row.want);
         EXPECT_EQ(list == nullptr ? nullptr : list[static_cast<std::size_t>(count)], nullptr);
     }
+    EXPECT_EQ(tokens("", " ", nullptr), nullptr);
     // Runs into the time limit of the whole program when the time grows with the square.
     std::string text;
     for (int i = 0; i < 2'000'000; ++i)
@@ -126,30 +110,24 @@ TEST(Token, SplitsIntoWords)
 
 TEST(Token, GetsepSplitsAtTheFirstSeparator)
 {
-    const std::string a(1023, 'a'), b(1023, 'b');
-    const struct {
-        std::string text;
-        const char *separator;
-        std::string left, right;
+    static const struct {
+        const char *text, *separator, *left, *right;
     } cases[] = {
-        {"key=value", "=", "key", "value"},
-        {"a=b=c", "=", "a", "b=c"},
-        {"a::b", "::", "a", ":b"},
-        {"a:b", "::", "a:b", ""},
-        {"abc", "=", "abc", ""},
-        {"=b", "=", "", "b"},
-        {"a=", "=", "a", ""},
-        {"abc", "", "", "bc"},
-        {"abc", nullptr, "abc", ""},
-        {a + "=" + b, "=", a, b},
-        {a + "x=" + b + b, "=", a, b},
-        {a + "x", "=", a, ""},
+        {"k=v", "=", "k", "v"},   {"a=b=c", "=", "a", "b=c"},  {"a::b", "::", "a", ":b"},
+        {"a:b", "::", "a:b", ""}, {"=b", "=", "", "b"},        {"a=", "=", "a", ""},
+        {"abc", "", "", "bc"},    {"abc", nullptr, "abc", ""},
     };
     char *left = nullptr, *right = nullptr;
     for (const auto &row : cases) {
-        EXPECT_EQ(getsep(row.text.c_str(), row.separator, &left, &right), 0);
-        EXPECT_EQ(left, row.left);
-        EXPECT_EQ(right, row.right);
+        EXPECT_EQ(getsep(row.text, row.separator, &left, &right), 0);
+        EXPECT_STREQ(left, row.left);
+        EXPECT_STREQ(right, row.right);
+    }
+    for (const std::size_t length : {1023U, 1024U, 2048U}) {
+        const std::string a(length, 'a'), b(length, 'b');
+        EXPECT_EQ(getsep((a + "=" + b).c_str(), "=", &left, &right), 0);
+        EXPECT_EQ(left, a.substr(0, 1023));
+        EXPECT_EQ(right, b.substr(0, 1023));
     }
     getsep("xx-one-two=a,b,c", "=", &left, &right); // its own results can be taken apart
     getsep(left + 3, "-", &left, &right);

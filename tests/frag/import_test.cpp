@@ -245,23 +245,19 @@ TEST(ImportFile, CannotBeOpenedOrRead)
 
 TEST(ImportEnv, FoldsTheStarProxy)
 {
-    static const struct {
-        const char *file, *want;
-    } rows[] = {
-        {"def_proxy_global_a=1\n", "def_proxy_global_a=1"},
-        {"def_proxy_*_a=1\ndef_proxy_*_b=2\nx=\n", "def_proxy_global{b=2 a=1} x="},
-        {"def_proxy_global_a=1\ndef_proxy_global_a_c=3\ndef_proxy_*_a=2\n",
-         "def_proxy_global_a=2{c=3}"},
-        {"def_proxy_global_a=1\ndef_proxy_*_a_c=2\n",
-         "def_proxy_global_a"}, // what is below is lost
-        {"def_proxy_*=1\ndef_proxy_p_a=2\n", "def_proxy_p_a=2"},
-    };
     const temp_file file;
-    for (const auto &row : rows) {
+    for (const auto &[text, want] : std::vector<import_row>{
+             {"def_proxy_global_a=1\n", "def_proxy_global_a=1"},
+             {"def_proxy_*_a=1\ndef_proxy_*_b=2\nx=\n", "def_proxy_global{b=2 a=1} x="},
+             // What lies below is lost, and no value counts.
+             {"def_proxy_global_a=1\ndef_proxy_global_a_c=3\ndef_proxy_*_a=2\n"
+              "def_proxy_global_b=1\ndef_proxy_*_b_c=2\n",
+              "def_proxy_global{a=2{c=3} b}"},
+             {"def_proxy_*=1\ndef_proxy_p_a=2\n", "def_proxy_p_a=2"}}) {
         cur_database = nullptr; // so that the default tree becomes the current one
-        write_file(file, row.file);
+        write_file(file, text);
         EXPECT_EQ(importenv(file.path()), 0);
-        EXPECT_EQ(tree_text(def_database), row.want);
+        EXPECT_EQ(tree_text(def_database), want);
         free_fraglist(&def_database);
     }
     owned_tree other("a=1\ndef_proxy_*_a=3\n");

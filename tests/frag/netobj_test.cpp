@@ -169,22 +169,21 @@ TEST(Netobj, OlderForm)
         {"$$NETOBJ.x", 0, "", 1},
     };
     for (const auto &row : rows) {
-        for (const auto walk : {enum_netobj42, enum_netobj}) {
-            if (walk == enum_netobj && row.key[0] != '$')
-                continue;
-            built_tree tree(LISTS);
-            std::string calls;
-            int count = 0;
-            const int result = walk(&tree.head, row.key, [&](frag *element, const char *text) {
-                calls +=
-                    std::string(element == nullptr ? "null" : element->name) + ":" + text + " ";
-                return ++count == row.stop_at ? 5 : 0;
-            });
-            EXPECT_EQ(calls, row.want) << row.key;
-            EXPECT_EQ(result, row.result) << row.key;
-            EXPECT_EQ(tree_text(tree.head), LISTS); // the guard in the groups is gone
-        }
+        built_tree tree(LISTS);
+        std::string calls;
+        int count = 0;
+        const auto walk = row.key[0] == '$' ? enum_netobj : enum_netobj42;
+        const int result = walk(&tree.head, row.key, [&](frag *element, const char *text) {
+            calls += std::string(element == nullptr ? "null" : element->name) + ":" + text + " ";
+            return ++count == row.stop_at ? 5 : 0;
+        });
+        EXPECT_EQ(calls, row.want) << row.key;
+        EXPECT_EQ(result, row.result) << row.key;
+        EXPECT_EQ(tree_text(tree.head), LISTS); // the guard in the groups is gone
     }
+    built_tree tree(LISTS); // the other call knows the mark, too
+    EXPECT_EQ(enum_netobj42(&tree.head, "$$NETOBJ.g", [](frag *, const char *) { return 5; }), 5);
+    EXPECT_EQ(enum_netobj42(&tree.head, "$$NETOBJ.x", n2n_func), 1);
 }
 
 TEST(Netobj, OneLineOfTextsIsCut)

@@ -144,18 +144,6 @@ TEST(NormInterfaces, ListOfAll)
               " 3{location=Unknown x=1} 4{location=Service interface=eth2}}}}"}});
 }
 
-TEST(NormInterfaces, IsInList)
-{
-    built_tree tree("netobj_list{a_element{1_addr=1.1.1.1 2_interface=eth0} b_x=1}");
-    static const struct {
-        const char *list, *interface;
-        int want;
-    } cases[] = {{"a", "eth0", 1}, {"a", "ETH0", 0},     {"c", "eth0", 0},
-                 {"b", "eth0", 0}, {nullptr, "eth0", 0}, {"a", nullptr, 0}};
-    for (const auto &row : cases)
-        EXPECT_EQ(is_in_list(&tree.head, row.list, row.interface), row.want) << row.want;
-}
-
 TEST(Norm41, States)
 {
     const std::string proxies = "def_proxy{telnet-proxy_state=off ftp-proxy_state=on"

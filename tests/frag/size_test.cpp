@@ -248,49 +248,41 @@ TEST(Size, CopiesOfThePlugRelaysSettingsEnd)
     EXPECT_LE(split, 2048);
     EXPECT_EQ(fake_log::texts, "plug-relay: too many config-sets for its settings, " +
                                    std::to_string(5000 - split) + " left as they are\n");
-    frag *plug = ffind(&tree.head, "def_proxy_plug-relay");
-    EXPECT_NE(fval(&plug->child, "text"), nullptr);
-    frag *sets = ffind(&plug->child, "config-sets");
-    EXPECT_EQ(count_list(sets->child), 5000 - split);
-    const std::string first = std::to_string(split + 1);
-    EXPECT_EQ(fval(&sets->child, ("s" + first + "_port").c_str()), first);
+    EXPECT_NE(fval(&tree.head, "def_proxy_plug-relay_text"), nullptr);
+    EXPECT_EQ(children_of(tree, "def_proxy_plug-relay_config-sets"), 5000 - split);
+    EXPECT_STREQ(fval(&tree.head, "def_proxy_plug-relay_config-sets_s5000_port"), "5000");
     expect_sound(&tree.head);
 }
 
-// An interface with a '=' in its name ends the key early, so that every look-up of its aliases is
-// in one long list.
-TEST(Size, FoldedAliasListsEnd)
+// An interface with a '=' in its name ends the key early: every look-up of its aliases is then in
+// one long list, or each alias moves into the next entry, with all that moved before.
+TEST(Size, AliasesThroughNamesThatEndKeysAreBounded)
 {
     const fake_log log;
-    owned_tree tree(times(10000, "netobj_list_Inside_element_#_interface=e#=\n") +
-                    times(10000, "netobj_list_e#_element_1_addr=#\n"));
-    canon_if(&tree.head, "netobj_list_Inside");
-    const std::int64_t folded = children_of(tree, "netobj_list_Inside_element") - 10000;
-    EXPECT_GE(folded, 1000);
-    EXPECT_EQ(children_of(tree, "netobj_list"), 1 + 10000 - folded);
-    EXPECT_EQ(fake_log::texts, "interface e" + std::to_string(folded + 1) +
-                                   "=: too many aliases, the rest left as they are\n");
-    expect_sound(&tree.head);
-}
+    owned_tree folded(times(10000, "netobj_list_Inside_element_#_interface=e#=\n") +
+                      times(10000, "netobj_list_e#_element_1_addr=#\n"));
+    canon_if(&folded.head, "netobj_list_Inside");
+    const std::int64_t done = children_of(folded, "netobj_list_Inside_element") - 10000;
+    EXPECT_GE(done, 1000);
+    EXPECT_EQ(children_of(folded, "netobj_list"), 1 + 10000 - done);
+    expect_sound(&folded.head);
 
-// Each alias moves into the next entry, with all that moved before.
-TEST(Size, AliasesInsideOfAliasesEnd)
-{
-    const fake_log log;
+    const std::string entry = "netobj_list_Inside_element_";
     std::string text;
     for (int number = 1; number <= 1500; ++number) {
-        const std::string entry = "netobj_list_Inside_element_" + std::to_string(number);
-        text += entry + "_alias=yes\n" + entry + "_interface=Inside_element_" +
-                std::to_string(number + 1) + "=\n";
+        const std::string key = entry + std::to_string(number);
+        text += key + "_alias=yes\n" + key + "_interface=Inside_element_" +
+                std::to_string(number + 1) + "=\n"; // the last is one that was not there
     }
-    owned_tree tree(text);
-    norm_if(&tree.head, "netobj_list_Inside");
-    // The last entry leads to one that was not there.
-    const std::int64_t moved = 1501 - children_of(tree, "netobj_list_Inside_element");
-    EXPECT_GE(moved, 800);
+    owned_tree moved(text);
+    norm_if(&moved.head, "netobj_list_Inside");
+    const std::int64_t gone = 1501 - children_of(moved, "netobj_list_Inside_element");
+    EXPECT_GE(gone, 800);
+    EXPECT_STREQ(fval(&moved.head, (entry + "2_alias").c_str()), "yes");
+    expect_sound(&moved.head);
     EXPECT_EQ(fake_log::texts,
-              "interface Inside_element_" + std::to_string(moved + 2) +
+              "interface e" + std::to_string(done + 1) +
+                  "=: too many aliases, the rest left as they are\ninterface Inside_element_" +
+                  std::to_string(gone + 2) +
                   "=: too many aliases inside of aliases, the rest left as they are\n");
-    EXPECT_STREQ(fval(&tree.head, "netobj_list_Inside_element_2_alias"), "yes");
-    expect_sound(&tree.head);
 }

@@ -74,30 +74,13 @@ class Sockets : public testing::Test
     sockaddr *const plain_local = reinterpret_cast<sockaddr *>(&local);
 };
 
-static bool is_free(int port)
+// The port that a socket has, in network order.
+static int bound_port(int fd)
 {
     sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<in_port_t>(port));
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    const bool bound = bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    close(fd);
-    return bound;
-}
-
-// A free port with a free one behind it, in natural order, below those given to clients.
-static int free_port()
-{
-    int port = 20000 + getpid() % 8000;
-    while (!is_free(port) || !is_free(port + 1))
-        port = port < 30000 ? port + 1 : 20000;
-    return port;
-}
-
-static int network(int port)
-{
-    return htons(static_cast<in_port_t>(port));
+    socklen_t length = sizeof address;
+    getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length);
+    return address.sin_port;
 }
 
 TEST_F(Sockets, SaddrInitFillsTheAddress)
@@ -154,11 +137,10 @@ TEST_F(Sockets, SockInitClosesBehindABadAddress)
 
 TEST_F(Sockets, ListenAndConnectMeet)
 {
-    const int wanted = network(free_port());
-    int port = wanted;
+    int port = 0;
     const int listener = serv_listen("peer", 2, plain, &port, nullptr);
     ASSERT_GE(listener, 0);
-    EXPECT_EQ(port, wanted);
+    address.sin_port = static_cast<in_port_t>(port = bound_port(listener));
     for (const int client : {cli_conn("peer", 2, port, nullptr), conn_sd(plain)}) {
         ASSERT_GE(client, 0);
         EXPECT_EQ(fcntl(client, F_GETFD), FD_CLOEXEC);
@@ -182,26 +164,29 @@ TEST_F(Sockets, ListenAndConnectMeet)
 
 TEST_F(Sockets, ServListenTakesTheNextPortOfItsRange)
 {
-    const int first = free_port();
-    int port = network(first);
-    const int taken = serv_listen("peer", 2, nullptr, &port, nullptr);
+    int none = 0;
+    const int taken = serv_listen("peer", 2, nullptr, &none, nullptr);
     ASSERT_GE(taken, 0);
-    for (const int high : {0, first, first - 1}) { // no range, one of one, one below
-        const int last = network(high);
-        EXPECT_EQ(told(serv_listen("peer", 2, plain, &port, high == 0 ? nullptr : &last)),
+    const int first = bound_port(taken);
+    const auto behind = [first](int count) {
+        return htons(static_cast<in_port_t>(ntohs(static_cast<in_port_t>(first)) + count));
+    };
+    int port = first;
+    const int same = first, below = behind(-1), last = behind(300);
+    for (const int *high : {static_cast<const int *>(nullptr), &same, &below}) {
+        EXPECT_EQ(told(serv_listen("peer", 2, plain, &port, high)),
                   "-3 11504 All ports are in use\n");
-        EXPECT_EQ(port, network(first));
+        EXPECT_EQ(port, first);
     }
-    for (const int high : {first + 1, first + 300}) {
-        const int last = network(high);
-        port = network(first);
-        const int fd = serv_listen("peer", 2, plain, &port, &last);
-        ASSERT_GE(fd, 0);
-        EXPECT_EQ(port, network(first + 1));
-        EXPECT_EQ(address.sin_port, port);
-        EXPECT_FALSE(is_free(first + 1));
-        close(fd);
-    }
+    const int fd = serv_listen("peer", 2, plain, &port, &last);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(address.sin_port, port);
+    EXPECT_EQ(bound_port(fd), port);
+    int second = first;
+    const int other = serv_listen("peer", 2, plain, &second, &last);
+    EXPECT_GT(ntohs(static_cast<in_port_t>(second)), ntohs(static_cast<in_port_t>(port)));
+    close(other);
+    close(fd);
     close(taken);
 }
 

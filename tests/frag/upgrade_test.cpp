@@ -5,26 +5,20 @@
 
 #include <gtest/gtest.h>
 
-#include "lib/frag/canon.h"
-#include "lib/frag/export.h"
-#include "lib/frag/import.h"
 #include "lib/frag/merge.h"
 #include "lib/frag/proxy_map.h"
 #include "tests/frag/tree_text.h"
 
-TEST(ProxyMap, SystemIsChosenByTheFirstNameThatBeginsTheValue)
+TEST(ProxyMap, SystemIsChosenByTheFrontOfItsName)
 {
-    static const struct {
-        const char *tree;
-        proxy_map wanted;
-    } cases[] = {
-        {"a=1", map_unix},           {"OS_Type_x=NT", map_unix}, {"OS_Type=NT", map_nt},
-        {"OS_Type=NT40SP6", map_nt}, {"OS_Type=nt", map_unix},   {"OS_Type=WNT", map_unix},
+    const auto is_nt = [](const char *text) {
+        built_tree tree(text);
+        return determine_os_maprec(&tree.head).data() == map_nt.data();
     };
-    for (const auto &row : cases) {
-        built_tree tree(row.tree);
-        EXPECT_EQ(determine_os_maprec(&tree.head).data(), row.wanted.data()) << row.tree;
-    }
+    for (const char *text : {"OS_Type=NT", "OS_Type='NT40 SP6'"})
+        EXPECT_TRUE(is_nt(text)) << text;
+    for (const char *text : {"a=1", "OS_Type_x=NT", "OS_Type=nt", "OS_Type=WNT"})
+        EXPECT_FALSE(is_nt(text)) << text;
 }
 
 TEST(Upgrade, ClientAddress)
@@ -86,27 +80,6 @@ TEST(Upgrade, Proxies)
           "proxy_x= def_proxy_a{bind-port=3 proxy-type=plug-relay proxy-exec="
           " config-sets{s t_x=y}}"},
          {"without the list of states nothing is filled in", filled, filled}});
-}
-
-// The sorted lines of a database of the test data in the current layout.
-static std::string upgraded(const std::string &file)
-{
-    owned_tree tree;
-    EXPECT_EQ(importffile((std::string(TEST_DATA_DIR) + "/" + file).c_str(), &tree.head, 0), 0);
-    if (ffind(&tree.head, "def_num_proxies") != nullptr)
-        norm_fragtree(&tree.head);
-    if (ffind(&tree.head, "gui_client") != nullptr)
-        up41(&tree.head);
-    expect_sound(&tree.head);
-    return sorted_lines(exported(&tree.head, EXPORT_FLAT));
-}
-
-TEST(Upgrade, EveryLayoutBecomesTheCurrentOne)
-{
-    const std::string wanted = upgraded("layouts/current.in");
-    EXPECT_NE(wanted.find("rule_pffwd_1_dst=net_vpnnetwork_depot\n"), std::string::npos);
-    EXPECT_EQ(upgraded("layouts/41.in"), wanted);
-    EXPECT_EQ(upgraded("layouts/numbered.in"), wanted);
 }
 
 TEST(Merge, NewNodesComeInOldOnesStay)

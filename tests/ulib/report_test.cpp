@@ -105,11 +105,9 @@ TEST(DumpStruct, PrintsRowsOfEight)
 {
     static const unsigned char bytes[] = {0, 1, 0x7f, 0x80, 0xff, 5, 6, 7, 8, 9};
     testing::internal::CaptureStdout();
-    for (const int length : {3, 8, 9, 0, -1})
-        dump_struct("rec", bytes, length);
+    dump_struct("rec", bytes, 9);
+    dump_struct("rec", bytes, -1);
     dump_struct("rec", nullptr, 4);
-    EXPECT_EQ(
-        testing::internal::GetCapturedStdout(),
-        "rec(3 bytes):00 01 7f \nrec(8 bytes):00 01 7f 80 ff 05 06 07 \n"
-        "rec(9 bytes):00 01 7f 80 ff 05 06 07 \n08 \nrec(0 bytes):rec(-1 bytes):rec(4 bytes):");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "rec(9 bytes):00 01 7f 80 ff 05 06 07 \n08 \nrec(-1 bytes):rec(4 bytes):");
 }

@@ -15,8 +15,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-static int answer_length = 4;  // of the answers below
-static bool has_answer = true; // of the host's own name
+static int answer_length = 4; // of the answers below
 
 // Stands in front of the host's name service for this program: a name of the form "peer" is the
 // loopback address, dotted addresses are themselves, and nothing is asked outside.
@@ -25,11 +24,7 @@ extern "C" hostent *gethostbyname(const char *name)
     static in_addr address;
     static char *addresses[2] = {reinterpret_cast<char *>(&address), nullptr};
     static hostent answer;
-    char own[256];
-    (void)gethostname(own, sizeof own);
-    const bool known =
-        std::strcmp(name, "peer") == 0 || (std::strcmp(name, own) == 0 && has_answer);
-    if (inet_aton(known ? "127.0.0.1" : name, &address) == 0)
+    if (inet_aton(std::strcmp(name, "peer") == 0 ? "127.0.0.1" : name, &address) == 0)
         return nullptr;
     answer = {};
     answer.h_length = answer_length;
@@ -53,7 +48,6 @@ class Sockets : public testing::Test
     {
         uselog = 0;
         answer_length = 4;
-        has_answer = true;
         EXPECT_EQ(next_fd(), before) << "a descriptor was left open";
     }
 
@@ -70,8 +64,6 @@ class Sockets : public testing::Test
     int before = next_fd();
     sockaddr_in address{};
     sockaddr *const plain = reinterpret_cast<sockaddr *>(&address);
-    sockaddr_un local{};
-    sockaddr *const plain_local = reinterpret_cast<sockaddr *>(&local);
 };
 
 // The port that a socket has, in network order.
@@ -112,9 +104,10 @@ TEST_F(Sockets, SaddrInitFillsTheAddress)
         EXPECT_EQ(ntohl(address.sin_addr.s_addr), row.address);
     }
     answer_length = 4;
-    std::memset(plain_local, '?', sizeof local);
-    EXPECT_EQ(saddr_init("10.1.2.3", 1, 99, plain_local), 0); // sixteen bytes and no more
-    EXPECT_EQ(local.sun_family, 1);
+    sockaddr_un local{};
+    std::memset(&local, '?', sizeof local);
+    EXPECT_EQ(saddr_init("10.1.2.3", 1, 99, reinterpret_cast<sockaddr *>(&local)), 0);
+    EXPECT_EQ(local.sun_family, 1); // sixteen bytes are filled and no more
     EXPECT_EQ(std::string(local.sun_path, 15), "\x0a\x01\x02\x03" + std::string(10, '\0') + "?");
 }
 
@@ -202,35 +195,6 @@ TEST_F(Sockets, BindportReportsOtherFailures)
     close(fd);
 }
 
-TEST_F(Sockets, LocalOnes)
-{
-    // What a caller has behind the sixteen bytes is its part of the name.
-    std::snprintf(local.sun_path + 14, 40, "socket-test-%d", getpid());
-    int port = 7;
-    const int listener = serv_listen(nullptr, 1, plain_local, &port, nullptr);
-    ASSERT_GE(listener, 0);
-    EXPECT_EQ(port, -1);
-    const int client = socket(AF_UNIX, SOCK_STREAM, 0);
-    EXPECT_EQ(connect(client, plain_local, sizeof local), 0);
-    EXPECT_EQ(told(serv_listen(nullptr, 1, plain_local, &port, nullptr)), "-3"); // in use
-    EXPECT_EQ(told(bindport(client, 1, 5, 9, plain_local)), "-1");
-    EXPECT_EQ(told(bindport(client, 1, 5, 4, plain_local)), "-1 11504 All ports are in use\n");
-    EXPECT_EQ(told(cli_conn(nullptr, 1, 0, nullptr)), "-2 6502 cli_conn: Connection refused\n");
-    close(client);
-    close(listener);
-    const int other = socket(AF_UNIX, SOCK_STREAM, 0);
-    EXPECT_EQ(bindport(other, 1, 5, 9, plain_local), 5);
-    close(other);
-    const int sixteen = socket(AF_UNIX, SOCK_STREAM, 0); // which is how many a client sends
-    local = {.sun_family = AF_UNIX, .sun_path = {}};
-    ASSERT_EQ(bind(sixteen, plain_local, 16), 0);
-    ASSERT_EQ(listen(sixteen, 1), 0);
-    const int meets = cli_conn(nullptr, 1, 0, nullptr);
-    EXPECT_GE(meets, 0);
-    close(meets);
-    close(sixteen);
-}
-
 TEST_F(Sockets, ReportNoDescriptors)
 {
     rlimit limit{};
@@ -243,17 +207,6 @@ TEST_F(Sockets, ReportNoDescriptors)
     EXPECT_EQ(told(cli_conn("peer", 2, 0, nullptr)), socket_init);
     EXPECT_EQ(told(conn_sd(plain)), "-1 6500 socket: Too many open files\n");
     setrlimit(RLIMIT_NOFILE, &limit);
-}
-
-TEST_F(Sockets, GetLocalHostnameNeedsAnAnswer)
-{
-    char name[256], own[256];
-    gethostname(own, sizeof own);
-    EXPECT_EQ(get_local_hostname(name), 0);
-    EXPECT_STREQ(name, own);
-    has_answer = false;
-    EXPECT_EQ(told(get_local_hostname(name)),
-              std::string("-1 13510  Can't lookup up my own hostname: ") + own + "\n");
 }
 
 // A wait for the input of a pipe.

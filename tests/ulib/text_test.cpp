@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <span>
@@ -145,11 +146,9 @@ TEST(Wildcard, Matches)
         const char *pattern, *text;
         int want, in_list; // alone, and the number in the list "x PATTERN y"
     } cases[] = {
-        {"*", "", 1, 2},      {"", "", 1, 0},         {"", "x", 0, 1},
-        {"**a", "xa", 1, 2},  {"*a*b", "axxb", 1, 2}, {"a*b", "a", 0, 0},
-        {"a*", "a", 1, 2},    {"A*", "ab", 0, 0},     {"a?c", "abc", 0, 0},
-        {"a?c", "a?c", 1, 2}, {"a*", "a*b", 1, 2},    {"\xe4*", "\xe4\xf6", 1, 2},
-        {"*", "y", 1, 3},     {"*", nullptr, 1, 2},
+        {"*", "", 1, 2},     {"", "x", 0, 1},    {"*a*b", "axxb", 1, 2},
+        {"a*b", "a", 0, 0},  {"A*", "ab", 0, 0}, {"a?c", "abc", 0, 0},
+        {"a*", "a*b", 1, 2}, {"*", "y", 1, 3},   {"*", nullptr, 1, 2},
     };
     for (const auto &row : cases) {
         SCOPED_TRACE(row.pattern);
@@ -169,31 +168,29 @@ TEST(Wildcard, Matches)
     EXPECT_EQ(wmatch(pattern.c_str(), std::string(5000, 'a').c_str()), 0);
 }
 
-TEST(HeapText, GrowsAndCopies)
+TEST(HeapText, IsCopiedAndGrown)
 {
     const heap_text bytes(bncat(bncat(nullptr, 0, "abc", 3), 3, "\0d", 2));
     EXPECT_EQ(std::string_view(bytes.get(), 5), std::string_view("abc\0d", 5));
     bytes.get()[5] = '\0'; // the promised room, checked by the sanitizer
-    EXPECT_EQ(bncat(bytes.get(), 5, "x", 0), bytes.get());
     EXPECT_EQ(bncat(bytes.get(), 5, nullptr, 5), bytes.get());
+    EXPECT_EQ(stradd(nullptr, "cd", 0), nullptr);
     static const struct {
         const char *source;
         int length;
-        const char *copy, *appended; // to "ab"
+        std::string_view want; // with zeros to the end
     } cases[] = {
-        {"abcdef", 3, "abc", "ababc"}, {"abc", 40, "abc", "ababc"}, {"abc", 0, "", "ab"},
-        {"abc", -7, "", "ab"},         {"", 5, "", "ab"},           {nullptr, 5, "", "ab"},
+        {"abcdef", 3, {"abc\0", 4}},
+        {"abc", 6, {"abc\0\0\0\0", 7}},
+        {"abc", -7, {"\0", 1}},
+        {nullptr, 2, {"\0\0\0", 3}},
     };
     for (const auto &row : cases) {
         const heap_text copy(strsave(row.source, row.length));
-        std::string want = row.copy;
-        want.resize(static_cast<std::size_t>(std::max(row.length, 0)) + 1); // zeros behind it
-        EXPECT_EQ(std::string(copy.get(), want.size()), want);
-        EXPECT_STREQ(heap_text(stradd(heap_copy("ab"), row.source, row.length)).get(),
-                     row.appended);
+        EXPECT_EQ(std::string_view(copy.get(), row.want.size()), row.want);
+        const heap_text sum(stradd(heap_copy("ab"), row.source, row.length));
+        EXPECT_EQ(sum.get(), std::string("ab") + row.want.data());
     }
-    EXPECT_STREQ(heap_text(stradd(nullptr, "cd", 1)).get(), "c");
-    EXPECT_EQ(stradd(nullptr, "cd", 0), nullptr);
 }
 
 TEST(HeapText, RepstrReplacesInPlace)
@@ -205,9 +202,8 @@ TEST(HeapText, RepstrReplacesInPlace)
         const char *want; // of "abXYZ"
         int position;
     } cases[] = {
-        {2, "12345", 5, "12345XYZ", 5}, {4, "1", 1, "1Z", 1},      {2, "12", 2, "12XYZ", 2},
-        {0, "12", 2, "12abXYZ", 2},     {2, "", 0, "XYZ", 0},      {5, "123", 3, "123", 3},
-        {2, "12345", 3, "123XYZ", 3},   {9, "1", 1, "1", 1},       {2, "1", 9, "1XYZ", 1},
+        {2, "12345", 5, "12345XYZ", 5}, {4, "1", 1, "1Z", 1},
+        {0, "12", 1, "1abXYZ", 1},      {9, "1", 9, "1", 1},
         {-1, "1", -1, "abXYZ", 0},      {2, nullptr, 3, "XYZ", 0},
     };
     for (const auto &row : cases) {
@@ -220,26 +216,18 @@ TEST(HeapText, RepstrReplacesInPlace)
 TEST(StringList, KeepsOrderAndOwners)
 {
     static std::string released;
-    char first[] = "first", second[] = "second";
-    int count = -1;
-    char **list = addptrlist(nullptr, first, nullptr);
-    list = addptrlist(list, nullptr, &count);
+    char first[] = "first";
+    int count = -1, length = 3;
+    char **list = addptrlist(addptrlist(nullptr, first, nullptr), nullptr, &count);
     EXPECT_EQ(count, 1) << "null ends a list and is no entry";
-    list = addptrlist(list, second, &count);
-    EXPECT_EQ(count, 2);
-    EXPECT_EQ(list[2], nullptr);
-    freestrlist(list, [](void *entry) { released += static_cast<const char *>(entry); });
-    EXPECT_EQ(released, "firstsecond");
+    list = addstrlist(addstrlist(list, "abcdef", &length), "abc", nullptr);
+    EXPECT_EQ(length, 2);
+    EXPECT_EQ(list[3], nullptr);
+    freestrlist(list, [](void *entry) {
+        released += std::string(static_cast<const char *>(entry)) + "|";
+        if (released != "first|") // which is not the list's own
+            std::free(entry);
+    });
+    EXPECT_EQ(released, "first|abc||");
     freestrlist(nullptr, nullptr);
-
-    int length = 3;
-    heap_strlist copies(addstrlist(nullptr, "abcdef", &length));
-    EXPECT_EQ(length, 1);
-    copies.reset(addstrlist(copies.release(), "abc", nullptr));
-    length = 5;
-    copies.reset(addstrlist(copies.release(), nullptr, &length));
-    EXPECT_EQ(length, 3);
-    EXPECT_STREQ(copies[0], "abc");
-    EXPECT_EQ(std::string(copies[1]) + copies[2], "");
-    EXPECT_EQ(copies[3], nullptr);
 }

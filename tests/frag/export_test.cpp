@@ -166,13 +166,19 @@ TEST(XmlLayout, Shape)
 
 TEST(XmlLayout, TheWayBack)
 {
-    expect_passes(canon_xml, {{"empty", "", ""},
-                              {"not from such a file", "a=1 proxy_b=1", "a=1 proxy_b=1"},
-                              {"a document without proxies loses its root only",
-                               "?xml{attrs_version=1.0 varnholt%5Fconf_rule_fwdrule_attrs_seq=1}",
-                               "rule_fwdrule_attrs_seq=1"},
-                              {"a document without anything", "?xml_attrs_version=1.0", ""},
-                              {"another root", "?xml{attrs_version=1.0 a_b=1}", "a_b=1"}});
+    expect_passes(
+        canon_xml,
+        {{"empty", "", ""},
+         {"not from such a file", "a=1 proxy_b=1", "a=1 proxy_b=1"},
+         {"a document without proxies loses its root only",
+          "?xml{attrs_version=1.0 varnholt%5Fconf_rule_fwdrule_attrs_seq=1}",
+          "rule_fwdrule_attrs_seq=1"},
+         {"a document without anything", "?xml_attrs_version=1.0", ""},
+         {"another root", "?xml{attrs_version=1.0 a_b=1}", "a_b=1"},
+         {"a run of elements ends at one that is not marked, or of another name",
+          "?xml_varnholt%5Fconf{proxy net{ipnet{attrs_name=a x=1} ipnet{attrs_name=b y=2} ipnet_z=3"
+          " ipnet{attrs_name=c x=4} ipmask{attrs_name=d x=5}}}",
+          "def_proxy net{ipnet{a_x=1 b_y=2} ipnet_z=3 ipnet_c_x=4 ipmask_d_x=5}"}});
     const std::string before = "l{1_attrs{name=a_b gname=g item=i seq=s} 2_attrs_x=1 3=}";
     const auto below = [](int (*rename)(frag *)) {
         return [rename](frag **head) { rename((*head)->child); };

@@ -1,204 +1,134 @@
+// The passes from the numbered layout to the canonical one.
 #include "lib/frag/canon.h"
 
 #include <gtest/gtest.h>
 
-#include "lib/frag/frag_sort.h"
-#include "tests/frag/flat_tree.h"
+#include "lib/frag/canon_proxy.h"
+#include "tests/frag/tree_text.h"
 
-TEST(Canon, ObjectLists)
+TEST(Canon, ListsOfObjectsInterfacesAndRules)
 {
-    static const pass_case cases[] = {
-        {"object takes its name, counters go",
-         [](frag **head) { return canon_netobj(head, "netobj_list"); },
-         "netobj_list_1_name=lan_a\n"
-         "netobj_list_1_num_elements=1\n"
-         "netobj_list_1_num_members=1\n"
-         "netobj_list_1_element_1_addr=10.0.0.1\n",
-         "netobj_list_lan%5Fa_element_1_addr=10.0.0.1\n"},
-        {"other counters keep num alive, no name keeps the number",
-         [](frag **head) { return canon_netobj(head, "netobj_group"); },
-         "netobj_group_7_num_members=1\n"
-         "netobj_group_7_num_other=2\n",
-         "netobj_group_7_num_other=2\n"},
-        {"a name without text", [](frag **head) { return canon_netobj(head, "netobj_group"); },
-         "netobj_group_7_name_x=1\n", "netobj_group_7\n"},
-    };
-    expect_passes(cases);
-}
-
-TEST(Canon, InterfaceAliases)
-{
-    const auto inside = [](frag **head) { return canon_if(head, "netobj_list_Inside"); };
-    const auto elsewhere = [](frag **head) { return canon_if(head, "list"); };
-    const pass_case cases[] = {
-        {"no list of lists, none made", elsewhere, "list_element_1_interface=eth0\n",
-         "list_element_1_interface=eth0\n"},
-        {"missing list is made", inside, "a=1\n", "netobj_list_Inside_element\na=1\n"},
-        {"aliases number on from the count", inside,
-         "netobj_list_Inside_element_5_interface=eth0\n"
-         "netobj_list_Inside_element_9_interface=eth1\n"
-         "netobj_list_eth0_INTERFACE_num_elements=2\n"
-         "netobj_list_eth0_INTERFACE_element_1_addr=10.0.0.1\n"
-         "netobj_list_eth0_INTERFACE_element_2=lost\n"
-         "netobj_list_eth0_INTERFACE_element_2_addr=10.0.0.2\n"
-         "netobj_list_eth0_INTERFACE_element_2_alias=no\n",
-         "netobj_list_Inside_element_3_alias=yes\n"
-         "netobj_list_Inside_element_3_addr=10.0.0.1\n"
-         "netobj_list_Inside_element_4_addr=10.0.0.2\n"
-         "netobj_list_Inside_element_4_alias=yes\n"
-         "netobj_list_Inside_element_5_interface=eth0\n"
-         "netobj_list_Inside_element_9_interface=eth1\n"
-         "netobj_list_eth0\n"},
-        {"an alias has no aliases, one that says no has", inside,
-         "netobj_list_Inside_element_1_interface=eth0\n"
-         "netobj_list_Inside_element_1_alias= Yes\n"
-         "netobj_list_Inside_element_2_interface=eth1\n"
-         "netobj_list_Inside_element_2_alias=no\n"
-         "netobj_list_Inside_element_3_interface=\n"
-         "netobj_list_eth0_INTERFACE_element_1_addr=10.0.0.1\n"
-         "netobj_list_eth1_INTERFACE_element_1_addr=10.0.1.1\n"
-         "netobj_list__INTERFACE_element_1_addr=10.0.2.1\n",
-         "netobj_list_Inside_element_1_interface=eth0\n"
-         "netobj_list_Inside_element_1_alias= Yes\n"
-         "netobj_list_Inside_element_2_interface=eth1\n"
-         "netobj_list_Inside_element_2_alias=no\n"
-         "netobj_list_Inside_element_3_interface=\n"
-         "netobj_list_Inside_element_4_alias=yes\n"
-         "netobj_list_Inside_element_4_addr=10.0.1.1\n"
-         "netobj_list_eth0_INTERFACE_element_1_addr=10.0.0.1\n"
-         "netobj_list_eth1\n"
-         "netobj_list__INTERFACE_element_1_addr=10.0.2.1\n"},
-        {"an interface whose '=' ends the key at the list itself, or at one of its entries", inside,
-         "netobj_list_Inside_element_1_interface=Inside=\n"
-         "netobj_list_Inside_element_2_interface=Inside_element=\n"
-         "netobj_list_Inside_element_3_interface=Inside_element_3=\n"
-         "netobj_list_Inside_element_4_interface=eth0\n",
-         "netobj_list_Inside_element_1_interface=Inside=\n"
-         "netobj_list_Inside_element_2_interface=Inside_element=\n"
-         "netobj_list_Inside_element_4_interface=eth0\n"},
-    };
-    expect_passes(cases);
-}
-
-TEST(Canon, PacketFilterRules)
-{
-    static const pass_case cases[] = {
-        {"fields are named, empty ones counted", canon_pfrules,
-         "pfedit_lcl_numrules=2\n"
-         "pfedit_lcl_rule10=permit+eth0+tcp++10.0.0.1+255.0.0.0+80+any++a note+rest\n"
-         "pfedit_lcl_rule2=deny\n"
-         "pfedit_fwd_rule1=+++++++++\n",
-         "pfedit_lcl_2_type=deny\n"
-         "pfedit_lcl_10_comment=a note\n"
-         "pfedit_lcl_10_dstaddr=any\n"
-         "pfedit_lcl_10_dstport=80\n"
-         "pfedit_lcl_10_srcmask=255.0.0.0\n"
-         "pfedit_lcl_10_srcaddr=10.0.0.1\n"
-         "pfedit_lcl_10_proto=tcp\n"
-         "pfedit_lcl_10_interface=eth0\n"
-         "pfedit_lcl_10_type=permit\n"
-         "pfedit_fwd_1\n"},
-        {"names that are no rule numbers, values that are missing or empty", canon_pfrules,
-         "pfedit_lcl_rule0=a\n"
-         "pfedit_lcl_Rule1=b\n"
-         "pfedit_lcl_rule7_type=gone\n"
-         "pfedit_lcl_rule07x=\n",
-         "pfedit_lcl_7\n"
-         "pfedit_lcl_Rule1_type=b\n"
-         "pfedit_lcl_rule0_type=a\n"},
-        {"a list without rules", canon_pfrules, "pfedit_lcl_numrules=0\n", "pfedit_lcl\n"},
-    };
-    expect_passes(cases);
+    // An object takes its name if that has a text, and loses its counters, but no other ones.
+    expect_passes([](frag **head) { canon_netobj(head, "netobj_list"); },
+                  {{"objects",
+                    "netobj_list{1{name=lan_a num{elements=1 members=1} element_1_x=2}"
+                    " 7_num{members=1 other=2} 8_name_x=1}",
+                    "netobj_list{lan%5Fa_element_1_x=2 7_num_other=2 8}"}});
+    expect_passes(
+        [](frag **head) { canon_if(head, "netobj_list_Inside"); },
+        {{"aliases number on from the count; an alias has none itself",
+          "netobj_list{Inside_element{3_interface=eth0 9{interface=eth1 alias=no}"
+          " 1{interface=eth2 alias=' Yes'} 8_interface=} eth0_INTERFACE{num_elements=2"
+          " element{1_addr=10.0.0.1 2=lost{addr=10.0.0.2 alias=no}}} "
+          "eth1_INTERFACE_element_1_addr=3"
+          " eth2_INTERFACE_element_1_addr=4"
+          " _INTERFACE_element_1_addr=5}",
+          "netobj_list{Inside_element{1{interface=eth2 alias=' Yes'} 3_interface=eth0"
+          " 5{alias=yes addr=10.0.0.1} 6{addr=10.0.0.2 alias=yes} 7{alias=yes addr=3} 8_interface="
+          " 9{interface=eth1 alias=no}} eth0 eth1 eth2_INTERFACE_element_1_addr=4"
+          " _INTERFACE_element_1_addr=5}"},
+         {"a '=' that ends the key at the list itself, or at one of its entries",
+          "netobj_list_Inside_element{1_interface=Inside= 2_interface=Inside_element="
+          " 3_interface=Inside_element_3= 4_interface=eth0}",
+          "netobj_list_Inside_element{1_interface=Inside= 2_interface=Inside_element="
+          " 4_interface=eth0}"}});
+    expect_passes(canon_pfrules,
+                  {{"packet filter rules are named fields; others are no rules",
+                    "pfedit{lcl{numrules=2 rule10='permit+eth0+tcp++1+2+80+any++a note+rest'"
+                    " rule2=deny rule0=a Rule1=b rule7_type=gone rule07x=} fwd_rule1=+++++++++}",
+                    "pfedit{lcl{2_type=deny 7 10{comment='a note' dstaddr=any dstport=80 srcmask=2"
+                    " srcaddr=1 proto=tcp interface=eth0 type=permit} Rule1_type=b rule0_type=a}"
+                    " fwd_1}"}});
 }
 
 TEST(Canon, InterfaceAddresses)
 {
-    static const pass_case cases[] = {
-        {"a new entry", canon_ip,
-         "ip_hostname=gate\n"
-         "ip_insideaddr=10.0.0.1\n"
-         "ip_insidemask=255.0.0.0\n"
-         "ip_insidbcast=10.255.255.255\n"
-         "ip_insidiface=eth0\n"
-         "ip_insidifaceflags=up\n",
-         "netobj_list_Inside_element_1_broadcast=10.255.255.255\n"
-         "netobj_list_Inside_element_1_interfaceflags=up\n"
-         "netobj_list_Inside_element_1_interface=eth0\n"
-         "netobj_list_Inside_element_1_netmask=255.0.0.0\n"
-         "netobj_list_Inside_element_1_addr=10.0.0.1\n"
-         "ip_hostname=gate\n"},
-        {"an entry with the address is updated, even with a placeholder", canon_ip,
-         "ip_outsideaddr=XXX.XXX.XXX.XXX\n"
-         "ip_outsidemask=255.0.0.0\n"
-         "netobj_list_Outside_element_4_addr=1.1.1.1\n"
-         "netobj_list_Outside_element_7_addr=XXX.XXX.XXX.XXX\n"
-         "netobj_list_Outside_element_7_netmask=0\n",
-         "ip\n"
-         "netobj_list_Outside_element_4_addr=1.1.1.1\n"
-         "netobj_list_Outside_element_7_addr=XXX.XXX.XXX.XXX\n"
-         "netobj_list_Outside_element_7_netmask=255.0.0.0\n"},
-        {"the number counts the entries passed, and may be taken", canon_ip,
-         "ip_thirdaddr=3.3.3.3\n"
-         "netobj_list_Service_element_3_addr=1.1.1.1\n"
-         "netobj_list_Service_element_2_addr=2.2.2.2\n",
-         "ip\n"
-         "netobj_list_Service_element_3_addr=3.3.3.3\n"
-         "netobj_list_Service_element_3_addr=1.1.1.1\n"
-         "netobj_list_Service_element_2_addr=2.2.2.2\n"},
-        {"a placeholder makes no entry; without an address only the mask goes", canon_ip,
-         "ip_insideaddr=none\n"
-         "ip_insidiface=eth0\n"
-         "ip_outsidemask=255.0.0.0\n"
-         "ip_outsidiface=eth1\n"
-         "ip_thirdaddr_x=1\n"
-         "ip_thirdiface=eth2\n",
-         "netobj_list_Inside_element\n"
-         "ip_outsidiface=eth1\n"
-         "ip_thirdiface=eth2\n"},
-    };
-    expect_passes(cases);
+    expect_passes(
+        canon_ip,
+        {{"a new entry, one with the address, and a number that is taken",
+          "ip{hostname=gate insideaddr=1 insidemask=2 insidbcast=3 insidiface=eth0"
+          " insidifaceflags=up outsideaddr=XXX.XXX.XXX.XXX outsidemask=4 thirdaddr=5}"
+          " netobj_list{Outside_element{4_addr=7 7{addr=XXX.XXX.XXX.XXX netmask=0}}"
+          " Service_element{3_addr=7 2_addr=8}}",
+          "ip_hostname=gate netobj_list{Inside_element_1{broadcast=3 interfaceflags=up"
+          " interface=eth0 netmask=2 addr=1} Outside_element{4_addr=7"
+          " 7{addr=XXX.XXX.XXX.XXX netmask=4}} Service_element{3_addr=5 3_addr=7 2_addr=8}}"},
+         {"a placeholder makes no entry; without an address only the mask goes",
+          "ip{insideaddr=none insidiface=eth0 outsidemask=2 outsidiface=eth1 thirdaddr_x=1"
+          " thirdiface=eth2}",
+          "netobj_list_Inside_element ip{outsidiface=eth1 thirdiface=eth2}"}});
 }
 
-static const char *const EMPTY_INTERFACE_LISTS = "netobj_list_Service_element\n"
-                                                 "netobj_list_Outside_element\n"
-                                                 "netobj_list_Inside_element\n";
+TEST(Canon, ParametersOfAProxy)
+{
+    expect_passes(
+        [](frag **head) { canon_parm(ffind(head, "p"), "parm", "num_parms", "num"); },
+        {{"one without name or value is dropped; the later value wins; counters go",
+          "p{state=on num{parms=4 more=1} parm{1{name=timeout value=30} 2_name='no value'"
+          " 3_value='no name' 4{name_x=1 value=v} 5{name=a value=1} 6{name=a value='set '/3}}}",
+          "p{a='set ' timeout=30 state=on num_more=1}"},
+         {"two levels with a digit behind the first mark, else one",
+          "p_parm{1{name=host value=lost} 2{name=host_1 value=a} 3{name=host_2_x value=b}"
+          " 4{name=max_size value='moved '/5} 5{name=end_ value=d}}",
+          "p{end%5F=d max%5Fsize='moved '/5 host{2_x=b 1=a}}"},
+         {"prefixes become flags of the last node, and replace what was there",
+          "p{y(2)=0 parm{1{name=permit-x value=1} 2{name=Deny-ONLYON-w_v value=2}"
+          " 3{name=absorb-host_1 value=3} 4{name=y value=4} 5{name=permit-relay value=5}}}",
+          "p{relay-permit=5 host_1(4)=3 w%5Fv(10)=2 x(1)=1 y=4}"},
+         {"access and url are joined where both have values",
+          "p_cyberurl{1=old{url=site access=deny x=1} 2_url=site 3{url_x=1 access=deny}}",
+          "p_url{1='deny site' 2_url=site 3{url_x=1 access=deny}}"}});
+}
+
+TEST(Canon, ProxiesAndPolicies)
+{
+    expect_passes(canon_def,
+                  {{"named, with parameters",
+                    "def_proxy{1{realname=ftp_x parm_1{name=a value=1}} 2_parm_1{name=b value=2}"
+                    " 3_realname_x=1}",
+                    "def_proxy{ftp%5Fx_a=1 2_b=2 3}"}});
+    expect_passes(
+        canon_cust,
+        {{"no custom proxies", "a=1", "a=1"},
+         {"the last comes first in its owner; without one its own name is the owner's",
+          "def_proxy_plug_x=1 cust_proxy{1{realname=plug name=a_b} 2{realname=plug name=c"
+          " num_parms=1 parm_1{name=port value=25}} 3{realname= name=a_b} 4_realname=x_y 5_z=1}",
+          "def_proxy{5_config-sets_5_z=1 x_y_config-sets_4 a%5Fb_config-sets_a%5Fb"
+          " plug{config-sets{c_port=25 a%5Fb} x=1}} cust_proxy"}});
+    expect_passes(
+        [](frag **head) { canon_policy(head, "policy"); },
+        {{"the first proxy that has a config set owns it",
+          "policy{num_entries=1 1{name=all_day num{proxies=0 parms=1} parm{1{name=log value=on x=1}"
+          " 2_name=lost 3_value=lost}} 2_proxy{1=gone{name=news} 2=gone{name=none} 3=gone}}"
+          " def_proxy{a_config-sets_other=1 b%5Fb(2)_config-sets_news=1 c_config-sets{news=1 3=1}}",
+          "policy{all%5Fday_parm{log=on{x=1} 2 3} 2_proxy{news=deny-b_b none 3=c}}"
+          " def_proxy{a_config-sets_other=1 b%5Fb(2)_config-sets_news=1"
+          " c_config-sets{news=1 3=1}}"}});
+}
+
+// The three lists stand in front afterwards.
+static std::string behind_lists(const std::string &rest)
+{
+    return "netobj_list{Service_element Outside_element Inside_element} " + rest;
+}
 
 TEST(Canon, WholeTree)
 {
-    static const struct {
-        const char *label, *before, *after;
-    } cases[] = {
-        {"counters of lists",
-         "netobj_num_list=1\n"
-         "netobj_num_group=1\n"
-         "map_num=1\nsroute_num_entries=1\ndest_num=1\ndest_1_x=2\n",
-         "map\nsroute\ndest_1_x=2\n"},
-        {"proxies stay numbered without their counter",
-         "def_proxy_1_realname=a\ncust_num_proxies=0\n",
-         "def_proxy_1_realname=a\ncust_num_proxies=0\n"},
-        {"custom proxies stay without theirs",
-         "def_num_proxies=1\ndef_proxy_1_realname=a\ncust_proxy_1_realname=a\n",
-         "def_num\ndef_proxy_a\ncust_proxy_1_realname=a\n"},
-        {"settings for all proxies", "def_proxy_global_x=old\ndef_proxy_*_x=new\n",
-         "def_proxy_global_name=global\ndef_proxy_global_x=new\n"},
-        {"policies know the config sets of custom proxies",
-         "def_num_proxies=1\ncust_num_proxies=1\n"
-         "def_proxy_1_realname=plug\n"
-         "cust_proxy_1_realname=plug\ncust_proxy_1_name=news\n"
-         "policy_1_name=all\npolicy_1_proxy_1_name=news\n",
-         "def_num\ndef_proxy_plug_config-sets_news\ncust_num\ncust_proxy\n"
-         "policy_all_proxy_news=plug\n"},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        flat_tree tree(row.before);
-        EXPECT_EQ(norm_fragtree(&tree.head), 0);
-        std::string after = tree.listing();
-        // The three lists stand at the front of `netobj`, which may be new itself.
-        const std::size_t lists = after.find(EMPTY_INTERFACE_LISTS);
-        ASSERT_NE(lists, std::string::npos) << after;
-        after.erase(lists, std::string_view(EMPTY_INTERFACE_LISTS).size());
-        EXPECT_EQ(after, row.after);
-        expect_sound(&tree.head);
-    }
+    expect_passes(
+        norm_fragtree,
+        {{"counters of lists, settings for all proxies",
+          "netobj_num{list=1 group=1} map_num=1 sroute_num_entries=1 dest{num=1 1_x=2}"
+          " def_proxy{global_x=old *_x=new}",
+          behind_lists("map sroute dest_1_x=2 def_proxy_global{name=global x=new}")},
+         {"proxies stay numbered without their counter",
+          "def_proxy_1_realname=a cust_num_proxies=0",
+          behind_lists("def_proxy_1_realname=a cust_num_proxies=0")},
+         {"custom proxies stay without theirs",
+          "def{num_proxies=1 proxy_1_realname=a} cust_proxy_1_realname=a",
+          behind_lists("def{num proxy_a} cust_proxy_1_realname=a")},
+         {"policies know the config sets of custom proxies",
+          "def{num_proxies=1 proxy_1_realname=plug} cust{num_proxies=1 proxy_1{realname=plug"
+          " name=news}} policy_1{name=all proxy_1_name=news}",
+          behind_lists("def{num proxy_plug_config-sets_news} cust{num proxy}"
+                       " policy_all_proxy_news=plug")}});
 }

@@ -1,117 +1,69 @@
 #include "lib/frag/export.h"
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include "lib/frag/symbol.h"
-#include "tests/frag/flat_tree.h"
-#include "tests/frag/random_tree.h"
+#include "lib/frag/norm_list.h"
+#include "lib/frag/xml_layout.h"
+#include "lib/frag/xml_write.h"
 #include "tests/frag/temp_file.h"
+#include "tests/frag/tree_text.h"
 
-static std::string exported(flat_tree &tree, int version = EXPORT_FLAT)
+static std::string written(const std::function<int(std::FILE *stream)> &write)
 {
     const temp_file file;
-    EXPECT_EQ(exportffile(file.path(), &tree.head, version), 0);
+    std::FILE *stream = std::fopen(file.path(), "w");
+    EXPECT_EQ(write(stream), 0);
+    std::fclose(stream);
     return file.text();
 }
 
-// The tree as exportenv writes it; it stays the tree's.
-static std::string saved(flat_tree &tree, int version)
+static std::string flat(frag *first, int position = 0)
 {
-    const temp_file file;
-    cur_database = &tree.head;
-    EXPECT_EQ(exportenv(file.path(), version), 0);
-    cur_database = nullptr;
-    return file.text();
+    return written([&](std::FILE *stream) { return outffile(stream, first, 0, position); });
 }
 
 TEST(Export, FlatLines)
 {
-    static const struct {
-        const char *label, *before, *after;
-    } cases[] = {
-        {"empty tree", "", ""},
-        {"no line without a value", "a_b=1\na_c=\n", "a_b=1\na_c=\n"},
-        {"a node before its children", "a_b=1\na=2\n", "a=2\na_b=1\n"},
-        {"trailing white space", "a=1 \t\r\n", "a=1\n"},
-        {"one prefix of several", "permit-absorb-a=1\npermit-deny-b=2\n", "permit-a=1\ndeny-b=2\n"},
-        {"names that look like prefixes", "x_permit-relay=1\n", "x_permit-relay=1\n"},
-        {"escapes stay", "a%5Fb_c%25=1\n", "a%5Fb_c%25=1\n"},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        flat_tree tree(row.before);
-        EXPECT_EQ(exported(tree), row.after);
-    }
-}
-
-TEST(Export, ValuesAreCutWhereTheyWereCounted)
-{
-    flat_tree tree("a=1  \n");
-    EXPECT_STREQ(fval(&tree.head, "a"), "1  ");
-    exported(tree);
-    EXPECT_STREQ(fval(&tree.head, "a"), "1");
-}
-
-TEST(Export, BytesThatAreNoText)
-{
-    frag *node = newsymfrag("a");
-    set_frag_value(node, "1\0002", 3);
-    flat_tree tree("");
-    tree.head = node;
-    EXPECT_EQ(exported(tree), std::string("a=1\0002\n", 6));
+    built_tree tree("a=2{b=1 c} d='1  '/1 e(5)=1 f(3)=2 x_relay-permit=1 a%5Fb_c%25= n='x~y'");
+    std::strchr(ffind(&tree.head, "n")->value, '~')[0] = '\0';
+    EXPECT_EQ(flat(tree.head),
+              std::string("a=2\na_b=1\nd=1\npermit-e=1\ndeny-f=2\nx_permit-relay=1\n"
+                          "a%5Fb_c%25=\nn=x") +
+                  '\0' + "y\n");
+    EXPECT_STREQ(fval(&tree.head, "d"), "1"); // cut where it was counted
+    built_tree part("a_b{c=1 d=2}");
+    EXPECT_EQ(flat(ffind(&part.head, "a_b_c"), 4), "a_b_c=1\na_b_d=2\n");
 }
 
 TEST(Export, ChildrenBelowLongKeysAreLeftOut)
 {
-    for (const std::size_t length : {1U, 178U, 179U, 180U, 181U, 360U}) {
-        SCOPED_TRACE(length);
-        flat_tree tree("");
+    for (const std::size_t length : {178U, 179U, 180U, 100000U}) {
         const std::string name(length, 'n');
-        frag *node = fset(&tree.head, name.c_str(), "1");
-        fset_list(&node, "child", "2");
-        std::string wanted = name + "=1\n";
-        if (length < 180)
-            wanted += name + "_child=2\n";
-        EXPECT_EQ(exported(tree), wanted);
+        built_tree tree(name + "=1{child=2}");
+        EXPECT_EQ(flat(tree.head), name + "=1\n" + (length < 180 ? name + "_child=2\n" : ""))
+            << length;
     }
-}
-
-TEST(Export, ALongNameIsWrittenWhole)
-{
-    flat_tree tree("");
-    const std::string name(100000, 'n');
-    fset(&tree.head, name.c_str(), "1");
-    EXPECT_EQ(exported(tree), name + "=1\n");
-}
-
-TEST(Export, PartOfATreeWithItsKeys)
-{
-    flat_tree tree("a_b_c=1\na_b_d=2\n");
-    const temp_file file;
-    std::FILE *stream = std::fopen(file.path(), "w");
-    frag *part = ffind(&tree.head, "a_b_c");
-    EXPECT_EQ(outffile(stream, part, EXPORT_FLAT, static_cast<int>(std::strlen("a_b_"))), 0);
-    std::fclose(stream);
-    EXPECT_EQ(file.text(), "a_b_c=1\na_b_d=2\n");
 }
 
 TEST(Export, FailuresAreReported)
 {
-    flat_tree tree("a=1\n");
+    built_tree tree("a=1");
     EXPECT_EQ(exportffile("/no/such/folder/file", &tree.head, EXPORT_FLAT), 1);
     // Small enough for the stream's buffer: only the close can tell.
     EXPECT_EQ(exportffile("/dev/full", &tree.head, EXPORT_FLAT), 1);
+    EXPECT_EQ(exportffile("/dev/full", &tree.head, EXPORT_XML), 1);
     fset(&tree.head, "b", std::string(100000, 'x').c_str());
     EXPECT_EQ(exportffile("/dev/full", &tree.head, EXPORT_FLAT), 1);
 }
 
 TEST(Export, StandardOutputIsClosedAndWorksOnce)
 {
-    flat_tree tree("a=1\n");
+    built_tree tree("a=1");
     const temp_file file;
     EXPECT_EXIT(
         {
@@ -127,39 +79,134 @@ TEST(Export, StandardOutputIsClosedAndWorksOnce)
 TEST(ExportEnv, TheVersionIsStampedIntoACopy)
 {
     static const struct {
-        const char *label;
         int version;
-        const char *before, *after;
+        const char *tree, *want;
     } cases[] = {
-        {"empty", 0, "", "version_varnholt.conf=000\n"},
-        {"taken as 0", 1, "a=1\n", "version_varnholt.conf=000\na=1\n"},
-        {"taken as 0 too", 41, "a=1\n", "version_varnholt.conf=000\na=1\n"},
-        {"any other", 42, "version_x=1\n", "version_varnholt.conf=042\nversion_x=1\n"},
-        {"in its place", 1234, "a=1\nversion_varnholt.conf=000\n",
-         "a=1\nversion_varnholt.conf=1234\n"},
-        {"what is not saved", 0, "temp_x=1\ndef_proxy_*_x=1\ndef_proxy_a=1\n",
-         "version_varnholt.conf=000\ndef_proxy_a=1\n"},
+        {0, "", "version_varnholt.conf=000\n"},
+        {1, "a=1", "version_varnholt.conf=000\na=1\n"},
+        {41, "a=1", "version_varnholt.conf=000\na=1\n"},
+        {42, "version_x=1", "version_varnholt.conf=042\nversion_x=1\n"},
+        {1234, "a=1 version_varnholt.conf=000", "a=1\nversion_varnholt.conf=1234\n"},
+        {0, "temp_x=1 def_proxy{*_x=1 a=1}", "version_varnholt.conf=000\ndef_proxy_a=1\n"},
     };
     for (const auto &row : cases) {
-        SCOPED_TRACE(row.label);
-        flat_tree tree(row.before);
-        const std::string before = tree.listing();
-        EXPECT_EQ(saved(tree, row.version), row.after);
-        EXPECT_EQ(tree.listing(), before);
+        built_tree tree(row.tree);
+        EXPECT_EQ(exported(&tree.head, row.version), row.want);
+        EXPECT_EQ(tree_text(tree.head), row.tree);
     }
 }
 
-TEST(ExportEnv, OutAndInIsTheSameTreeAndTheSameBytes)
+TEST(XmlWrite, Elements)
 {
-    for (unsigned seed = 0; seed < 300; ++seed) {
-        SCOPED_TRACE(seed);
-        flat_tree tree(random_flat_text(seed));
-        const std::string text = saved(tree, EXPORT_FLAT);
-        EXPECT_EQ(saved(tree, EXPORT_FLAT), text);
-        flat_tree again(text);
-        EXPECT_EQ(saved(again, EXPORT_FLAT), text);
-        fset(&tree.head, "version_varnholt.conf", "000");
-        // Several prefixes of a node are written as one.
-        EXPECT_EQ(again.listing(), tree.listing());
+    static const struct {
+        const char *tree, *want;
+    } cases[] = {
+        {"a_attrs_b=c", "  <a b=\"c\"/>\n"},
+        {"a_attrs_b_c=1", "  <a b=\"\"/>\n"},
+        {"a='v '/1", "  <a>v</a>\n"},
+        {"a=", "  <a></a>\n"},
+        {"a{b=1 c_d=2}", "  <a>\n   <b>1</b>\n   <c>\n    <d>2</d>\n   </c>\n  </a>\n"},
+        {"a=v{b=}", "  <a>v\n   <b></b>\n  </a>\n"},
+        {"a%5Fb(2)=1", "  <deny-a_b>1</deny-a_b>\n"},
+        {"a{attrs{p%5Fq=2 r=} x=1}", "  <a p_q=\"2\" r=\"\">\n   <x>1</x>\n  </a>\n"},
+        {"a=<&\"{attrs_b=<&>}", "  <a b=\"<&>\"><&\"</a>\n"},
+    };
+    for (const auto &row : cases) {
+        built_tree tree(row.tree);
+        EXPECT_EQ(written([&](std::FILE *out) { return outxmlfile(out, tree.head, 2); }), row.want);
+        expect_sound(&tree.head);
     }
+}
+
+TEST(XmlWrite, IndentationEndsAtItsLimit)
+{
+    built_tree tree("a{x=1 attrs_b=2}");
+    for (const auto &[depth, outer, inner] :
+         {std::tuple(0, 0U, 1U), {40, 40U, 41U}, {41, 41U, 41U}, {1000, 41U, 41U}}) {
+        const std::string before(outer, ' ');
+        EXPECT_EQ(written([&](std::FILE *out) { return outxmlfile(out, tree.head, depth); }),
+                  before + "<a b=\"2\">\n" + std::string(inner, ' ') + "<x>1</x>\n" + before +
+                      "</a>\n");
+    }
+    EXPECT_EQ(tree_text(tree.head), "a{attrs_b=2 x=1}"); // attributes come back in front
+}
+
+TEST(XmlLayout, Shape)
+{
+    expect_passes(
+        shape_for_xml,
+        {{"no proxies", "proxy_old=1 a=1", "proxy a=1"},
+         {"lists of networks; groups wherever they stand, members in number order",
+          "net{ipnet{a_x=1 b_x=2} flat=3 Group_g{elem{10_x=b 9_x=a} note=n}} netx_v_c_x=5"
+          " group_a_group{b_x=1 c_x=2} other_elem_1_x=c",
+          "proxy net{ipnet{attrs_name=a x=1} ipnet{attrs_name=b x=2} flat=3"
+          " Group{attrs_gname=g elem{attrs_seq=9 x=a} elem{attrs_seq=10 x=b} note=n}}"
+          " netx_v{attrs_name=c x=5} group{attrs_gname=a group{attrs_gname=b x=1}"
+          " group{attrs_gname=c x=2}} other_elem_1_x=c"},
+         {"a list owner without children", "net=1 other_a_x=1", "proxy net=1 other_a_x=1"},
+         {"each list of the table",
+          "destination_destobj{2_x=1 1_x=2} rule{proxy_2_x=1 pffwd_1_x=1 pflcl_1_x=1}"
+          " auth_obj_a_x=1 lpf-serv_a_x=1 fpf-serv_a_x=1",
+          "proxy destination{destobj{attrs_seq=1 x=2} destobj{attrs_seq=2 x=1}}"
+          " rule{proxyrule{attrs_seq=2 x=1} fwdrule{attrs_seq=1 x=1} lclrule{attrs_seq=1 x=1}}"
+          " auth_obj{attrs_name=a x=1} lpf-serv{attrs_name=a x=1} fpf-serv{attrs_name=a x=1}"},
+         {"interface lists and their entries", "netobj_list{In_element{10_x=b 9_x=a} Out_y=1}",
+          "proxy netobj{iflist{attrs_name=In element{attrs_item=9 x=a} element{attrs_item=10 x=b}}"
+          " iflist{attrs_name=Out y=1}}"},
+         {"proxies by type, the last in front",
+          "def_proxy{a=lost{x=1} b%5Fc(2){proxy-type=a_b config-sets_s%5Ft=1}}",
+          "proxy{a\\_b{attrs_name=deny-b_c config-sets_config-set=1{attrs_name=s_t}}"
+          " unknown{attrs_name=a x=1}} def"}});
+    expect_passes([](frag **head) { norm_list(head, *head, "attrs_name", 0, nullptr); },
+                  {{"names are stored in the mark, decoded in the siblings",
+                    "%61=own{b%5Fc=lost{x=1} d_y=2} z=",
+                    "%61=own{attrs_name=b%5Fc x=1} a{attrs_name=d y=2} z="},
+                   {"no children, no change", "r=1", "r=1"}});
+}
+
+TEST(XmlLayout, TheWayBack)
+{
+    expect_passes(
+        canon_xml,
+        {{"empty", "", ""},
+         {"not from such a file", "a=1 proxy_b=1", "a=1 proxy_b=1"},
+         {"a document without proxies loses its root only",
+          "?xml{attrs_version=1.0 varnholt%5Fconf_rule_fwdrule_attrs_seq=1}",
+          "rule_fwdrule_attrs_seq=1"},
+         {"a document without anything", "?xml_attrs_version=1.0", ""},
+         {"another root", "?xml{attrs_version=1.0 a_b=1}", "a_b=1"},
+         {"a run of elements ends at one that is not marked, or of another name",
+          "?xml_varnholt%5Fconf{proxy net{ipnet{attrs_name=a x=1} ipnet{attrs_name=b y=2} ipnet_z=3"
+          " ipnet{attrs_name=c x=4} ipmask{attrs_name=d x=5}}}",
+          "def_proxy net{ipnet{a_x=1 b_y=2} ipnet_z=3 ipnet_c_x=4 ipmask_d_x=5}"}});
+    const std::string before = "l{1_attrs{name=a_b gname=g item=i seq=s} 2_attrs_x=1 3=}";
+    const auto below = [](int (*rename)(frag *)) {
+        return [rename](frag **head) { rename((*head)->child); };
+    };
+    expect_passes(below(xml_rename_list), {{"name", before, "l{a%5Fb 2 3=}"}});
+    expect_passes(below(xml_regname_list), {{"gname", before, "l{g 2 3=}"}});
+    expect_passes(below(xml_renumber_list), {{"item", before, "l{i 2 3=}"}});
+    expect_passes(below(xml_resequence_list), {{"seq", before, "l{s 2 3=}"}});
+}
+
+TEST(XmlLayout, OutAndInIsTheSameFlatFile)
+{
+    std::string text =
+        "def_proxy_typed_proxy-type=web\ndef_proxy_typed_x=1\nown=v\nown_c=1\nempty=\n";
+    for (const std::string list :
+         {"net_ipnet", "net_ipaddr", "netx_vpn", "destination_destobj", "rule_proxy", "rule_pffwd",
+          "rule_pflcl", "auth_obj", "lpf-serv", "fpf-serv", "net_group", "other_group", "def_proxy",
+          "netobj_list_In_element", "netobj_list_all%5Finterfaces_element",
+          "def_proxy_p%5Fq_config-sets", "net_group_a%5Fb_elem", "plain"})
+        text += list + "_n%5F1_addr=10.0.0.1/8\n" + list + "_2_permit-relay=on\n" + list +
+                "_2_deny-x=two words\n" + list + "_10_a%5Fb_c=a=1\n";
+    owned_tree tree(text);
+    const std::string document = exported(&tree.head, EXPORT_XML);
+    EXPECT_TRUE(document.starts_with("<?xml version=\"1.0\"?>\n<varnholt.conf>\n  <"));
+    EXPECT_TRUE(document.ends_with("</plain>\n</varnholt.conf>\n")) << document;
+    owned_tree again(document);
+    canon_xml(&again.head);
+    expect_sound(&again.head);
+    freefrag(fdel(&again.head, "version"));
+    EXPECT_EQ(sorted_lines(flat(again.head)), sorted_lines(flat(tree.head)));
 }

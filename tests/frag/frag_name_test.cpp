@@ -1,138 +1,88 @@
+// Names, keys and values as texts.
 #include "lib/frag/frag_name.h"
 
+#include <climits>
+#include <cstdio>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
-#include "lib/frag/frag.h"
+#include <gtest/gtest.h>
+
+#include "lib/frag/frag_text.h"
 #include "tests/frag/tree_text.h"
 
 TEST(CopyFragname, Cases)
 {
-    const std::string long_name(70, 'n');
-    const struct {
-        const char *label;
-        std::string stored;
-        std::uint32_t flags;
+    static const struct {
+        std::string_view stored;
+        unsigned flags;
         int limit;
-        std::string want;
+        std::string_view want;
     } rows[] = {
-        {"plain", "abc", 0, -1, "abc"},
-        {"escapes", "all%5Finterfaces%25%5f", 0, -1, "all_interfaces%_"},
-        {"broken escape", "a%", 0, -1, "a%"},
-        {"one digit", "a%5", 0, -1, "a%5"},
-        {"no digits count as 0", "a%g1b", 0, -1, "a\001b"},
-        {"decoded once", "%2525", 0, -1, "%25"},
-        {"NUL ends it", "a%00b", 0, -1, "a"},
-        {"permit", "x", 1, -1, "permit-x"},
-        {"absorb", "x", 4, -1, "absorb-x"},
-        {"only on", "x", 8, -1, "onlyon-x"},
-        {"deny goes first", "x", 15, -1, "deny-x"},
-        {"permit before absorb", "x", 13, -1, "permit-x"},
-        {"absorb before only on", "x", 12, -1, "absorb-x"},
-        {"other bits", "x", 0xFF00, -1, "x"},
-        {"long, no limit", long_name, 1, -1, "permit-" + long_name},
-        {"limit 0 is none", long_name, 0, 0, long_name},
-        {"exact limit", "abc", 0, 4, "abc"},
-        {"cut", "abc", 0, 3, "ab"},
-        {"nothing but the NUL", "abc", 1, 1, ""},
-        {"cut inside the prefix", "abc", 2, 4, "den"},
-        {"cut behind the prefix", "abc", 2, 7, "deny-a"},
-        {"cut inside an escape", "ab%5F", 0, 5, "ab%5"},
-        {"cut behind an escape", "a%5Fb", 0, 5, "a_"},
+        {"abc", 0, -1, "abc"},     {"%5Fi%5f", 0, -1, "_i_"},  {"a%", 0, -1, "a%"},
+        {"a%5", 0, -1, "a%5"},     {"a%g1b", 0, -1, "a\001b"}, {"%2525", 0, -1, "%25"},
+        {"a%00b", 0, -1, "a"},     {"x", 1, -1, "permit-x"},   {"x", 4, -1, "absorb-x"},
+        {"x", 8, -1, "onlyon-x"},  {"x", 15, -1, "deny-x"},    {"x", 13, -1, "permit-x"},
+        {"x", 12, -1, "absorb-x"}, {"x", 0xFF00, -1, "x"},     {"abc", 0, 0, "abc"},
+        {"abc", 0, 4, "abc"},      {"abc", 0, 3, "ab"},        {"abc", 1, 1, ""},
+        {"abc", 2, 4, "den"},      {"abc", 2, 7, "deny-a"},    {"ab%5F", 0, 5, "ab%5"},
+        {"a%5Fb", 0, 5, "a_"},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.label);
         const frag_ptr node(newsymfrag(row.stored));
         node->flags = row.flags;
         // As large as the manual asks for, so that a byte more is an error.
         const std::size_t room = row.limit > 0 ? static_cast<std::size_t>(row.limit)
                                                : row.stored.size() + std::strlen("permit-") + 1;
         std::vector<char> buffer(room, '?');
-        EXPECT_EQ(copy_fragname_len(node.get(), buffer.data(), row.limit), buffer.data());
-        EXPECT_EQ(buffer.data(), row.want);
-        if (row.limit == -1) {
-            EXPECT_EQ(copy_fragname(node.get(), buffer.data()), row.want);
-            EXPECT_EQ(fragname(node.get()), row.want.substr(0, FRAGNAME_SIZE - 1));
-        }
+        EXPECT_EQ(std::string_view(copy_fragname_len(node.get(), buffer.data(), row.limit)),
+                  row.want);
     }
-    char buffer[] = "?";
-    EXPECT_STREQ(copy_fragname(nullptr, buffer), "");
     EXPECT_STREQ(fragname(nullptr), "");
-}
-
-TEST(Fragname, Of62To64Bytes)
-{
     for (const std::size_t length : {62UL, 63UL, 64UL, 126UL}) {
         const frag_ptr node(newsymfrag(std::string(length - 3, 'n') + "%5F"));
-        const std::string want = length == 64  ? std::string(61, 'n') + "%5"
-                                 : length > 64 ? std::string(63, 'n')
-                                               : std::string(length - 3, 'n') + "_";
-        EXPECT_EQ(fragname(node.get()), want) << length;
+        EXPECT_EQ(fragname(node.get()), length == 64  ? std::string(61, 'n') + "%5"
+                                        : length > 64 ? std::string(63, 'n')
+                                                      : std::string(length - 3, 'n') + "_");
     }
-}
-
-// The last node of the first path of a tree.
-static const frag *deepest(const frag *node)
-{
-    while (node->child != nullptr)
-        node = node->child;
-    return node;
 }
 
 TEST(Fragkeyname, Cases)
 {
-    const std::string n100(100, 'n');
     std::string ten; // ten parts with the separators between them: 1009 bytes
     for (int part = 0; part < 10; ++part)
-        ten += (part == 0 ? "" : "_") + n100;
+        ten += (part == 0 ? "" : "_") + std::string(100, 'n');
     const struct {
-        const char *label;
         std::string key, want;
     } rows[] = {
-        {"one part", "a", "a"},
-        {"escapes stay", "netobj_list_all%5Finterfaces", "netobj_list_all%5Finterfaces"},
-        {"prefixes", "permit-a_deny-permit-b_c", "permit-a_deny-b_c"},
-        {"empty parts", "a__b", "a__b"},
-        {"ends at 1019", ten + "_" + std::string(9, 'x'), ten + "_" + std::string(9, 'x')},
-        {"ends at 1020", ten + "_" + std::string(10, 'x'), ten + "_"},
-        {"a smaller one behind fits", ten + "_" + std::string(10, 'x') + "_y", ten + "__y"},
-        {"prefixes count", ten + "_deny-" + std::string(5, 'x'), ten + "_"},
-        {"no more separators than room", ten + std::string(30, '_'), ten + std::string(14, '_')},
+        {"netobj_all%5Fi", "netobj_all%5Fi"},
+        {"permit-a_deny-permit-b__c", "permit-a_deny-b__c"},
+        {ten + "_xxxxxxxxx", ten + "_xxxxxxxxx"},
+        {ten + "_xxxxxxxxxx", ten + "_"}, // would end at 1020
+        {ten + "_xxxxxxxxxx_y", ten + "__y"},
+        {ten + "_deny-xxxxx", ten + "_"},
+        {ten + std::string(30, '_'), ten + std::string(14, '_')},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.label);
         owned_tree tree(row.key + "=\n");
-        EXPECT_EQ(fragkeyname(deepest(tree.head)), row.want);
+        const frag *node = tree.head;
+        while (node->child != nullptr)
+            node = node->child;
+        EXPECT_EQ(fragkeyname(node), row.want);
     }
     EXPECT_STREQ(fragkeyname(nullptr), "");
 }
 
-TEST(Hexconvert, Digits)
+TEST(FragName, WordsThatLookLikePrefixes)
 {
-    static const struct {
-        const char *digits;
-        int want;
-    } rows[] = {{"00", 0},    {"5F", 0x5F}, {"5f", 0x5F}, {"aB", 0xAB},
-                {"FF", 0xFF}, {"g1", 1},    {"1g", 0x10}, {"@`", 0}};
-    for (const auto &row : rows)
-        EXPECT_EQ(static_cast<unsigned char>(hexconvert(row.digits)), row.want) << row.digits;
-}
-
-TEST(AttrRemap, BothWays)
-{
-    for (const char *word : {"permit", "deny"})
-        for (const char *name : {"route-char", "relay", "spam"}) {
-            const std::string in_file = std::string(word) + "-" + name;
-            const std::string in_tree = std::string(name) + "-" + word;
-            EXPECT_EQ(attr_remap(in_file), in_tree);
-            EXPECT_EQ(attr_revmap(in_tree), in_file);
-            EXPECT_EQ(attr_remap(in_tree), in_tree);
-            EXPECT_EQ(attr_revmap(in_file), in_file);
+    for (const std::string word : {"permit", "deny"})
+        for (const std::string name : {"route-char", "relay", "spam"}) {
+            EXPECT_EQ(attr_remap(word + "-" + name), name + "-" + word);
+            EXPECT_EQ(attr_revmap(name + "-" + word), word + "-" + name);
         }
     EXPECT_EQ(attr_remap("permit-relays"), "permit-relays");
-    EXPECT_EQ(attr_remap(""), "");
+    EXPECT_EQ(attr_revmap("permit-relay"), "permit-relay");
 }
 
 TEST(Fragcmp, Cases)
@@ -148,4 +98,51 @@ TEST(Fragcmp, Cases)
     };
     for (const auto &row : rows)
         EXPECT_EQ(fragcmp(row.stored, row.plain), row.want) << row.stored << " " << row.plain;
+}
+
+TEST(FragText, BlankAndTrue)
+{
+    static const struct {
+        const char *text;
+        bool is_blank;
+        int truth;
+    } rows[] = {
+        {nullptr, true, 0},    {"", true, 0},     {" \t", true, 0},
+        {"\n", false, 0},      {"on", false, 1},  {"YES", false, 1},
+        {"\t True", false, 1}, {"off", false, 0}, {"No", false, 0},
+        {"FALSE", false, 0},   {"1", false, 1},   {" 0042x", false, 42},
+        {"0", false, 0},       {"-1", false, 0},  {"maybe", false, 0},
+        {"onward", false, 0},  {"on ", false, 0}, {"99999999999", false, INT_MAX},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(frag_isblank(row.text), row.is_blank) << testing::PrintToString(row.text);
+        EXPECT_EQ(frag_istrue(row.text), row.truth) << testing::PrintToString(row.text);
+    }
+}
+
+TEST(FragText, StripsCountedEnds)
+{
+    // A flat line's length is cut already, and what lies behind it stays.
+    expect_passes(strip_crlf_tree,
+                  {{"", "a='1 \t'/1{b=' '/0 c= e='x \r\n\t' f=' \n'} s_k=' v\t \r '",
+                    "a='1 \t'/1{b=' '/0 c= e=x f=} s_k=' v'"}});
+}
+
+TEST(FragText, ExportFragsWritesWhatHasAValue)
+{
+    built_tree tree("a(1)='1 '/1{b%5Fc=2 d_e=lost} x={y=3} n_o=lost");
+    char text[100] = {};
+    std::FILE *stream = fmemopen(text, sizeof text, "w");
+    EXPECT_EQ(export_frags(tree.head, stream, 7), 0);
+    std::fclose(stream);
+    EXPECT_STREQ(text, "permit-a=1\npermit-a_b%5Fc=2\nx=\nx_y=3\n");
+}
+
+TEST(FragText, DumpFragsListsAndMasks)
+{
+    built_tree tree("a(1)='1\t\xC3 ~ '/5{bc_d=2}");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(dump_frags(tree.head, 0), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "(1)a[0001,5]=1## ~ \n  _bc[0000,0]<NONE>\n     _d[0000,1]=2\n");
 }

@@ -1,178 +1,240 @@
+// The tree's calls: look-up with its index, changes, copies and the sort.
 #include "lib/frag/frag.h"
 
-#include <cstring>
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
-#include "lib/frag/frag_text.h"
+#include "lib/frag/frag_sort.h"
+#include "lib/frag/name_index.h"
+#include "lib/frag/symbol.h"
+#include "tests/frag/effort.h"
 #include "tests/frag/tree_text.h"
 
 TEST(Ffind, Cases)
 {
     static const struct {
-        const char *label, *key, *want; // the value found; null: no such node
+        const char *key, *want; // the value found; of equal names only the first is looked into
     } rows[] = {
-        {"top", "a", "1"},
-        {"below", "a_b", "2"},
-        {"key ends at an equals sign", "a_b=x_y", "2"},
-        {"first of equal names", "t_x", "first"},
-        {"only the first is looked into", "t_x_y", nullptr},
-        {"punctuation is plain", "$LIST_*_plug-relay.x", "3"},
-        {"stored form of a name", "all%5Fx", "4"},
-        {"plain form of a name", "all_x", nullptr},
-        {"escapes in lower case", "all%5fx", nullptr},
-        {"case", "A", nullptr},
-        {"prefix is no part of a name", "p", "5"},
-        {"key with a prefix", "permit-p", nullptr},
-        {"beginning of a name", "al", nullptr},
-        {"name and more", "ab", nullptr},
-        {"too deep", "a_b_c", nullptr},
-        {"empty part", "a__d", "6"},
-        {"empty last part", "a_", ""},
-        {"empty key", "", "7"},
-        {"empty last part that is not there", "p_", nullptr},
+        {"a", "1"},       {"a_b", "2"},       {"a_b=x_y", "2"},
+        {"t_x", "first"}, {"t_x_y", nullptr}, {"$LIST_*_p-r.x", "3"},
+        {"all%5Fx", "4"}, {"all_x", nullptr}, {"all%5fx", nullptr},
+        {"A", nullptr},   {"p", "5"},         {"permit-p", nullptr},
+        {"al", nullptr},  {"ab", nullptr},    {"a_b_c", nullptr},
+        {"a__d", "6"},    {"a_", ""},         {"", "7"},
+        {"p_", nullptr},  {nullptr, nullptr},
     };
-    owned_tree tree("a=1\na_b=2\na__d=6\na_=\n$LIST_*_plug-relay.x=3\nall%5Fx=4\npermit-p=5\n=7\n"
+    owned_tree tree("a=1\na_b=2\na__d=6\na_=\n$LIST_*_p-r.x=3\nall%5Fx=4\npermit-p=5\n=7\n"
                     "t_<x>first</x><x>second<y>8</y></x>");
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.label);
-        const frag *node = ffind(&tree.head, row.key);
-        ASSERT_EQ(node != nullptr, row.want != nullptr);
-        EXPECT_STREQ(fval(&tree.head, row.key), row.want);
-        EXPECT_EQ(fnewfind(&tree.head, row.key), node);
-    }
-    EXPECT_EQ(ffind(&tree.head, nullptr), nullptr);
-    EXPECT_STREQ(ffind2(&tree.head, "$LIST_*", "plug-relay.x")->value, "3");
-    EXPECT_EQ(ffind2(&tree.head, "a", "c"), nullptr);
+    for (const auto &row : rows)
+        EXPECT_STREQ(fval(&tree.head, row.key), row.want) << testing::PrintToString(row.key);
+    EXPECT_STREQ(ffind2(&tree.head, "$LIST_*", "p-r.x")->value, "3");
     EXPECT_EQ(ffind2(&tree.head, "c", "b"), nullptr);
-    EXPECT_EQ(ffind2(&tree.head, "a", nullptr), nullptr);
     frag *empty = nullptr;
-    EXPECT_EQ(ffind(&empty, "a"), nullptr);
     EXPECT_EQ(fval(&empty, "a"), nullptr);
 }
 
 TEST(Fset, Cases)
 {
     static const struct {
-        const char *label, *before, *key, *value, *want;
+        const char *before, *key, *value, *want;
     } rows[] = {
-        {"new, in front", "a=1\nb=2\n", "c", "3", R"(c="3" a="1" b="2")"},
-        {"new path", "a_b=1\n", "a_c_d", "2", R"(a{c{d="2"} b="1"})"},
-        {"value only", "permit-a_b=1\na=long\n", "a", "x", R"(a(1)="x"{b="1"})"},
-        {"no value", "a=1\na_b=2\n", "a", nullptr, R"(a{b="2"})"},
-        {"empty value", "a=1\n", "a", "", R"(a="")"},
-        {"vlen becomes the length", "a=1  \n", "a", "2  ", R"(a="2  ")"},
-        {"key ends at an equals sign", "", "a_b=c", "1", R"(a{b="1"})"},
-        {"empty parts", "", "_", "1", R"({="1"})"},
+        {"a=1 b=2", "c", "3", "c=3 a=1 b=2"}, // new ones come in front
+        {"a_b=1", "a_c_d", "2", "a{c_d=2 b=1}"},
+        {"a(1)=long{b=1}", "a", "x", "a(1)=x{b=1}"},
+        {"a=1{b=2}", "a", nullptr, "a_b=2"},
+        {"a='1 '/1", "a", "2  ", "a='2  '"},
+        {"", "a_b=c", "1", "a_b=1"},
+        {"", "_", "", "_="},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.label);
-        owned_tree tree(row.before);
+        built_tree tree(row.before);
         const frag *node = fset(&tree.head, row.key, row.value);
         EXPECT_EQ(node, ffind(&tree.head, row.key));
         EXPECT_EQ(tree_text(tree.head), row.want);
     }
-}
-
-TEST(Fset, ValueThatLiesInTheOldOne)
-{
-    owned_tree tree("a=xyz\n");
-    fset(&tree.head, "a", fval(&tree.head, "a") + 1);
-    EXPECT_EQ(tree_text(tree.head), R"(a="yz")");
+    built_tree tree("a=xyz");
+    fset(&tree.head, "a", fval(&tree.head, "a") + 1); // which lies in the old value
+    EXPECT_EQ(tree_text(tree.head), "a=yz");
 }
 
 // Who becomes the parent of what the calls make below `a`.
 TEST(Fset, Parents)
 {
-    owned_tree tree("a_b=1\n");
+    built_tree tree("a_b=1");
     frag *a = tree.head;
-    EXPECT_EQ(fset(&a->child, "c", nullptr)->parent, nullptr);
-    EXPECT_EQ(fset(&a->child, "d_e", nullptr)->parent, a->child);
-    EXPECT_EQ(fset(&a->child, "b_c", nullptr)->parent, ffind(&a->child, "b"));
-    EXPECT_EQ(fsetp(&a->child, "f_g", nullptr, a)->parent->parent, a);
-    EXPECT_EQ(tree_text(tree.head), R"(a{f{g} d!parent{e} c!parent b="1"{c}})");
-    EXPECT_EQ(fset_list(&a, "c", "2")->parent, a); // found, and mended
-    EXPECT_EQ(fset_list(&a, "h", "3")->parent, a);
-    EXPECT_EQ(fset_list(&a, "i_j_k", "4")->parent->parent->parent, a);
-    EXPECT_EQ(tree_text(tree.head), R"(a{i{j{k="4"}} h="3" f{g} d!parent{e} c="2" b="1"{c}})");
+    fset(&a->child, "c", nullptr);
+    fset(&a->child, "d_e", nullptr);
+    fset(&a->child, "b_c", nullptr);
+    fsetp(&a->child, "f_g", nullptr, a);
+    EXPECT_EQ(tree_text(tree.head), "a{f_g d!parent_e c!parent b=1{c}}");
+    fset_list(&a, "c", "2"); // found, and mended
+    fset_list(&a, "h", "3");
+    fset_list(&a, "i_j_k", "4");
+    EXPECT_EQ(tree_text(tree.head), "a{i_j_k=4 h=3 f_g d!parent_e c=2 b=1{c}}");
 }
 
 TEST(Fdel, Cases)
 {
     static const struct {
-        const char *label, *key, *taken, *want; // the node taken with all below it
+        const char *key, *taken, *want; // the node taken with all below it
     } rows[] = {
-        {"first", "a", R"(a="1"{x="2"})", R"(b="3"{y="4" z="5"} c="6")"},
-        {"middle", "b", R"(b="3"{y="4" z="5"})", R"(a="1"{x="2"} c="6")"},
-        {"last", "c", R"(c="6")", R"(a="1"{x="2"} b="3"{y="4" z="5"})"},
-        {"the only one", "a_x", R"(x="2")", R"(a="1" b="3"{y="4" z="5"} c="6")"},
-        {"first below", "b_y", R"(y="4")", R"(a="1"{x="2"} b="3"{z="5"} c="6")"},
-        {"absent", "b_x", nullptr, R"(a="1"{x="2"} b="3"{y="4" z="5"} c="6")"},
-        {"absent on the way", "d_x", nullptr, R"(a="1"{x="2"} b="3"{y="4" z="5"} c="6")"},
-        {"no key", nullptr, nullptr, R"(a="1"{x="2"} b="3"{y="4" z="5"} c="6")"},
+        {"a", "a=1{x=2}", "b=3{y=4 z=5} c=6"},   {"b", "b=3{y=4 z=5}", "a=1{x=2} c=6"},
+        {"c", "c=6", "a=1{x=2} b=3{y=4 z=5}"},   {"a_x", "x=2", "a=1 b=3{y=4 z=5} c=6"},
+        {"b_y", "y=4", "a=1{x=2} b=3{z=5} c=6"},
     };
+    const std::string whole = "a=1{x=2} b=3{y=4 z=5} c=6";
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.label);
-        owned_tree tree("a=1\na_x=2\nb=3\nb_y=4\nb_z=5\nc=6\n");
-        const frag *found = ffind(&tree.head, row.key);
-        const frag *next = found == nullptr ? nullptr : found->next;
+        built_tree tree(whole);
+        const frag *next = ffind(&tree.head, row.key)->next;
         const frag_ptr taken(fdel(&tree.head, row.key));
         EXPECT_EQ(tree_text(tree.head), row.want);
-        ASSERT_EQ(taken.get(), found);
-        if (taken == nullptr)
-            continue;
-        EXPECT_EQ(taken->next, next);
-        taken->next = nullptr;
+        EXPECT_EQ(std::exchange(taken->next, nullptr), next);
         EXPECT_EQ(tree_text(taken.get()), row.taken);
+        taken->next = tree.head; // its release leaves siblings alone
     }
-    frag *empty = nullptr;
-    EXPECT_EQ(fdel(&empty, "a"), nullptr);
-}
-
-TEST(Freefrag, LeavesSiblings)
-{
-    owned_tree tree("a_b=1\nc=2\n");
-    frag *a = fdel(&tree.head, "a");
-    freefrag(a); // its `next` still points at c
-    freefrag(nullptr);
-    EXPECT_EQ(tree_text(tree.head), R"(c="2")");
+    built_tree tree(whole);
+    for (const char *key : {"b_x", "d_x", static_cast<const char *>(nullptr)})
+        EXPECT_EQ(fdel(&tree.head, key), nullptr);
+    EXPECT_EQ(tree_text(tree.head), whole);
 }
 
 TEST(CopyFragtree, IsIndependentAndCut)
 {
-    owned_tree tree("permit-a=1 \na_b=\na_c_d=2\nx=3\n");
+    built_tree tree("a(1)='1 '/1{b= c_d=2} x=3");
     owned_tree copy;
     copy.head = copy_fragtree(&tree.head, nullptr);
     fset(&tree.head, "a_b", "changed");
     freefrag(fdel(&tree.head, "a_c"));
-    EXPECT_EQ(tree_text(copy.head), R"(a(1)="1"{b="" c{d="2"}} x="3")");
-    EXPECT_EQ(tree_text(tree.head), R"(a(1)="1 "/1{b="changed"} x="3")");
-
-    owned_tree other("p=\n");
+    EXPECT_EQ(tree_text(tree.head), "a(1)='1 '/1{b=changed} x=3");
+    built_tree other("p=");
     other.head->child = copy_fragtree(&copy.head, other.head);
-    EXPECT_EQ(tree_text(other.head), R"(p=""{a(1)="1"{b="" c{d="2"}} x="3"})");
-    frag *empty = nullptr;
-    EXPECT_EQ(copy_fragtree(&empty, nullptr), nullptr);
+    EXPECT_EQ(tree_text(other.head), "p={a(1)=1{b= c_d=2} x=3}");
 }
 
-TEST(Names, EscapedAndCutOut)
+TEST(Renamefrag, Escapes)
 {
     const frag_ptr node(newsymfrag(std::string_view("a_b%c", 4)));
-    EXPECT_EQ(tree_text(node.get()), "a_b%"); // as it stands
-    renamefrag(node.get(), "__x%\xFF");
-    EXPECT_EQ(tree_text(node.get()), "%5F%5Fx%25\xFF");
-    renamefrag(node.get(), ""); // again, and to nothing
-    EXPECT_EQ(tree_text(node.get()), "");
-    EXPECT_EQ(escaped_name("%5F"), "%255F");
+    EXPECT_STREQ(node->name, "a_b%"); // as it stands
+    renamefrag(node.get(), "__x%5F\xFF");
+    EXPECT_STREQ(node->name, "%5F%5Fx%255F\xFF");
 }
 
-TEST(Renamefrag, IsFoundByTheNewName)
+namespace
 {
-    owned_tree tree;
-    for (int number = 0; number < 40; ++number)
-        fset(&tree.head, ("p_" + std::to_string(number)).c_str(), "");
-    frag *node = ffind(&tree.head, "p_3");
-    ASSERT_NE(ffind(&tree.head, "p_1"), nullptr);
-    renamefrag(node, "new_name");
-    EXPECT_EQ(ffind(&tree.head, "p_new%5Fname"), node);
-    EXPECT_EQ(ffind(&tree.head, "p_3"), nullptr);
+
+constexpr unsigned NAMES = 60;
+
+// Changes one list, the children of `parent` or the default tree, in every way there is.
+struct list_changer {
+    frag **head;
+    frag *parent;
+    std::mt19937 random;
+
+    std::string name() { return std::to_string(random() % NAMES); }
+
+    frag *walked(std::string_view name) const
+    {
+        frag *node = *head;
+        while (node != nullptr && node->name != name)
+            node = node->next;
+        return node;
+    }
+
+    void change()
+    {
+        const std::string key = name();
+        const unsigned way = random() % 16;
+        frag *other = *head; // as a function has it that was given the list by value
+        if (way == 0) {
+            fset(head, key.c_str(), "v"); // leaves a new first node without a parent
+        } else if (way == 1) {
+            fset(head, (key + "_" + name()).c_str(), "v");
+        } else if (way == 2 && parent != nullptr) {
+            fset_list(&parent, key.c_str(), "v");
+        } else if (way <= 5) {
+            freefrag(fdel(head, key.c_str()));
+        } else if (way == 6 && walked(key) != nullptr) {
+            renamefrag(walked(key), name().c_str());
+        } else if (way == 7) {
+            sort_frags(head);
+        } else if (way == 8) {
+            reverse_tree(head);
+        } else if (way == 9) {
+            frag *taken = fdel(&other, key.c_str());
+            *head = other;
+            freefrag(taken);
+        } else {
+            fsetp(head, key.c_str(), "v", parent);
+        }
+    }
+
+    // Every name, so that no index can hide an answer.
+    void expect_first_of_each_name()
+    {
+        for (unsigned number = 0; number < NAMES; ++number) {
+            const std::string key = std::to_string(number);
+            ASSERT_EQ(find_in_list(head, key), walked(key)) << key;
+            ASSERT_EQ(ffind(head, key.c_str()), walked(key)) << key;
+        }
+    }
+};
+
+} // namespace
+
+TEST(NameIndex, AgreesWithAPlainWalk)
+{
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        SCOPED_TRACE(seed);
+        built_tree tree("p=");
+        list_changer lists[] = {{&tree.head->child, tree.head, std::mt19937(seed)},
+                                {&def_database, nullptr, std::mt19937(seed + 1000)}};
+        for (int step = 0; step < 1000 / SLOWDOWN; ++step) {
+            for (list_changer &list : lists) {
+                list.change();
+                if (step % 3 == 0)
+                    list.expect_first_of_each_name();
+            }
+            if (HasFatalFailure())
+                return;
+        }
+        free_fraglist(&def_database);
+    }
+}
+
+TEST(Fragmatch, Cases)
+{
+    for (
+        const std::string row :
+        {"2<10",   "9<10",    "10<11",    "7=7",    "007=7",
+         "007<10", "0=000",   "00<1",     "0<0a",   "9a>10",
+         "10a>10", "10<100a", "010a=10a", "9a>10a", "abc>10",
+         "a<b",    "a2>a10",  "abc<abd",  "A<a",    "<0",
+         "-1<1",   "\xFF>a",  "1<1 ",     "=",      "99999999999999999999<100000000000000000000"}) {
+        const std::size_t sign = row.find_first_of("<=>");
+        const std::string a = row.substr(0, sign), b = row.substr(sign + 1);
+        const int want = row[sign] == '<' ? -1 : row[sign] == '>' ? 1 : 0;
+        const auto sign_of = [](int result) { return (result > 0) - (result < 0); };
+        EXPECT_EQ(sign_of(fragmatch(a.c_str(), b.c_str())), want) << row;
+        EXPECT_EQ(sign_of(fragmatch(b.c_str(), a.c_str())), -want) << row << " turned";
+    }
+}
+
+// Equal names keep their order, except that a list with more descents is turned first.
+TEST(SortFrags, Cases)
+{
+    expect_passes(sort_frags,
+                  {{"none", "", ""},
+                   {"equal names stay", "b=1 b=2 b=3", "b=1 b=2 b=3"},
+                   {"in reverse order", "10=1 9=2 2=3", "2=3 9=2 10=1"},
+                   {"a tie does not turn", "b=1 a=2 a=3", "a=2 a=3 b=1"},
+                   {"equal names turn with the list", "c=1 b=2 b=3 a=4", "a=4 b=3 b=2 c=1"},
+                   {"halves", "a=1 b=2 a=3 b=4 a=5", "a=1 a=3 a=5 b=2 b=4"},
+                   // Its first half has more descents, though not the whole list.
+                   {"halves by themselves", "d=1 c=2 c=3 b=4 b=5 e=6 f=7 g=8",
+                    "b=4 b=5 c=3 c=2 d=1 e=6 f=7 g=8"},
+                   {"siblings only", "b_z=1 a{y=2 x=3}", "a{y=2 x=3} b_z=1"}});
 }

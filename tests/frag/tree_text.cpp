@@ -2,69 +2,179 @@
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
+#include <numeric>
+#include <set>
+#include <sstream>
 
+#include <gtest/gtest.h>
+
+#include "lib/frag/export.h"
 #include "lib/frag/import.h"
+#include "lib/frag/name_index.h"
+#include "lib/frag/symbol.h"
+#include "tests/frag/temp_file.h"
 
 void owned_tree::import(std::string_view file, int keep, std::size_t size)
 {
     importer reader(&head, keep);
     if (size == 0)
         reader.feed(file);
-    for (std::size_t pos = 0; size != 0 && pos < file.size(); pos += size) {
+    for (; size != 0 && !file.empty(); file.remove_prefix(std::min(size, file.size()))) {
         // A block of its own for each piece, so that a look beyond its end does not go unseen.
-        const std::vector<char> piece(
-            file.begin() + static_cast<std::ptrdiff_t>(pos),
-            file.begin() + static_cast<std::ptrdiff_t>(std::min(pos + size, file.size())));
+        const std::string_view view = file.substr(0, size);
+        const std::vector<char> piece(view.begin(), view.end());
         reader.feed({piece.data(), piece.size()});
     }
     reader.finish();
 }
 
-static std::string node_text(const frag *node, const frag *parent)
+// Takes the bytes up to one of `stops` off the text; a '\' makes the next byte a plain one.
+static std::string take_until(std::string_view &text, std::string_view stops)
 {
-    std::string text = node->name;
-    if (node->parent != parent)
-        text += "!parent";
-    if (node->index != nullptr)
-        text += "!index";
-    if (node->flags != 0)
-        text += "(" + std::to_string(node->flags) + ")";
+    std::string taken;
+    while (!text.empty() && stops.find(text[0]) == std::string_view::npos) {
+        text.remove_prefix(text[0] == '\\' ? 1 : 0);
+        taken += text[0];
+        text.remove_prefix(1);
+    }
+    return taken;
+}
+
+static bool take_byte(std::string_view &text, char byte)
+{
+    const bool is_there = text.starts_with(byte);
+    text.remove_prefix(is_there ? 1 : 0);
+    return is_there;
+}
+
+static frag *build_node(std::string_view &text, frag *parent);
+
+static frag *build_list(std::string_view &text, frag *parent)
+{
+    frag *first = nullptr;
+    for (frag **end = &first; !text.empty() && !take_byte(text, '}'); end = &(*end)->next) {
+        *end = build_node(text, parent);
+        take_byte(text, ' ');
+    }
+    return first;
+}
+
+static frag *build_node(std::string_view &text, frag *parent)
+{
+    frag *node = newsymfrag(take_until(text, "_(={} "));
+    node->parent = parent;
+    if (take_byte(text, '(')) {
+        node->flags = static_cast<std::uint32_t>(std::stoi(take_until(text, ")")));
+        take_byte(text, ')');
+    }
+    if (take_byte(text, '_')) {
+        node->child = build_node(text, node);
+        return node;
+    }
+    if (take_byte(text, '=')) {
+        const bool is_quoted = take_byte(text, '\'');
+        const std::string value = take_until(text, is_quoted ? "'" : "{} ");
+        take_byte(text, '\'');
+        set_frag_value(node, value.data(), value.size());
+        if (is_quoted && take_byte(text, '/'))
+            node->vlen = std::stoi(take_until(text, "{} "));
+    }
+    if (take_byte(text, '{'))
+        node->child = build_list(text, node);
+    return node;
+}
+
+built_tree::built_tree(std::string_view text)
+{
+    head = build_list(text, nullptr);
+}
+
+static std::string value_text(const frag *node)
+{
     if (node->value == nullptr)
-        return node->vlen == 0 ? text : text + "/" + std::to_string(node->vlen);
+        return node->vlen == 0 ? "" : "/" + std::to_string(node->vlen);
     const std::size_t length = std::strlen(node->value);
-    std::string value(node->value, std::max(length, static_cast<std::size_t>(node->vlen)));
+    const auto counted = static_cast<std::size_t>(node->vlen);
+    std::string value(node->value, std::max(length, counted));
     std::replace(value.begin(), value.end(), '\0', '~');
-    text += "=\"" + value + "\"";
-    if (static_cast<std::size_t>(node->vlen) != length)
-        text += "/" + std::to_string(node->vlen);
+    if (counted != length)
+        return "='" + value + "'/" + std::to_string(counted);
+    return value.find_first_of(" \t\r\n'{}") == std::string::npos ? "=" + value
+                                                                  : "='" + value + "'";
+}
+
+static std::string list_text(const frag *node, const frag *parent)
+{
+    std::string text;
+    for (; node != nullptr; node = node->next) {
+        for (const char *name = node->name; *name != '\0'; ++name)
+            text += std::string(*name == '_' ? "\\" : "") + *name;
+        if (node->parent != parent)
+            text += "!parent";
+        if (node->index != nullptr)
+            text += "!index";
+        if (node->flags != 0)
+            text += "(" + std::to_string(node->flags) + ")";
+        const std::string value = value_text(node);
+        const frag *child = node->child;
+        if (child != nullptr && child->next == nullptr && value.empty())
+            text += "_" + list_text(child, node);
+        else
+            text += value + (child == nullptr ? "" : "{" + list_text(child, node) + "}");
+        text += node->next == nullptr ? "" : " ";
+    }
     return text;
 }
 
 std::string tree_text(const frag *head)
 {
-    std::string text;
-    struct open_list {
-        const frag *node;
-        const frag *parent;
-    };
-    std::vector<open_list> open{{head, nullptr}};
-    while (!open.empty()) {
-        open_list &list = open.back();
-        const frag *node = list.node;
-        if (node == nullptr) {
-            open.pop_back();
-            text += open.empty() ? "" : "}";
-            continue;
+    return list_text(head, nullptr);
+}
+
+static void expect_sound_list(frag **list, const frag *parent)
+{
+    std::set<std::string> seen;
+    for (frag *node = *list; node != nullptr; node = node->next) {
+        EXPECT_EQ(node->parent, parent) << node->name;
+        if (seen.insert(node->name).second) {
+            EXPECT_EQ(find_in_list(list, node->name), node) << node->name;
         }
-        if (!text.empty() && text.back() != '{')
-            text += ' ';
-        text += node_text(node, list.parent);
-        list.node = node->next;
-        if (node->child != nullptr) {
-            text += '{';
-            open.push_back({node->child, node});
-        }
+        expect_sound_list(&node->child, node);
     }
-    return text;
+    EXPECT_EQ(find_in_list(list, "no such name"), nullptr);
+}
+
+void expect_sound(frag **head)
+{
+    expect_sound_list(head, nullptr);
+}
+
+std::string exported(frag **head, int version)
+{
+    const temp_file file;
+    cur_database = head;
+    EXPECT_EQ(exportenv(file.path(), version), 0);
+    cur_database = nullptr;
+    return file.text();
+}
+
+std::string sorted_lines(const std::string &text)
+{
+    std::istringstream stream(text);
+    std::multiset<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.insert(line + "\n");
+    return std::accumulate(lines.begin(), lines.end(), std::string());
+}
+
+void expect_passes(const std::function<void(frag **head)> &pass,
+                   const std::vector<pass_case> &cases)
+{
+    for (const pass_case &row : cases) {
+        SCOPED_TRACE(row.label);
+        built_tree tree(row.before);
+        pass(&tree.head);
+        EXPECT_EQ(tree_text(tree.head), row.after);
+        expect_sound(&tree.head);
+    }
 }

@@ -10,12 +10,14 @@ struct fake_log {
     static inline int calls = 0;
     static inline int priority = 0;
     static inline UNIQUE_DATA_T uniq{};
-    static inline std::string text;
+    static inline std::string text;  // of the last report
+    static inline std::string texts; // of all of them, a newline behind each
 
     fake_log()
     {
         calls = 0;
         text.clear();
+        texts.clear();
         // The contexts are only passed on: any address does.
         servContext = reinterpret_cast<CServiceContext *>(&calls);
         connContext = reinterpret_cast<CConnectionContext *>(&calls);
@@ -42,5 +44,6 @@ struct fake_log {
         priority = level;
         uniq = data;
         text = line;
+        texts += text + "\n";
     }
 };

@@ -305,6 +305,6 @@ if __name__ == "__main__":
     options = sys.argv[1:]
     ns.is_sanitized = "--sanitized" in options
     tool, source_dir, group = [option for option in options if option != "--sanitized"]
-    ns.enter()
+    ns.enter("-n")
     ns.furnish(os.path.abspath(tool), os.path.abspath(source_dir))
     unittest.main(argv=[sys.argv[0], "-v", group])

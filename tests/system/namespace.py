@@ -1,8 +1,5 @@
-"""A machine of its own for whole-process tests of the conversion tool.
-
-The runner enters a fresh mount and network namespace, with no network at all and an empty /tmp.
-What the tests need lies in WORK, which is as private. Both are gone when the runner ends.
-"""
+"""Namespaces of their own for whole-process tests, and a machine for the conversion tool: no network
+at all, an empty /tmp, and what the tests need in WORK. All is gone when the runner ends."""
 import os
 import resource
 import shutil
@@ -15,7 +12,7 @@ TOOL = WORK + "/flatlink"
 DATABASE = WORK + "/database"
 NOBODY = 65534
 SKIPPED = 77  # told to ctest as "skipped"
-INSIDE = "FLATLINK_TEST_NAMESPACE"
+INSIDE = "TEST_NAMESPACE"
 
 is_sanitized = False
 
@@ -24,14 +21,15 @@ def call(*command):
     subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
 
 
-def enter():
-    """Runs the program again inside of the namespaces; returns there."""
+def enter(*options):
+    """Runs the program again inside of a mount namespace, and what else the options of unshare
+    name; returns there. Without the right to do so the test is skipped."""
     if INSIDE in os.environ:
         return
     os.environ[INSIDE] = "1"
-    unshare = ["unshare", "-m", "-n", "--propagation", "private"]
+    unshare = ["unshare", "-m", "--propagation", "private", *options]
     if os.geteuid() != 0 or subprocess.run(unshare + ["true"], check=False).returncode != 0:
-        print("skipped: a mount and network namespace of its own needs root")
+        print("skipped: namespaces of its own need root")
         sys.exit(SKIPPED)
     os.execvp("unshare", unshare + [sys.executable, *sys.argv])
 

@@ -1,6 +1,6 @@
 """A host of its own for proxies: a mount namespace with an empty /usr/local/etc and a private /dev,
 in which both logs are received; for daemons also a network with a loopback, /usr/tmp and /var/run,
-and daemons and their clients as objects. Needs root; without it a test is skipped (status 77)."""
+and daemons and their clients as objects."""
 
 import collections
 import os
@@ -14,63 +14,51 @@ import tempfile
 import threading
 import time
 
-SKIPPED = 77
+import namespace
+from namespace import call
+
 TABLE = "/usr/local/etc/netperm-table"
 RECORD_SIZE = 1680
 PATIENCE_S = 30
 
 Record = collections.namedtuple("Record", "event line proxy text pid source destination rule label")
 
-def enter(*namespaces):
-    """Starts the calling script again inside the namespace, once; in more than the mount namespace
-    with other options of unshare."""
-    if os.environ.get("PROXY_HOST") == "inside":
-        _mount()
-        return
-    os.environ["PROXY_HOST"] = "inside"
+
+def enter(*options):
+    """Starts the calling script again inside the host, once."""
+    namespace.enter(*options)
     os.environ["KORVWSS"] = "/nonexistent"
-    unshare = ["unshare", "-m", *namespaces]
-    if os.geteuid() != 0 or subprocess.run([*unshare, "true"], check=False).returncode:
-        print("skipped: needs root and namespaces")
-        sys.exit(SKIPPED)
-    os.execvp("unshare", [*unshare, sys.executable] + sys.argv)
-
-
-def _mount():
-    def run(*command):
-        subprocess.run(command, check=True)
-
-    run("mount", "-t", "tmpfs", "tmpfs", "/usr/local/etc")
+    call("mount", "-t", "tmpfs", "tmpfs", "/usr/local/etc")
     dev = tempfile.mkdtemp()
-    run("mount", "-t", "tmpfs", "tmpfs", dev)
+    call("mount", "-t", "tmpfs", "tmpfs", dev)
     for name in ("null", "zero", "random", "urandom"):
         open(f"{dev}/{name}", "w").close()
-        run("mount", "--bind", f"/dev/{name}", f"{dev}/{name}")
-    run("mount", "--rbind", dev, "/dev")
+        call("mount", "--bind", f"/dev/{name}", f"{dev}/{name}")
+    call("mount", "--rbind", dev, "/dev")
 
 
 def enter_with_network():
     """As enter, as the process to which all orphans go: so it learns how daemons end, and none
     outlives it."""
     enter("-n", "-p", "-f", "--mount-proc", "--kill-child")
-    subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
+    call("ip", "link", "set", "lo", "up")
     _mount_usr_tmp()
-    subprocess.run(["mount", "-t", "tmpfs", "tmpfs", os.path.realpath("/var/run")], check=True)
+    call("mount", "-t", "tmpfs", "tmpfs", os.path.realpath("/var/run"))
 
 
 def _mount_usr_tmp():
     """An /usr with all that it had, and a tmp that is writable."""
     usr = tempfile.mkdtemp()
-    subprocess.run(["mount", "-t", "tmpfs", "tmpfs", usr], check=True)
+    call("mount", "-t", "tmpfs", "tmpfs", usr)
     for entry in os.scandir("/usr"):
         path = f"{usr}/{entry.name}"
         if entry.is_symlink():
             os.symlink(os.readlink(entry.path), path)
         elif entry.is_dir():
             os.mkdir(path)
-            subprocess.run(["mount", "--rbind", entry.path, path], check=True)
+            call("mount", "--rbind", entry.path, path)
     os.makedirs(f"{usr}/tmp", exist_ok=True)
-    subprocess.run(["mount", "--rbind", usr, "/usr"], check=True)
+    call("mount", "--rbind", usr, "/usr")
 
 
 def write_table(text, time_s=None):

@@ -62,7 +62,9 @@ TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
         const proxy_setup setup(lines);
         scripted_platform device;
         device.vpn_open_error = 0;
-        device.on_vpn_ioctl = [&display](byte_area message) {
+        int questions = 0;
+        device.on_vpn_ioctl = [&](unsigned long, byte_area message) {
+            ++questions;
             EXPECT_EQ(dotted_at(message, 8) + ' ' + dotted_at(message, 12), "10.1.2.3 20.0.0.1");
             std::fill(message.begin(), message.end(), std::uint8_t{0});
             std::copy_n("~alice", 6, message.begin() + 8);
@@ -70,7 +72,7 @@ TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
             return 0;
         };
         const std::string outcome = outcome_of(setup, "10.1.2.3");
-        return outcome + std::to_string(device.vpn_requests.size());
+        return outcome + std::to_string(questions);
     };
     EXPECT_EQ(checked("hosts ~bob ~carl\nhosts ~alice", "~A (home)"), "0 line 2 as ~A (home)\n1");
     EXPECT_EQ(checked("hosts ~bob ~alic ~alice2 ~Alice ~*", "~A"), "1 line - as unknown\n1");

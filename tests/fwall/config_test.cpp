@@ -92,18 +92,6 @@ TEST(CfgRead, ReadsLinesAndReportsFaults)
     }
 }
 
-TEST(CfgRead, ReadsAnyPlaceOfALargeTable)
-{
-    std::string text, want;
-    for (int i = 1; i <= 5000; ++i) {
-        const std::string number = std::to_string(i);
-        text += "n: k" + std::string(static_cast<std::size_t>(i % 97 + 1), ' ') + number + "\n";
-        want += number + " 0 k[" + number + "]\n";
-    }
-    const table_file table(text);
-    EXPECT_EQ(shown(cfg_list(cfg_read("n")).get()), want);
-}
-
 TEST(CfgRead, ReportsATableThatCannotBeRead)
 {
     const table_file table("n: k x\n" + std::string(3000, 'x'));
@@ -121,20 +109,6 @@ TEST(CfgRead, ReportsATableThatCannotBeRead)
         EXPECT_EQ(report_log::priority, 5);
     }
     EXPECT_EQ(open_descriptors(), before);
-}
-
-TEST(CfgRead, NoSendLogGoesToTheSystemLog)
-{
-    const table_file table("n: k x\nbad\n");
-    const report_log log;
-    openlog("table", LOG_PERROR, LOG_USER); // the system log's lines on the error stream, too
-    testing::internal::CaptureStderr();
-    const cfg_list list(cfg_read_no_SendLog("n"));
-    closelog();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "table: cfgerr: " + table.path + " line 2 malformed\n");
-    EXPECT_EQ(shown(list.get()), "1 0 k[x]\n");
-    EXPECT_EQ(report_log::lines(), "");
 }
 
 TEST(CfgSetpfile, FollowsTheInstallation)
@@ -190,24 +164,4 @@ TEST(CfgCopy, IsDeepAndKeepsOrder)
     EXPECT_EQ(shown(copy.get()), "1 1 a[1][2]\n2 0 b\n3 2 c[3]\n");
     EXPECT_EQ(cfg_copy(nullptr), nullptr);
     EXPECT_EQ(cfg_copy(cfg_failure()), cfg_failure());
-}
-
-// Walks for each keyword find the same records in a list with marks, also once it has grown.
-TEST(CfgMarkRuns, LeavesEveryWalkAsItWas)
-{
-    const table_file table("n: b 1\nn: b 2\nn: a 3\nn: b 4\nn: b 5\nn: c 6\nn: c 7\n");
-    cfgrec *front = cfg_make("b", 0, 0, 0, nullptr);
-    front->next = cfg_read("n");
-    cfg_mark_runs(front->next);
-    cfg_last(front)->next = cfg_make("c", 0, 8, 0, nullptr);
-    cfg_last(front)->next = cfg_make("a", 0, 9, 0, nullptr);
-    std::string lines;
-    for (const char *keyword : {"a", "b", "c", "d"})
-        for (const cfgrec *record = cfg_first(keyword, front); record != nullptr;
-             record = cfg_next(keyword, record))
-            lines += std::to_string(record->lineno) + ' ';
-    EXPECT_EQ(lines, "3 9 0 1 2 4 5 6 7 8 ");
-    cfg_free(front);
-    cfg_mark_runs(nullptr);
-    cfg_mark_runs(cfg_failure());
 }

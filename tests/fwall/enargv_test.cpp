@@ -54,19 +54,14 @@ TEST(Enargv, SplitsInEveryState)
         EXPECT_EQ(split(text), want) << text;
 }
 
+// That smaller arrays lose the end and nothing else is tried in tests/fuzz.
 TEST(Enargv, KeepsToItsArrays)
 {
-    EXPECT_EQ(split("a b c", 4), "3|a|b|c");
     EXPECT_EQ(split("a b c d e f g", 4), "3|a|b|c");
-    EXPECT_EQ(split("a ''", 2), "1|a");
-    EXPECT_EQ(split("a \\b c", 2), "1|a");
     EXPECT_EQ(split("a b", 1), "0");
     EXPECT_EQ(split("ab c", 8, 5), "2|ab|c");
     EXPECT_EQ(split("ab c", 8, 4), "-1|ab"); // no room for the last terminator
-    EXPECT_EQ(split("ab c", 8, 2), "-1");
-    EXPECT_EQ(split("ab\\c", 8, 2), "-1");
     EXPECT_EQ(split("\\abc", 8, 1), "-1");
     EXPECT_EQ(split("''", 8, 0), "-1");
-    EXPECT_EQ(split(" , ", 8, 0), "0");
     EXPECT_EQ(enargv("a", nullptr, 0, nullptr, 0), -1);
 }

@@ -47,9 +47,9 @@ TEST_F(TempName, GoesOnBehindTakenNames)
 {
     touch(made("aXX"));
     for (char c = 'a'; c <= 'z'; ++c) {
+        touch(made("bX"));
         EXPECT_EQ(made("aXX"), std::string("a") + c + last_digits(1));
         touch(made("aXX"));
-        touch(made("bX"));
     }
     EXPECT_EQ(made("aXX"), "aaa");
     touch(made("bX"));

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
-#include <syslog.h>
 
 using namespace std::string_literals;
 
@@ -55,14 +54,12 @@ TEST(CfgRead, ReadsLinesAndReportsFaults)
          "5 2 permit-x[e]\n6 1 absorb-x[f]\n7 2 [g]\n"},
         {"#n: k x\nn: k #y\n #n: k x\n  # text\n # n: k x\n", "2 0 k[#y]\n5 0 k[x]\n",
          "4 malformed\n"},
-        {"\n \t \nn: hosts 1.2.3.4 -policy x:y\n", "3 0 hosts[1.2.3.4][-policy][x:y]\n"},
         {"n: k\nn: k \nn:k\t\nn: k  \nn: k \t\nn: k ,\n", "4 0 k\n5 0 k\n6 0 k\n",
          "1 missing parameter\n2 missing parameter\n3 missing parameter\n"},
         {"n:\nn:  \t\nn k\n:\n", "", "1 malformed\n2 malformed\n3 malformed\n"},
         {"m: k\nm:\nx\nm: k", "", "3 malformed\n4 too long\n"}, // faults of others' lines
         {"n: k\r\nn: k x\r\nn\r: k x\n", "2 0 k[x]\n", "1 missing parameter\n"},
         {"n: k x\nn: k y", "1 0 k[x]\n", "2 too long\n"},
-        {"n: k x\n# y", "1 0 k[x]\n"},
         {"n: k " + full + "\nn: k y\n", "1 0 k[" + full + "]\n2 0 k[y]\n"},
         {"n: k " + full + "x\nn: k y\n", "2 0 k[y]\n", "1 too long\n"},
         {"n: k y\nn: k " + megabyte + "\nn: k z\n" + megabyte, "1 0 k[y]\n3 0 k[z]\n",
@@ -71,11 +68,8 @@ TEST(CfgRead, ReadsLinesAndReportsFaults)
         {long_comment + "n: k y\nn: k z\n", "2 0 k[y]\n3 0 k[z]\n"},
         {long_comment + "\n" + long_comment + "zz\n", "", "4 malformed\n"},
         {"n: k" + many + "\n", "1 0 k" + most + "\n"},
-        {"n: k \"abc def\nn: k '\nn: k \\\nn: k a\\ b\n",
-         "1 0 k[abc def]\n2 0 k[]\n3 0 k\n4 0 k[a b]\n"},
         {"n: k a\0b 'c\0d'\nn\0: k x\nn: k\0l x\nn: \0\nn: k \0\n"s, "1 0 k[ab][cd]\n5 0 k\n",
          "3 malformed\n4 malformed\n"},
-        {std::string(200, 'm') + " n: k x\n", "1 0 k[x]\n"},
     };
     for (const auto &row : cases) {
         SCOPED_TRACE(row.table.substr(0, 100));
@@ -97,9 +91,8 @@ TEST(CfgRead, ReportsATableThatCannotBeRead)
     const table_file table("n: k x\n" + std::string(3000, 'x'));
     const auto before = open_descriptors();
     cfg_free(cfg_read("n"));
-    for (const auto &[behind, reason] : {std::pair("/missing", "No such file or directory"),
-                                         {"/netperm-table/x", "Not a directory"},
-                                         {"", "Is a directory"}}) {
+    for (const auto &[behind, reason] :
+         {std::pair("/missing", "No such file or directory"), {"", "Is a directory"}}) {
         const report_log log;
         const std::string path = table.folder.string() + behind;
         cfg_setpfile(path.c_str());

@@ -78,9 +78,7 @@ TEST(Log, FillsTheRecord)
     const DaemonMsg got = with.receiver.next_record();
     EXPECT_LE(got.time - before, 10U);
     want.time = got.time;
-    const auto *bytes = reinterpret_cast<const char *>(&got);
-    const auto *end = bytes + sizeof got;
-    EXPECT_EQ(std::mismatch(bytes, end, reinterpret_cast<const char *>(&want)).first, end);
+    EXPECT_EQ(std::memcmp(&got, &want, sizeof got), 0);
     EXPECT_EQ(with.system_log(), "");
 }
 
@@ -140,9 +138,8 @@ TEST(Log, RefusesNullParameters)
     EXPECT_EQ(with.system_log(), line + line);
     log_transmit("end", 3, &with.log.stdlog);
     EXPECT_EQ(with.receiver.next(), "end");
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x3f8).facility, 0x3f8);
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x400).facility, 0);
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 7).facility, 0);
+    for (const auto &[asked, kept] : {std::pair(0x3f8, 0x3f8), {0x400, 0}, {7, 0}})
+        EXPECT_EQ(Log(nullptr, nullptr, 0, asked).facility, kept);
 }
 
 TEST(WithinLogLevel, ComparesWithTheTable)

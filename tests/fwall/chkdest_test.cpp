@@ -32,7 +32,6 @@ TEST(PermitDstChk, ChecksHosts)
         {"destination *.lan unknown", "10.0.0.9", "0\naddr 10.0.0.9\n"},
         {"rev_dns 10.*\ndestination *.lan unknown", "10.0.0.1", "1\n"},
         {"destination 10.0.0.1:mask", "10.0.0.1", "1\n"},
-        {"destination 10.*", "", "1\n"},
         {"destination *", "", "0\n"},
         {"destination 10.3.*", "3com.lan", "0\nname 3com.lan\n"}, // begins as an address does
         {"destination 10.3.*", "3bom.lan", "1\nname 3bom.lan\nname 3bom.lan\n"},
@@ -46,6 +45,7 @@ TEST(PermitDstChk, ChecksHosts)
          "1\nname wide.lan\n"
          "10504/0 securityalert: invalid host address length (16) hostname wide.lan\n"},
         {"destination 10.*", "two.lan", "1\nname two.lan\n"},
+        {"destination 20.*", "two.lan", "1\nname two.lan\n"},
         {"destination 10.* 20.*", "two.lan", "0\nname two.lan\n"},
         {"deny-destination 20.*\ndestination *", "two.lan", "1\nname two.lan\n"},
         {"destination *\nafw-dest 10.* any id7", "10.1.1.1",

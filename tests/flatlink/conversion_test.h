@@ -179,7 +179,7 @@ class conversion_test : public testing::Test
         if (found == own_address_towards.end())
             return ESRCH;
         kernel.readings.push_back(
-            {route_reply(gateway.c_str(), "0.0.0.0", "255.255.255.255", found->second.c_str())});
+            route_reply(gateway.c_str(), "0.0.0.0", "255.255.255.255", found->second.c_str()));
         return 0;
     }
 };

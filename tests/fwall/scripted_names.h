@@ -45,20 +45,18 @@ class scripted_names
   private:
     static hostent *host_by_name(const char *name)
     {
-        static std::vector<std::array<char, 16>> octets; // room for a wrong length
-        static std::vector<char *> list;
+        static std::array<std::array<char, 16>, 8> octets; // room for a wrong length
+        static std::array<char *, 9> list;
         static hostent found;
         current->asked.push_back(std::string("name ") + name);
         const auto row = current->hosts.find(name);
         if (row == current->hosts.end())
             return nullptr;
-        octets.assign(row->second.addresses.size(), {});
-        list.clear();
-        for (std::size_t i = 0; i < octets.size(); ++i) {
-            inet_pton(AF_INET, row->second.addresses[i].c_str(), octets[i].data());
-            list.push_back(octets[i].data());
+        list.fill(nullptr);
+        for (std::size_t i = 0; i < row->second.addresses.size(); ++i) {
+            list[i] = octets[i].data();
+            inet_pton(AF_INET, row->second.addresses[i].c_str(), list[i]);
         }
-        list.push_back(nullptr);
         found.h_length = row->second.length;
         found.h_addr_list = list.data();
         return &found;

@@ -6,8 +6,6 @@
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/scripted_platform.h"
 
-#include <random>
-
 // The code, the line of `permit_confp` and the name to show; then what was asked and reported.
 static std::string outcome_of(const proxy_setup &setup, const char *client)
 {
@@ -23,27 +21,19 @@ static std::string outcome_of(const proxy_setup &setup, const char *client)
 TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
 {
     static const struct {
-        const char *lines, *want, *client = "10.0.0.1"; // mail.office.lan
+        const char *lines, *want;
     } cases[] = {
         {"permit-hosts 10.*", "0 line 1 as nodnsquery\n"},
-        {"absorb-hosts 10.*", "0 line 1 as nodnsquery\n"},
         {"hosts 11.* 10.2", "1 line - as unknown\n"},
         {"deny-hosts 10.0.0.*\nhosts 10.*", "2 line 1 as nodnsquery\n"},
-        {"hosts 10.*\ndeny-hosts 10.0.0.*", "0 line 1 as nodnsquery\n"},
-        {"hosts 11.* -policy p 10.*\nhosts -policy p *\npolicy-p: k 1", "1 line - as unknown\n"},
         {"deny-hosts  \nhosts 10.*",
          "0 line 2 as nodnsquery\n11502/1 cfgerr: hosts takes at least one argument, line 1\n"},
         {"hosts a.lan b.lan\nhosts mail.*", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
-        {"hosts *.lan\ndeny-hosts unknown", "2 line 2 as nodnsquery\naddr 10.0.0.9\n", "10.0.0.9"},
         {"rev_dns 11.* 10.0.0.1\nhosts *.lan unknown nodnsquery", "1 line - as unknown\n"},
-        {"rev_dns 10.0.0.0-10.0.0.1\nhosts *.lan", "1 line - as unknown\n"},
         {"rev_dns  \nrev_dns 10.0.0.2-10.0.0.9\nhosts *.lan",
          "0 line 3 as nodnsquery\naddr 10.0.0.1\n"
          "11502/1 vhltcfgerr: rev_dns takes at least one argument, line 1\n"},
         {"use_name_logs yes\nhosts 10.*", "0 line 2 as mail.office.lan\naddr 10.0.0.1\n"},
-        {"use_name_logs no\nhosts *.lan", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
-        {"use_name_logs  \nhosts 10.*", "0 line 2 as nodnsquery\n"},
-        {"use_name_logs on\nrev_dns *\nhosts 10.*", "0 line 3 as nodnsquery\n"},
         {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
     };
     for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
@@ -52,7 +42,7 @@ TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
         proxy_setup setup(row.lines, i % 2 == 1);
         const scripted_platform no_device;
         setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
-        EXPECT_EQ(outcome_of(setup, row.client), row.want);
+        EXPECT_EQ(outcome_of(setup, "10.0.0.1"), row.want);
     }
 }
 
@@ -62,15 +52,17 @@ TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
         const proxy_setup setup(lines);
         scripted_platform device;
         device.vpn_open_error = 0;
-        device.on_vpn_ioctl = [&display](byte_area message) {
+        int questions = 0;
+        device.on_vpn_ioctl = [&](unsigned long, byte_area message) {
+            ++questions;
             EXPECT_EQ(dotted_at(message, 8) + ' ' + dotted_at(message, 12), "10.1.2.3 20.0.0.1");
-            std::fill(message.begin(), message.end(), std::uint8_t{0});
-            std::copy_n("~alice", 6, message.begin() + 8);
-            std::copy(display.begin(), display.end(), message.begin() + 24);
+            std::ranges::fill(message, std::uint8_t{0});
+            std::ranges::copy(std::string("~alice"), message.begin() + 8);
+            std::ranges::copy(display, message.begin() + 24);
             return 0;
         };
         const std::string outcome = outcome_of(setup, "10.1.2.3");
-        return outcome + std::to_string(device.vpn_requests.size());
+        return outcome + std::to_string(questions);
     };
     EXPECT_EQ(checked("hosts ~bob ~carl\nhosts ~alice", "~A (home)"), "0 line 2 as ~A (home)\n1");
     EXPECT_EQ(checked("hosts ~bob ~alic ~alice2 ~Alice ~*", "~A"), "1 line - as unknown\n1");
@@ -105,50 +97,6 @@ TEST(PermitSrcChk, FailsWithoutBothEnds)
     }
 }
 
-static std::string random_of(std::mt19937 &random, const std::vector<const char *> &pieces)
-{
-    std::string text;
-    for (auto count = 1 + random() % 8; count > 0; --count)
-        text += pieces[random() % pieces.size()];
-    return text;
-}
-
-// Random patterns, many of them malformed, against addresses and names close to them.
-TEST(SrcPatterns, GiveTheAnswersOfAWalkWithoutThem)
-{
-    const std::vector<const char *> numeric = {
-        "1",   "10", ".", ".", ".", ".*",   "*",        "255",
-        "256", "01", "0", "-", ":", "1.10", "10.1.1.0", ":255.255.255.0"};
-    const std::vector<const char *> letters = {"a", "B", "*", ".", "*.", "ab", "-", "1"};
-    std::mt19937 random(2);
-    proxy_setup setup("k 1");
-    cfg_free(proxy_confp);
-    const sockaddr_in local{};
-    int fits = 0;
-    for (int round = 0; round < 50000; ++round) {
-        std::string pattern = random_of(random, round % 2 == 0 ? numeric : letters);
-        constexpr u32 octets[] = {0, 1, 10, 255};
-        u32 address = 0;
-        for (int i = 0; i < 4; ++i)
-            address = address << 8 | octets[random() % 4];
-        set_text(proxy_riaddr, dotted(address));
-        setup.names.names = {{proxy_riaddr, random_of(random, {"a", "b", ".", "ab", "-", "1"})}};
-        char *argv[] = {pattern.data(), nullptr};
-        proxy_confp = cfg_make("hosts", 0, 1, 1, argv);
-        const int want = permit_src_sub(&local);
-        prepare_src_patterns(proxy_confp);
-        ASSERT_NE(proxy_confp->patterns, nullptr);
-        ASSERT_EQ(permit_src_sub(&local), want)
-            << pattern << " with " << proxy_riaddr << " or " << setup.names.names[proxy_riaddr];
-        fits += want == SRC_PERMITTED ? 1 : 0;
-        cfg_free(proxy_confp);
-        setup.names.asked.clear();
-        report_log::reports.clear();
-    }
-    policy_confp = proxy_confp = nullptr;
-    EXPECT_GT(fits, 2500); // else the comparison says little
-}
-
 // What makes a table large must not be read at each check.
 TEST(SrcPatterns, DecideTheUsualForms)
 {
@@ -169,22 +117,18 @@ TEST(RuleSrcAddrChk, RefusesAllButAPermit)
     const auto checked = [](const std::string &hosts) {
         static constexpr policy_option options[] = {{"-rule", POLICY_ARG_ONE, "ruleNumber"}, {}};
         const sockaddr_in from = plain_address("10.1.2.3"), local = plain_address("20.0.0.1");
-        const proxy_setup setup(hosts +
-                                "\nruleNumber 7 x\nruleName mail\nlogLevel 3x\npolicy-p: k 1");
+        const proxy_setup setup(hosts + "\nruleNumber 7 x\nlogLevel 3x\npolicy-p: k 1");
         const int code = rule_src_addr_chk(&from, &local, options, "bob");
-        char number[32] = {}, label[32] = {};
+        char number[32] = {};
         setup.connection.GetRuleNumber(number, sizeof number);
-        setup.connection.GetRuleLabel(label, sizeof label);
-        const int level = setup.connection.GetLogLevel();
         EXPECT_EQ(rule_src_sub(&local, options, "bob"), code);
-        return std::to_string(code) + ' ' + number + '/' + label + '/' + std::to_string(level) +
-               ' ' + setup.connection.GetUser();
+        return std::to_string(code) + ' ' + number + '/' +
+               std::to_string(setup.connection.GetLogLevel()) + ' ' + setup.connection.GetUser();
     };
-    EXPECT_EQ(checked("permit-hosts 10.*"), "1 7/mail/3 bob");
-    EXPECT_EQ(checked("permit-hosts 10.* -rule 9"), "1 9/mail/3 bob");
-    EXPECT_EQ(checked("permit-hosts 11.*"), "0 N/A//-1 bob");
-    EXPECT_EQ(checked("deny-hosts 10.*"), "0 7/mail/3 bob");
-    EXPECT_EQ(checked("permit-hosts 10.* -policy p -rule 9 -policy none"), "0 N/A//-1 ");
+    EXPECT_EQ(checked("permit-hosts 10.* -rule 9"), "1 9/3 bob");
+    EXPECT_EQ(checked("permit-hosts 11.*"), "0 N/A/-1 bob");
+    EXPECT_EQ(checked("deny-hosts 10.*"), "0 7/3 bob");
+    EXPECT_EQ(checked("permit-hosts 10.* -policy p -rule 9 -policy none"), "0 N/A/-1 ");
 }
 
 TEST(RuleSrcChk, TellsADeniedClientNothingElse)
@@ -202,7 +146,7 @@ TEST(RuleSrcChk, TellsADeniedClientNothingElse)
     EXPECT_EQ(told_of("", false), "1503/0 deny host=nodnsquery/127.0.0.1 use of proxy");
     EXPECT_EQ(told_of("denial-msg /nowhere/x", true),
               "6508/0 syserr: cannot display denial-msg /nowhere/x: No such file or directory");
-    const std::string malformed = "11502/2 cfgerr: denial-msg must have one parameter, line 2";
-    EXPECT_EQ(told_of("denial-msg a b", true), malformed);
-    EXPECT_EQ(told_of("denial-msg  ", true), malformed);
+    for (const char *line : {"denial-msg a b", "denial-msg  "})
+        EXPECT_EQ(told_of(line, true),
+                  "11502/2 cfgerr: denial-msg must have one parameter, line 2");
 }

@@ -98,8 +98,7 @@ TEST(LogTransmit, OpensAClosedConnectionOrFails)
     open_conn with;
     const auto before = open_descriptors();
     log_close(&with.conn);
-    log_close(&with.conn); // twice is allowed
-    EXPECT_EQ(open_descriptors(), before - 1);
+    log_close(&with.conn);                         // twice is allowed
     EXPECT_EQ(log_transmit("one", 3, nullptr), 1); // the daemon's own path has no reader
     EXPECT_EQ(open_descriptors(), before - 1);
     EXPECT_EQ(log_transmit("one", 3, &with.conn), 1);
@@ -110,9 +109,8 @@ TEST(LogTransmit, OpensAClosedConnectionOrFails)
     const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
     setrlimit(RLIMIT_NOFILE, &none);
     EXPECT_EQ(log_transmit("one", 3, &with.conn), 0);
-    EXPECT_EQ(log_open(&with.conn), EMFILE);
-    EXPECT_EQ(with.conn.fd, -1);
     setrlimit(RLIMIT_NOFILE, &limit);
-    const std::string line = "log: Failed to create stdlog socket errno=24 Too many open files\n";
-    EXPECT_TRUE(with.system_log().ends_with(line + line));
+    EXPECT_EQ(with.conn.fd, -1);
+    EXPECT_TRUE(with.system_log().ends_with(
+        "log: Failed to create stdlog socket errno=24 Too many open files\n"));
 }

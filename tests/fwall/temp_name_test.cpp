@@ -35,7 +35,6 @@ TEST_F(TempName, HasTheNumberOfTheProcess)
     EXPECT_EQ(made("XXaXX"), "XXa" + last_digits(2)); // only the last run
     EXPECT_EQ(made("free"), "free");
     EXPECT_EQ(made("netperm-table"), "EEXIST");
-    EXPECT_EQ(made("no/aXX"), "ENOENT");
     EXPECT_EQ(made("netperm-table/aXX"), "ENOTDIR");
     std::filesystem::create_symlink("nowhere", taken.folder / "link");
     EXPECT_EQ(made("link"), "EEXIST");
@@ -47,9 +46,9 @@ TEST_F(TempName, GoesOnBehindTakenNames)
 {
     touch(made("aXX"));
     for (char c = 'a'; c <= 'z'; ++c) {
+        touch(made("bX"));
         EXPECT_EQ(made("aXX"), std::string("a") + c + last_digits(1));
         touch(made("aXX"));
-        touch(made("bX"));
     }
     EXPECT_EQ(made("aXX"), "aaa");
     touch(made("bX"));
@@ -58,10 +57,8 @@ TEST_F(TempName, GoesOnBehindTakenNames)
 
 TEST_F(TempName, BelongsToANewFileOfTheOwner)
 {
-    std::string name = taken.path;
-    EXPECT_EQ(mkstemp(name.data()), -1);
     touch("c" + last_digits(1));
-    name = taken.folder / "cX";
+    std::string name = taken.folder / "cX";
     const int fd = mkstemp(name.data());
     ASSERT_GE(fd, 0);
     EXPECT_EQ(name, taken.folder / "ca");

@@ -19,27 +19,22 @@ using byte_list = std::vector<std::uint8_t>;
 class scripted_platform
 {
   public:
-    struct reading {
-        byte_list bytes;
-        int error = 0; // not 0: the read fails with it
-    };
-
     // The script.
     int route_open_error = 0, fw_open_error = 0, vpn_open_error = ENOENT;
-    std::function<int(byte_view)> on_route_write = [](byte_view) { return 0; }; // an errno
-    ssize_t route_write_short = 0; // bytes that a write leaves out
-    std::deque<reading> readings;  // none left: EAGAIN
-    std::function<int(byte_area)> on_vpn_ioctl = [](byte_area) { return 0; };
+    // An errno, or -1 for a failure that sets none; below that, how many bytes a write leaves out.
+    std::function<int(byte_view)> on_route_write = [](byte_view) { return 0; };
+    std::deque<byte_list> readings; // none left: EAGAIN
+    std::function<int(unsigned long, byte_area)> on_vpn_ioctl = [](auto...) { return 0; };
     std::function<int(unsigned long, byte_area)> on_fw_ioctl = [](auto...) { return 0; };
 
     // The record.
-    std::vector<byte_list> written;
     struct device_request {
-        int access, sock; // of the firewall device alone
+        int access, sock;
         unsigned long number;
         byte_list record;
     };
-    std::vector<device_request> vpn_requests, fw_requests;
+    std::vector<byte_list> written;
+    std::vector<device_request> fw_requests;
     int route_opens = 0;
 
     scripted_platform()
@@ -56,66 +51,53 @@ class scripted_platform
     scripted_platform &operator=(const scripted_platform &) = delete;
 
   private:
-    static constexpr int ROUTE_FD = 7001, VPN_FD = 7002, FW_FD = 7003;
+    static constexpr int FD = 7001;
 
     static int failed(int error)
     {
         errno = error;
         return -1;
     }
-    static int opened(int error, int fd)
+    static int opened(int error)
     {
         current->open_now += error == 0 ? 1 : 0;
-        return error == 0 ? fd : failed(error);
+        return error == 0 ? FD : failed(error);
     }
-    template <int FD> static int close_one(int fd)
+    static int close_one(int fd)
     {
         EXPECT_EQ(FD, fd);
         --current->open_now;
         return failed(EBADMSG); // must not show in the caller's errno
     }
-    static int route_open()
+    static int open_route()
     {
         ++current->route_opens;
-        return opened(current->route_open_error, ROUTE_FD);
+        return opened(current->route_open_error);
     }
-    static ssize_t route_write(int fd, byte_view message)
+    static ssize_t write_route(int, byte_view message)
     {
-        EXPECT_EQ(ROUTE_FD, fd);
         current->written.emplace_back(message.begin(), message.end());
-        // An error of -1 is a failure that sets no errno.
         const int error = current->on_route_write(message);
-        if (error != 0)
-            return error > 0 ? failed(error) : -1;
-        return static_cast<ssize_t>(message.size()) - current->route_write_short;
+        if (error == 0 || error < -1)
+            return static_cast<ssize_t>(message.size()) + error;
+        return error == -1 ? -1 : failed(error);
     }
-    static ssize_t route_read(int fd, byte_area area)
+    static ssize_t read_route(int, byte_area area)
     {
-        EXPECT_EQ(ROUTE_FD, fd);
         if (current->readings.empty())
             return failed(EAGAIN);
-        const reading next = std::move(current->readings.front());
+        const byte_list next = current->readings.front();
         current->readings.pop_front();
-        if (next.error != 0)
-            return failed(next.error);
-        const std::size_t size_bytes = std::min(next.bytes.size(), area.size());
-        std::copy_n(next.bytes.begin(), size_bytes, area.begin());
-        return static_cast<ssize_t>(size_bytes);
+        std::copy_n(next.begin(), std::min(next.size(), area.size()), area.begin());
+        return static_cast<ssize_t>(std::min(next.size(), area.size()));
     }
-    static int vpn_open() { return opened(current->vpn_open_error, VPN_FD); }
-    static int vpn_ioctl(int, unsigned long number, byte_area message)
-    {
-        current->vpn_requests.push_back({-1, -1, number, {message.begin(), message.end()}});
-        return current->on_vpn_ioctl(message);
-    }
-    static int fw_open(int access)
+    static int open_fw(int access)
     {
         current->fw_access = access;
-        return opened(current->fw_open_error, FW_FD);
+        return opened(current->fw_open_error);
     }
-    static int fw_ioctl(int fd, int sock, unsigned long number, byte_area record)
+    static int request_fw(int, int sock, unsigned long number, byte_area record)
     {
-        EXPECT_EQ(FW_FD, fd);
         current->fw_requests.push_back(
             {current->fw_access, sock, number, {record.begin(), record.end()}});
         return current->on_fw_ioctl(number, record);
@@ -125,16 +107,16 @@ class scripted_platform
     int open_now = 0;
     static inline scripted_platform *current = nullptr;
     static inline const platform_calls TABLE = {
-        .fw_open = fw_open,
-        .fw_ioctl = fw_ioctl,
-        .fw_close = close_one<FW_FD>,
-        .vpn_open = vpn_open,
-        .vpn_ioctl = vpn_ioctl,
-        .vpn_close = close_one<VPN_FD>,
-        .route_open = route_open,
-        .route_write = route_write,
-        .route_read = route_read,
-        .route_close = close_one<ROUTE_FD>,
+        .fw_open = open_fw,
+        .fw_ioctl = request_fw,
+        .fw_close = close_one,
+        .vpn_open = [] { return opened(current->vpn_open_error); },
+        .vpn_ioctl = [](int, auto... request) { return current->on_vpn_ioctl(request...); },
+        .vpn_close = close_one,
+        .route_open = open_route,
+        .route_write = write_route,
+        .route_read = read_route,
+        .route_close = close_one,
     };
 };
 
@@ -168,15 +150,13 @@ inline byte_list route_reply(const char *dst, const char *gateway, const char *m
 {
     byte_list reply(392);
     store<std::uint16_t>(reply, 0, 392);
-    store<std::uint8_t>(reply, 2, 3);
-    store<std::uint8_t>(reply, 3, 4);
-    store<std::int32_t>(reply, 8, 0x41);
-    store<std::int32_t>(reply, 12, 0x37);
-    store<std::int32_t>(reply, 16, getpid());
-    store<std::int32_t>(reply, 20, gettid());
-    store(reply, 76 + 4, inet_addr(dst));
-    store(reply, 92 + 4, inet_addr(gateway));
-    store(reply, 108 + 4, inet_addr(mask));
-    store(reply, 380, inet_addr(source));
+    reply[2] = 3;
+    reply[3] = 4;
+    for (const auto &[offset, number] :
+         {std::pair(8, 0x41), {12, 0x37}, {16, getpid()}, {20, gettid()}})
+        store(reply, static_cast<std::size_t>(offset), number);
+    for (const auto &[offset, addr] :
+         {std::pair(80, dst), {96, gateway}, {112, mask}, {380, source}})
+        store(reply, static_cast<std::size_t>(offset), inet_addr(addr));
     return reply;
 }

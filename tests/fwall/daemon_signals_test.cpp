@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,4 +27,17 @@ TEST(DaemonSignals, KeepErrno)
     EXPECT_EQ(errno, EDOM);
     EXPECT_EQ(report_log::lines(), "10002/0 0 of 0 copies currently active\n");
     (void)std::signal(SIGCHLD, before);
+}
+
+TEST(DaemonSignals, TellTheCallbackBeforeTheEnd)
+{
+    const auto end_by = [](int number) {
+        const report_log log;
+        SetProxyCallBack([](int with) {
+            (void)std::fprintf(stderr, "%stold %d", report_log::lines().c_str(), with);
+        });
+        hup_exit(number);
+    };
+    EXPECT_EXIT(end_by(SIGINT), testing::ExitedWithCode(1), "caught INT signal\ntold 2");
+    EXPECT_EXIT(end_by(SIGQUIT), testing::ExitedWithCode(1), "caught signal 3\ntold 3");
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <numeric>
 #include <set>
 #include <sstream>
@@ -9,24 +10,9 @@
 #include <gtest/gtest.h>
 
 #include "lib/frag/export.h"
-#include "lib/frag/import.h"
 #include "lib/frag/name_index.h"
 #include "lib/frag/symbol.h"
-#include "tests/frag/temp_file.h"
-
-void owned_tree::import(std::string_view file, int keep, std::size_t size)
-{
-    importer reader(&head, keep);
-    if (size == 0)
-        reader.feed(file);
-    for (; size != 0 && !file.empty(); file.remove_prefix(std::min(size, file.size()))) {
-        // A block of its own for each piece, so that a look beyond its end does not go unseen.
-        const std::string_view view = file.substr(0, size);
-        const std::vector<char> piece(view.begin(), view.end());
-        reader.feed({piece.data(), piece.size()});
-    }
-    reader.finish();
-}
+#include "tests/fuzz/path_file.h"
 
 // Takes the bytes up to one of `stops` off the text; a '\' makes the next byte a plain one.
 static std::string take_until(std::string_view &text, std::string_view stops)
@@ -151,9 +137,9 @@ void expect_sound(frag **head)
 
 std::string exported(frag **head, int version)
 {
-    const temp_file file;
+    const path_file file;
     cur_database = head;
-    EXPECT_EQ(exportenv(file.path(), version), 0);
+    EXPECT_EQ(exportenv(file.path().c_str(), version), 0);
     cur_database = nullptr;
     return file.text();
 }
@@ -167,14 +153,19 @@ std::string sorted_lines(const std::string &text)
     return std::accumulate(lines.begin(), lines.end(), std::string());
 }
 
-void expect_passes(const std::function<void(frag **head)> &pass,
-                   const std::vector<pass_case> &cases)
+std::vector<std::pair<std::string, std::string>> case_lines(const std::string &file)
 {
-    for (const pass_case &row : cases) {
-        SCOPED_TRACE(row.label);
-        built_tree tree(row.before);
-        pass(&tree.head);
-        EXPECT_EQ(tree_text(tree.head), row.after);
-        expect_sound(&tree.head);
+    std::vector<std::pair<std::string, std::string>> lines;
+    std::ifstream stream(TEST_DATA_DIR "/" + file + ".cases");
+    for (std::string line; std::getline(stream, line);) {
+        if (line.empty() || line[0] == '#')
+            continue;
+        const std::string text = line.substr(std::min<std::size_t>(line.size(), 5));
+        if (line[0] == ' ')
+            lines.back().second += " " + text;
+        else
+            lines.emplace_back(line.substr(0, line.find(' ')), text);
     }
+    EXPECT_FALSE(lines.empty()) << file;
+    return lines;
 }

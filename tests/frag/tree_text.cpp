@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <numeric>
 #include <set>
 #include <sstream>
 
@@ -117,22 +116,17 @@ std::string tree_text(const frag *head)
     return list_text(head, nullptr);
 }
 
-static void expect_sound_list(frag **list, const frag *parent)
-{
-    std::set<std::string> seen;
-    for (frag *node = *list; node != nullptr; node = node->next) {
-        EXPECT_EQ(node->parent, parent) << node->name;
-        if (seen.insert(node->name).second) {
-            EXPECT_EQ(find_in_list(list, node->name), node) << node->name;
-        }
-        expect_sound_list(&node->child, node);
-    }
-    EXPECT_EQ(find_in_list(list, "no such name"), nullptr);
-}
-
 void expect_sound(frag **head)
 {
-    expect_sound_list(head, nullptr);
+    for (const auto &[list, parent] : lists_of(head)) {
+        std::set<std::string> seen;
+        for (frag *node = *list; node != nullptr; node = node->next) {
+            EXPECT_EQ(node->parent, parent) << node->name;
+            const bool is_first = seen.insert(node->name).second;
+            EXPECT_TRUE(!is_first || find_in_list(list, node->name) == node) << node->name;
+        }
+        EXPECT_EQ(find_in_list(list, "no such name"), nullptr);
+    }
 }
 
 std::string exported(frag **head, int version)
@@ -144,13 +138,13 @@ std::string exported(frag **head, int version)
     return file.text();
 }
 
-std::string sorted_lines(const std::string &text)
+std::multiset<std::string> lines_of(const std::string &text)
 {
     std::istringstream stream(text);
     std::multiset<std::string> lines;
     for (std::string line; std::getline(stream, line);)
-        lines.insert(line + "\n");
-    return std::accumulate(lines.begin(), lines.end(), std::string());
+        lines.insert(line);
+    return lines;
 }
 
 std::vector<std::pair<std::string, std::string>> case_lines(const std::string &file)

@@ -5,6 +5,7 @@
 // a '_' that is part of a name, and a NUL in a value shows as '~'.
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -27,8 +28,8 @@ void expect_sound(frag **head);
 // The file that exportenv writes of a tree.
 std::string exported(frag **head, int version);
 
-// The lines of a text, sorted.
-std::string sorted_lines(const std::string &text);
+// The lines of a text, in whatever order.
+std::multiset<std::string> lines_of(const std::string &text);
 
 // The lines of tests/data/FILE.cases: a word each and, from the sixth byte on, a text, which a line
 // without a word goes on with behind a blank. A line that begins with '#' is a comment.

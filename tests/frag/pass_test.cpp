@@ -16,7 +16,6 @@
 #include "lib/frag/norm41.h"
 #include "lib/frag/norm_interfaces.h"
 #include "lib/frag/norm_list.h"
-#include "lib/frag/proxy_map.h"
 #include "lib/frag/upgrade.h"
 #include "lib/frag/xml_layout.h"
 #include "tests/frag/tree_text.h"
@@ -94,19 +93,6 @@ TEST(Passes, Cases)
         EXPECT_EQ(last.size(), 4U) << "a word that is none";
     }
     EXPECT_EQ(seen.size(), passes.size()) << "a pass without a case";
-}
-
-TEST(ProxyMap, SystemIsChosenByTheFrontOfItsName)
-{
-    for (const auto &[text, is_nt] : {std::pair("OS_Type=NT", true),
-                                      {"OS_Type='NT40 SP6'", true},
-                                      {"a=1", false},
-                                      {"OS_Type_x=NT", false},
-                                      {"OS_Type=nt", false},
-                                      {"OS_Type=WNT", false}}) {
-        built_tree tree(text);
-        EXPECT_EQ(determine_os_maprec(&tree.head).data() == map_nt.data(), is_nt) << text;
-    }
 }
 
 // The numbered layout adds some lines to a canonical tree, once.

@@ -222,19 +222,3 @@ TEST(Fragmatch, Cases)
         EXPECT_EQ(sign_of(fragmatch(b.c_str(), a.c_str())), -want) << row << " turned";
     }
 }
-
-// Equal names keep their order, except that a list with more descents is turned first.
-TEST(SortFrags, Cases)
-{
-    expect_passes(sort_frags,
-                  {{"none", "", ""},
-                   {"equal names stay", "b=1 b=2 b=3", "b=1 b=2 b=3"},
-                   {"in reverse order", "10=1 9=2 2=3", "2=3 9=2 10=1"},
-                   {"a tie does not turn", "b=1 a=2 a=3", "a=2 a=3 b=1"},
-                   {"equal names turn with the list", "c=1 b=2 b=3 a=4", "a=4 b=3 b=2 c=1"},
-                   {"halves", "a=1 b=2 a=3 b=4 a=5", "a=1 a=3 a=5 b=2 b=4"},
-                   // Its first half has more descents, though not the whole list.
-                   {"halves by themselves", "d=1 c=2 c=3 b=4 b=5 e=6 f=7 g=8",
-                    "b=4 b=5 c=3 c=2 d=1 e=6 f=7 g=8"},
-                   {"siblings only", "b_z=1 a{y=2 x=3}", "a{y=2 x=3} b_z=1"}});
-}

@@ -1,14 +1,13 @@
 #include "lib/frag/import.h"
 
 #include <cerrno>
-#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "lib/frag/symbol.h"
-#include "tests/frag/temp_file.h"
 #include "tests/frag/tree_text.h"
+#include "tests/fuzz/path_file.h"
 
 using namespace std::string_literals;
 
@@ -21,7 +20,7 @@ static void expect_trees(const std::vector<import_row> &rows, const std::string 
                          int keep = 0)
 {
     for (const auto &[file, want] : rows) {
-        for (const std::size_t size : {0UL, 1UL, 2UL, 3UL, 7UL}) {
+        for (const std::size_t size : {std::string_view::npos, 1UL, 2UL, 3UL, 7UL}) {
             owned_tree tree(before);
             tree.import(file, keep, size);
             EXPECT_EQ(tree_text(tree.head), want) << file << " in pieces of " << size;
@@ -207,23 +206,18 @@ TEST(Import, ChildrenThatTheTrieDoesNotKnow)
     }
 }
 
-static void write_file(const temp_file &file, const std::string &text)
-{
-    std::ofstream(file.path(), std::ios::binary) << text;
-}
-
 TEST(ImportFile, BlocksThatEndAnywhere)
 {
     // The tail has a byte of every state, and lies across the end of a block.
     const std::string tail = "\r\nlong name_of%5F=it  \r\n<t a_b = 'c' d=\"\"/>\n"
                              "<u>x<!-- - -- -->y</u><?v w='x'?>z</?v><!d>[p\\q]\nr=1\\ no\n 2\r\n";
-    const temp_file file;
+    path_file file;
     for (std::size_t length = IMPORT_BLOCK_SIZE - tail.size() - 3; length <= IMPORT_BLOCK_SIZE;
          ++length) {
         const std::string value(length + (length % 2) * 40 * IMPORT_BLOCK_SIZE, 'v');
-        write_file(file, "k=" + value + tail);
+        file.set_text("k=" + value + tail);
         owned_tree tree;
-        ASSERT_EQ(importffile(file.path(), &tree.head, 0), 0);
+        ASSERT_EQ(importffile(file.path().c_str(), &tree.head, 0), 0);
         ASSERT_EQ(import_read_error(), 0);
         ASSERT_EQ(tree_text(tree.head), "k=" + value +
                                             " long name_of%5F='it  '/2 t_attrs{a\\_b =c d=}"
@@ -245,7 +239,7 @@ TEST(ImportFile, CannotBeOpenedOrRead)
 
 TEST(ImportEnv, FoldsTheStarProxy)
 {
-    const temp_file file;
+    path_file file;
     for (const auto &[text, want] : std::vector<import_row>{
              {"def_proxy_global_a=1\n", "def_proxy_global_a=1"},
              {"def_proxy_*_a=1\ndef_proxy_*_b=2\nx=\n", "def_proxy_global{b=2 a=1} x="},
@@ -255,8 +249,8 @@ TEST(ImportEnv, FoldsTheStarProxy)
               "def_proxy_global{a=2{c=3} b}"},
              {"def_proxy_*=1\ndef_proxy_p_a=2\n", "def_proxy_p_a=2"}}) {
         cur_database = nullptr; // so that the default tree becomes the current one
-        write_file(file, text);
-        EXPECT_EQ(importenv(file.path()), 0);
+        file.set_text(text);
+        EXPECT_EQ(importenv(file.path().c_str()), 0);
         EXPECT_EQ(tree_text(def_database), want);
         free_fraglist(&def_database);
     }
@@ -264,8 +258,8 @@ TEST(ImportEnv, FoldsTheStarProxy)
     cur_database = &other.head;
     const std::string nowhere = testing::TempDir() + "no/such/file";
     EXPECT_EQ(importenv(nowhere.c_str()), 1);
-    write_file(file, "a=2\n");
-    EXPECT_EQ(importinitialenv(file.path()), 0); // keeps what is there
+    file.set_text("a=2\n");
+    EXPECT_EQ(importinitialenv(file.path().c_str()), 0); // keeps what is there
     EXPECT_EQ(importinitialenv(nowhere.c_str()), 1);
     EXPECT_EQ(tree_text(other.head), "def_proxy_*_a=3 a=1");
     cur_database = nullptr;

@@ -9,123 +9,67 @@
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/fake_log.h"
 
-static constexpr const char *OBJECTS =
-    "x=1 net{ipaddr{a_addr=1.1 b_addr=2.2 none= in_elem_1_obj=net_ipaddr_a} EMAIL_e_addr=a@b"
-    " dns_d_addr= ipmask_m_addr=255.0 iprange{r{start=net_ipaddr_a end=net_ipaddr_b}"
-    " s_start=net_ipaddr_a t{start=net_x end=net_ipaddr_b} u_start=net_ipaddr_none}"
-    " ipnet{n{addr=net_ipaddr_a mask=net_ipmask_m} o_mask=net_ipmask_m} pattern{p_pat=10.* q=}"
-    " vpnclient_all%5Fof= vpnnetwork{v{ip-address=net_ipaddr_b network=net_ipnet_n}"
-    " off{ip-address=net_ipaddr_b network=net_ipnet_n include-sgo=OFF}"
-    " on{ip-address=net_ipaddr_b include-sgo=no} lost{ip-address=net_x network=net_y}"
-    " down{ip-address=net_ipaddr_none network=net_ipaddr_none}"
-    " self{ip-address=net_ipaddr_b network=net_vpnnetwork_self}}"
-    " group{g_elem{10{type=IPaddr obj=net_ipaddr_a} 9{type=emptygroup obj=net_ipnet_n}"
-    " 8_obj=192.0.2.1 7=} bare= empty_elem= outer_elem{1{type=GROUP obj=net_group_inner}"
-    " 2{type=group obj=net_group_inner} 3_obj=net_ipaddr_a} inner_elem_1_obj=net_ipaddr_b"
-    " missing_elem{1_type=group 2{type=group obj=net_group_x} 3_type=ipaddr"
-    " 4{type=ipaddr obj=net_ipaddr_x} 5_obj=net_ipaddr_a} ring_elem_1{type=group"
-    " obj=net_group_gnir} gnir_elem{1{type=group obj=net_group_ring} 2_obj=net_ipaddr_a}"
-    " own_elem{1{type=group obj=net_group_own_elem_2} 2_obj=net_ipaddr_a}"
-    " last_elem{1_obj=net_ipaddr_a 2_obj=net_group_last}}}";
+static std::string with_reports(const std::string &visits, int result)
+{
+    return visits + std::to_string(result) + "\n" + fake_log::texts;
+}
 
-struct object_row {
-    const char *key;
-    std::string texts;        // each text with a bar behind it, the result, then what is reported
-    std::string objects = ""; // key:type of each visit, the result, then what is reported
-};
-
-// The callback of the texts gives 1, 2, 3, ...; a list has no result of its own.
-static const object_row object_rows[] = {
-    {"net_ipaddr_a", "1.1|1 ", "net_ipaddr_a:ipaddr 7 "},
-    {"net_EMAIL_e", "a@b|1 "},
-    {"net_ipaddr_none", "net_ipaddr_none|1 "},
-    {"net_dns_d", "|1 "},
-    {"net_ipaddr_in", "net_ipaddr_in|1 ", "net_ipaddr_a:null 0 "}, // members outweigh the type
-    {"net_iprange_r", "1.1-2.2|1 "},
-    {"net_iprange_s", "1.1|1 "},
-    {"net_iprange_t", "2.2|1 "},
-    {"net_iprange_u", "0 "},
-    {"net_ipnet_n", "1.1:255.0|1 "},
-    {"net_ipnet_o", "255.0|1 "},
-    {"net_pattern_p", "10.*|1 "},
-    {"net_pattern_q", "0 "},
-    {"net_vpnclient_all%5Fof", "~all%5Fof|1 "},
-    {"net_ipmask_m", "net_ipmask_m|1 "},
-    {"192.0.2.1", "192.0.2.1|1 ", "0 "},
-    {"x", "x|1 ", "x:unknown 7 "},
-    // Members in sorted order, types as they are written.
-    {"net_group_g", "net_group_g|192.0.2.1|1.1:255.0|1.1|4 ",
-     "net_ipnet_n:emptygroup net_ipaddr_a:IPaddr 0 DEBUG no obj key for net_group_g_elem_7\n"
-     "DEBUG enum group: didn't find obj net_group_g_elem_8_obj\n"},
-    {"net_group_bare", "0 ", "0 "},
-    {"net_group_empty", "0 ", "0 "},
-    // A group twice is no circle; a member stands for its list.
-    {"net_group_outer", "2.2|2.2|1.1|3 ",
-     "net_ipaddr_b:null net_ipaddr_b:null net_ipaddr_a:null 0 "},
-    {"net_group_outer_elem_2", "net_group_outer_elem_2|1 ",
-     "net_ipaddr_b:null net_ipaddr_b:null net_ipaddr_a:null 0 "},
-    {"net_group_missing", "net_group_missing|net_group_x|net_group_missing|net_ipaddr_x|1.1|5 ",
-     "net_ipaddr_a:null 0 DEBUG enum group: didn't find group obj net_group_missing_elem_2_obj\n"
-     "DEBUG no obj key for net_group_missing_elem_3\n"
-     "DEBUG enum group: didn't find obj net_group_missing_elem_4_obj\n"},
-    {"net_group_ring", "1.1|1 vhltcfgerr: Object net_group_ring is recursive.\n",
-     "net_ipaddr_a:null 0 vhltcfgerr: Object net_group_ring is recursive.\n"},
-    {"net_group_own", "net_group_own_elem_2|1.1|2 ",
-     "net_ipaddr_a:null net_ipaddr_a:null 0 vhltcfgerr: Object net_group_own_elem_1 is "
-     "recursive.\n"},
-    {"net_group_last", "1.1|0 vhltcfgerr: Object net_group_last is recursive.\n"},
-    {"net_vpnnetwork_v", "2.2|1.1:255.0|2 "},
-    {"net_vpnnetwork_off", "1.1:255.0|1 "},
-    {"net_vpnnetwork_on", "2.2|net_vpnnetwork_on|2 "},
-    {"net_vpnnetwork_lost", "net_vpnnetwork_lost|1 "},
-    {"net_vpnnetwork_down", "net_vpnnetwork_down|net_vpnnetwork_down|2 "},
-    {"net_vpnnetwork_self", "2.2|0 vhltcfgerr: Object net_vpnnetwork_self is recursive.\n"},
-};
-
-// What enum_group visits.
-static std::string visited(frag **head, frag *obj)
+// The key:type of each object that enum_group visits.
+static std::string visited(frag **head, const char *key)
 {
     std::string objects;
     const fake_log log;
-    const int result = enum_group(head, obj, [&](frag **db, frag *found, const char *type) {
-        EXPECT_EQ(db, head);
-        objects += std::string(fragkeyname(found)) + ":" + (type == nullptr ? "null" : type) + " ";
-        return 7;
+    const int result =
+        enum_group(head, ffind(head, key), [&](frag **db, frag *found, const char *type) {
+            EXPECT_EQ(db, head);
+            objects +=
+                std::string(fragkeyname(found)) + ":" + (type == nullptr ? "null" : type) + " ";
+            return 7;
+        });
+    return with_reports(objects, result);
+}
+
+// Each text with a bar behind it. The callback gives 1, 2, 3, ...; a list has no result of its own.
+static std::string texts_of(frag **head, const char *key)
+{
+    const fake_log log;
+    std::string texts;
+    int calls = 0;
+    const int result = enum_netobj(head, key, [&](frag *element, const char *text) {
+        EXPECT_EQ(element, nullptr);
+        texts += std::string(text) + "|";
+        return ++calls;
     });
-    return objects + std::to_string(result) + " " + fake_log::texts;
+    return with_reports(texts, result);
 }
 
 TEST(Netobj, ObjectsAndTexts)
 {
-    for (const object_row &row : object_rows) {
-        SCOPED_TRACE(row.key);
-        built_tree tree(OBJECTS);
-        if (!row.objects.empty()) {
-            EXPECT_EQ(visited(&tree.head, ffind(&tree.head, row.key)), row.objects);
-        }
-        const fake_log log;
-        std::string texts;
-        int calls = 0;
-        const int result = enum_netobj(&tree.head, row.key, [&](frag *element, const char *text) {
-            EXPECT_EQ(element, nullptr);
-            texts += std::string(text) + "|";
-            return ++calls;
-        });
-        EXPECT_EQ(texts + std::to_string(result) + " " + fake_log::texts, row.texts);
-        EXPECT_EQ(tree_text(tree.head).find('('), std::string::npos) << "a mark left behind";
+    const auto lines = case_lines("objects");
+    built_tree tree(lines[0].second);
+    std::string key, got, want;
+    for (const auto &[word, text] : lines) {
+        if (word == "tree")
+            continue;
+        want += text + "\n";
+        if (word == "key")
+            got += (key = text) + "\n";
+        else if (word != "said")
+            got += (word == "objs" ? visited : texts_of)(&tree.head, key.c_str());
     }
+    EXPECT_EQ(got, want);
+    EXPECT_EQ(tree_text(tree.head).find('('), std::string::npos) << "a mark left behind";
 }
 
 // A process that reads its database again must not find less in it.
 TEST(Netobj, EachRunHasItsShareOfVisits)
 {
-    built_tree tree(OBJECTS);
-    const auto inner = [&] { return visited(&tree.head, ffind(&tree.head, "net_group_inner")); };
+    built_tree tree("a= g_elem_1_obj=a");
     while (count_object_visit()) {
     }
-    EXPECT_EQ(inner(), "0 ");
+    EXPECT_EQ(visited(&tree.head, "g"), "0\n");
     start_object_walks();
-    EXPECT_EQ(inner(), "net_ipaddr_b:null 0 ");
+    EXPECT_EQ(visited(&tree.head, "g"), "a:null 0\n");
 }
 
 TEST(Netobj, NestingEnds)
@@ -138,8 +82,8 @@ TEST(Netobj, NestingEnds)
         want += level <= MAX_OBJECT_NESTING / 2 ? "a:null " : "";
     }
     owned_tree tree(text);
-    EXPECT_EQ(visited(&tree.head, ffind(&tree.head, "g1")),
-              want + "0 vhltcfgerr: Object g201 is nested too deeply.\n");
+    EXPECT_EQ(visited(&tree.head, "g1"),
+              want + "0\nvhltcfgerr: Object g201 is nested too deeply.\n");
     EXPECT_EQ(tree_text(tree.head).find('('), std::string::npos);
 }
 

@@ -2,6 +2,7 @@
 // take time that grows with the square, every pass ends and leaves a sound tree, and what would
 // grow as a product of two numbers in the file stops at a bound.
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <random>
 #include <sstream>
@@ -47,16 +48,11 @@ static std::string shuffled(std::string_view text)
     return times(FEWER, text, true);
 }
 
-static std::int64_t count_tree(const frag *head)
+static std::int64_t count_tree(frag *head)
 {
     std::int64_t count = 0;
-    for (std::vector<const frag *> open{head}; !open.empty();) {
-        const frag *node = open.back();
-        open.pop_back();
-        for (; node != nullptr; node = node->next, ++count)
-            if (node->child != nullptr)
-                open.push_back(node->child);
-    }
+    for (const auto &[list, parent] : lists_of(&head))
+        count += count_list(*list);
     return count;
 }
 
@@ -174,50 +170,27 @@ TEST(Size, DeepLists)
     EXPECT_GE(count_tree(tree.head), MANY);
 }
 
-// Keys that the passes look for, in any combination, with values that are such keys, and tags,
-// which can make many siblings of one name.
 TEST(Size, Knots)
 {
-    const std::string parts =
-        "def_|proxy_|cust_|num_|proxies_|parm_|name_|value_|policy_|netobj_|list_|Inside_|element_|"
-        "interface_|alias_|eth0_|INTERFACE_|1_|2_|pfedit_|lcl_|rule1_|ip_|insideaddr_|plug-relay_|"
-        "config-sets_|port_|group_|fw-admin_|gui_|client_|fw-admin$LIST_|deny-x_|rule_|net_|elem_|"
-        "attrs_|gname_|realname_|cyberurl_|proxy-type_|state_";
-    const std::string starts =
-        "|def_proxy_1_|cust_proxy_1_|policy_1_|netobj_list_Inside_element_1_|def_num_|cust_num_|ip_"
-        "|"
-        "netobj_list_Inside_element_2_|def_proxy_plug-relay_config-sets_|pfedit_lcl_|"
-        "netobj_list_all%5Finterfaces_element_";
-    const std::string values =
-        "=1|=yes|=eth0|=eth0:1|=Inside=|=Inside_element=|=Inside_element_1=|=a_1|=a_b|=plug-relay|"
-        "=all%5Finterfaces=|=deny-permit-c_2|=++a++|=none|==|=_|=%|=netobj_list_Inside";
-    const std::string tags =
-        "<?xml version=\"1.0\"?>|<varnholt.conf>|<proxy>|<web name=\"a_b\">|<config-sets>|"
-        "<group gname=\"g\">|<group>|<elem seq=\"2\">|<netobj>|<iflist name=\"i\">|<iflist>|"
-        "<element item=\"1\">|<net>|<ipnet name=\"n\"/>|<ipnet "
-        "name=\"m\">x|<attrs>|<list>|<Inside>|"
-        "<element>|<e><interface>eth0</interface>|<alias>yes</alias>|<1>|<rule>|<fwdrule "
-        "seq=\"1\">|"
-        "<def>|<pffwd>|text|<x/>|</proxy>|</group>|</element>|</e>|</netobj>|</1>|</rule>|</net>|"
-        "</def>|</iflist>|</fwdrule>|</config-sets>";
+    std::map<std::string, std::vector<std::string>> tables;
+    for (const auto &[word, text] : case_lines("knots")) {
+        std::istringstream pieces(text);
+        for (std::string piece; std::getline(pieces, piece, '|');)
+            tables[word].push_back(piece);
+    }
     std::mt19937 random(1);
-    const auto pick = [&random](const std::string &table) {
-        std::istringstream stream(table);
-        std::string piece;
-        const auto bars = static_cast<unsigned long>(std::count(table.begin(), table.end(), '|'));
-        for (auto left = random() % (bars + 1) + 1; left > 0; --left)
-            std::getline(stream, piece, '|');
-        return piece;
+    const auto pick = [&](const char *word) {
+        return tables.at(word)[random() % tables.at(word).size()];
     };
     for (int round = 0; round < 1500; ++round) {
         const bool has_tags = round % 3 == 0;
         std::string text = has_tags ? "<?xml version=\"1.0\"?><varnholt.conf>"
                                     : "def_num_proxies=1\ncust_num_proxies=1\n";
         for (auto count = random() % 60; count > 0; --count) {
-            text += pick(has_tags ? tags : starts);
+            text += pick(has_tags ? "tag" : "head");
             for (auto more = random() % 6; !has_tags && more > 0; --more)
-                text += pick(parts);
-            text += has_tags ? "" : pick(values) + "=\n";
+                text += pick("part");
+            text += has_tags ? "" : pick("val") + "=\n";
         }
         SCOPED_TRACE(text);
         owned_tree tree(text);

@@ -1,12 +1,10 @@
 #include "lib/frag/symbol.h"
 
-#include <fstream>
-
 #include <gtest/gtest.h>
 
 #include "lib/frag/token_symbol.h"
-#include "tests/frag/temp_file.h"
 #include "tests/frag/tree_text.h"
+#include "tests/fuzz/path_file.h"
 #include "tests/ulib/fake_log.h"
 
 TEST(Symbols, WorkOnTheCurrentTree)
@@ -27,11 +25,11 @@ TEST(Symbols, WorkOnTheCurrentTree)
 TEST(Tokens, AreMergedIntoTheCurrentTreeAndMissingOnesReported)
 {
     const fake_log log;
-    const temp_file file;
-    std::ofstream(file.path()) << "a_b=one\na_c=\n";
+    path_file file;
+    file.set_text("a_b=one\na_c=\n");
     built_tree tree("a{b=zero d=two}");
     cur_database = &tree.head;
-    EXPECT_EQ(load_tokens(file.path()), 0);
+    EXPECT_EQ(load_tokens(file.path().c_str()), 0);
     EXPECT_EQ(tree_text(tree.head), "a{d=two b=one c=}");
     std::string got = "before";
     for (const char *key : {"a", "x", "a_b_c"}) // the first is a node that has only children

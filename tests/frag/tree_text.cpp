@@ -2,31 +2,16 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
+#include <fstream>
 #include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "lib/frag/export.h"
-#include "lib/frag/import.h"
 #include "lib/frag/name_index.h"
 #include "lib/frag/symbol.h"
-#include "tests/frag/temp_file.h"
-
-void owned_tree::import(std::string_view file, int keep, std::size_t size)
-{
-    importer reader(&head, keep);
-    if (size == 0)
-        reader.feed(file);
-    for (; size != 0 && !file.empty(); file.remove_prefix(std::min(size, file.size()))) {
-        // A block of its own for each piece, so that a look beyond its end does not go unseen.
-        const std::string_view view = file.substr(0, size);
-        const std::vector<char> piece(view.begin(), view.end());
-        reader.feed({piece.data(), piece.size()});
-    }
-    reader.finish();
-}
+#include "tests/fuzz/path_file.h"
 
 // Takes the bytes up to one of `stops` off the text; a '\' makes the next byte a plain one.
 static std::string take_until(std::string_view &text, std::string_view stops)
@@ -131,50 +116,50 @@ std::string tree_text(const frag *head)
     return list_text(head, nullptr);
 }
 
-static void expect_sound_list(frag **list, const frag *parent)
-{
-    std::set<std::string> seen;
-    for (frag *node = *list; node != nullptr; node = node->next) {
-        EXPECT_EQ(node->parent, parent) << node->name;
-        if (seen.insert(node->name).second) {
-            EXPECT_EQ(find_in_list(list, node->name), node) << node->name;
-        }
-        expect_sound_list(&node->child, node);
-    }
-    EXPECT_EQ(find_in_list(list, "no such name"), nullptr);
-}
-
 void expect_sound(frag **head)
 {
-    expect_sound_list(head, nullptr);
+    for (const auto &[list, parent] : lists_of(head)) {
+        std::set<std::string> seen;
+        for (frag *node = *list; node != nullptr; node = node->next) {
+            EXPECT_EQ(node->parent, parent) << node->name;
+            const bool is_first = seen.insert(node->name).second;
+            EXPECT_TRUE(!is_first || find_in_list(list, node->name) == node) << node->name;
+        }
+        EXPECT_EQ(find_in_list(list, "no such name"), nullptr);
+    }
 }
 
 std::string exported(frag **head, int version)
 {
-    const temp_file file;
+    const path_file file;
     cur_database = head;
-    EXPECT_EQ(exportenv(file.path(), version), 0);
+    EXPECT_EQ(exportenv(file.path().c_str(), version), 0);
     cur_database = nullptr;
     return file.text();
 }
 
-std::string sorted_lines(const std::string &text)
+std::multiset<std::string> lines_of(const std::string &text)
 {
     std::istringstream stream(text);
     std::multiset<std::string> lines;
     for (std::string line; std::getline(stream, line);)
-        lines.insert(line + "\n");
-    return std::accumulate(lines.begin(), lines.end(), std::string());
+        lines.insert(line);
+    return lines;
 }
 
-void expect_passes(const std::function<void(frag **head)> &pass,
-                   const std::vector<pass_case> &cases)
+std::vector<std::pair<std::string, std::string>> case_lines(const std::string &file)
 {
-    for (const pass_case &row : cases) {
-        SCOPED_TRACE(row.label);
-        built_tree tree(row.before);
-        pass(&tree.head);
-        EXPECT_EQ(tree_text(tree.head), row.after);
-        expect_sound(&tree.head);
+    std::vector<std::pair<std::string, std::string>> lines;
+    std::ifstream stream(TEST_DATA_DIR "/" + file + ".cases");
+    for (std::string line; std::getline(stream, line);) {
+        if (line.empty() || line[0] == '#')
+            continue;
+        const std::string text = line.substr(std::min<std::size_t>(line.size(), 5));
+        if (line[0] == ' ')
+            lines.back().second += " " + text;
+        else
+            lines.emplace_back(line.substr(0, line.find(' ')), text);
     }
+    EXPECT_FALSE(lines.empty()) << file;
+    return lines;
 }

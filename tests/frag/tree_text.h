@@ -5,27 +5,14 @@
 // a '_' that is part of a name, and a NUL in a value shows as '~'.
 #pragma once
 
-#include <cstddef>
-#include <functional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "lib/frag/frag.h"
-
-// A tree that ends with the block that made it.
-struct owned_tree {
-    owned_tree() = default;
-    explicit owned_tree(std::string_view file) { import(file); }
-    ~owned_tree() { free_fraglist(&head); }
-    owned_tree(const owned_tree &) = delete;
-    owned_tree &operator=(const owned_tree &) = delete;
-
-    // Imports a text in pieces of `size` bytes, the last one shorter; 0 means whole.
-    void import(std::string_view file, int keep = 0, std::size_t size = 0);
-
-    frag *head = nullptr;
-};
+#include "tests/fuzz/tree_checks.h"
 
 // A tree made of its text.
 struct built_tree : owned_tree {
@@ -41,13 +28,9 @@ void expect_sound(frag **head);
 // The file that exportenv writes of a tree.
 std::string exported(frag **head, int version);
 
-// The lines of a text, sorted.
-std::string sorted_lines(const std::string &text);
+// The lines of a text, in whatever order.
+std::multiset<std::string> lines_of(const std::string &text);
 
-// A pass over a tree: the tree as it was and as it becomes.
-struct pass_case {
-    std::string label, before, after;
-};
-
-void expect_passes(const std::function<void(frag **head)> &pass,
-                   const std::vector<pass_case> &cases);
+// The lines of tests/data/FILE.cases: a word each and, from the sixth byte on, a text, which a line
+// without a word goes on with behind a blank. A line that begins with '#' is a comment.
+std::vector<std::pair<std::string, std::string>> case_lines(const std::string &file);

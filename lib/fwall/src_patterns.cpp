@@ -210,15 +210,16 @@ void prepare_src_patterns(cfgrec *list)
     }
 }
 
-static src_answer answer_of(const src_pattern &pattern, u32 address)
+static src_answer answer_of(const src_pattern &pattern, const src_client &client)
 {
     switch (pattern.kind) {
     case pattern_kind::range:
-        return pattern.low <= address && address <= pattern.high ? src_answer::yes : src_answer::no;
+        return pattern.low <= client.address && client.address <= pattern.high ? src_answer::yes
+                                                                               : src_answer::no;
     case pattern_kind::octets:
-        return (address & pattern.high) == pattern.low ? src_answer::yes : src_answer::no;
+        return (client.address & pattern.high) == pattern.low ? src_answer::yes : src_answer::no;
     case pattern_kind::identity:
-        return src_answer::ask_identity;
+        return client.has_identity ? src_answer::ask_identity : src_answer::no;
     case pattern_kind::name:
         return src_answer::ask_name;
     default:
@@ -226,11 +227,11 @@ static src_answer answer_of(const src_pattern &pattern, u32 address)
     }
 }
 
-src_candidate src_next_candidate(const src_patterns *prepared, u32 address, int &at)
+src_candidate src_next_candidate(const src_patterns *prepared, const src_client &client, int &at)
 {
     while (at < prepared->count) {
         const src_pattern &pattern = prepared->list()[at++];
-        if (const src_answer answer = answer_of(pattern, address); answer != src_answer::no)
+        if (const src_answer answer = answer_of(pattern, client); answer != src_answer::no)
             return {answer, pattern.entry, pattern.argument};
     }
     return {};

@@ -33,10 +33,15 @@ struct src_candidate {
 // Without memory a run stays as it is.
 void prepare_src_patterns(cfgrec *list);
 
+// What a walk knows of its client.
+struct src_client {
+    u32 address = 0;          // in the host's order
+    bool has_identity = true; // the firewall knows it by one, or was not asked yet
+};
+
 // The first candidate from place `at` on; leaves `at` behind it.
 //   prepared  not null, here and below
-//   address   of the client, in the host's order
-src_candidate src_next_candidate(const src_patterns *prepared, u32 address, int &at);
+src_candidate src_next_candidate(const src_patterns *prepared, const src_client &client, int &at);
 
 // Whether the pattern in front of `at`, which answered ask_name, fits a name.
 //   name  in lower case, at most 511 characters, with a terminator behind them

@@ -24,8 +24,8 @@ namespace
 struct src_walk {
     const sockaddr_in *local;
     bool lookup_allowed;
-    bool plain_address;                       // `proxy_riaddr` is the text that `address` has
-    u32 address;                              // of the client, in the host's order
+    bool plain_address; // `proxy_riaddr` is the text that the client's address has
+    src_client client;
     char host_name[sizeof proxy_rladdr] = {}; // empty: not looked up
     bool identity_asked = false;
     char identity[VPN_IDENTITY_SIZE + 1] = {}; // empty: the firewall knows none
@@ -69,10 +69,13 @@ static bool has_identity(src_walk &walk)
     if (!walk.identity_asked) {
         walk.identity_asked = true;
         // Without an answer the texts stay empty, and no pattern of this kind is.
-        (void)vfw_vpnclientcheck(address_of(proxy_riaddr), walk.local->sin_addr.s_addr,
-                                 walk.identity, walk.display);
+        const u32 client_be =
+            walk.plain_address ? network_order(walk.client.address) : address_of(proxy_riaddr);
+        (void)vfw_vpnclientcheck(client_be, walk.local->sin_addr.s_addr, walk.identity,
+                                 walk.display);
+        walk.client.has_identity = walk.identity[0] != '\0';
     }
-    return walk.identity[0] != '\0';
+    return walk.client.has_identity;
 }
 
 // Whether it is the one of the pattern; if so, `proxy_rladdr` is set.
@@ -149,7 +152,7 @@ static cfgrec *prepared_entry(src_walk &walk, const src_patterns *prepared)
 {
     int at = 0;
     for (;;) {
-        const src_candidate candidate = src_next_candidate(prepared, walk.address, at);
+        const src_candidate candidate = src_next_candidate(prepared, walk.client, at);
         if (candidate.answer == src_answer::no || candidate_fits(walk, prepared, at, candidate))
             return candidate.entry;
     }
@@ -163,7 +166,7 @@ static src_walk begin_walk(const sockaddr_in *local)
     return {.local = local,
             .lookup_allowed = inat_addr(proxy_riaddr) != 1,
             .plain_address = is_address && dotted(addr_be) == proxy_riaddr,
-            .address = host_order(addr_be)};
+            .client = {.address = host_order(addr_be)}};
 }
 
 // The first entry from `entry` on that fits the client; null for none.

@@ -105,7 +105,7 @@ TEST(SrcPatterns, DecideTheUsualForms)
           "10.1.2.3-10.1.2.9", "*.Office.lan", "mail.office.lan", "m*.office.*"}) {
         const proxy_setup setup("hosts " + std::string(pattern), true);
         int at = 0;
-        const auto found = src_next_candidate(proxy_confp->patterns, 0x0A010203, at);
+        const auto found = src_next_candidate(proxy_confp->patterns, {.address = 0x0A010203}, at);
         EXPECT_NE(found.answer, src_answer::ask) << pattern;
     }
 }

@@ -1,4 +1,5 @@
-"""The relay example with real clients and servers.  relay_plug.py PLUG-RELAY FOLDER-OF-THE-EXAMPLE"""
+"""The relay example with real clients and servers.
+relay_plug.py PLUG-RELAY FOLDER-OF-THE-EXAMPLE CONNECTIONS-IN-SEQUENCE"""
 
 import ctypes
 import hashlib
@@ -18,7 +19,7 @@ SERVER = 8080
 ALLOWED, DENIED, STRANGER = "127.0.0.2", "127.0.0.3", "127.0.0.4"
 OUTSIDE = "10.1.0.2"
 CLONE_NEWNET = 0x40000000
-SEQUENCE = 10000 if os.environ.get("RELAY_LONG") else 1000
+SEQUENCE = int(sys.argv[3])
 
 TABLE = f"""plug-relay: timeout 20
 plug-relay: relay-to 127.0.0.1 {SERVER}

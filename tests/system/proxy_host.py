@@ -3,6 +3,7 @@ in which both logs are received; for daemons also a network with a loopback, /us
 and daemons and their clients as objects."""
 
 import collections
+import contextlib
 import os
 import re
 import select
@@ -217,7 +218,8 @@ class Daemon:
         left = children(self.pid)
         self.send(number)
         for pid in left:
-            os.kill(pid, signal.SIGKILL)
+            with contextlib.suppress(ProcessLookupError):  # it ended on its own
+                os.kill(pid, signal.SIGKILL)
         status = status_of(self.pid)
         for pid in left:
             status_of(pid)

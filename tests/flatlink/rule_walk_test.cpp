@@ -1,7 +1,7 @@
 #include "flatlink/rule_walk.h"
 
 #include "tests/flatlink/conversion_test.h"
-#include "tests/ulib/fake_log.h"
+#include "tests/ulib/report_log.h"
 
 // One object of each type that a rule may name. A peer has a gateway (g) and a network (n).
 static const std::string objects = each_behind(
@@ -155,10 +155,10 @@ TEST_F(rule_walk, reports_lost_objects_up_to_a_bound)
     for (int i = 1; i <= 2 * MAX_OBJECT_REPORTS; ++i)
         lines += "net_group_lost_elem_" + std::to_string(i) + "_obj=net_ipaddr_lost\n";
     load_tree(lines);
-    const fake_log log;
+    const report_log log;
     vpn_check_link_pair(&def_database, node("net_group_lost"), node("net_vpnnetwork_a"));
-    EXPECT_EQ(MAX_OBJECT_REPORTS, fake_log::calls);
-    EXPECT_EQ("vhltcfgerr: Further reports about objects are left out.", fake_log::text);
+    EXPECT_EQ(MAX_OBJECT_REPORTS, report_log::calls);
+    EXPECT_EQ("vhltcfgerr: Further reports about objects are left out.", report_log::text);
     while (count_object_visit()) {
     }
     start_rule_walk();

@@ -2,7 +2,7 @@
 
 #include "flatlink/add_link.h"
 #include "tests/flatlink/conversion_test.h"
-#include "tests/ulib/fake_log.h"
+#include "tests/ulib/report_log.h"
 
 static const std::string objects = each_behind(
     "net_", "ipaddr_pc_addr=10.1.0.7\nipaddr_gate_addr=192.0.2.1\nipaddr_first_addr=10.2.0.5\n"
@@ -119,11 +119,11 @@ TEST_F(trusted_link, cuts_what_is_too_long)
 TEST_F(trusted_link, stops_at_the_bound_of_a_run)
 {
     load_tree(objects);
-    const fake_log log;
+    const report_log log;
     linkno = MAX_LINKS - 1;
     for (const int reports : {0, 1, 1}) { // reported once
         add("ipaddr_first", "ipaddr_pc");
-        EXPECT_EQ(reports, fake_log::calls);
+        EXPECT_EQ(reports, report_log::calls);
     }
     EXPECT_EQ(MAX_LINKS, linkno);
 }
@@ -174,11 +174,11 @@ TEST_F(trusted_link, ends_where_peers_lie_inside_of_themselves)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.length);
         start_anew();
-        const fake_log log;
+        const report_log log;
         walk_chain(chain(c.length, c.end) + "net_group_ring_elem_1_type=vpnnetwork\n"
                                             "net_group_ring_elem_1_obj=net_vpnnetwork_p1\n");
-        EXPECT_GT(fake_log::calls, 0);
-        EXPECT_NE(std::string::npos, fake_log::text.find(" is recursive."));
+        EXPECT_GT(report_log::calls, 0);
+        EXPECT_NE(std::string::npos, report_log::text.find(" is recursive."));
         const std::size_t before = linkinfos.size();
         add("ipaddr_first", "ipaddr_pc");
         EXPECT_EQ(before + 1, linkinfos.size()) << "the walk goes on";
@@ -187,10 +187,10 @@ TEST_F(trusted_link, ends_where_peers_lie_inside_of_themselves)
 
 TEST_F(trusted_link, bounds_the_depth_of_peers_and_its_reports)
 {
-    const fake_log log;
+    const report_log log;
     walk_chain(chain(60, "net_ipaddr_far"));
-    EXPECT_EQ("vhltcfgerr: Object net_vpnnetwork_p14 is nested too deeply.", fake_log::text);
-    EXPECT_EQ(1, fake_log::calls);
+    EXPECT_EQ("vhltcfgerr: Object net_vpnnetwork_p14 is nested too deeply.", report_log::text);
+    EXPECT_EQ(1, report_log::calls);
     EXPECT_EQ(0, nestinglevel);
 
     start_anew();
@@ -198,8 +198,8 @@ TEST_F(trusted_link, bounds_the_depth_of_peers_and_its_reports)
     for (int i = 1; i <= 2 * MAX_OBJECT_REPORTS; ++i)
         lines += each_behind("net_group_many_elem_" + std::to_string(i) + "_",
                              "type=vpnnetwork\nobj=net_vpnnetwork_quay");
-    fake_log::calls = 0;
+    report_log::calls = 0;
     walk_chain(lines);
-    EXPECT_EQ(MAX_OBJECT_REPORTS, fake_log::calls);
-    EXPECT_EQ("vhltcfgerr: Further reports about objects are left out.", fake_log::text);
+    EXPECT_EQ(MAX_OBJECT_REPORTS, report_log::calls);
+    EXPECT_EQ("vhltcfgerr: Further reports about objects are left out.", report_log::text);
 }

@@ -7,18 +7,18 @@
 #include "lib/frag/frag_name.h"
 #include "lib/frag/netobj_text.h"
 #include "tests/frag/tree_text.h"
-#include "tests/ulib/fake_log.h"
+#include "tests/ulib/report_log.h"
 
 static std::string with_reports(const std::string &visits, int result)
 {
-    return visits + std::to_string(result) + "\n" + fake_log::texts;
+    return visits + std::to_string(result) + "\n" + report_log::texts;
 }
 
 // The key:type of each object that enum_group visits.
 static std::string visited(frag **head, const char *key)
 {
     std::string objects;
-    const fake_log log;
+    const report_log log;
     const int result =
         enum_group(head, ffind(head, key), [&](frag **db, frag *found, const char *type) {
             EXPECT_EQ(db, head);
@@ -32,7 +32,7 @@ static std::string visited(frag **head, const char *key)
 // Each text with a bar behind it. The callback gives 1, 2, 3, ...; a list has no result of its own.
 static std::string texts_of(frag **head, const char *key)
 {
-    const fake_log log;
+    const report_log log;
     std::string texts;
     int calls = 0;
     const int result = enum_netobj(head, key, [&](frag *element, const char *text) {

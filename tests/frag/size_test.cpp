@@ -24,7 +24,7 @@
 #include "lib/frag/xml_layout.h"
 #include "tests/frag/effort.h"
 #include "tests/frag/tree_text.h"
-#include "tests/ulib/fake_log.h"
+#include "tests/ulib/report_log.h"
 
 static constexpr int MANY = 1'000'000 / SLOWDOWN;
 static constexpr int FEWER = MANY / 10; // where each step goes far in memory, or does more
@@ -152,10 +152,10 @@ TEST(Size, WideLists)
     };
     for (const std::string &text : texts) {
         SCOPED_TRACE(text.substr(0, 200));
-        const fake_log log;
+        const report_log log;
         owned_tree tree(text);
         run_all_passes(&tree.head);
-        EXPECT_EQ(fake_log::texts, ""); // no bound was reached
+        EXPECT_EQ(report_log::texts, ""); // no bound was reached
     }
 }
 
@@ -211,7 +211,7 @@ static std::int64_t children_of(owned_tree &tree, const char *key)
 // At a bound the rest is left as it is, and one report says so.
 TEST(Size, CopiesOfThePlugRelaysSettingsEnd)
 {
-    const fake_log log;
+    const report_log log;
     const std::string relay = "def_proxy_plug-relay_";
     owned_tree tree(relay + "text=" + std::string(1 << 17, 'x') + "\n" +
                     times(5000, relay + "config-sets_s#_port=#\n"));
@@ -219,8 +219,8 @@ TEST(Size, CopiesOfThePlugRelaysSettingsEnd)
     const std::int64_t split = children_of(tree, "def_proxy") - 1; // 256 MB over a copy's bytes
     EXPECT_GE(split, 2040);
     EXPECT_LE(split, 2048);
-    EXPECT_EQ(fake_log::texts, "plug-relay: too many config-sets for its settings, " +
-                                   std::to_string(5000 - split) + " left as they are\n");
+    EXPECT_EQ(report_log::texts, "plug-relay: too many config-sets for its settings, " +
+                                     std::to_string(5000 - split) + " left as they are\n");
     EXPECT_NE(fval(&tree.head, "def_proxy_plug-relay_text"), nullptr);
     EXPECT_EQ(children_of(tree, "def_proxy_plug-relay_config-sets"), 5000 - split);
     EXPECT_STREQ(fval(&tree.head, "def_proxy_plug-relay_config-sets_s5000_port"), "5000");
@@ -231,7 +231,7 @@ TEST(Size, CopiesOfThePlugRelaysSettingsEnd)
 // one long list, or each alias moves into the next entry, with all that moved before.
 TEST(Size, AliasesThroughNamesThatEndKeysAreBounded)
 {
-    const fake_log log;
+    const report_log log;
     owned_tree folded(times(10000, "netobj_list_Inside_element_#_interface=e#=\n") +
                       times(10000, "netobj_list_e#_element_1_addr=#\n"));
     canon_if(&folded.head, "netobj_list_Inside");
@@ -253,7 +253,7 @@ TEST(Size, AliasesThroughNamesThatEndKeysAreBounded)
     EXPECT_GE(gone, 800);
     EXPECT_STREQ(fval(&moved.head, (entry + "2_alias").c_str()), "yes");
     expect_sound(&moved.head);
-    EXPECT_EQ(fake_log::texts,
+    EXPECT_EQ(report_log::texts,
               "interface e" + std::to_string(done + 1) +
                   "=: too many aliases, the rest left as they are\ninterface Inside_element_" +
                   std::to_string(gone + 2) +

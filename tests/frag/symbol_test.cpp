@@ -5,7 +5,7 @@
 #include "lib/frag/token_symbol.h"
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/path_file.h"
-#include "tests/ulib/fake_log.h"
+#include "tests/ulib/report_log.h"
 
 TEST(Symbols, WorkOnTheCurrentTree)
 {
@@ -24,7 +24,7 @@ TEST(Symbols, WorkOnTheCurrentTree)
 
 TEST(Tokens, AreMergedIntoTheCurrentTreeAndMissingOnesReported)
 {
-    const fake_log log;
+    const report_log log;
     path_file file;
     file.set_text("a_b=one\na_c=\n");
     built_tree tree("a{b=zero d=two}");
@@ -35,17 +35,17 @@ TEST(Tokens, AreMergedIntoTheCurrentTreeAndMissingOnesReported)
     for (const char *key : {"a", "x", "a_b_c"}) // the first is a node that has only children
         EXPECT_EQ(get_token(key, &got), 1);
     EXPECT_EQ(got, "before");
-    EXPECT_EQ(fake_log::texts, "libtoken: No token found a\nlibtoken: No token found x\n"
-                               "libtoken: No token found a_b_c\n");
-    EXPECT_EQ(fake_log::uniq.event, 11503);
+    EXPECT_EQ(report_log::texts, "libtoken: No token found a\nlibtoken: No token found x\n"
+                                 "libtoken: No token found a_b_c\n");
+    EXPECT_EQ(report_log::uniq.event, 11503);
     EXPECT_EQ(get_token("a_b", nullptr), 1);
     EXPECT_EQ(get_token("a_b", &got), 0);
     EXPECT_EQ(got, "one");
     EXPECT_EQ(load_tokens(nullptr), 1);
     EXPECT_EQ(load_tokens("/no/such/file"), 1);
-    EXPECT_EQ(fake_log::text, "libtoken: Error reading /no/such/file");
-    EXPECT_EQ(fake_log::uniq.event, 11500);
-    EXPECT_EQ(fake_log::priority, 5);
-    EXPECT_EQ(fake_log::calls, 5);
+    EXPECT_EQ(report_log::text, "libtoken: Error reading /no/such/file");
+    EXPECT_EQ(report_log::uniq.event, 11500);
+    EXPECT_EQ(report_log::priority, 5);
+    EXPECT_EQ(report_log::calls, 5);
     cur_database = nullptr;
 }

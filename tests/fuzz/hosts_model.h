@@ -17,7 +17,7 @@
 #include "lib/fwall/proxy.h"
 #include "lib/fwall/revmap.h"
 #include "lib/fwall/srcchk.h"
-#include "tests/fwall/report_log.h"
+#include "tests/ulib/report_log.h"
 
 // What a check answers, and what it asks.
 struct outcome {

@@ -1,9 +1,9 @@
 #include "lib/fwall/config.h"
 
 #include "lib/fwall/cfgrec.h"
-#include "tests/fwall/report_log.h"
 #include "tests/fwall/table_file.h"
 #include "tests/kdev/open_descriptors.h"
+#include "tests/ulib/report_log.h"
 
 #include <gtest/gtest.h>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "lib/fwall/daemon_signals.h"
 
 #include "lib/fwall/proxy.h"
-#include "tests/fwall/report_log.h"
+#include "tests/ulib/report_log.h"
 
 #include <cerrno>
 #include <csignal>

@@ -7,8 +7,8 @@
 #include "lib/fwall/mapu.h"
 #include "lib/fwall/nama.h"
 #include "lib/ulib/address.h"
-#include "tests/fwall/report_log.h"
 #include "tests/fwall/scripted_names.h"
+#include "tests/ulib/report_log.h"
 
 #include <gtest/gtest.h>
 

@@ -7,9 +7,9 @@
 #include "lib/fwall/policy_table.h"
 #include "lib/fwall/proxy.h"
 #include "lib/fwall/src_patterns.h"
-#include "tests/fwall/report_log.h"
 #include "tests/fwall/scripted_names.h"
 #include "tests/fwall/table_file.h"
+#include "tests/ulib/report_log.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

@@ -3,7 +3,7 @@
 
 #include "lib/ulib/dump.h"
 #include "lib/ulib/pmsg.h"
-#include "tests/ulib/fake_log.h"
+#include "tests/ulib/report_log.h"
 
 #include <cerrno>
 #include <cstring>
@@ -24,16 +24,16 @@ TEST(SendLog, GoesToTheHookOnlyWithBothContextsAndAHook)
 {
     openlog("report", LOG_PERROR, LOG_USER); // the system log's lines on the error stream, too
     for (unsigned present = 0; present < 8; ++present) {
-        const fake_log log;
+        const report_log log;
         report_hook = present & 4 ? report_hook : nullptr;
         const std::string system_log = printed([&] {
             SendLog(present & 1 ? servContext : nullptr, present & 2 ? connContext : nullptr,
                     UNIQUE_DATA, LOG_WARNING, "%s is %d%%", "this", 5);
         });
-        EXPECT_EQ(fake_log::texts, present == 7 ? "this is 5%\n" : "");
+        EXPECT_EQ(report_log::texts, present == 7 ? "this is 5%\n" : "");
         EXPECT_EQ(system_log.find("this is 5%") != std::string::npos, present != 7) << system_log;
     }
-    EXPECT_EQ(fake_log::priority, LOG_WARNING);
+    EXPECT_EQ(report_log::priority, LOG_WARNING);
     closelog();
 }
 
@@ -41,10 +41,10 @@ TEST(Outofcore, ReportsAndEndsTheProcessWithStatusZero)
 {
     EXPECT_EXIT(
         {
-            const fake_log log;
+            const report_log log;
             std::atexit([] {
-                std::fprintf(stderr, "%d %d %s", fake_log::priority, fake_log::uniq.event,
-                             fake_log::text.c_str());
+                std::fprintf(stderr, "%d %d %s", report_log::priority, report_log::uniq.event,
+                             report_log::text.c_str());
             });
             outofcore();
         },
@@ -67,18 +67,18 @@ TEST(Pmsg, PrintsTheFinishedTextUpToItsLimit)
 
 TEST(Pmsg, GoesToTheLogWhenAsked)
 {
-    const fake_log log;
+    const report_log log;
     UNIQUE_DATA_T uniq = UNIQUE_DATA;
     uniq.event = 4711;
     uselog = 1;
     EXPECT_EQ(printed([&] { pmsg("50%d full", 0, uniq); }), "");
-    EXPECT_EQ(fake_log::uniq.event, 4711);
+    EXPECT_EQ(report_log::uniq.event, 4711);
     exitmsg(std::time(nullptr) - 100, "relay", UNIQUE_DATA);
     uselog = 0;
-    EXPECT_TRUE(fake_log::texts.starts_with("50%d full\nrelay exit duration=10"))
-        << fake_log::texts;
-    EXPECT_TRUE(fake_log::texts.ends_with(" seconds\n"));
-    EXPECT_EQ(fake_log::priority, 5);
+    EXPECT_TRUE(report_log::texts.starts_with("50%d full\nrelay exit duration=10"))
+        << report_log::texts;
+    EXPECT_TRUE(report_log::texts.ends_with(" seconds\n"));
+    EXPECT_EQ(report_log::priority, 5);
 }
 
 TEST(DumpStruct, PrintsRowsOfEight)

@@ -4,7 +4,7 @@
 #include "lib/ulib/pmsg.h"
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/open_descriptors.h"
-#include "tests/ulib/fake_log.h"
+#include "tests/ulib/report_log.h"
 
 #include <cstring>
 #include <fcntl.h>
@@ -41,13 +41,13 @@ class Sockets : public testing::Test
     // A result with the reports since the last call, the event of the last in front.
     static std::string told(int result)
     {
-        const std::string event = std::to_string(fake_log::uniq.event) + " ";
-        const std::string text = fake_log::texts.empty() ? "" : " " + event + fake_log::texts;
-        fake_log::texts.clear();
+        const std::string event = std::to_string(report_log::uniq.event) + " ";
+        const std::string text = report_log::texts.empty() ? "" : " " + event + report_log::texts;
+        report_log::texts.clear();
         return std::to_string(result) + text;
     }
 
-    fake_log log;
+    report_log log;
     std::ptrdiff_t before = open_descriptors();
     sockaddr_in address{};
     sockaddr *const plain = reinterpret_cast<sockaddr *>(&address);
@@ -70,7 +70,7 @@ TEST_F(Sockets, SaddrInitFillsTheAddress)
         EXPECT_EQ(filled(none, 2), "-1 11502 hostname unparsable\n");
     const std::string alert = "10504 securityalert: invalid host address length ";
     EXPECT_EQ(filled("10.0.0.16", 2), "-1 " + alert + "(16) hostname 10.0.0.16\n");
-    EXPECT_EQ(fake_log::priority, 5);
+    EXPECT_EQ(report_log::priority, 5);
     EXPECT_EQ(told(h_lengthCorrect(-4, std::string(200, 'h').c_str())),
               "0 " + alert + "(-4) hostname " + std::string(128, 'h') + "\n");
     EXPECT_EQ(filled("peer", 10), "-1 11502 The family(10) not supported yet :-(\n");

@@ -1,4 +1,5 @@
-// Puts both contexts and a hook in place for one test, and keeps every report in its order.
+// Puts both contexts and a hook in place for one test, and keeps what the hook is given, in its
+// order.
 #pragma once
 
 #include "lib/ulib/report.h"
@@ -10,15 +11,22 @@
 using told = std::string; // "EVENT/LINE TEXT"
 
 struct report_log {
+    static inline int calls = 0;
+    static inline int priority = 0;
+    static inline UNIQUE_DATA_T uniq{};
+    static inline std::string text;  // of the last report
+    static inline std::string texts; // of all of them, a newline behind each
     static inline std::vector<told> reports;
-    static inline int priority = 0; // of the last report
 
     report_log()
     {
+        calls = 0;
+        text.clear();
+        texts.clear();
         reports.clear();
         // The contexts are only passed on: any address does.
-        servContext = reinterpret_cast<CServiceContext *>(&priority);
-        connContext = reinterpret_cast<CConnectionContext *>(&priority);
+        servContext = reinterpret_cast<CServiceContext *>(&calls);
+        connContext = reinterpret_cast<CConnectionContext *>(&calls);
         report_hook = take;
     }
 
@@ -42,13 +50,17 @@ struct report_log {
     }
 
     __attribute__((format(printf, 5, 0))) static void take(CServiceContext *, CConnectionContext *,
-                                                           const UNIQUE_DATA_T &uniq, int level,
+                                                           const UNIQUE_DATA_T &data, int level,
                                                            const char *format, va_list args)
     {
-        char text[4096];
-        std::vsnprintf(text, sizeof text, format, args);
+        char line[4096];
+        std::vsnprintf(line, sizeof line, format, args);
+        ++calls;
+        priority = level;
+        uniq = data;
+        text = line;
+        texts += text + "\n";
         reports.push_back(std::to_string(uniq.event) + '/' + std::to_string(uniq.line) + ' ' +
                           text);
-        priority = level;
     }
 };

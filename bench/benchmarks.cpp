@@ -5,13 +5,13 @@
 #include <string>
 
 #include "bench/generate.h"
-#include "flatlink/link_sort.h"
-#include "flatlink/links.h"
-#include "flatlink/post_decode.h"
-#include "flatlink/rule_walk.h"
-#include "lib/frag/frag.h"
-#include "lib/frag/import.h"
-#include "lib/frag/symbol.h"
+#include "flatlink/derive/rule_walk.h"
+#include "flatlink/records/link_sort.h"
+#include "flatlink/records/links.h"
+#include "flatlink/records/post_decode.h"
+#include "lib/frag/import/import.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/symbol.h"
 #include "lib/kdev/platform/platform.h"
 
 static void import_text(const std::string &text, frag **head)

@@ -2,12 +2,12 @@
 // fits, beside a plain loop of fnmatch over the same patterns in memory, in rounds that take turns.
 // `ratio` is the time of a check to that of a loop, by their medians.
 #include "bench/rounds.h"
-#include "lib/fwall/config.h"
-#include "lib/fwall/fixed_text.h"
-#include "lib/fwall/name_service.h"
-#include "lib/fwall/proxy.h"
-#include "lib/fwall/settings.h"
-#include "lib/fwall/srcchk.h"
+#include "lib/fwall/access/srcchk.h"
+#include "lib/fwall/match/name_service.h"
+#include "lib/fwall/serve/settings.h"
+#include "lib/fwall/table/config.h"
+#include "lib/fwall/table/proxy.h"
+#include "lib/ulib/fixed_text.h"
 
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>

@@ -8,12 +8,12 @@
 #include <unistd.h>
 
 #include "bench/generate.h"
-#include "lib/frag/canon.h"
-#include "lib/frag/export.h"
-#include "lib/frag/frag.h"
-#include "lib/frag/import.h"
-#include "lib/frag/symbol.h"
-#include "lib/frag/upgrade.h"
+#include "lib/frag/export/export.h"
+#include "lib/frag/import/import.h"
+#include "lib/frag/layout/canon.h"
+#include "lib/frag/layout/upgrade.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/symbol.h"
 
 // The default tree: its top level is looked up as the tool's own is.
 static void import_text(const std::string &text)

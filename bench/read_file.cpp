@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include "bench/lower_bound.h"
-#include "lib/frag/import.h"
-#include "lib/frag/symbol.h"
+#include "lib/frag/import/import.h"
+#include "lib/frag/tree/symbol.h"
 
 static std::size_t import_file(const char *path)
 {

@@ -2,12 +2,12 @@
 // sent beside bare datagrams of the same size, in rounds that take turns; `ratio` is the rate of
 // the reports to that of the bare sends, by their medians.
 #include "bench/rounds.h"
-#include "lib/fwall/config.h"
-#include "lib/fwall/context.h"
-#include "lib/fwall/enargv.h"
-#include "lib/fwall/escape.h"
-#include "lib/fwall/fixed_text.h"
-#include "lib/fwall/log.h"
+#include "lib/fwall/log/context.h"
+#include "lib/fwall/log/escape.h"
+#include "lib/fwall/log/log.h"
+#include "lib/fwall/table/config.h"
+#include "lib/fwall/table/enargv.h"
+#include "lib/ulib/fixed_text.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

@@ -27,7 +27,7 @@ endfunction()
 
 # house_test(NAME [libraries...]): one GoogleTest program of every .cpp of the calling folder.
 function(house_test name)
-  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
   if(NOT sources)
     return()
   endif()

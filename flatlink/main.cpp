@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "flatlink/driver.h"
-#include "lib/frag/import.h"
+#include "lib/frag/import/import.h"
 #include "lib/ulib/location.h"
 
 // errno of an attempt to read from the database; 0 if it can be read, or is not there at all: then

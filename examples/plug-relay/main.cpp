@@ -1,23 +1,23 @@
 // A generic relay of TCP connections: asks whether the client may use it, finds out where the
 // connection is to go and whether that is allowed, and carries the bytes across.
 //   plug-relay -daemon PORT
-// Its entries of netperm-table, beside those of every proxy (lib/fwall/init.h, srcchk.h,
+// Its entries of netperm-table, beside those of every proxy (lib/fwall/serve/init.h, srcchk.h,
 // chkdest.h):
 //   relay-to HOST PORT   where all connections go; without it, where each was going when the
 //                        packet filter redirected it to the relay
 //   timeout SECONDS      longest time in which no byte moves
 // Options of its hosts lines: -dest ITEM or { ITEMS }, -ports ITEM or { ITEMS }, -relay-to { HOST
 // PORT }, -timeout SECONDS; they go before the entry of their name.
-#include "lib/fwall/cfgrec.h"
-#include "lib/fwall/chkdest.h"
-#include "lib/fwall/context_calls.h"
-#include "lib/fwall/dsthost.h"
-#include "lib/fwall/init.h"
-#include "lib/fwall/notice.h"
-#include "lib/fwall/port.h"
-#include "lib/fwall/proxy.h"
-#include "lib/fwall/srcrule.h"
+#include "lib/fwall/access/chkdest.h"
+#include "lib/fwall/access/dsthost.h"
+#include "lib/fwall/access/srcrule.h"
+#include "lib/fwall/log/context_calls.h"
+#include "lib/fwall/match/port.h"
+#include "lib/fwall/serve/init.h"
+#include "lib/fwall/table/cfgrec.h"
+#include "lib/fwall/table/proxy.h"
 #include "lib/ulib/address.h"
+#include "lib/ulib/notice.h"
 #include "lib/ulib/pmsg.h"
 #include "lib/ulib/socket.h"
 #include "lib/ulib/text.h"

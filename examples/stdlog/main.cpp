@@ -6,8 +6,8 @@
 // Texts come from outside: what is not printable is shown as \xNN, so that no record can write a
 // second line or drive the terminal. A datagram that is no record is counted and reported on the
 // error stream. SIGINT and SIGTERM end the program with status 0.
-#include "lib/fwall/daemon_msg.h"
-#include "lib/fwall/fixed_text.h"
+#include "lib/fwall/log/daemon_msg.h"
+#include "lib/ulib/fixed_text.h"
 
 #include <array>
 #include <cerrno>

@@ -10,17 +10,17 @@
 #include <string>
 #include <vector>
 
-#include "flatlink/decoder.h"
+#include "flatlink/derive/rule_walk.h"
 #include "flatlink/driver.h"
-#include "flatlink/line.h"
-#include "flatlink/link_sort.h"
-#include "flatlink/links.h"
-#include "flatlink/records.h"
-#include "flatlink/rule_walk.h"
-#include "lib/frag/frag.h"
-#include "lib/frag/import.h"
-#include "lib/frag/pattern.h"
-#include "lib/frag/symbol.h"
+#include "flatlink/records/decoder.h"
+#include "flatlink/records/line.h"
+#include "flatlink/records/link_sort.h"
+#include "flatlink/records/links.h"
+#include "flatlink/records/records.h"
+#include "lib/frag/import/import.h"
+#include "lib/frag/objects/pattern.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/symbol.h"
 #include "tests/kdev/scripted_platform.h"
 
 // The answers of the name service (resolver.cpp): names and their addresses.

@@ -2,11 +2,11 @@
 // decoder_test.cpp has every key that is written; here is what is read another way.
 #include <fstream>
 
-#include "flatlink/ike_policy.h"
-#include "flatlink/ipsec_policy.h"
-#include "flatlink/keys.h"
-#include "flatlink/old_links.h"
-#include "flatlink/pools.h"
+#include "flatlink/records/ike_policy.h"
+#include "flatlink/records/ipsec_policy.h"
+#include "flatlink/records/keys.h"
+#include "flatlink/records/old_links.h"
+#include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
 
 namespace

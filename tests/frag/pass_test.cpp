@@ -6,18 +6,18 @@
 
 #include <gtest/gtest.h>
 
-#include "lib/frag/canon.h"
-#include "lib/frag/canon_proxy.h"
-#include "lib/frag/export.h"
-#include "lib/frag/frag_sort.h"
-#include "lib/frag/import.h"
-#include "lib/frag/merge.h"
-#include "lib/frag/norm.h"
-#include "lib/frag/norm41.h"
-#include "lib/frag/norm_interfaces.h"
-#include "lib/frag/norm_list.h"
-#include "lib/frag/upgrade.h"
-#include "lib/frag/xml_layout.h"
+#include "lib/frag/export/export.h"
+#include "lib/frag/export/xml_layout.h"
+#include "lib/frag/import/import.h"
+#include "lib/frag/layout/canon.h"
+#include "lib/frag/layout/canon_proxy.h"
+#include "lib/frag/layout/norm.h"
+#include "lib/frag/layout/norm41.h"
+#include "lib/frag/layout/norm_interfaces.h"
+#include "lib/frag/layout/norm_list.h"
+#include "lib/frag/layout/upgrade.h"
+#include "lib/frag/tree/frag_sort.h"
+#include "lib/frag/tree/merge.h"
 #include "tests/frag/tree_text.h"
 
 using tree_pass = std::function<void(frag **head)>;

@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include "lib/frag/export.h"
-#include "lib/frag/name_index.h"
-#include "lib/frag/symbol.h"
+#include "lib/frag/export/export.h"
+#include "lib/frag/tree/name_index.h"
+#include "lib/frag/tree/symbol.h"
 #include "tests/fuzz/path_file.h"
 
 // Takes the bytes up to one of `stops` off the text; a '\' makes the next byte a plain one.

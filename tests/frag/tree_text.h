@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "lib/frag/frag.h"
+#include "lib/frag/tree/frag.h"
 #include "tests/fuzz/tree_checks.h"
 
 // A tree made of its text.

@@ -8,10 +8,10 @@
 #include <string_view>
 
 #include "flatlink/driver.h"
-#include "flatlink/line.h"
-#include "flatlink/records.h"
-#include "lib/frag/frag.h"
-#include "lib/frag/symbol.h"
+#include "flatlink/records/line.h"
+#include "flatlink/records/records.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/symbol.h"
 #include "lib/ulib/report.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/no_network.h"

@@ -1,7 +1,7 @@
 // Any bytes as lines of a flat file: decoded, finished, saved, and what was saved once more. The
 // first byte says whether a trace is written, whether lines come behind the finishing, and
 // whether there is a default router.
-#include "flatlink/decoder.h"
+#include "flatlink/records/decoder.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,9 +9,9 @@
 #include <string_view>
 
 #include "flatlink/driver.h"
-#include "flatlink/line.h"
-#include "flatlink/post_decode.h"
-#include "flatlink/records.h"
+#include "flatlink/records/line.h"
+#include "flatlink/records/post_decode.h"
+#include "flatlink/records/records.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"

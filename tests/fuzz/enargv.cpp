@@ -1,6 +1,6 @@
 // Splits any bytes into arguments and looks whether the result keeps to its arrays, and whether
 // smaller arrays lose the end and nothing else.
-#include "lib/fwall/enargv.h"
+#include "lib/fwall/table/enargv.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,17 +1,17 @@
 // Imports any bytes, saves the tree in each layout, and reads back what was saved: saving twice
 // gives the same bytes, what comes back is a sound tree that can be saved again, and flat lines
 // come back as they were.
-#include "lib/frag/export.h"
+#include "lib/frag/export/export.h"
 
 #include <cctype>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "lib/frag/canon.h"
-#include "lib/frag/symbol.h"
-#include "lib/frag/upgrade.h"
-#include "lib/frag/xml_layout.h"
+#include "lib/frag/export/xml_layout.h"
+#include "lib/frag/layout/canon.h"
+#include "lib/frag/layout/upgrade.h"
+#include "lib/frag/tree/symbol.h"
 #include "tests/fuzz/path_file.h"
 #include "tests/fuzz/tree_checks.h"
 

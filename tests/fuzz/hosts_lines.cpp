@@ -8,8 +8,8 @@
 #include <string_view>
 #include <utility>
 
-#include "lib/fwall/fixed_text.h"
-#include "lib/fwall/src_patterns.h"
+#include "lib/fwall/match/src_patterns.h"
+#include "lib/ulib/fixed_text.h"
 #include "tests/fuzz/hosts_model.h"
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"

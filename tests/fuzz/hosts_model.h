@@ -10,13 +10,13 @@
 #include <utility>
 #include <vector>
 
-#include "lib/fwall/config.h"
-#include "lib/fwall/hnam.h"
-#include "lib/fwall/policy.h"
-#include "lib/fwall/policy_table.h"
-#include "lib/fwall/proxy.h"
-#include "lib/fwall/revmap.h"
-#include "lib/fwall/srcchk.h"
+#include "lib/fwall/access/policy.h"
+#include "lib/fwall/access/srcchk.h"
+#include "lib/fwall/match/hnam.h"
+#include "lib/fwall/match/revmap.h"
+#include "lib/fwall/table/config.h"
+#include "lib/fwall/table/policy_table.h"
+#include "lib/fwall/table/proxy.h"
 #include "tests/ulib/report_log.h"
 
 // What a check answers, and what it asks.

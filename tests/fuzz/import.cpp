@@ -1,6 +1,6 @@
 // Any bytes as a database: in two ways of cutting them into pieces they must give one tree, whose
 // calls must agree with plain walks. The first byte says how.
-#include "lib/frag/import.h"
+#include "lib/frag/import/import.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,10 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "lib/frag/frag.h"
-#include "lib/frag/frag_name.h"
-#include "lib/frag/frag_sort.h"
-#include "lib/frag/frag_text.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/frag_sort.h"
+#include "lib/frag/tree/frag_text.h"
 #include "tests/fuzz/tree_checks.h"
 
 namespace

@@ -1,8 +1,8 @@
 // Reads any bytes as a netperm-table: each record is whole and in its place, each fault names its
 // line, and a copy is like its list.
-#include "lib/fwall/config.h"
-#include "lib/fwall/policy_table.h"
-#include "lib/fwall/proxy.h"
+#include "lib/fwall/table/config.h"
+#include "lib/fwall/table/policy_table.h"
+#include "lib/fwall/table/proxy.h"
 #include "lib/ulib/report.h"
 
 #include <cstdint>

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "lib/fwall/hnam.h"
-#include "lib/fwall/inet_aton.h"
-#include "lib/fwall/nama.h"
+#include "lib/fwall/match/hnam.h"
+#include "lib/fwall/match/inet_aton.h"
+#include "lib/fwall/match/nama.h"
 #include "lib/kdev/platform/bytes.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/wildcard.h"

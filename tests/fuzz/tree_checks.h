@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "lib/frag/frag.h"
-#include "lib/frag/frag_name.h"
-#include "lib/frag/import.h"
-#include "lib/frag/name_index.h"
+#include "lib/frag/import/import.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/name_index.h"
 #include "tests/fuzz/must.h"
 
 struct owned_tree {

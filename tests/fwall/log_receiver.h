@@ -1,8 +1,8 @@
 // Stands for the log daemon: receives datagrams on a path of its own.
 #pragma once
 
-#include "lib/fwall/daemon_msg.h"
-#include "lib/fwall/fixed_text.h"
+#include "lib/fwall/log/daemon_msg.h"
+#include "lib/ulib/fixed_text.h"
 #include "tests/fwall/table_file.h"
 
 #include <gtest/gtest.h>

@@ -2,11 +2,11 @@
 // contexts whose reports are kept, and a scripted name service.
 #pragma once
 
-#include "lib/fwall/context.h"
-#include "lib/fwall/fixed_text.h"
-#include "lib/fwall/policy_table.h"
-#include "lib/fwall/proxy.h"
-#include "lib/fwall/src_patterns.h"
+#include "lib/fwall/log/context.h"
+#include "lib/fwall/match/src_patterns.h"
+#include "lib/fwall/table/policy_table.h"
+#include "lib/fwall/table/proxy.h"
+#include "lib/ulib/fixed_text.h"
 #include "tests/fwall/scripted_names.h"
 #include "tests/fwall/table_file.h"
 #include "tests/ulib/report_log.h"

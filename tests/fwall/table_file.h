@@ -1,7 +1,7 @@
 // A netperm-table in a folder of its own, set as the one to read; gone at the end of the block.
 #pragma once
 
-#include "lib/fwall/config.h"
+#include "lib/fwall/table/config.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -6,14 +6,14 @@
 //   send     one report from a connection
 // The first argument, which the proxy never sees, chooses: contexts none, plain or global, a point,
 // and the call: init or no_daemon.
-#include "lib/fwall/config.h"
-#include "lib/fwall/context_calls.h"
-#include "lib/fwall/init.h"
-#include "lib/fwall/log.h"
-#include "lib/fwall/notice.h"
-#include "lib/fwall/policy_table.h"
-#include "lib/fwall/proxy.h"
+#include "lib/fwall/log/context_calls.h"
+#include "lib/fwall/log/log.h"
+#include "lib/fwall/serve/init.h"
+#include "lib/fwall/table/config.h"
+#include "lib/fwall/table/policy_table.h"
+#include "lib/fwall/table/proxy.h"
 #include "lib/ulib/address.h"
+#include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
 
 #include <cstdio>

@@ -1,0 +1,43 @@
+// The walk over the rules, which finds those that concern a VPN: a rule with a VPN object on one
+// side implies links. The state of the rule being walked is kept here, since links are made many
+// calls deeper.
+#pragma once
+
+#include <cstdint>
+
+#include "lib/frag/objects/netobj.h"
+
+struct frag;
+
+// Of the rule being walked.
+extern std::int32_t rulenumber;   // PROXY_RULE set: a proxy rule
+extern const char *rulelabel;     // text in the tree; null: none
+extern std::int32_t ruleloglevel; // words of debug_list, as a number
+extern std::int32_t nestinglevel; // peers that the current link lies inside of
+
+// Marks the number of a proxy rule, so that its links go behind those of all packet filter rules.
+inline constexpr std::uint32_t PROXY_RULE = 0x40000000;
+
+// Puts the state of the walk, and the counts of links and of visited objects, back to the start of
+// a run.
+void start_rule_walk();
+
+// Calls back for each child of `list` in sorted order, with the type "rule"; results do not count.
+// Returns 1 when `list` is null, else 0.
+int enum_rule_list(frag **db, frag *list, const object_callback &callback);
+
+// The callback for a rule: sets the rule's state, finds its two sides and judges the pair. A side
+// that is not found is traced. `flags` holds PROXY_RULE for a proxy rule. Returns 0.
+int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags);
+
+// Judges one pair of objects: opens groups on either side, source first, and makes the links that
+// a VPN object implies. Null on either side: nothing. Returns 0.
+int vpn_check_link_pair(frag **db, frag *src, frag *dst);
+
+// For the members of a group on the source and on the destination side; `dst` and `src` are the
+// other side. Members of the type emptygroup are passed over. Return 0.
+int vpn_enum_link_src(frag **db, frag *obj, const char *type, frag *dst);
+int vpn_enum_link_dst(frag **db, frag *obj, const char *type, frag *src);
+
+// True for a member that stands for an empty group.
+bool is_empty_group(const char *type);

@@ -1,0 +1,328 @@
+#include "flatlink/derive/trusted_link.h"
+
+#include <array>
+#include <span>
+
+#include "flatlink/derive/add_link.h"
+#include "flatlink/derive/rule_walk.h"
+#include "flatlink/records/line.h"
+#include "flatlink/records/links.h"
+#include "lib/frag/objects/netobj.h"
+#include "lib/frag/objects/netobj_text.h"
+#include "lib/frag/objects/pattern.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/ulib/report.h"
+#include "lib/ulib/text.h"
+
+std::int32_t linkno = 0;
+
+static long nested_peers = 0;       // opened in this run
+static bool reported_links = false; // that there are too many
+
+void start_links()
+{
+    linkno = 0;
+    nested_peers = 0;
+    reported_links = false;
+}
+
+namespace
+{
+
+// A child of the VPN object, and the field of the link that takes its value.
+struct map_row {
+    const char *key;
+    std::string_view field;
+};
+
+// In the order of the lines.
+constexpr map_row vpnclient_map[] = {
+    {"vip", "modecfg"},
+    {"icn", "icn"},
+    {"ion", "io"},
+    {"iou", "iou"},
+    {"ic", "ic"},
+    {"ist", "ist"},
+    {"il", "il"},
+    {"isa", "isa"},
+    {"scn", "scn"},
+    {"son", "so"},
+    {"sou", "sou"},
+    {"sc", "sc"},
+    {"sst", "sst"},
+    {"sl", "sl"},
+    {"ssa", "ssa"},
+    {"san-content", "san_content"},
+    {"san-type", "san_type"},
+    {"enforce-xgw", "xgwenforced"},
+    {"use-xgw", "use_xgw"},
+    {"df", "df_bit"},
+};
+
+constexpr map_row sgo_map[] = {
+    {"icn", "icn"},
+    {"ion", "io"},
+    {"iou", "iou"},
+    {"ic", "ic"},
+    {"ist", "ist"},
+    {"il", "il"},
+    {"isa", "isa"},
+    {"scn", "scn"},
+    {"son", "so"},
+    {"sou", "sou"},
+    {"sc", "sc"},
+    {"sst", "sst"},
+    {"sl", "sl"},
+    {"ssa", "ssa"},
+    {"san-content", "san_content"},
+    {"san-type", "san_type"},
+    {"auth", "auth"},
+    {"secret", "secret"},
+    {"df", "df_bit"},
+};
+
+// Types of remote sides that can be turned into an address text.
+constexpr std::string_view REMOTE_TYPES[] = {"ipnet", "ipaddr", "iprange", "dns", "pattern"};
+
+constexpr struct {
+    std::string_view object_type;
+    std::string_view network_type;
+} network_types[] = {{"ipnet", "Subnet"}, {"ipaddr", "Host"}, {"iprange", "Range"}};
+
+// One side of a link, expanded to a single network.
+struct link_side {
+    std::string text;
+    const char *type;
+};
+
+// Feeds the fields of one link, one line each.
+class link_feeder
+{
+  public:
+    link_feeder() : prefix_(std::to_string(linkno) + "_") {}
+
+    void feed(std::string_view field, std::string_view value) const
+    {
+        (void)add_partial_linkinfo(make_line(prefix_, field, value));
+    }
+
+    // Nothing for a null value.
+    void feed_if(std::string_view field, const char *value) const
+    {
+        if (value != nullptr)
+            feed(field, value);
+    }
+
+    void feed_children(std::span<const map_row> rows, frag *obj) const
+    {
+        for (const map_row &row : rows)
+            feed_if(row.field, child_value(obj, row.key));
+    }
+
+    // The display name of the object that a child names.
+    void feed_name(std::string_view field, frag **db, const char *key) const
+    {
+        if (key != nullptr)
+            feed(field, name_of_object(db, key));
+    }
+
+  private:
+    std::string prefix_;
+};
+
+std::string cut_text(std::string_view text)
+{
+    return std::string(text.substr(0, LINK_TEXT_SIZE));
+}
+
+std::string key_of(const frag *obj)
+{
+    return obj == nullptr ? "<NULL>" : cut_text(fragkeyname(obj));
+}
+
+std::string link_name(frag *vpnobj)
+{
+    const char *name = child_value(vpnobj, "name");
+    return name != nullptr ? cut_text(name) : key_of(vpnobj);
+}
+
+std::string_view network_type(const char *object_type)
+{
+    for (const auto &row : network_types)
+        if (same_word(row.object_type, object_type))
+            return row.network_type;
+    return "DNSname";
+}
+
+bool is_remote_type(const char *type)
+{
+    for (const std::string_view usable : REMOTE_TYPES)
+        if (same_word(usable, type))
+            return true;
+    return false;
+}
+
+} // namespace
+
+address_parts split_address(const std::string &text)
+{
+    std::size_t pos = text.find_first_not_of("0123456789.");
+    if (pos == std::string::npos || (text[pos] != ':' && text[pos] != '-'))
+        return {text, {}};
+    return {text.substr(0, pos), text.substr(pos + 1)};
+}
+
+// ---- the lines of one link
+
+static void feed_networks(const link_feeder &out, const link_side &remote, const link_side &local)
+{
+    const address_parts remote_parts = split_address(remote.text);
+    out.feed("rnetwork_start_address", remote_parts.first);
+    out.feed("rnetwork_delimiter", remote_parts.second);
+    out.feed("rnetwork_type", network_type(remote.type));
+    const address_parts local_parts = split_address(local.text);
+    out.feed("lnetwork_start_address", local_parts.first);
+    out.feed("lnetwork_delimiter", local_parts.second);
+    out.feed("lnetwork_type", network_type(local.type));
+}
+
+static void feed_client(const link_feeder &out, frag **db, frag *vpnobj)
+{
+    out.feed("lname", std::string("~") + vpnobj->name);
+    out.feed("fixed_remote", "Off");
+    out.feed("auth", "Certificate based");
+    out.feed_children(vpnclient_map, vpnobj);
+    out.feed_name("modecfg", db, child_value(vpnobj, "vip"));
+}
+
+static void feed_network_peer(const link_feeder &out, frag **db, frag *vpnobj,
+                              const std::string &name)
+{
+    out.feed("lname", "~" + name);
+    out.feed("gateway", name_of_sgo_object(db, vpnobj));
+    out.feed("fixed_remote", "On");
+    out.feed_if("auth", child_value(vpnobj, "auth"));
+    out.feed_if("df_bit", child_value(vpnobj, "df"));
+    out.feed_name("ikepolicy", db, child_value(vpnobj, "ike"));
+    out.feed_if("secret", child_value(vpnobj, "secret"));
+    out.feed_children(sgo_map, vpnobj);
+}
+
+static void make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
+                      const link_side &local)
+{
+    ++linkno;
+    const link_feeder out;
+    out.feed("description", name);
+    feed_networks(out, remote, local);
+    if (is_of_type(vpnobj, "vpnclient"))
+        feed_client(out, db, vpnobj);
+    else
+        feed_network_peer(out, db, vpnobj, name);
+    out.feed_name("ipsecpolicy", db, child_value(vpnobj, "ipsec"));
+    out.feed("logging", std::to_string(ruleloglevel));
+    out.feed("rulenumber", std::to_string(rulenumber));
+    out.feed_if("rulelabel", rulelabel);
+    if (nestinglevel != 0)
+        out.feed("nesting-level", std::to_string(nestinglevel));
+}
+
+// ---- a peer as the remote side of another
+
+// Makes the links of the inner peer first. One that lies inside of itself is reported and passed
+// over, as groups are.
+static bool add_nested_links(frag **db, frag *remote, frag *local)
+{
+    if (remote->flags & FRAG_LINKED) {
+        report_recursive(remote);
+        return false;
+    }
+    if (nestinglevel >= MAX_PEER_NESTING || nested_peers >= MAX_NESTED_PEERS) {
+        report_deep(remote);
+        return false;
+    }
+    ++nested_peers;
+    ++nestinglevel;
+    remote->flags |= FRAG_LINKED;
+    vpn_add_link(db, remote, local);
+    remote->flags &= ~FRAG_LINKED;
+    --nestinglevel;
+    return true;
+}
+
+// ---- the expansion
+
+static bool has_room_for_links()
+{
+    if (linkno < MAX_LINKS)
+        return true;
+    if (!reported_links)
+        SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
+                "vhltcfgerr: The rules imply more than %d links; the rest is left out.", MAX_LINKS);
+    reported_links = true;
+    return false;
+}
+
+int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
+{
+    if (!has_room_for_links())
+        return 1;
+    const std::string name = link_name(vpnobj);
+    const std::string local_key = key_of(local);
+    const std::string remote_key = key_of(remote);
+    condfprintf(fout, "TRACE trusted(%s(%s), %s)\n", remote_key.c_str(), name.c_str(),
+                local_key.c_str());
+    if (vpnobj == nullptr || remote == nullptr || local == nullptr)
+        return 1;
+
+    link_side remote_side{{}, type_of_key(remote)};
+    const object_callback add_remote = [vpnobj, local](frag **tree, frag *obj, const char *type) {
+        return vpn_enum_add_trust(tree, obj, type, {vpnobj, local});
+    };
+    if (same_word(remote_side.type, "group")) {
+        enum_group(db, remote, add_remote);
+        return 0;
+    }
+    if (same_word(remote_side.type, "vpnnetwork")) {
+        if (!add_nested_links(db, remote, local))
+            return 1;
+        int includes_gateway = 1;
+        if (find_sgo_ip(db, remote, &includes_gateway) == nullptr)
+            return 1;
+        remote_side.type = "ipaddr";
+    }
+    if (!is_remote_type(remote_side.type))
+        return 1;
+
+    std::string &remote_text = netobj_to_netperm(db, remote_key.c_str());
+    if (enum_pattern(db, &remote_text, add_remote, "VPNremotepat", &remote_side.type) == 0)
+        return 0;
+    remote_side.text = cut_text(remote_text);
+
+    link_side local_side{{}, type_of_key(local)};
+    const object_callback add_local = [vpnobj, remote](frag **tree, frag *obj, const char *type) {
+        return vpn_enum_add_trust_dst(tree, obj, type, {vpnobj, remote});
+    };
+    std::string &local_text = netobj_to_netperm(db, local_key.c_str());
+    if (enum_pattern(db, &local_text, add_local, "VPNlocalpat", &local_side.type) == 0)
+        return 0;
+    local_side.text = local_text;
+    make_link(db, vpnobj, name, remote_side, local_side);
+    return 0;
+}
+
+int vpn_enum_add_trust(frag **db, frag *obj, const char *type, const trust_context &context)
+{
+    if (!is_empty_group(type) && obj != nullptr)
+        vpn_add_trusted_link(db, context.vpnobj, obj, context.fixed);
+    return 0;
+}
+
+int vpn_enum_add_trust_dst(frag **db, frag *obj, const char * /*type*/,
+                           const trust_context &context)
+{
+    if (obj != nullptr)
+        vpn_add_trusted_link(db, context.vpnobj, context.fixed, obj);
+    return 0;
+}

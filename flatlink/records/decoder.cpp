@@ -1,0 +1,215 @@
+#include "flatlink/records/decoder.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "flatlink/derive/loaders.h"
+#include "flatlink/driver.h"
+#include "flatlink/records/ike_policy.h"
+#include "flatlink/records/interfaces.h"
+#include "flatlink/records/ipsec_policy.h"
+#include "flatlink/records/keys.h"
+#include "flatlink/records/line.h"
+#include "flatlink/records/links.h"
+#include "flatlink/records/names.h"
+#include "flatlink/records/old_links.h"
+#include "flatlink/records/pools.h"
+#include "flatlink/records/post_decode.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/ulib/addr_mask.h"
+#include "lib/ulib/text.h"
+
+namespace
+{
+
+struct line_prefix {
+    std::string_view prefix;
+    void (*decode)(std::string_view rest);
+};
+
+void decode_pair(std::string_view rest)
+{
+    (void)add_partial_vpnlink(rest, PAIR_INDEX);
+    autosortold = 1;
+}
+
+void decode_pass(std::string_view rest)
+{
+    (void)add_partial_vpnlink(rest, PASS_INDEX);
+    autosortold = 1;
+}
+
+// In the tree the value is the key of a policy, "vpn_ike_NAME": a value that is longer than what
+// stands before the name loses that much, whatever it is.
+void decode_client_policy(std::string_view value)
+{
+    constexpr std::size_t KEY_START_SIZE = std::string_view("vpn_ike_").size();
+    clientIKEpolicy = value.size() > KEY_START_SIZE ? value.substr(KEY_START_SIZE) : value;
+}
+
+template <auto &setting> void decode_switch(std::string_view value)
+{
+    setting = parsenametonum(onoff_list, value);
+}
+
+// What a parser says of a line is for its own callers: reading goes on. The first row that
+// matches decides.
+constexpr line_prefix line_prefixes[] = {
+    {"ikePolicy_", [](std::string_view rest) { (void)add_partial_ikepol(rest); }},
+    {"ipsecPolicy_", [](std::string_view rest) { (void)add_partial_ipsecpol(rest); }},
+    {"vlink_", [](std::string_view rest) { (void)add_partial_linkinfo(rest); }},
+    {"mcpool_", [](std::string_view rest) { (void)add_partial_mcpool(rest); }},
+    {"link_", [](std::string_view rest) { (void)add_partial_vpnlink(rest, 0); }},
+    {"pair_", decode_pair},
+    {"pass_", decode_pass},
+    {"key_", add_partial_swkey},
+    {"vpn_anonsecret=",
+     [](std::string_view value) { anonsecret = value.substr(0, ANONSECRET_LENGTH); }},
+    {"vpn_clientIKEpolicy=", decode_client_policy},
+    {"vpn_kernelacceleration=", decode_switch<klevelHardAccel>},
+    {"vpn_useracceleration=", decode_switch<ulevelHardAccel>},
+    {"vpn_aggressivemode=", decode_switch<aggressiveMode>},
+    {"vpn_threadcount=",
+     [](std::string_view value) { cryptoThreadCount = std::clamp(lenient_number(value), 2, 9); }},
+};
+
+// The three lists of interfaces that are known by name.
+const struct {
+    std::string_view name;
+    std::int32_t &id;
+    u32 &addr;
+    u32 &mask;
+    std::string &face;
+} special_lists[] = {
+    {"Outside", outside_id, outside_addr, outside_mask, outside_face},
+    {"Inside", inside_id, inside_addr, inside_mask, inside_face},
+    {"Service", thirdside_id, thirdside_addr, thirdside_mask, thirdside_face},
+};
+
+u32 first_address(std::string_view value)
+{
+    u32 addr = 0;
+    u32 mask = 0;
+    waddrmask(std::string(value).c_str(), &addr, &mask);
+    return addr;
+}
+
+// The first element of a list speaks for it.
+void update_special_list(std::int32_t listno, std::string_view key, std::string_view value)
+{
+    for (const auto &list : special_lists) {
+        if (list.id != listno)
+            continue;
+        if (key == "addr")
+            list.addr = first_address(value);
+        else if (key == "netmask")
+            list.mask = first_address(value);
+        else if (key == "interface")
+            list.face = value;
+        return;
+    }
+}
+
+void name_special_list(std::int32_t listno, std::string_view name)
+{
+    for (const auto &list : special_lists)
+        if (list.name == name)
+            list.id = listno;
+}
+
+// Takes "N_" off the key; false unless N is a number from 0 up.
+bool take_index(std::string_view &key, std::int32_t &number)
+{
+    const long value = take_number(key);
+    number = static_cast<std::int32_t>(value);
+    return value >= 0 && take_prefix(key, "_");
+}
+
+} // namespace
+
+bool decode_vpn_buffer(std::string_view line)
+{
+    constexpr std::size_t SHORTEST_LINE = 4;
+    if (line.size() < SHORTEST_LINE || line[0] == '#')
+        return true;
+    for (const line_prefix &row : line_prefixes) {
+        if (take_prefix(line, row.prefix)) {
+            row.decode(line);
+            return true;
+        }
+    }
+    return false;
+}
+
+static void decode_interface_line(std::string_view key, std::string_view value)
+{
+    std::int32_t listno = 0;
+    std::int32_t elemno = 0;
+    if (!take_index(key, listno))
+        return;
+    if (key == "name") {
+        name_special_list(listno, value);
+    } else if (take_prefix(key, "element_") && take_index(key, elemno)) {
+        add_partial_intf(listno, elemno, key, value);
+        if (elemno == 1)
+            update_special_list(listno, key, value);
+    }
+}
+
+int decode_nonvpn_buffer(std::string_view line)
+{
+    line_parts parts = split_line(line);
+    if (parts.value.empty())
+        return 0;
+    if (parts.key == "ip_hostname")
+        ip_hostname = parts.value;
+    else if (parts.key == "ip_domainname")
+        ip_domainname = parts.value;
+    else if (take_prefix(parts.key, "netobj_list_"))
+        decode_interface_line(parts.key, parts.value);
+    return 0;
+}
+
+char *vpn_getline(char *buffer, int size, std::FILE *stream)
+{
+    if (std::fgets(buffer, size, stream) == nullptr)
+        return nullptr;
+    if (char *newline = std::strrchr(buffer, '\n'))
+        *newline = '\0';
+    return buffer;
+}
+
+void vpn_error_exit(int status)
+{
+    std::exit(status);
+}
+
+void read_vpndata55(const char *path, bool vpn_only)
+{
+    if (path != nullptr)
+        network_database = path;
+    if (network_database == nullptr)
+        network_database = DEFAULT_DATABASE;
+    std::FILE *file = std::fopen(network_database, "re");
+    if (file == nullptr) {
+        complain(std::string("vpndata:Can't open database ") + network_database);
+        vpn_error_exit(1);
+    }
+    std::array<char, FLAT_LINE_SIZE> buffer{};
+    while (const char *line = vpn_getline(buffer.data(), static_cast<int>(buffer.size()), file))
+        if (!decode_vpn_buffer(line) && !vpn_only)
+            decode_nonvpn_buffer(line);
+    std::fclose(file);
+    (void)post_decode();
+}
+
+void build_interface_list(frag **tree)
+{
+    for (const char *key : INTERFACE_LISTS)
+        if (frag *list = ffind(tree, key))
+            load_interfaces(list);
+    finish_intfs();
+}

@@ -1,0 +1,160 @@
+#include "flatlink/records/interfaces.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+#include <utility>
+
+#include "flatlink/records/line.h"
+#include "flatlink/records/names.h"
+
+namespace
+{
+
+struct intf_field {
+    std::string_view key;
+    void (*store)(vpn_intf &intf, std::string_view value);
+};
+
+constexpr intf_field intf_fields[] = {
+    {"interface", [](vpn_intf &intf, std::string_view value) { intf.interface = value; }},
+    {"name", [](vpn_intf &intf, std::string_view value) { intf.name = value; }},
+    {"addr",
+     [](vpn_intf &intf, std::string_view value) { intf.addr = address_of(std::string(value)); }},
+    {"broadcast", [](vpn_intf &intf,
+                     std::string_view value) { intf.broadcast = address_of(std::string(value)); }},
+    {"netmask",
+     [](vpn_intf &intf, std::string_view value) { intf.netmask = network_of(std::string(value)); }},
+    {"location",
+     [](vpn_intf &intf, std::string_view value) {
+         intf.location = parsenametonum(location_list, value);
+     }},
+};
+
+// The records by list and element, as far as the list was seen.
+struct intf_index {
+    std::map<std::pair<std::int32_t, std::int32_t>, vpn_intf *> known;
+    std::size_t seen = 0;
+};
+
+intf_index numbers;
+record_index<vpn_intf, &vpn_intf::addr> addresses;
+
+vpn_intf &interface_numbered(std::int32_t listno, std::int32_t elemno)
+{
+    if (numbers.seen != intf_list.size())
+        numbers = intf_index();
+    for (; numbers.seen < intf_list.size(); ++numbers.seen) {
+        vpn_intf *intf = intf_list[numbers.seen].get();
+        numbers.known.try_emplace({intf->listno, intf->elemno}, intf);
+    }
+    const auto [place, is_new] = numbers.known.try_emplace({listno, elemno}, nullptr);
+    if (is_new) {
+        intf_list.push_back(std::make_unique<vpn_intf>());
+        ++numbers.seen;
+        place->second = intf_list.back().get();
+        place->second->listno = listno;
+        place->second->elemno = elemno;
+    }
+    return *place->second;
+}
+
+bool is_usable(const vpn_intf &intf)
+{
+    const auto is_missing = [](u32 word) { return word == 0 || word == NOT_AN_ADDRESS; };
+    return !intf.interface.empty() && !is_missing(intf.addr) && !is_missing(intf.netmask);
+}
+
+bool is_alias(const vpn_intf &intf)
+{
+    return intf.interface.find(':') != std::string::npos;
+}
+
+// Two records of one address are one interface known under two lists.
+void merge(vpn_intf &kept, vpn_intf &other)
+{
+    if (kept.location == 0)
+        kept.location = other.location;
+    if (kept.broadcast == 0 || kept.broadcast == NOT_AN_ADDRESS)
+        kept.broadcast = other.broadcast;
+    if (is_alias(kept) && !is_alias(other)) {
+        std::swap(kept.interface, other.interface);
+        kept.name.clear();
+    }
+    if (kept.name.empty())
+        kept.name = other.name;
+}
+
+void merge_equal_addresses()
+{
+    std::unordered_map<u32, vpn_intf *> by_address;
+    for (auto &intf : intf_list) {
+        const auto [place, is_new] = by_address.try_emplace(intf->addr, intf.get());
+        if (is_new)
+            continue;
+        merge(*place->second, *intf);
+        intf.reset();
+    }
+    std::erase(intf_list, nullptr);
+}
+
+// Unknown locations go last.
+int place_of(const vpn_intf &intf)
+{
+    constexpr int LAST = 5;
+    return intf.location == 0 ? LAST : intf.location;
+}
+
+} // namespace
+
+void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view key,
+                      std::string_view value)
+{
+    if (value.empty())
+        return;
+    addresses.forget();
+    vpn_intf &intf = interface_numbered(listno, elemno);
+    for (const intf_field &field : intf_fields)
+        if (field.key == key)
+            field.store(intf, value);
+}
+
+void finish_intfs()
+{
+    numbers = intf_index();
+    addresses.forget();
+    std::erase_if(intf_list, [](const auto &intf) { return !is_usable(*intf); });
+    for (const auto &intf : intf_list)
+        intf->network = intf->addr & intf->netmask;
+    merge_equal_addresses();
+    std::stable_sort(intf_list.begin(), intf_list.end(),
+                     [](const auto &a, const auto &b) { return place_of(*a) < place_of(*b); });
+}
+
+void save_intfs(std::FILE *stream, const record_list<vpn_intf> &list)
+{
+    for (const auto &intf : list) {
+        const record_writer out(
+            stream, numbered(numbered("netobj_list", intf->listno) + "element", intf->elemno));
+        out.text("name", intf->name);
+        out.text("interface", intf->interface);
+        out.address("addr", intf->addr);
+        out.address("broadcast", intf->broadcast);
+        out.address("netmask", intf->netmask);
+        const std::string_view location = parsenumtoname(location_list, intf->location);
+        out.text("location", location.empty() ? "Unknown" : location);
+    }
+}
+
+bool isfwaddr(u32 addr_be)
+{
+    return addr_be == network_order(INADDR_LOOPBACK) ||
+           addresses.find(intf_list, addr_be) != nullptr;
+}
+
+u32 ifname2addr(std::string_view name)
+{
+    const auto found = std::find_if(intf_list.begin(), intf_list.end(),
+                                    [name](const auto &intf) { return intf->interface == name; });
+    return found == intf_list.end() ? 0 : (*found)->addr;
+}

@@ -1,0 +1,95 @@
+#include "flatlink/records/line.h"
+
+#include <cstdarg>
+
+std::FILE *fout = nullptr;
+
+static std::string with_zeros(std::int32_t value, std::size_t least_digits)
+{
+    std::string digits = std::to_string(value < 0 ? -std::int64_t{value} : value);
+    if (digits.size() < least_digits)
+        digits.insert(0, least_digits - digits.size(), '0');
+    return value < 0 ? "-" + digits : digits;
+}
+
+line_parts split_line(std::string_view line)
+{
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos)
+        return {line, {}, false};
+    return {line.substr(0, equals), line.substr(equals + 1), true};
+}
+
+std::string make_line(std::string_view prefix, std::string_view key, std::string_view value)
+{
+    std::string line;
+    line.reserve(prefix.size() + key.size() + value.size() + 1);
+    line.append(prefix).append(key).append(1, '=').append(value);
+    if (line.size() >= LINE_SIZE)
+        line.resize(LINE_SIZE - 1);
+    return line;
+}
+
+void complain(const std::string &message)
+{
+    std::fprintf(stderr, "%s\n", message.c_str());
+}
+
+void condfprintf(std::FILE *stream, const char *format, ...)
+{
+    if (stream == nullptr)
+        return;
+    va_list args;
+    va_start(args, format);
+    std::vfprintf(stream, format, args);
+    va_end(args);
+    std::fflush(stream);
+}
+
+record_writer::record_writer(std::FILE *stream, std::string prefix)
+    : stream_(stream), prefix_(std::move(prefix))
+{
+}
+
+void record_writer::text(std::string_view key, std::string_view value) const
+{
+    const auto put = [this](std::string_view part) {
+        std::fwrite(part.data(), 1, part.size(), stream_);
+    };
+    put(prefix_);
+    put(key);
+    put("=");
+    put(value);
+    put("\n");
+}
+
+void record_writer::text_if_set(std::string_view key, std::string_view value) const
+{
+    if (!value.empty())
+        text(key, value);
+}
+
+void record_writer::number(std::string_view key, std::int64_t value) const
+{
+    text(key, std::to_string(value));
+}
+
+void record_writer::padded(std::string_view key, std::int32_t value) const
+{
+    text(key, with_zeros(value, 5));
+}
+
+void record_writer::address(std::string_view key, u32 addr_be) const
+{
+    text(key, dotted(addr_be));
+}
+
+std::string numbered(std::string_view name, std::int64_t number)
+{
+    return std::string(name) + "_" + std::to_string(number) + "_";
+}
+
+std::string numbered_padded(std::string_view name, std::int32_t number)
+{
+    return std::string(name) + "_" + with_zeros(number, 4) + "_";
+}

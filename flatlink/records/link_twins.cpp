@@ -1,0 +1,105 @@
+// The finishing step of vlink records: order, the external gateway, and twins.
+#include "flatlink/records/links.h"
+
+#include <algorithm>
+#include <tuple>
+#include <unordered_set>
+
+#include "flatlink/records/link_sort.h"
+#include "flatlink/records/names.h"
+
+namespace
+{
+
+// All that two equal links agree in. One list serves the comparison and the hash.
+auto twin_fields(const linkinfo &link)
+{
+    const peerauth &peer = link.peer;
+    return std::tie(link.gateway_addr, link.legacy, link.fixed_remote, link.xgwflags, link.logging,
+                    link.auth, link.lnetwork_type, link.lnetwork_start, link.lnetwork_delimiter,
+                    link.rnetwork_type, link.rnetwork_start, link.rnetwork_delimiter,
+                    link.modecfg_mode, link.df_bit, peer.key, peer.maxdepth, peer.san_type,
+                    peer.secret, peer.scn, peer.sou, peer.so, peer.sc, peer.sst, peer.sl, peer.ssa,
+                    peer.san_content, peer.icn, peer.iou, peer.io, peer.ic, peer.ist, peer.il,
+                    peer.isa);
+}
+
+struct twin_hash {
+    std::size_t operator()(const linkinfo *link) const
+    {
+        constexpr std::size_t SPREAD = 0x9E3779B97F4A7C15ULL;
+        std::size_t hash = 0;
+        const auto mix = [&hash](const auto &field) {
+            using field_type = std::remove_cvref_t<decltype(field)>;
+            hash = (hash ^ std::hash<field_type>()(field)) * SPREAD;
+            hash ^= hash >> 32;
+        };
+        std::apply([&mix](const auto &...fields) { (mix(fields), ...); }, twin_fields(*link));
+        return hash;
+    }
+};
+
+struct twin_equal {
+    bool operator()(const linkinfo *a, const linkinfo *b) const
+    {
+        return twin_fields(*a) == twin_fields(*b);
+    }
+};
+
+} // namespace
+
+bool same_string(const std::string &a, const std::string &b)
+{
+    return a == b;
+}
+
+const linkinfo *find_twin_linkinfo(const linkinfo *record, const record_list<linkinfo> &list)
+{
+    for (const auto &candidate : list)
+        if (candidate.get() == record || twin_equal()(candidate.get(), record))
+            return candidate.get();
+    return record;
+}
+
+static void number_like_rules()
+{
+    const bool has_rules = std::any_of(linkinfos.begin(), linkinfos.end(),
+                                       [](const auto &link) { return link->rulenumber != 0; });
+    if (!has_rules)
+        for (const auto &link : linkinfos)
+            link->rulenumber = link->linkno;
+}
+
+// Before twins are looked for: links over the external gateway may differ in what this replaces.
+static void open_local_networks()
+{
+    for (const auto &link : linkinfos) {
+        if (link->xgwflags & XGW_USED) {
+            link->lnetwork_type = ADDRID_SUBNET;
+            link->lnetwork_start = 0;
+            link->lnetwork_delimiter = 0;
+        }
+    }
+}
+
+static void remove_later_twins()
+{
+    std::unordered_set<const linkinfo *, twin_hash, twin_equal> kept;
+    kept.reserve(linkinfos.size());
+    // Marks first and removes then: the set reads the records that it holds.
+    record_list<linkinfo> removed;
+    for (auto &link : linkinfos)
+        if (!kept.insert(link.get()).second)
+            removed.push_back(std::move(link));
+    std::erase(linkinfos, nullptr);
+}
+
+void finish_linkinfos()
+{
+    forget_link_numbers();
+    number_like_rules();
+    vpnauto_sort();
+    vpn_clientsort();
+    open_local_networks();
+    remove_later_twins();
+}

@@ -1,0 +1,29 @@
+// vlink records: the lines vlink_N_key=value, which make, fill and print a linkinfo.
+#pragma once
+
+#include <cstdio>
+#include <string_view>
+
+#include "flatlink/records/records.h"
+
+// Takes one line without "vlink_" and echoes it to the trace. Finds or makes the record of its
+// number and stores one field. Returns 0 when the line was used, or ignored for its empty value,
+// or its key is unknown, which is reported; 1 after the report of a bad format.
+int add_partial_linkinfo(std::string_view rest);
+
+// Brings linkinfos to its final form, once all lines are in: sorts, gives links over the external
+// gateway the whole address space as local network, and removes all but the first of equal links.
+void finish_linkinfos();
+
+// The first record of the list that says the same as `record`, which may be itself: names, labels
+// and policies do not count, addresses, flags and authentication do.
+const linkinfo *find_twin_linkinfo(const linkinfo *record, const record_list<linkinfo> &list);
+
+// Both absent, or both there and equal.
+bool same_string(const std::string &a, const std::string &b);
+
+// Writes the records, numbered from 1 in list order.
+void save_linkinfos(std::FILE *stream, const record_list<linkinfo> &list);
+
+// What a record's number leads to no longer holds; for those who renumber or remove records.
+void forget_link_numbers();

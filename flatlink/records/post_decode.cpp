@@ -1,0 +1,64 @@
+#include "flatlink/records/post_decode.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "flatlink/records/ike_policy.h"
+#include "flatlink/records/interfaces.h"
+#include "flatlink/records/ipsec_policy.h"
+#include "flatlink/records/keys.h"
+#include "flatlink/records/link_sort.h"
+#include "flatlink/records/links.h"
+#include "flatlink/records/old_links.h"
+#include "flatlink/records/pools.h"
+#include "flatlink/records/records.h"
+
+static void purge_unnamed_records()
+{
+    std::erase_if(links, [](const auto &link) { return link->lname.empty(); });
+    std::erase_if(linkinfos, [](const auto &link) { return link->lname.empty(); });
+    std::erase_if(swkeys, [](const auto &record) { return record->key.empty(); });
+    forget_link_numbers();
+    forget_vpnlink_numbers();
+    forget_swkey_numbers();
+}
+
+static void build_host_name()
+{
+    ip_myhostname = ip_hostname;
+    if (!ip_domainname.empty())
+        ip_myhostname += "." + ip_domainname;
+}
+
+// The default route goes out through the interface on the default router's subnet. Without a
+// default router there is no such route, and without such an interface it stays the router.
+static void find_default_route()
+{
+    my_def_route = 0;
+    if (my_def_interface.empty())
+        return;
+    my_def_route = address_of(my_def_interface);
+    const auto found = std::find_if(intf_list.begin(), intf_list.end(), [](const auto &intf) {
+        return (my_def_route & intf->netmask) == (intf->addr & intf->netmask);
+    });
+    if (found != intf_list.end())
+        my_def_route = (*found)->addr;
+}
+
+int post_decode()
+{
+    forget_lookups();
+    purge_unnamed_records();
+    if (std::exchange(autosortold, 0) != 0)
+        merge_pair_links();
+    if (std::exchange(swipelinks, 0) != 0)
+        upgrade_swipe_links();
+    build_host_name();
+    finish_intfs(); // before the links, whose sort asks what the firewall's addresses are
+    find_default_route();
+    finish_linkinfos();
+    finish_ikepols();
+    finish_ipsecpols();
+    finish_mcpools();
+    return 0;
+}

@@ -1,0 +1,57 @@
+// Reads a configuration database into a tree. The file may hold three notations, one after the
+// other: flat lines (key=value, the key's parts joined by '_'), sections ([part\part] and the
+// lines below it), and tags (<name>text</name>, attributes as children of a node `attrs`).
+//
+// Whatever the bytes, a file gives a tree: a line without '=' runs on into the next, an end tag
+// that closes nothing is passed over, and a file that ends early leaves what it got to.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+struct frag;
+
+// Bytes read at a time. A file read gives the same tree wherever its blocks end.
+inline constexpr std::size_t IMPORT_BLOCK_SIZE = 32766;
+
+// Longest name part of a flat line or a section, and longest tag or attribute name. A longer
+// flat part is cut, the byte behind it is lost, and the rest is the value. A longer section
+// part keeps its first bytes. A longer tag name is cut, and the rest read as attributes.
+inline constexpr std::size_t NAME_PART_SIZE = 127;
+inline constexpr std::size_t TAG_NAME_SIZE = 63;
+
+// Reads the file at `path` into the list at `head`.
+//   keep  non-zero: an existing key keeps its value, and gets the empty one if it had none;
+//         0: the file's value replaces it
+// Returns 1 with the tree unchanged and errno set if the file cannot be opened, else 0.
+// New nodes stand in file order; those that were there before the import change to the reverse
+// order and stand in front of them.
+int importffile(const char *path, frag **head, int keep);
+
+// errno of the read that ended the last importffile; 0 if it came to the file's end.
+int import_read_error();
+
+// importffile into the current tree. importenv replaces values and then moves the value of each
+// child of `def_proxy_*` to the same name under `def_proxy_global`; importinitialenv keeps
+// existing values. Both return importffile's result.
+int importenv(const char *path);
+int importinitialenv(const char *path);
+
+// The reader itself, for input that is not a file: hand over the bytes in pieces of any size,
+// then finish, which puts every list into file order.
+class importer
+{
+  public:
+    importer(frag **head, int keep);
+    ~importer();
+    importer(const importer &) = delete;
+    importer &operator=(const importer &) = delete;
+
+    void feed(std::string_view bytes);
+    void finish();
+
+  private:
+    struct machine;
+    std::unique_ptr<machine> machine_;
+};

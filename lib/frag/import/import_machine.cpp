@@ -1,0 +1,366 @@
+#include "lib/frag/import/import_machine.h"
+
+#include <cstring>
+
+#include "lib/frag/tree/cftrie.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/frag_text.h"
+#include "lib/frag/tree/name_index.h"
+#include "lib/ulib/text.h"
+
+using namespace std::string_view_literals;
+
+importer::machine::machine(frag **tree_head, int keep_values)
+    : head(tree_head), keep(keep_values), skip(keep_values != 0)
+{
+}
+
+void importer::machine::feed(std::string_view bytes)
+{
+    piece = bytes;
+    pos = 0;
+    while (!at_end() && (this->*now)()) {
+    }
+}
+
+bool importer::machine::go(state next)
+{
+    now = next;
+    return !at_end();
+}
+
+// ---- steps that several states share
+
+// Skips white space; false at the end of the piece.
+bool importer::machine::skip_white()
+{
+    while (!at_end() && is_wscrlf(at_pos()))
+        ++pos;
+    return !at_end();
+}
+
+void importer::machine::clear_name()
+{
+    name_length = 0;
+    name[0] = '\0';
+}
+
+// Collects bytes up to one of `stops`, or until `limit` are there. False at the end of the piece,
+// also with a full name: what ends a name decides what it is.
+bool importer::machine::collect_name(const byte_set &stops, std::size_t limit)
+{
+    while (!at_end() && name_length < limit && !stops.has(at_pos()))
+        name[name_length++] = piece[pos++];
+    name[name_length] = '\0';
+    return !at_end();
+}
+
+// The same, with the name in `taken`. One that lies whole in the piece, as most do, is not copied.
+bool importer::machine::take_name(const byte_set &stops, std::size_t limit, std::string_view &taken)
+{
+    const std::size_t end = stops.find_in(piece.substr(0, pos + limit), pos);
+    if (name_length == 0 && end < piece.size()) {
+        taken = piece.substr(pos, end - pos);
+        pos = end;
+        return true;
+    }
+    const bool is_whole = collect_name(stops, limit);
+    taken = {name.data(), name_length};
+    return is_whole;
+}
+
+// Moves over the bytes up to one of `stops` or the end of the piece, and appends them to the
+// value of cur.
+void importer::machine::store_until(const byte_set &stops)
+{
+    store(stops.find_in(piece, pos));
+}
+
+void importer::machine::store(std::size_t end)
+{
+    const std::size_t start = pos;
+    const std::size_t length = end - start;
+    pos = end;
+    if (length == 0 || skip || cur == nullptr)
+        return;
+    write_frag_value(cur, vlen, piece.data() + start, length);
+    vlen += length;
+}
+
+void importer::machine::ensure_value() const
+{
+    if (cur->value == nullptr)
+        set_frag_value(cur, "", 0);
+}
+
+void importer::machine::end_value()
+{
+    skip = keep != 0;
+    ensure_value();
+}
+
+frag **importer::machine::siblings() const
+{
+    return parent != nullptr ? &parent->child : head;
+}
+
+void importer::machine::link_new(frag *node)
+{
+    node->parent = parent;
+    push_front(siblings(), node);
+    skip = false;
+}
+
+// Links a node in a notation that leaves the trie out.
+void importer::machine::link_past_trie(frag *node)
+{
+    link_new(node);
+    has_unentered = has_unentered || (parent != nullptr && parent->index != nullptr);
+}
+
+// The node of a name, which is a single part, below parent or at the top.
+frag *importer::machine::find_named(std::string_view part) const
+{
+    frag **list = siblings();
+    if (*list == nullptr)
+        return nullptr;
+    return has_unentered ? fnewfind(list, std::string(part).c_str()) : find_in_list(list, part);
+}
+
+// ---- flat notation
+
+bool importer::machine::line_start()
+{
+    if (parent == nullptr)
+        while (take_flat_line()) {
+        }
+    clear_name();
+    return go(&machine::line_skip);
+}
+
+bool importer::machine::line_skip()
+{
+    return skip_white() && go(&machine::flat_name);
+}
+
+// Takes the access prefixes off a name as the file spells it, and returns their flags. A name that
+// only looks as if it had one is replaced by the tree's.
+static std::uint32_t take_access_prefixes(std::string_view &part)
+{
+    // Most names begin with no letter that a prefix begins with.
+    constexpr std::string_view FIRST_LETTERS = "pPdDaAoO";
+    if (part.empty() || FIRST_LETTERS.find(part[0]) == std::string_view::npos)
+        return 0;
+    part = attr_remap(part);
+    std::uint32_t flags = 0;
+    for (bool found = true; found;) {
+        found = false;
+        for (const access_prefix &prefix : ACCESS_PREFIXES) {
+            if (begins_with_word(part, prefix.word)) {
+                part.remove_prefix(prefix.word.size());
+                flags |= prefix.flag;
+                found = true;
+            }
+        }
+    }
+    return flags;
+}
+
+// Makes cur the node of one part of a flat key, as the file spells it.
+void importer::machine::resolve_flat_part(std::string_view part)
+{
+    const std::uint32_t flags = take_access_prefixes(part);
+    cur = find_named(part);
+    if (cur == nullptr) {
+        cur = newsymfrag(part);
+        link_new(cur);
+        if (parent != nullptr)
+            fnewchild(cur);
+    }
+    cur->flags |= flags;
+}
+
+bool importer::machine::flat_name()
+{
+    last_path.clear();
+    if (name_length == 0 && at_pos() == '[') {
+        ++pos;
+        parent = nullptr;
+        return go(&machine::sect_name);
+    }
+    if (name_length == 0 && at_pos() == '<') {
+        ++pos;
+        return go(&machine::tag_name);
+    }
+    static constexpr byte_set STOPS("\0_="sv);
+    std::string_view taken;
+    if (!take_name(STOPS, NAME_PART_SIZE, taken))
+        return false;
+    resolve_flat_part(taken);
+    if (piece[pos++] == '_') {
+        parent = cur;
+        return go(&machine::line_start);
+    }
+    vlen = 0;
+    return go(&machine::flat_value);
+}
+
+// The counted end of a flat value loses its white space; the text keeps it.
+static void trim_counted_end(frag *node)
+{
+    while (node->vlen > 0 && is_wscrlf(node->value[node->vlen - 1]))
+        --node->vlen;
+}
+
+bool importer::machine::flat_value()
+{
+    static constexpr byte_set STOPS("\n\r");
+    store_until(STOPS);
+    if (at_end())
+        return false;
+    if (piece[pos++] == '\r')
+        return !at_end();
+    parent = nullptr;
+    end_value();
+    trim_counted_end(cur);
+    return go(&machine::line_start);
+}
+
+// How far a line goes the way of the last one: the offset behind the last node that both pass,
+// which becomes parent.
+std::size_t importer::machine::follow_last_line(std::string_view line)
+{
+    const std::size_t limit = std::min(line.size(), last_key.size());
+    std::size_t same = 0;
+    while (same + 8 <= limit && std::memcmp(line.data() + same, last_key.data() + same, 8) == 0)
+        same += 8;
+    while (same < limit && line[same] == last_key[same])
+        ++same;
+    while (!last_path.empty() && last_path.back().end >= same)
+        last_path.pop_back();
+    parent = last_path.empty() ? nullptr : last_path.back().node;
+    return last_path.empty() ? 0 : last_path.back().end + 1;
+}
+
+// The nodes of a key, from `part` on, below parent: cur becomes the last. Returns the offset of
+// the equals sign; npos for a key with a peculiarity, which the states take from its start again:
+// they pass the nodes made here, and nothing else was done.
+std::size_t importer::machine::resolve_plain_key(std::string_view line, std::size_t part)
+{
+    static constexpr byte_set STOPS("\0_=\r"sv);
+    static constexpr byte_set NO_STARTS("[< \t\r\n");
+    for (;;) {
+        const std::size_t end = STOPS.find_in(line, part);
+        const bool is_plain = end < line.size() && end - part < NAME_PART_SIZE &&
+                              !NO_STARTS.has(line[part]) && line[end] != '\0' && line[end] != '\r';
+        if (!is_plain)
+            return std::string_view::npos;
+        resolve_flat_part(line.substr(part, end - part));
+        if (line[end] == '=')
+            return end;
+        last_path.push_back({cur, end});
+        parent = cur;
+        part = end + 1;
+    }
+}
+
+// A whole plain line, as most are, taken in one go and with the last line's path in mind; the
+// result is that of the states. False for any other line, which is left to them.
+bool importer::machine::take_flat_line()
+{
+    std::size_t start = pos;
+    while (start < piece.size() && is_wscrlf(piece[start]))
+        ++start;
+    // Said before the line's end is looked for: a line may hold any number of elements.
+    if (start < piece.size() && (piece[start] == '<' || piece[start] == '['))
+        return false;
+    const std::size_t line_end = piece.find('\n', start);
+    if (line_end == std::string_view::npos)
+        return false;
+    const std::string_view line = piece.substr(start, line_end - start);
+    const std::size_t key_end = resolve_plain_key(line, follow_last_line(line));
+    if (key_end == std::string_view::npos || line.find('\r', key_end) != std::string_view::npos) {
+        parent = nullptr;
+        return false;
+    }
+    last_key.assign(line, 0, key_end);
+    pos = start + key_end + 1;
+    vlen = 0;
+    store(line_end);
+    ++pos;
+    parent = nullptr;
+    end_value();
+    trim_counted_end(cur);
+    return true;
+}
+
+// ---- section notation
+
+bool importer::machine::sect_name()
+{
+    while (name_length == 0) {
+        if (!skip_white())
+            return false;
+        if (at_pos() != '[')
+            break;
+        ++pos;
+        parent = nullptr;
+    }
+    static constexpr byte_set STOPS("\0\\]=_"sv);
+    std::string_view taken;
+    if (!take_name(STOPS, NAME_PART_SIZE, taken))
+        return false;
+    pos = STOPS.find_in(piece, pos); // a longer name loses its end
+    if (at_end()) {
+        if (name_length == 0)
+            name_length = taken.copy(name.data(), taken.size());
+        return false;
+    }
+    cur = find_named(taken);
+    if (cur == nullptr) {
+        cur = newsymfrag(taken);
+        link_past_trie(cur);
+    }
+    clear_name();
+    const char stop = piece[pos++];
+    if (stop == '\\' || stop == ']' || stop == '_') {
+        parent = cur;
+        return !at_end();
+    }
+    vlen = 0;
+    return go(&machine::sect_value);
+}
+
+bool importer::machine::sect_value()
+{
+    static constexpr byte_set STOPS("\n\r\\");
+    store_until(STOPS);
+    if (at_end())
+        return false;
+    const char stop = piece[pos++];
+    if (stop == '\r')
+        return !at_end();
+    if (stop == '\\')
+        return go(&machine::sect_eol);
+    end_value();
+    return go(&machine::sect_name);
+}
+
+// Behind a backslash: the rest of the line does not count.
+bool importer::machine::sect_eol()
+{
+    static constexpr byte_set STOPS("\n\0"sv);
+    pos = STOPS.find_in(piece, pos);
+    if (at_end())
+        return false;
+    ++pos;
+    return go(&machine::sect_indent);
+}
+
+bool importer::machine::sect_indent()
+{
+    while (!at_end() && is_ws(at_pos()))
+        ++pos;
+    return !at_end() && go(&machine::sect_value);
+}

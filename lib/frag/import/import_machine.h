@@ -1,0 +1,122 @@
+// The state machine of the import. Every state acts on the bytes at hand and can stop at any of
+// them, to go on with the next piece. Private to the import.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lib/frag/import/import.h"
+
+struct frag;
+
+// A set of bytes that end something; one look a byte.
+class byte_set
+{
+  public:
+    constexpr explicit byte_set(std::string_view bytes)
+    {
+        for (const char byte : bytes)
+            has_[static_cast<unsigned char>(byte)] = true;
+    }
+    constexpr bool has(char byte) const { return has_[static_cast<unsigned char>(byte)]; }
+
+    // Position of the first byte of the set at or behind `from`; the size if there is none.
+    std::size_t find_in(std::string_view text, std::size_t from) const
+    {
+        while (from < text.size() && !has(text[from]))
+            ++from;
+        return from;
+    }
+
+  private:
+    std::array<bool, 256> has_{};
+};
+
+struct importer::machine {
+    machine(frag **tree_head, int keep_values);
+
+    // Takes all of `bytes`.
+    void feed(std::string_view bytes);
+
+    frag **const head; // the tree; stays the caller's
+
+  private:
+    // A state: acts on the bytes at `pos`, and returns false if it needs more of them.
+    using state = bool (machine::*)();
+
+    bool line_start();
+    bool line_skip();
+    bool flat_name();
+    bool flat_value();
+    bool sect_name();
+    bool sect_value();
+    bool sect_eol();
+    bool sect_indent();
+    bool tag_name();
+    bool text_skip();
+    bool text();
+    bool attr_gap();
+    bool attr_name();
+    bool attr_quote();
+    bool attr_value();
+    bool comment();
+    bool comment_1();
+    bool comment_2();
+    bool decl();
+
+    bool go(state next);
+    char at_pos() const { return piece[pos]; }
+    bool at_end() const { return pos == piece.size(); }
+
+    bool skip_white();
+    bool collect_name(const byte_set &stops, std::size_t limit);
+    bool take_name(const byte_set &stops, std::size_t limit, std::string_view &taken);
+    void clear_name();
+    void store_until(const byte_set &stops);
+    void store(std::size_t end);
+    void ensure_value() const;
+    void end_value();
+    frag **siblings() const;
+    void link_new(frag *node);
+    void link_past_trie(frag *node);
+    frag *find_named(std::string_view part) const;
+    void resolve_flat_part(std::string_view part);
+    void close_element(std::string_view tag);
+    void open_element(std::string_view tag);
+    void leave_empty_element(frag *enclosing);
+    bool take_flat_line();
+    std::size_t follow_last_line(std::string_view line);
+    std::size_t resolve_plain_key(std::string_view line, std::size_t part);
+
+    const int keep; // non-zero to protect existing values
+    state now = &machine::line_start;
+
+    std::string_view piece; // the bytes at hand
+    std::size_t pos = 0;
+
+    std::array<char, NAME_PART_SIZE + 1> name{}; // always ended by a NUL
+    std::size_t name_length = 0;
+    char quote = 0; // the byte that ends an attribute's value; 0: blank or '>' does
+
+    frag *cur = nullptr;    // node being filled
+    frag *parent = nullptr; // node under which names are resolved; null: the top
+    std::size_t vlen = 0;   // bytes stored of cur's value
+    bool skip = false;      // drop value bytes
+
+    // Some child was linked below a parent with a trie without being entered in it. Until then
+    // the trie knows what the list knows, and need not be asked.
+    bool has_unentered = false;
+
+    // The key of the last flat line with the nodes of its parts but the last, each with the
+    // offset of the '_' behind it: the next line often begins the same way.
+    struct path_part {
+        frag *node;
+        std::size_t end;
+    };
+    std::string last_key;
+    std::vector<path_part> last_path;
+};

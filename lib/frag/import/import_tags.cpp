@@ -1,0 +1,209 @@
+// The states of the tag notation.
+#include "lib/frag/import/import_machine.h"
+
+#include <algorithm>
+
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+
+using namespace std::string_view_literals;
+
+bool importer::machine::tag_name()
+{
+    static constexpr byte_set STOPS("\0 \t>"sv);
+    std::string_view tag;
+    if (!take_name(STOPS, TAG_NAME_SIZE, tag))
+        return false;
+    if (tag.starts_with("!--"))
+        return go(&machine::comment);
+    if (tag.starts_with('!'))
+        return go(&machine::decl);
+    if (tag.starts_with('/')) {
+        close_element(tag.substr(1));
+        return go(&machine::text_skip);
+    }
+    open_element(tag);
+    return !at_end();
+}
+
+static bool is_named_in_tag(const frag *node, std::string_view tag)
+{
+    return node->name == tag || fragcmp(node->name, std::string(tag).c_str()) == 0;
+}
+
+// An end tag closes cur if it bears its name; any other is passed over.
+void importer::machine::close_element(std::string_view tag)
+{
+    if (cur != nullptr && is_named_in_tag(cur, tag)) {
+        if (cur->value == nullptr && cur->child == nullptr)
+            set_frag_value(cur, "", 0);
+        cur = cur->parent;
+        parent = cur != nullptr ? cur->parent : nullptr;
+    }
+    if (cur != nullptr)
+        vlen = static_cast<std::size_t>(cur->vlen);
+    ++pos;
+}
+
+static frag *new_element(std::string_view tag)
+{
+    if (tag.ends_with('/'))
+        tag.remove_suffix(1);
+    if (tag.find('_') == std::string_view::npos)
+        return newsymfrag(tag);
+    std::string stored;
+    for (const char c : tag)
+        c == '_' ? stored += "%5F" : stored += c;
+    return newsymfrag(stored);
+}
+
+// A start tag makes a new node, whether or not it has a sibling of that name.
+void importer::machine::open_element(std::string_view tag)
+{
+    const bool is_closed = tag.ends_with('/');
+    cur = new_element(tag);
+    link_past_trie(cur);
+    vlen = 0;
+    clear_name();
+    if (at_pos() != '>') {
+        // Attributes, whose names hang below a node of their own.
+        parent = fsetp(&cur->child, "attrs", nullptr, cur);
+        cur = nullptr;
+        now = &machine::attr_gap;
+        return;
+    }
+    ++pos;
+    if (is_closed)
+        leave_empty_element(parent);
+    else
+        now = &machine::text_skip;
+}
+
+// Behind an empty element the reader is in the enclosing one, null for the top: its end tag
+// closes it, and what starts next is a sibling.
+void importer::machine::leave_empty_element(frag *enclosing)
+{
+    parent = enclosing;
+    cur = enclosing;
+    vlen = cur != nullptr ? static_cast<std::size_t>(cur->vlen) : 0;
+    now = &machine::line_start;
+}
+
+bool importer::machine::text_skip()
+{
+    return skip_white() && go(&machine::text);
+}
+
+bool importer::machine::text()
+{
+    store(std::min(piece.find('<', pos), piece.size()));
+    if (at_end())
+        return false;
+    parent = cur;
+    ++pos;
+    clear_name();
+    return go(&machine::tag_name);
+}
+
+bool importer::machine::attr_gap()
+{
+    if (name_length == 0 && !skip_white())
+        return false;
+    if (at_pos() != '>')
+        return go(&machine::attr_name);
+    cur = parent->parent;
+    if (cur != nullptr) {
+        parent = cur->parent;
+        vlen = static_cast<std::size_t>(cur->vlen);
+    }
+    skip = false;
+    ++pos;
+    return go(&machine::text_skip);
+}
+
+bool importer::machine::attr_name()
+{
+    static constexpr byte_set STOPS("\0=>"sv);
+    if (!collect_name(STOPS, TAG_NAME_SIZE))
+        return false;
+    const std::string_view collected(name.data(), name_length);
+    const frag *element = parent->parent;
+    if (at_pos() == '>' && collected == "?" && element != nullptr && element->name[0] == '?')
+        return go(&machine::attr_gap);
+    if (at_pos() == '>' && collected == "/") {
+        ++pos;
+        skip = false;
+        leave_empty_element(element != nullptr ? element->parent : nullptr);
+        return !at_end();
+    }
+    cur = ffind(&parent->child, name.data());
+    if (cur == nullptr) {
+        cur = newsymfrag(collected);
+        link_past_trie(cur);
+    }
+    cur->flags = 0;
+    vlen = 0;
+    // A '>' ends the tag as well as the name, so it stays for the next state to see.
+    if (at_pos() != '>')
+        ++pos;
+    return go(&machine::attr_quote);
+}
+
+bool importer::machine::attr_quote()
+{
+    if (!skip_white())
+        return false;
+    if (at_pos() == '>')
+        return go(&machine::attr_gap);
+    const bool is_quoted = at_pos() == '"' || at_pos() == '\'';
+    quote = is_quoted ? piece[pos++] : '\0';
+    return go(&machine::attr_value);
+}
+
+bool importer::machine::attr_value()
+{
+    static constexpr byte_set BARE_STOPS(" \t\r\n>");
+    if (quote != '\0')
+        store(std::min(piece.find(quote, pos), piece.size()));
+    else
+        store_until(BARE_STOPS);
+    if (at_end())
+        return false;
+    if (quote != '\0')
+        ++pos;
+    end_value();
+    clear_name();
+    return go(&machine::attr_gap);
+}
+
+bool importer::machine::comment()
+{
+    return go(piece[pos++] == '-' ? &machine::comment_1 : &machine::comment);
+}
+
+bool importer::machine::comment_1()
+{
+    return go(piece[pos++] == '-' ? &machine::comment_2 : &machine::comment);
+}
+
+bool importer::machine::comment_2()
+{
+    const char byte = piece[pos++];
+    if (byte == '-')
+        return !at_end();
+    if (byte != '>')
+        return go(&machine::comment);
+    if (cur == nullptr)
+        return go(&machine::line_start);
+    vlen = static_cast<std::size_t>(cur->vlen);
+    return go(&machine::text_skip);
+}
+
+bool importer::machine::decl()
+{
+    pos = std::min(piece.find('>', pos), piece.size());
+    if (at_end())
+        return false;
+    ++pos;
+    return go(&machine::line_start);
+}

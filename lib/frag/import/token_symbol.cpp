@@ -1,0 +1,39 @@
+#include "lib/frag/import/token_symbol.h"
+
+#include "lib/frag/import/import.h"
+#include "lib/frag/tree/symbol.h"
+#include "lib/ulib/events.h"
+#include "lib/ulib/report.h"
+
+#include <cstdarg>
+
+// Tells about the file or the key that was not to be had.
+__attribute__((format(printf, 2, 0))) static void tell(events event, const char *format, ...)
+{
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = event;
+    va_list args;
+    va_start(args, format);
+    vSendLog(servContext, connContext, uniq, REPORT_NOTICE, format, args);
+    va_end(args);
+}
+
+int load_tokens(const char *path)
+{
+    if (path != nullptr && importenv(path) == 0)
+        return 0;
+    tell(EVENT_NO_FILE, "libtoken: Error reading %s", path == nullptr ? "" : path);
+    return 1;
+}
+
+int get_token(const char *key, std::string *destination)
+{
+    if (destination == nullptr)
+        return 1;
+    if (const char *value = symval(key); value != nullptr) {
+        *destination = value;
+        return 0;
+    }
+    tell(EVENT_NO_ENTRY, "libtoken: No token found %s", key == nullptr ? "" : key);
+    return 1;
+}

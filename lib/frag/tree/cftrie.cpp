@@ -1,0 +1,136 @@
+#include "lib/frag/tree/cftrie.h"
+
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/name_index.h"
+#include "lib/frag/tree/node_pool.h"
+
+static bool ends_part(char c)
+{
+    return c == '\0' || c == '_';
+}
+
+static cfnode *find_character(cfnode *level, std::int32_t character)
+{
+    while (level != nullptr && level->character != character)
+        level = level->next;
+    return level;
+}
+
+cfnode *cfnew(std::int32_t character)
+{
+    void *room = take_node_room(sizeof(cfnode));
+    return room == nullptr ? nullptr : new (room) cfnode{.character = character};
+}
+
+cfnode *cffind(cfnode **index, const char *key)
+{
+    cfnode *found = nullptr;
+    for (cfnode *level = *index; !ends_part(*key); ++key, level = found->child) {
+        found = find_character(level, static_cast<signed char>(*key));
+        if (found == nullptr)
+            return nullptr;
+    }
+    return found != nullptr && found->node != nullptr ? found : nullptr;
+}
+
+cfnode *cfset(cfnode **index, const char *name, frag *node)
+{
+    cfnode *last = nullptr;
+    for (cfnode **level = index; !ends_part(*name); ++name, level = &last->child) {
+        // The byte, sign-extended. NOLINTNEXTLINE(bugprone-signed-char-misuse)
+        const std::int32_t character = static_cast<signed char>(*name);
+        last = find_character(*level, character);
+        if (last != nullptr)
+            continue;
+        last = cfnew(character);
+        if (last == nullptr)
+            return nullptr;
+        last->next = *level;
+        *level = last;
+    }
+    if (last != nullptr)
+        last->node = node;
+    return last;
+}
+
+int cffree(cfnode *node)
+{
+    if (node == nullptr)
+        return 1;
+    node->next = nullptr;
+    return cffreetree(&node);
+}
+
+int cffreetree(cfnode **index)
+{
+    if (index == nullptr)
+        return 1;
+    // Names may be long: the levels still to free are chained through `next`, not recursed into.
+    cfnode *rest = std::exchange(*index, nullptr);
+    while (rest != nullptr) {
+        cfnode *node = rest;
+        if (cfnode *below = node->child) {
+            cfnode *last = below;
+            while (last->next != nullptr)
+                last = last->next;
+            last->next = node->next;
+            rest = below;
+        } else {
+            rest = node->next;
+        }
+        give_node_room(node, sizeof *node);
+    }
+    return 0;
+}
+
+int fnewchild(frag *node)
+{
+    if (node == nullptr || node->parent == nullptr)
+        return 1;
+    frag *parent = node->parent;
+    if ((parent->flags & FRAG_COUNT_MASK) < FRAG_COUNT_FULL) {
+        parent->flags += FRAG_COUNT_ONE;
+    } else if (parent->index == nullptr) {
+        for (frag *child = parent->child; child != nullptr; child = child->next)
+            cfset(&parent->index, child->name, child);
+    } else {
+        cfset(&parent->index, node->name, node);
+    }
+    return 0;
+}
+
+// Reverses one list, clears its counts and tries, and notes the lists below.
+static void finish_list(frag **head, std::vector<frag **> &open_lists)
+{
+    frag *reversed = nullptr;
+    for (frag *node = *head; node != nullptr;) {
+        frag *next = node->next;
+        node->next = reversed;
+        reversed = node;
+        node->flags &= ~FRAG_COUNT_MASK;
+        if (node->index != nullptr)
+            cffreetree(&node->index);
+        if (node->names != nullptr)
+            free_name_index(std::exchange(node->names, nullptr));
+        if (node->child != nullptr)
+            open_lists.push_back(&node->child);
+        node = next;
+    }
+    *head = reversed;
+}
+
+int fnewcleanup(frag **head)
+{
+    drop_name_indexes();
+    std::vector<frag **> open_lists{head};
+    while (!open_lists.empty()) {
+        frag **list = open_lists.back();
+        open_lists.pop_back();
+        finish_list(list, open_lists);
+    }
+    return 0;
+}

@@ -1,0 +1,188 @@
+#include "lib/fwall/access/chkdest.h"
+
+#include "lib/fwall/access/dsthost.h"
+#include "lib/fwall/access/srcchk.h"
+#include "lib/fwall/log/context_calls.h"
+#include "lib/fwall/match/hnam.h"
+#include "lib/fwall/match/nama.h"
+#include "lib/fwall/match/name_service.h"
+#include "lib/fwall/match/port.h"
+#include "lib/fwall/match/revmap.h"
+#include "lib/fwall/table/cfgrec.h"
+#include "lib/fwall/table/proxy.h"
+#include "lib/ulib/address.h"
+#include "lib/ulib/host_length.h"
+#include "lib/ulib/notice.h"
+#include "lib/ulib/report.h"
+#include "lib/ulib/text.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+enum class verdict { none, allowed, refused };
+
+// The destination of one check, and what has been looked up for it.
+struct destination {
+    const char *host;
+    int port;
+    const char *mapped = nullptr;
+    const char *reverse = nullptr;
+};
+
+} // namespace
+
+// The verdict of the first item that `matches` among the entries of a keyword.
+template <typename MATCHES>
+static verdict first_verdict(const char *keyword, cfgrec *list, MATCHES matches)
+{
+    for (const cfgrec *entry = cfg_first(keyword, list); entry != nullptr;
+         entry = cfg_next(keyword, entry)) {
+        for (int i = 0; i < entry->argc; ++i) {
+            const char *item = entry->argv[i];
+            const bool turned = item[0] == '!';
+            if (!matches(turned ? item + 1 : item))
+                continue;
+            const bool denies = (entry->flags & CFG_DENY) != 0;
+            return turned == denies ? verdict::allowed : verdict::refused;
+        }
+    }
+    return verdict::none;
+}
+
+static bool holds_address(const char *text)
+{
+    return text[std::strspn(text, ".*0123456789")] == '\0';
+}
+
+// Unlike hostmatch, looks only at what stands in front of a mask.
+static bool is_address_pattern(const char *pattern)
+{
+    const char end = pattern[std::strspn(pattern, ".*-0123456789")];
+    return end == '\0' || end == ':';
+}
+
+int destmatch(const char *dest, const char **mapped, const char **reverse, const char *pattern)
+{
+    if (std::strcmp(pattern, "*") == 0)
+        return 1;
+    const bool address_wanted = is_address_pattern(pattern);
+    if (holds_address(dest) == address_wanted)
+        return hostmatch(pattern, dest);
+    if (address_wanted) {
+        if (*mapped == nullptr)
+            *mapped = maphostname(dest);
+        return hostmatch(pattern, *mapped);
+    }
+    if (*reverse == nullptr) {
+        if (inat_addr(dest) == 1)
+            return 0;
+        *reverse = revmap(dest);
+    }
+    return hostmatch(pattern, *reverse);
+}
+
+static bool port_fits(const char *item, int port)
+{
+    return item[0] == '*' || same_word(item, "any") || str_to_port(item) == port;
+}
+
+int afwDestBlock(const char *host, int port, cfgrec *list, const char **mapped,
+                 const char **reverse)
+{
+    for (const cfgrec *entry = cfg_first("afw-dest", list); entry != nullptr;
+         entry = cfg_next("afw-dest", entry)) {
+        if (entry->argc < 2) {
+            notice(EVENT_BAD_ENTRY, entry->lineno,
+                   "AFW: destination blocking rule is not generated correctly, line %d",
+                   entry->lineno);
+            return 1;
+        }
+        if (!port_fits(entry->argv[1], port) ||
+            destmatch(host, mapped, reverse, entry->argv[0]) == 0)
+            continue;
+        notice(EVENT_DEST_BLOCKED, 0, "AFW: deny destination host %s, port %d, AFW id: %s", host,
+               port, entry->argc > 2 ? entry->argv[2] : "");
+        return 1;
+    }
+    return 0;
+}
+
+static verdict host_verdict(destination &dst, cfgrec *list)
+{
+    if (afwDestBlock(dst.host, dst.port, list, &dst.mapped, &dst.reverse) != 0)
+        return verdict::refused;
+    return first_verdict("destination", list, [&dst](const char *item) {
+        return destmatch(dst.host, &dst.mapped, &dst.reverse, item) != 0;
+    });
+}
+
+int permit_port_chk(int port, cfgrec *list)
+{
+    if (cfg_first("ports", list) == nullptr)
+        return DST_ALLOWED;
+    const verdict found =
+        first_verdict("ports", list, [port](const char *item) { return port_fits(item, port); });
+    return found == verdict::allowed ? DST_ALLOWED : DST_REFUSED;
+}
+
+int permit_proxy_chk(cfgrec *list)
+{
+    const verdict found = first_verdict(
+        "proxy", list, [](const char *item) { return namatch(item, proxy_name) != 0; });
+    return found == verdict::allowed ? DST_ALLOWED : DST_REFUSED;
+}
+
+int permit_dst_chk_numeric(const char *host, int port, cfgrec *list)
+{
+    destination dst{.host = host == nullptr ? "" : host, .port = port};
+    if (!holds_address(dst.host))
+        dst.mapped = maphostname(dst.host);
+    SetDstIPAddress(connContext, dst.mapped == nullptr ? dst.host : dst.mapped);
+    SetDstPort(connContext, port);
+    return host_verdict(dst, list) == verdict::allowed ? permit_port_chk(port, list) : DST_REFUSED;
+}
+
+// The addresses of an answer. A copy: a comparison may ask again, which overwrites the answer.
+static std::vector<std::string> addresses_of(const hostent &found)
+{
+    std::vector<std::string> all;
+    for (char *const *address = found.h_addr_list; *address != nullptr; ++address) {
+        u32 addr_be = 0;
+        std::memcpy(&addr_be, *address, sizeof addr_be);
+        all.push_back(dotted(addr_be));
+    }
+    return all;
+}
+
+int permit_dst_chk_alpha(const char *host, int port, cfgrec *list)
+{
+    destination dst{.host = host == nullptr ? "" : host, .port = port};
+    const hostent *found = name_service->host_by_name(dst.host);
+    if (found == nullptr)
+        return DST_NO_ADDRESS;
+    if (!h_lengthCorrect(found->h_length, dst.host))
+        return DST_REFUSED;
+    const std::vector<std::string> addresses = addresses_of(*found);
+    if (addresses.empty())
+        return DST_NO_ADDRESS;
+    bool all_allowed = true;
+    for (const std::string &address : addresses) {
+        dst.mapped = address.c_str();
+        const verdict of_address = host_verdict(dst, list);
+        if (of_address == verdict::refused)
+            return DST_REFUSED;
+        all_allowed = all_allowed && of_address == verdict::allowed;
+    }
+    return all_allowed ? permit_port_chk(port, list) : DST_REFUSED;
+}
+
+int permit_dst_chk(const char *host, int port, cfgrec *list)
+{
+    const bool numeric = host == nullptr || host[0] == '\0' || (host[0] >= '0' && host[0] <= '9');
+    return numeric ? permit_dst_chk_numeric(host, port, list)
+                   : permit_dst_chk_alpha(host, port, list);
+}

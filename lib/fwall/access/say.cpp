@@ -1,0 +1,56 @@
+#include "lib/fwall/access/say.h"
+
+#include "lib/fwall/table/line_pieces.h"
+#include "lib/ulib/text.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+// A write that raises no signal where `fd` is a socket.
+static ssize_t write_some(int fd, std::string_view bytes, int flags)
+{
+    const ssize_t sent = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | flags);
+    return sent < 0 && errno == ENOTSOCK ? write(fd, bytes.data(), bytes.size()) : sent;
+}
+
+static bool write_all(int fd, std::string_view bytes, int flags)
+{
+    while (!bytes.empty()) {
+        const ssize_t sent = write_some(fd, bytes, flags);
+        if (sent >= 0)
+            bytes.remove_prefix(static_cast<std::size_t>(sent));
+        else if (errno != EINTR)
+            return false;
+    }
+    return true;
+}
+
+static int say_line(int fd, std::string_view line)
+{
+    return write_all(fd, line, MSG_MORE) && write_all(fd, "\r\n", 0) ? 0 : 1;
+}
+
+int fwall_sayn(int fd, const char *buffer, std::size_t length)
+{
+    return say_line(fd, {buffer, length});
+}
+
+int fwall_say(int fd, const char *text)
+{
+    return say_line(fd, text_of(text));
+}
+
+int fwall_sayfile(int fd, const char *path)
+{
+    line_pieces file(path == nullptr ? -1 : open(path, O_RDONLY | O_CLOEXEC));
+    std::string_view line;
+    while (file.next(line)) {
+        if (line.ends_with('\n'))
+            line.remove_suffix(1);
+        if (say_line(fd, line) != 0)
+            return 1;
+    }
+    return file.failed() ? 1 : 0;
+}

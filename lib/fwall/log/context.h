@@ -1,0 +1,120 @@
+// What the log needs to know about a proxy and about one connection of it. Each class has a form
+// that keeps its data, and a form with the suffix G that keeps part of it in the globals of
+// lib/fwall/table/proxy.h. Texts given to a setter are copied; null makes the field empty. Texts
+// returned lie in the context, or in the global, until the next change.
+//
+// Making a service context is what brings the log object into a program: it installs the hook of
+// lib/ulib/report.h. Reports go there once `servContext` and `connContext` are set.
+#pragma once
+
+#include "lib/fwall/table/cfgrec.h"
+
+#include <cstddef>
+#include <cstdint>
+
+// Kinds of service and protocols as the record of the log carries them. Only the values with a
+// meaning here have names; the others are the proxies'.
+enum services : std::int32_t {
+    SERVICE_PROXY = 2,   // of a new service context
+    SERVICE_UNKNOWN = 3, // without a service context
+};
+enum prots : std::int32_t {
+    PROT_NONE = 0,  // without a service context
+    PROT_OTHER = 4, // of a new service context
+};
+
+class CServiceContext
+{
+  public:
+    CServiceContext();
+    CServiceContext(const CServiceContext &) = delete;
+    CServiceContext &operator=(const CServiceContext &) = delete;
+    virtual ~CServiceContext();
+
+    virtual const char *GetProxyName() const;
+    virtual void SetProxyName(const char *name); // keeps 1023 characters
+    virtual cfgrec *GetProxyConfList() const;    // stays the context's; may be null
+
+    // Replaces the context's list by a copy of `list`, which stays the caller's. Without memory
+    // the context has no list afterwards.
+    virtual void SetProxyConfList(cfgrec *list);
+
+    services GetServiceType() const { return service_type; }
+    void SetServiceType(services type) { service_type = type; }
+    prots GetProtocol() const { return protocol; }
+    void SetProtocol(prots value) { protocol = value; }
+
+  private:
+    services service_type = SERVICE_PROXY;
+    prots protocol = PROT_OTHER;
+    char own_name[1024] = {};
+    cfgrec *conf_list = nullptr; // owned
+};
+
+// Works on `proxy_name` and on `proxy_confp` itself: lists are neither copied nor freed.
+class CServiceContextG : public CServiceContext
+{
+  public:
+    const char *GetProxyName() const override;
+    void SetProxyName(const char *name) override;
+    cfgrec *GetProxyConfList() const override;
+    void SetProxyConfList(cfgrec *list) override;
+};
+
+class CConnectionContext
+{
+  public:
+    CConnectionContext() = default;
+
+    // Takes all but the connection identifier, which starts empty. The source address comes from
+    // GetSrcIPAddress, so a copy of a G form has it in its own field, cut to 15 characters.
+    CConnectionContext(const CConnectionContext &other);
+    CConnectionContext &operator=(const CConnectionContext &) = delete;
+    virtual ~CConnectionContext() = default;
+
+    virtual const char *GetSrcIPAddress() const;
+    virtual void SetSrcIPAddress(const char *address); // keeps 15 characters
+
+    std::int32_t GetSrcPort() const { return src_port; }
+    void SetSrcPort(std::int32_t port) { src_port = port; }
+    std::int32_t GetDstPort() const { return dst_port; }
+    void SetDstPort(std::int32_t port) { dst_port = port; }
+    std::int32_t GetMappedDstPort() const { return mapped_dst_port; }
+    void SetMappedDstPort(std::int32_t port) { mapped_dst_port = port; }
+    const char *GetDstIPAddress() const { return dst_address; }
+    void SetDstIPAddress(const char *address); // keeps 15 characters
+    const char *GetUser() const { return user; }
+    void SetUser(const char *name); // keeps 63 characters
+
+    // Keeps 32 bytes of each text, and the level up to which events are logged (-1: all).
+    void SetRule(const char *number, const char *label, std::int32_t level);
+
+    // Copy at most `size` and at most 32 bytes; a text that fills them is not terminated.
+    void GetRuleNumber(char *buffer, std::size_t size) const;
+    void GetRuleLabel(char *buffer, std::size_t size) const;
+    std::int32_t GetLogLevel() const { return log_level; }
+
+    // The identifier that the log carries: 32 bytes, not terminated when the text fills them.
+    void SetConnectionID(const char *id);
+    void GetConnectionID(char *buffer, std::size_t size) const;
+
+  private:
+    std::int32_t src_port = 0;
+    std::int32_t dst_port = 0;
+    std::int32_t mapped_dst_port = 0;
+    char dst_address[16] = {};
+    char user[64] = {};
+    char src_address[16] = {};
+    char connection_id[32] = {};
+    std::int32_t log_level = -1;
+    char rule_number[32] = {'N', '/', 'A'};
+    char rule_label[32] = {};
+};
+
+// Keeps the source address in `proxy_riaddr`, 511 characters of it.
+class CConnectionContextG : public CConnectionContext
+{
+  public:
+    const char *GetSrcIPAddress() const override;
+    void SetSrcIPAddress(const char *address) override;
+};

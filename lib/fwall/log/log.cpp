@@ -1,0 +1,201 @@
+#include "lib/fwall/log/log.h"
+
+#include "lib/fwall/log/context.h"
+#include "lib/fwall/log/escape.h"
+#include "lib/fwall/log/event_table.h"
+#include "lib/ulib/fixed_text.h"
+#include "lib/ulib/text.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <new>
+#include <sys/socket.h>
+#include <syslog.h>
+#include <unistd.h>
+
+// Atomic for the handlers that may read it at any instant.
+static std::atomic<Log *> the_log = nullptr;
+
+static char tag[1024]; // openlog, of which a process has one, keeps a pointer to it
+
+void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
+               std::int32_t facility)
+{
+    V_CloseLog();
+    the_log = new (std::nothrow) Log(ident, service, logopt, facility);
+    if (the_log.load() != nullptr)
+        return;
+    syslog(REPORT_ERROR, "Failed to create log object");
+    std::exit(1);
+}
+
+void V_CloseLog()
+{
+    delete the_log.exchange(nullptr);
+}
+
+__attribute__((format(printf, 5, 0))) static void to_log(CServiceContext *service,
+                                                         CConnectionContext *connection,
+                                                         const UNIQUE_DATA_T &uniq, int priority,
+                                                         const char *format, va_list args)
+{
+    const int error = errno; // for %m
+    if (the_log.load() == nullptr)
+        V_OpenLog(nullptr, service, 0, LOG_USER);
+    errno = error;
+    the_log.load()->vSendLog(service, connection, &uniq, priority, format, args);
+}
+
+void install_log()
+{
+    report_hook = to_log;
+}
+
+static std::int32_t mode_of(CServiceContext *service)
+{
+    return service == nullptr ? LOG_MODE_SYSLOG : Log::CheckLogConfig(service->GetProxyConfList());
+}
+
+Log::Log(const char *ident, CServiceContext *service, std::int32_t log_options,
+         std::int32_t log_facility)
+    : CStdLog(mode_of(service)), logopt(log_options),
+      facility((log_facility & ~LOG_FACMASK) == 0 ? log_facility : 0)
+{
+    if (service != nullptr && text_of(service->GetProxyName()).empty())
+        service->SetProxyName("unknown");
+    set_text(tag, text_of(ident));
+    openlog(ident == nullptr ? nullptr : tag, logopt, facility);
+}
+
+Log::~Log()
+{
+    closelog();
+}
+
+// The one place where a report becomes text: `%m` is the host's words for `error`.
+__attribute__((format(printf, 4, 0))) static void
+format_report(char *buffer, std::size_t size, int error, const char *format, va_list args)
+{
+    va_list own;
+    va_copy(own, args); // a report may be formatted twice
+    errno = error;
+    if (std::vsnprintf(buffer, size, format, own) < 0)
+        buffer[0] = '\0';
+    va_end(own);
+}
+
+void Log::SendLog(CServiceContext *service, CConnectionContext *connection,
+                  const UNIQUE_DATA_T *uniq, int priority, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    vSendLog(service, connection, uniq, priority, format, args);
+    va_end(args);
+}
+
+void Log::vSendLog(CServiceContext *service, CConnectionContext *connection,
+                   const UNIQUE_DATA_T *uniq, int priority, const char *format, va_list args)
+{
+    const int error = errno;
+    if ((mode & LOG_MODE_SYSLOG) != 0) {
+        char text[2048];
+        format_report(text, sizeof text, error, format, args);
+        syslog(priority, "%s", text);
+    }
+    if ((mode & LOG_MODE_STDLOG) == 0)
+        return;
+    if (uniq != nullptr && connection != nullptr &&
+        !WithinLogLevel(static_cast<events>(uniq->event), connection->GetLogLevel()))
+        return;
+    if (uniq != nullptr && uniq->preformatted != nullptr) {
+        SendLogFormatted(service, connection, uniq, priority, uniq->preformatted);
+        return;
+    }
+    char text[sizeof(DaemonMsg::text)];
+    format_report(text, sizeof text, error, format, args);
+    SendLogFormatted(service, connection, uniq, priority, text);
+}
+
+template <std::size_t SIZE> static void set_escaped(char (&field)[SIZE], const char *text)
+{
+    (void)hexescNonAsciiPlus(field, text, SIZE, ","); // that it was cut does not matter
+}
+
+static void fill_connection(DaemonMsg &record, const CConnectionContext &connection)
+{
+    connection.GetConnectionID(record.connection_id, sizeof record.connection_id);
+    connection.GetRuleNumber(record.rule_number, sizeof record.rule_number);
+    connection.GetRuleLabel(record.rule_label, sizeof record.rule_label);
+    record.src_port = static_cast<std::uint16_t>(connection.GetSrcPort());
+    record.dst_port = static_cast<std::uint16_t>(connection.GetDstPort());
+    record.mapped_dst_port = static_cast<std::uint16_t>(connection.GetMappedDstPort());
+    set_text(record.src_ip, text_of(connection.GetSrcIPAddress()));
+    set_text(record.dst_ip, text_of(connection.GetDstIPAddress()));
+    set_escaped(record.user, connection.GetUser());
+}
+
+static void fill_unique(DaemonMsg &record, const UNIQUE_DATA_T &uniq)
+{
+    record.event = uniq.event;
+    record.aux1 = uniq.aux1;
+    record.aux2 = uniq.aux2;
+    record.aux3 = uniq.aux3;
+    record.line = uniq.line;
+    set_text(record.aux_tag, text_of(uniq.aux_tag_ptr));
+    set_bytes(record.aux_name, field_text(uniq.aux_name));
+    char note[sizeof uniq.aux_note + 1]; // the field may lack its terminator
+    set_text(note, field_text(uniq.aux_note));
+    set_escaped(record.aux_note, note);
+}
+
+// Touches nothing but its arguments and the record: a handler may call it at any instant.
+static DaemonMsg make_record(const CServiceContext &service, const CConnectionContext *connection,
+                             const UNIQUE_DATA_T &uniq, int priority, const char *text)
+{
+    DaemonMsg record;
+    record.time = static_cast<std::uint32_t>(std::time(nullptr));
+    record.priority = priority;
+    record.service = service.GetServiceType();
+    record.protocol = service.GetProtocol();
+    set_text(record.proxy_name, text_of(service.GetProxyName()));
+    record.pid = getpid();
+    set_escaped(record.text, text);
+    record.text_length = static_cast<std::int32_t>(field_text(record.text).size());
+    if (connection != nullptr)
+        fill_connection(record, *connection);
+    fill_unique(record, uniq);
+    return record;
+}
+
+void Log::SendLogFormatted(CServiceContext *service, CConnectionContext *connection,
+                           const UNIQUE_DATA_T *uniq, int priority, const char *text)
+{
+    if (uniq == nullptr || service == nullptr) {
+        syslog(REPORT_ERROR, "Failed to send standard log message: null parameter");
+        return;
+    }
+    const DaemonMsg record = make_record(*service, connection, *uniq, priority, text);
+    (void)log_daemonmsg(record); // trouble was reported, and stops nobody
+}
+
+void log_at_any_instant(events event, int priority, const char *text)
+{
+    const Log *log = the_log.load();
+    if (log == nullptr || (log->mode & LOG_MODE_STDLOG) == 0 || servContext == nullptr ||
+        connContext == nullptr || !Log::WithinLogLevel(event, connContext->GetLogLevel()))
+        return;
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = event;
+    const DaemonMsg record = make_record(*servContext, connContext, uniq, priority, text);
+    (void)sendto(log->stdlog.fd, &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL,
+                 reinterpret_cast<const sockaddr *>(&log->stdlog.address),
+                 sizeof log->stdlog.address); // nobody can be told
+}
+
+bool Log::WithinLogLevel(events event, std::int32_t level)
+{
+    return level < 0 || lookup_loglevel_byid(event) <= level;
+}

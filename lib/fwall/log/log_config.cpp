@@ -1,0 +1,62 @@
+// The choice between the log daemon and the system log. It is made while the log object is being
+// built, so it reports to the system log and leaves the place of cfg_get alone.
+#include "lib/fwall/log/log.h"
+#include "lib/fwall/table/config.h"
+
+#include <cstring>
+#include <syslog.h>
+
+namespace
+{
+
+struct mode_word {
+    const char *word;
+    std::int32_t mode;
+};
+
+constexpr mode_word mode_words[] = {
+    {"slf", LOG_MODE_STDLOG},
+    {"normal", LOG_MODE_SYSLOG},
+    {"both", LOG_MODE_STDLOG | LOG_MODE_SYSLOG},
+    {"none", 0},
+};
+
+} // namespace
+
+static std::int32_t mode_of_word(const char *word, std::int32_t line)
+{
+    for (const mode_word &row : mode_words)
+        if (std::strcmp(row.word, word) == 0)
+            return row.mode;
+    syslog(REPORT_ERROR, "cfgerr: invalid value %s for logging keyword, line %d", word, line);
+    return LOG_MODE_STDLOG;
+}
+
+static std::int32_t mode_of_list(cfgrec *list)
+{
+    const cfgrec *logging = cfg_first("logging", list);
+    const cfgrec *enabled = cfg_first("log-enabled", list);
+    if (logging == nullptr)
+        return LOG_MODE_STDLOG;
+    if (enabled != nullptr && enabled->argc >= 2) {
+        syslog(REPORT_ERROR, "cfgerr: log-enabled keyword expects only one value, line %d",
+               enabled->lineno);
+        return LOG_MODE_STDLOG;
+    }
+    if (enabled != nullptr && enabled->argc == 1 && std::strcmp(enabled->argv[0], "no") == 0)
+        return 0;
+    if (logging->argc != 1)
+        syslog(REPORT_ERROR, "cfgerr: logging keyword expects only one value, line %d",
+               logging->lineno);
+    return logging->argc == 0 ? LOG_MODE_STDLOG : mode_of_word(logging->argv[0], logging->lineno);
+}
+
+std::int32_t Log::CheckLogConfig(cfgrec *list)
+{
+    if (list != nullptr)
+        return mode_of_list(list);
+    cfgrec *defaults = cfg_read_no_SendLog("default_logging");
+    const std::int32_t mode = mode_of_list(defaults);
+    cfg_free(defaults);
+    return mode;
+}

@@ -1,0 +1,49 @@
+// The connection to the log daemon, and the sending of one record over it. Trouble goes to the
+// system log at priority error; none of it stops a proxy.
+#pragma once
+
+#include "lib/fwall/log/daemon_msg.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <sys/un.h>
+
+// What to do with a report: a sum of these, or 0.
+enum log_mode : std::int32_t { LOG_MODE_STDLOG = 1, LOG_MODE_SYSLOG = 2 };
+
+struct stdlog_conn {
+    std::int32_t fd = -1; // -1 closed
+    sockaddr_un address = {};
+};
+
+// Makes the socket, close-on-exec, and fills in the daemon's path. Does not look at what `conn`
+// held. Returns 0, or the error number with `fd` -1, reported as
+// "Failed to create stdlog socket errno=N WORDS".
+int log_open(stdlog_conn *conn);
+
+// Closes the socket if it is open, and sets `fd` to -1.
+void log_close(stdlog_conn *conn);
+
+// Sends one datagram to the path in `conn`, which is opened if it is closed; null stands for a
+// connection that lasts for this call. Waits, without limit, while the host has no buffer for it
+// or the daemon's queue is full. Returns 0 if the socket can't be made, else 1, also when the
+// sending failed: "!!! Error sending std log msg: errno=N WORDS".
+int log_transmit(const void *record, std::size_t length, stdlog_conn *conn);
+
+// log_transmit of a record, if `mode` has the bit of the log daemon; else 1 at once.
+int log_daemonmsg(std::int32_t mode, const DaemonMsg *record, stdlog_conn *conn);
+
+// The connection with its mode. Opened from the start, whatever the mode.
+class CStdLog
+{
+  public:
+    explicit CStdLog(std::int32_t log_mode);
+    CStdLog(const CStdLog &) = delete;
+    CStdLog &operator=(const CStdLog &) = delete;
+    virtual ~CStdLog();
+
+    int log_daemonmsg(const DaemonMsg &record); // as the call of that name
+
+    std::int32_t mode;
+    stdlog_conn stdlog;
+};

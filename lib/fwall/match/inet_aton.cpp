@@ -1,0 +1,76 @@
+#include "lib/fwall/match/inet_aton.h"
+
+// A digit's value in any base, or a number that is none.
+static constexpr unsigned NO_DIGIT = 99;
+
+static unsigned digit_of(char c)
+{
+    if (c >= '0' && c <= '9')
+        return static_cast<unsigned>(c - '0');
+    if (c >= 'a' && c <= 'f')
+        return static_cast<unsigned>(c - 'a' + 10);
+    if (c >= 'A' && c <= 'F')
+        return static_cast<unsigned>(c - 'A' + 10);
+    return NO_DIGIT;
+}
+
+// Reads one part, at most 32 bits of it. False without a digit, with one that the base does not
+// have, or with more bits.
+static bool take_part(const char *&text, u32 &part)
+{
+    unsigned base = 10;
+    if (text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+        base = 16;
+        text += 2;
+    } else if (text[0] == '0') {
+        base = 8;
+    }
+    const char *first = text;
+    std::uint64_t value = 0;
+    for (; digit_of(*text) < base; ++text) {
+        value = value * base + digit_of(*text);
+        if (value > 0xFFFFFFFF)
+            return false;
+    }
+    part = static_cast<u32>(value);
+    return text != first;
+}
+
+static bool ends_address(char c)
+{
+    return c == '\0' || c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+bool scan_address(const char *text, u32 &addr_be)
+{
+    if (text == nullptr)
+        return false;
+    u32 address = 0; // the parts in front of the last, in the high octets
+    u32 part = 0;
+    int bits_left = 32;
+    for (;;) {
+        if (!take_part(text, part))
+            return false;
+        if (*text != '.')
+            break;
+        bits_left -= 8;
+        if (part > 0xFF || bits_left == 0)
+            return false;
+        address |= part << bits_left;
+        ++text;
+    }
+    if (!ends_address(*text) || std::uint64_t{part} >> bits_left != 0)
+        return false;
+    addr_be = network_order(address | part);
+    return true;
+}
+
+extern "C" int inet_aton(const char *text, in_addr *result) noexcept
+{
+    u32 addr_be = 0;
+    if (!scan_address(text, addr_be))
+        return 0;
+    if (result != nullptr)
+        result->s_addr = addr_be;
+    return 1;
+}

@@ -1,0 +1,260 @@
+#include "lib/fwall/serve/daemon.h"
+
+#include "lib/fwall/log/log.h"
+#include "lib/fwall/match/port.h"
+#include "lib/fwall/serve/accept_lock.h"
+#include "lib/fwall/serve/daemon_signals.h"
+#include "lib/fwall/serve/init.h"
+#include "lib/fwall/serve/standard_fds.h"
+#include "lib/fwall/table/proxy.h"
+#include "lib/ulib/notice.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <limits>
+#include <poll.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+
+struct acceptor {
+    int listener = -1;
+    int spare = -1; // kept open, to be given up when there are no more descriptors
+};
+
+} // namespace
+
+static int port_number(const char *port)
+{
+    const int number = str_to_port(port);
+    if (number <= std::numeric_limits<std::uint16_t>::max())
+        return number;
+    notice(EVENT_BAD_ENTRY, 0, "cfgerr: cannot decode %s as port", port);
+    std::exit(1);
+}
+
+// What is still in a buffer is written once, not by each process that a fork makes.
+static pid_t fork_clean()
+{
+    (void)std::fflush(nullptr);
+    return fork();
+}
+
+// A file that others prepared must not lead the write elsewhere or make it wait.
+static void write_pid_file(int port, pid_t pid)
+{
+    constexpr mode_t READABLE = 0644;
+    const std::string path = "/var/run/proxy." + std::to_string(port) + ".pid";
+    const int fd =
+        open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, READABLE);
+    if (fd < 0)
+        return;
+    const std::string text = std::to_string(pid) + "\n";
+    struct stat status;
+    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && ftruncate(fd, 0) == 0)
+        (void)!write(fd, text.data(), text.size()); // the daemon runs without it, too
+    (void)close(fd);
+}
+
+static void sleep_whole(unsigned seconds)
+{
+    while (seconds > 0)
+        seconds = sleep(seconds); // a signal leaves the rest
+}
+
+// Returns true when it had to be tried again.
+static bool bind_listener(int listener, int port)
+{
+    constexpr unsigned PAUSE_S = 120;
+    bool again = false;
+    while (bind(listener, reinterpret_cast<const sockaddr *>(&proxy_bind), sizeof proxy_bind) !=
+           0) {
+        notice(EVENT_BIND, 0, "Failed to bind port %d, %s", port, std::strerror(errno));
+        notice(EVENT_WAITING, 0, "sleeping for 2 minutes");
+        sleep_whole(PAUSE_S);
+        again = true;
+    }
+    return again;
+}
+
+static int open_listener(int port)
+{
+    constexpr int BACKLOG = 16;
+    proxy_bind.sin_family = AF_INET;
+    proxy_bind.sin_port = htons(static_cast<std::uint16_t>(port));
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (listener < 0) {
+        notice(EVENT_SOCKET, 0, "Failed to create socket, %s", std::strerror(errno));
+        std::exit(1);
+    }
+    const int on = 1;
+    (void)setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on); // the bind will tell
+    const bool again = bind_listener(listener, port);
+    if (listen(listener, BACKLOG) != 0) {
+        notice(EVENT_LISTEN, 0, "Failed to listen, %s", std::strerror(errno));
+        std::exit(1);
+    }
+    if (again)
+        notice(EVENT_PORT_READY, 0, "Now ready on port %d", port);
+    return listener;
+}
+
+// Makes `proxy_accept_count` processes of this one.
+static void fork_acceptors()
+{
+    for (int i = 1; i < proxy_accept_count; ++i) {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            forget_acceptors();
+            return;
+        }
+        if (pid < 0)
+            notice(EVENT_SYSTEM, 0, "Fork failed: %s", std::strerror(errno));
+        else
+            add_acceptor(pid);
+    }
+}
+
+static int open_spare()
+{
+    return open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+static int wait_for_connection(int listener)
+{
+    const signal_window open;
+    return accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+}
+
+static bool wait_for_client(int listener)
+{
+    pollfd client{.fd = listener, .events = POLLIN, .revents = 0};
+    int ready = 0;
+    do {
+        const signal_window open;
+        ready = poll(&client, 1, -1);
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
+// There are no more descriptors, so accept fails at once, whether somebody waits or not. The next
+// client is taken with the spare one and let go, or its connection returned if descriptors have
+// become free meanwhile. -1 without one.
+static int accept_with_spare(acceptor &own)
+{
+    if (own.spare < 0 || !wait_for_client(own.listener)) {
+        own.spare = own.spare < 0 ? open_spare() : own.spare;
+        return -1;
+    }
+    (void)close(own.spare);
+    const int connection = wait_for_connection(own.listener);
+    own.spare = open_spare();
+    if (own.spare >= 0 || connection < 0)
+        return connection;
+    (void)close(connection);
+    own.spare = open_spare();
+    return -1;
+}
+
+// The next connection, or -1 when this turn brought none.
+static int next_connection(acceptor &own)
+{
+    accept_lock();
+    int connection = wait_for_connection(own.listener);
+    if (connection < 0 && errno != EINTR) {
+        const bool no_descriptor = errno == EMFILE || errno == ENFILE;
+        notice(EVENT_ACCEPT, 0, "Accept failed, %s", std::strerror(errno));
+        if (no_descriptor)
+            connection = accept_with_spare(own);
+    }
+    accept_unlock();
+    return connection;
+}
+
+static void become_connection_child(const acceptor &own, int connection)
+{
+    V_OpenLog(proxy_name, servContext, LOG_PID | LOG_NDELAY, LOG_DAEMON);
+    (void)close(own.listener);
+    if (own.spare >= 0)
+        (void)close(own.spare);
+    standard_fds_from(connection);
+    give_signals_back();
+}
+
+// The accept loop of one accepting process. Returns in its connection children.
+static void serve(acceptor &own)
+{
+    for (;;) {
+        const int connection = next_connection(own);
+        if (connection < 0)
+            continue;
+        ++proxy_child_count;
+        if (proxy_child_limit > 0 && proxy_child_count > proxy_child_limit) {
+            notice(EVENT_CHILD_LIMIT, 0, "deny use of proxy: too many active children (limit %d)",
+                   proxy_child_limit);
+            --proxy_child_count;
+            (void)close(connection);
+            continue;
+        }
+        proxy_check_reload();
+        const pid_t pid = fork();
+        if (pid == 0) {
+            become_connection_child(own, connection);
+            return;
+        }
+        if (pid < 0) {
+            notice(EVENT_SYSTEM, 0, "Fork failed, %s", std::strerror(errno));
+            --proxy_child_count;
+        }
+        (void)close(connection); // the child's, or nobody's
+    }
+}
+
+int do_daemon(const char *port)
+{
+    const int number = port_number(port);
+    (void)setsid(); // fails for the leader of a group, who has ended soon
+    const pid_t pid = fork_clean();
+    if (pid < 0)
+        return -1;
+    if (pid > 0) {
+        write_pid_file(number, pid);
+        _exit(0);
+    }
+    standard_fds_to_null();
+    notice(EVENT_DAEMON, 0, "Starting daemon mode on port %s(%d)", port, number);
+    acceptor own;
+    own.listener = open_listener(number);
+    own.spare = open_spare();
+    start_daemon_signals();
+    if (proxy_accept_count > 1)
+        lock_init(port);
+    fork_acceptors();
+    serve(own);
+    return 0;
+}
+
+void daemonize()
+{
+    (void)std::signal(SIGHUP, SIG_IGN);
+    (void)std::signal(SIGALRM, SIG_IGN);
+    const pid_t pid = fork_clean();
+    if (pid < 0) {
+        notice(EVENT_SYSTEM, 0, "Fork failed: %s", std::strerror(errno));
+        std::exit(1);
+    }
+    if (pid > 0)
+        _exit(0);
+    (void)setsid(); // a new child leads no group
+    notice(EVENT_DAEMON, 0, "daemon running");
+}

@@ -1,0 +1,177 @@
+#include "lib/fwall/serve/daemon_signals.h"
+
+#include "lib/fwall/log/log.h"
+#include "lib/fwall/table/proxy.h"
+#include "lib/ulib/name_table.h"
+#include "lib/ulib/notice.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdlib>
+#include <iterator>
+#include <string_view>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+constexpr int held_signals[] = {SIGCHLD, SIGHUP, SIGINT, SIGTERM, SIGUSR1};
+
+constexpr name_num signal_names[] = {{"HUP", SIGHUP}, {"INT", SIGINT}, {"TERM", SIGTERM}};
+
+// A line that is put together without locale and heap, which a handler may have interrupted.
+class safe_line
+{
+  public:
+    safe_line &operator<<(std::string_view part)
+    {
+        const std::size_t count = std::min(part.size(), sizeof text_ - 1 - length_);
+        std::copy_n(part.data(), count, text_ + length_);
+        length_ += count;
+        return *this;
+    }
+    safe_line &operator<<(int number)
+    {
+        char digits[16];
+        const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+        return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
+    }
+    const char *text() const { return text_; }
+
+  private:
+    char text_[80] = {};
+    std::size_t length_ = 0;
+};
+
+} // namespace
+
+static void (*volatile proxy_callback)(int number) = nullptr;
+static volatile sig_atomic_t at_any_instant = 0; // 1 in a connection child
+static bool held = false;                        // true from start_daemon_signals on
+static sigset_t open_mask;                       // while a process waits, and in its children
+static std::vector<pid_t> acceptors;
+
+static void tell(events event, const safe_line &line)
+{
+    if (at_any_instant != 0)
+        log_at_any_instant(event, REPORT_NOTICE, line.text());
+    else
+        notice(event, 0, "%s", line.text());
+}
+
+// Installs a handler that no other of ours interrupts. The call that it interrupted goes on: what
+// an accepting process waits for has not come, and a proxy need not know of signals.
+static void install(int number, void (*handler)(int number))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    for (const int other : held_signals)
+        sigaddset(&action.sa_mask, other);
+    (void)sigaction(number, &action, nullptr); // cannot fail for these
+}
+
+static void on_child(int)
+{
+    waitwaitwait();
+}
+
+static void on_status(int)
+{
+    stat_signal();
+}
+
+void waitwaitwait()
+{
+    const int error = errno;
+    pid_t pid = 0;
+    while ((pid = waitpid(-1, nullptr, WNOHANG)) > 0)
+        if (std::find(acceptors.begin(), acceptors.end(), pid) == acceptors.end())
+            --proxy_child_count;
+    install(SIGCHLD, on_child);
+    errno = error;
+}
+
+void hup_exit(int number)
+{
+    const std::string_view name = parsenumtoname(signal_names, number);
+    safe_line line;
+    if (name.empty())
+        line << "caught signal " << number;
+    else
+        line << "caught " << name << " signal";
+    tell(EVENT_SIGNAL, line);
+    if (proxy_callback != nullptr)
+        proxy_callback(number);
+    if (at_any_instant != 0)
+        _exit(1);
+    std::exit(1);
+}
+
+void stat_signal()
+{
+    const int error = errno;
+    tell(EVENT_WAITING, safe_line() << proxy_child_count << " of " << proxy_child_limit
+                                    << " copies currently active");
+    errno = error;
+}
+
+void SetProxyCallBack(void (*callback)(int number))
+{
+    proxy_callback = callback;
+}
+
+static void hold_signals(sigset_t *before)
+{
+    sigset_t ours;
+    sigemptyset(&ours);
+    for (const int number : held_signals)
+        sigaddset(&ours, number);
+    (void)sigprocmask(SIG_BLOCK, &ours, before); // cannot fail
+}
+
+void start_daemon_signals()
+{
+    hold_signals(&open_mask);
+    for (const int number : held_signals)
+        sigdelset(&open_mask, number); // whoever started us may have blocked them
+    held = true;
+    install(SIGCHLD, on_child);
+    for (const int number : {SIGHUP, SIGINT, SIGTERM})
+        install(number, hup_exit);
+    install(SIGUSR1, on_status);
+}
+
+signal_window::signal_window()
+{
+    if (held)
+        (void)sigprocmask(SIG_SETMASK, &open_mask, nullptr);
+}
+
+signal_window::~signal_window()
+{
+    if (held)
+        hold_signals(nullptr);
+}
+
+void add_acceptor(pid_t pid)
+{
+    acceptors.push_back(pid);
+}
+
+void forget_acceptors()
+{
+    acceptors.clear();
+}
+
+void give_signals_back()
+{
+    acceptors.clear();
+    at_any_instant = 1;
+    held = false;
+    (void)sigprocmask(SIG_SETMASK, &open_mask, nullptr);
+}

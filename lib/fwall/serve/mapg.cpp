@@ -1,0 +1,14 @@
+#include "lib/fwall/serve/mapg.h"
+
+#include "lib/fwall/match/alldi.h"
+#include "lib/ulib/text.h"
+
+#include <grp.h>
+
+std::int32_t mapgid(const char *name)
+{
+    if (isalldigits(name))
+        return lenient_number(name);
+    const group *entry = name == nullptr ? nullptr : getgrnam(name);
+    return entry == nullptr ? -1 : static_cast<std::int32_t>(entry->gr_gid);
+}

@@ -1,0 +1,109 @@
+#include "lib/fwall/serve/settings.h"
+
+#include "lib/fwall/log/context_calls.h"
+#include "lib/fwall/match/src_patterns.h"
+#include "lib/fwall/serve/mapg.h"
+#include "lib/fwall/serve/mapu.h"
+#include "lib/fwall/table/config.h"
+#include "lib/fwall/table/proxy.h"
+#include "lib/ulib/address.h"
+#include "lib/ulib/fixed_text.h"
+#include "lib/ulib/notice.h"
+#include "lib/ulib/report.h"
+#include "lib/ulib/text.h"
+
+#include <cstdlib>
+#include <unistd.h>
+
+namespace
+{
+
+// An entry has at least one argument when `apply` sees it.
+struct keyword_row {
+    const char *keyword;
+    const char *needs; // what a wrong number of arguments is told
+    bool more_allowed; // behind the first argument
+    void (*apply)(const cfgrec &entry);
+};
+
+} // namespace
+
+static void set_group(const cfgrec &entry)
+{
+    proxy_rungid = mapgid(entry.argv[0]);
+    if (proxy_rungid != -1)
+        return;
+    notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: cannot map %s to gid", entry.argv[0]);
+    std::exit(1);
+}
+
+static void set_user(const cfgrec &entry)
+{
+    proxy_runuid = mapuid(entry.argv[0]);
+    if (proxy_runuid != -1)
+        return;
+    notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: cannot map %s to uid", entry.argv[0]);
+    std::exit(1);
+}
+
+template <auto &FIELD> static void set_path(const cfgrec &entry)
+{
+    set_text(FIELD, entry.argv[0]);
+}
+
+template <std::int32_t &NUMBER> static void set_number(const cfgrec &entry)
+{
+    NUMBER = lenient_number(entry.argv[0]);
+}
+
+static void set_bind_address(const cfgrec &entry)
+{
+    proxy_bind.sin_addr.s_addr = address_of(entry.argv[0]); // none: the bind will fail
+}
+
+// In the order in which faults are looked for.
+static constexpr keyword_row keywords[] = {
+    {"directory", "requires a pathname", false, set_path<proxy_directory>},
+    {"tmp-directory", "requires a pathname", false, set_path<proxy_tmpdirectory>},
+    {"groupid", "must have one parameter", false, set_group},
+    {"userid", "must have one parameter", false, set_user},
+    {"timeout", "needs an argument", false, set_number<proxy_timeout>},
+    {"child-limit", "needs an argument", false, set_number<proxy_child_limit>},
+    {"accept-count", "needs an argument", false, set_number<proxy_accept_count>},
+    {"bind-address", "needs an argument", true, set_bind_address},
+};
+
+static void apply_keyword(const keyword_row &row)
+{
+    const cfgrec *entry = cfg_first(row.keyword, proxy_confp);
+    if (entry == nullptr)
+        return;
+    if (entry->argc == 1 || (entry->argc > 1 && row.more_allowed)) {
+        row.apply(*entry);
+        return;
+    }
+    notice(EVENT_BAD_ENTRY, entry->lineno, "cfgerr: %s %s, line %d", row.keyword, row.needs,
+           entry->lineno);
+    std::exit(1);
+}
+
+int proxy_load_config()
+{
+    cfgrec *list = cfg_read(proxy_name);
+    if (!cfg_has(list)) {
+        notice(EVENT_NO_ENTRY, 0, "cfgerr: failed to get config entries for %s", proxy_name);
+        return 1;
+    }
+    cfg_free(proxy_confp);
+    permit_confp = nullptr; // it was one of them
+    cfg_mark_runs(list);
+    prepare_src_patterns(list);
+    proxy_confp = list;
+    SetProxyConfList(servContext, proxy_confp);
+    policy_confp = proxy_confp;
+    set_text(proxy_tmpdirectory, PROXY_TMPDIRECTORY);
+    for (const keyword_row &row : keywords)
+        apply_keyword(row);
+    (void)gethostname(proxy_hostname, sizeof proxy_hostname - 1); // an old name is better than none
+    return 0;
+}

@@ -1,0 +1,35 @@
+#include "lib/fwall/serve/standard_fds.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+static constexpr int STANDARD_FDS[] = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+static constexpr int LAST_STANDARD = STDERR_FILENO;
+
+static int open_null()
+{
+    return open("/dev/null", O_RDWR);
+}
+
+void fill_standard_fds()
+{
+    int fd = open_null();
+    while (fd >= 0 && fd <= LAST_STANDARD) // an open takes the lowest number
+        fd = open_null();
+    if (fd >= 0)
+        (void)close(fd); // nothing was written
+}
+
+void standard_fds_to_null()
+{
+    if (const int fd = open_null(); fd >= 0)
+        standard_fds_from(fd);
+}
+
+void standard_fds_from(int fd)
+{
+    for (const int standard : STANDARD_FDS)
+        (void)dup2(fd, standard); // both are in range
+    if (fd > LAST_STANDARD)
+        (void)close(fd); // goes on under the three numbers
+}

@@ -1,0 +1,88 @@
+#include "lib/fwall/serve/temp_name.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// Replaces the X at the end of `name`; returns the first character replaced, or the end.
+static char *put_number(char *name)
+{
+    char *first = name + std::strlen(name);
+    for (pid_t left = getpid(); first > name && first[-1] == 'X'; left /= 10)
+        *--first = static_cast<char>('0' + left % 10);
+    return first;
+}
+
+// True when the directory of the name exists, or none stands in it; false with errno.
+static bool has_directory(const char *name, const char *first)
+{
+    const std::string_view front(name, static_cast<std::size_t>(first - name));
+    const std::size_t slash = front.rfind('/');
+    if (slash == std::string_view::npos || slash == 0)
+        return true;
+    struct stat status;
+    if (stat(std::string(front.substr(0, slash)).c_str(), &status) != 0)
+        return false;
+    if (S_ISDIR(status.st_mode))
+        return true;
+    errno = ENOTDIR;
+    return false;
+}
+
+// The name behind this one; false with EEXIST when there is none.
+static bool next_name(char *place)
+{
+    for (; *place == 'z'; ++place)
+        *place = 'a';
+    if (*place == '\0') {
+        errno = EEXIST;
+        return false;
+    }
+    const bool digit = *place >= '0' && *place <= '9';
+    *place = digit ? 'a' : static_cast<char>(*place + 1);
+    return true;
+}
+
+// 0 when nothing has the name, or -1 with errno, EEXIST for a name that is taken. What a link
+// points at does not matter: the name is taken.
+static int look_free(const char *name)
+{
+    struct stat status;
+    if (lstat(name, &status) != 0)
+        return errno == ENOENT ? 0 : -1;
+    errno = EEXIST;
+    return -1;
+}
+
+static int make_file(const char *name)
+{
+    constexpr mode_t OWNER_ONLY = 0600;
+    return open(name, O_RDWR | O_CREAT | O_EXCL, OWNER_ONLY);
+}
+
+// Tries name after name. Returns what `attempt` returned for the one that did, or -1 with errno.
+static int find_name(char *name, int (*attempt)(const char *name))
+{
+    char *first = put_number(name);
+    if (!has_directory(name, first))
+        return -1;
+    for (;;) {
+        const int result = attempt(name);
+        if (result >= 0 || errno != EEXIST || !next_name(first))
+            return result;
+    }
+}
+
+extern "C" char *mktemp(char *name) noexcept
+{
+    return find_name(name, look_free) == 0 ? name : nullptr;
+}
+
+extern "C" int mkstemp(char *name)
+{
+    return find_name(name, make_file);
+}

@@ -1,0 +1,123 @@
+#include "lib/fwall/table/enargv.h"
+
+#include "lib/ulib/text.h"
+
+namespace
+{
+
+enum class scan { going, full, overrun };
+
+// The arguments so far, and the one that is being built.
+struct arguments {
+    char **argv = nullptr;
+    int capacity = 0;
+    int argc = 0;
+    char *free = nullptr; // next byte to store
+    char *end = nullptr;  // behind the last byte that may be stored
+    bool begun = false;   // an argument has begun at argv[argc]
+};
+
+} // namespace
+
+static bool is_white(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+static bool is_printable(char c)
+{
+    return c >= ' ' && c <= '~';
+}
+
+static scan begin(arguments &found)
+{
+    if (found.begun)
+        return scan::going;
+    if (found.argc == found.capacity - 1)
+        return scan::full;
+    found.argv[found.argc] = found.free;
+    found.begun = true;
+    return scan::going;
+}
+
+static scan store(arguments &found, char c)
+{
+    if (c == '\0')
+        return scan::going; // no text can hold it, not even behind a backslash
+    if (const scan state = begin(found); state != scan::going)
+        return state;
+    if (found.free == found.end)
+        return scan::overrun;
+    *found.free++ = c;
+    return scan::going;
+}
+
+static scan finish(arguments &found)
+{
+    if (!found.begun)
+        return scan::going;
+    if (found.free == found.end)
+        return scan::overrun;
+    *found.free++ = '\0';
+    found.begun = false;
+    ++found.argc;
+    return scan::going;
+}
+
+// Takes the escape whose backslash stands at `pos`, and the character behind it, which nobody
+// looks at. `pos` is left behind what was taken.
+static scan take_escape(arguments &found, std::string_view text, std::size_t &pos)
+{
+    if (++pos == text.size())
+        return scan::going;
+    const char c = text[pos++];
+    const scan state = store(found, c == 'n' ? '\n' : c == 't' ? '\t' : c);
+    if (state != scan::going || pos == text.size())
+        return state;
+    return store(found, text[pos++]);
+}
+
+static scan take_arguments(arguments &found, std::string_view text)
+{
+    char quote = '\0'; // the character that opened the quote, NUL outside
+    scan state = scan::going;
+    for (std::size_t pos = 0; pos < text.size() && state == scan::going;) {
+        const char c = text[pos];
+        if (c == '\\') {
+            state = take_escape(found, text, pos);
+            continue;
+        }
+        ++pos;
+        if (!is_printable(c) && !is_white(c))
+            continue;
+        if (quote != '\0' && c == quote)
+            quote = '\0';
+        else if (quote == '\0' && (c == '"' || c == '\'')) {
+            quote = c;
+            state = begin(found);
+        } else if (quote == '\0' && is_white(c))
+            state = finish(found);
+        else
+            state = store(found, c);
+    }
+    return state == scan::going ? finish(found) : state;
+}
+
+int enargv(std::string_view text, char **argv, int capacity, char *buffer, int size)
+{
+    if (capacity < 1)
+        return -1;
+    while (!text.empty() && (text[0] == ',' || text[0] == ' ' || !is_printable(text[0])))
+        text.remove_prefix(1);
+    arguments found{.argv = argv, .capacity = capacity, .free = buffer, .end = buffer};
+    if (size > 0)
+        found.end += size;
+    const scan state = take_arguments(found, text);
+    argv[found.argc] = nullptr;
+    return state == scan::overrun ? -1 : found.argc;
+}
+
+int enargv(const char *text, char **argv, int capacity, char *buffer, int size)
+{
+    return enargv(text_of(text), argv, capacity, buffer, size);
+}

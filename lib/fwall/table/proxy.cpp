@@ -1,0 +1,22 @@
+#include "lib/fwall/table/proxy.h"
+
+char proxy_name[1024];
+char proxy_directory[1024];
+char proxy_tmpdirectory[1024];
+std::int32_t proxy_rungid = -1;
+std::int32_t proxy_runuid = -1;
+std::int32_t proxy_timeout = PROXY_TIMEOUT_S;
+char proxy_hostname[65];
+std::int32_t proxy_child_count = 0;
+std::int32_t proxy_child_limit = 0;
+std::int32_t proxy_accept_count = 1;
+sockaddr_in proxy_bind;
+char policy_name[64];
+const char *gPortName = nullptr;
+
+cfgrec *proxy_confp = nullptr;
+cfgrec *policy_confp = nullptr;
+
+char proxy_riaddr[512];
+char proxy_rladdr[512];
+cfgrec *permit_confp = nullptr;

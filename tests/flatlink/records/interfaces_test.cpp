@@ -1,0 +1,78 @@
+#include "flatlink/records/interfaces.h"
+
+#include "tests/flatlink/conversion_test.h"
+
+class interfaces : public conversion_test
+{
+  protected:
+    // "interface name location broadcast" of each record, finished; `fields` are those of several
+    // elements, told apart by '|'.
+    static std::string finished(const std::string &elements)
+    {
+        int number = 0;
+        for (const std::string &fields : lines_of(elements, '|'))
+            feed(each_behind("netobj_list_1_element_" + std::to_string(++number) + "_", fields));
+        finish_intfs();
+        std::string text;
+        for (const auto &intf : intf_list)
+            text += intf->interface + " " + intf->name + " " + std::to_string(intf->location) +
+                    " " + dotted(intf->broadcast) + "\n";
+        return text;
+    }
+};
+
+TEST_F(interfaces, of_one_address_become_one)
+{
+    static const struct {
+        const char *first, *second, *wanted;
+    } cases[] = {
+        {"interface=hme0\nname=a\nlocation=Inside", "interface=hme1\nname=b\nlocation=Outside",
+         "hme0 a 1 0.0.0.0\n"},
+        {"interface=hme0\nname=a\nbroadcast=x",
+         "interface=hme1\nlocation=Outside\nbroadcast=10.1.0.255", "hme0 a 3 10.1.0.255\n"},
+        // An alias gives way, with its name.
+        {"interface=hme0:1\nname=a", "interface=hme1\nname=b", "hme1 b 0 0.0.0.0\n"},
+        {"interface=hme0\nlocation=Attic", "interface=hme0:1\nname=b", "hme0 b 0 0.0.0.0\n"},
+    };
+    static const char usable[] = "addr=10.1.0.1\nnetmask=255.255.255.0\n";
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.first);
+        start_anew();
+        EXPECT_EQ(c.wanted, finished(usable + std::string(c.first) + "|" + usable + c.second));
+    }
+    for (const char *missing : {"addr=0.0.0.0", "addr=rubbish", "netmask=0.0.0.0", "netmask=x"}) {
+        SCOPED_TRACE(missing);
+        start_anew();
+        EXPECT_EQ("hme1  0 0.0.0.0\n",
+                  finished(usable + std::string("name=no interface|") + usable +
+                           "interface=hme0\nname=a\n" + missing + "|" + usable + "interface=hme1"));
+    }
+}
+
+TEST_F(interfaces, are_ordered_by_location)
+{
+    std::string elements;
+    int number = 0;
+    for (const std::string location : {"Heartbeat", "?", "Outside", "SERVICE", "Inside", "Outside"})
+        elements += "netmask=255.0.0.0\ninterface=" + location + "\nlocation=" + location +
+                    "\naddr=10.1.0." + std::to_string(++number) + "|";
+    EXPECT_EQ("Inside  1 0.0.0.0\nSERVICE  2 0.0.0.0\nOutside  3 0.0.0.0\nOutside  3 0.0.0.0\n"
+              "Heartbeat  4 0.0.0.0\n?  0 0.0.0.0\n",
+              finished(elements));
+    EXPECT_EQ("10.0.0.0", dotted(intf_list[0]->network));
+    EXPECT_EQ("10.1.0.3", dotted(intf_list[2]->addr)) << "equal ones keep their order";
+}
+
+TEST_F(interfaces, are_found_by_address_and_name)
+{
+    EXPECT_TRUE(isfwaddr(address_of("127.0.0.1")));
+    add_partial_intf(1, 1, "addr", "10.1.0.1");
+    EXPECT_TRUE(isfwaddr(address_of("10.1.0.1")));
+    add_partial_intf(1, 1, "addr", "10.1.0.2");
+    EXPECT_FALSE(isfwaddr(address_of("10.1.0.1")));
+    EXPECT_TRUE(isfwaddr(address_of("10.1.0.2")));
+    add_partial_intf(1, 1, "interface", "hme0");
+    add_partial_intf(1, 2, "interface", "hme0");
+    EXPECT_EQ("10.1.0.2", dotted(ifname2addr("hme0"))) << "the first of that name";
+    EXPECT_EQ(0u, ifname2addr("HME0"));
+}

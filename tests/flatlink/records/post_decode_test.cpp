@@ -1,0 +1,68 @@
+#include "flatlink/records/post_decode.h"
+
+#include "flatlink/records/interfaces.h"
+#include "tests/flatlink/conversion_test.h"
+
+class finishing : public conversion_test
+{
+};
+
+TEST_F(finishing, drops_what_has_no_name_and_upgrades_older_links)
+{
+    feed("link_0001_type=pass\nlink_0002_lname=a\nlink_0002_mode=swipe\npair_0001_lname=b\n"
+         "pair_0001_rname=c\nvlink_1_secret=s\nvlink_2_lname=d\nvlink_3_secret=s\n"
+         "key_0001_id=x\nkey_0002_key=k\nkey_0003_type=DNS\n");
+    EXPECT_EQ(0, post_decode());
+    ASSERT_EQ(2u, links.size());
+    EXPECT_EQ("a", links[0]->lname);
+    EXPECT_EQ(0, links[0]->mode);
+    EXPECT_EQ("b <=> c", links[1]->lname);
+    EXPECT_EQ(0, autosortold + swipelinks);
+    EXPECT_EQ("d ", values_of(saved(save_linkinfos, linkinfos), "lname"));
+    ASSERT_EQ(1u, swkeys.size());
+    EXPECT_EQ("k", swkeys[0]->key);
+}
+
+TEST_F(finishing, finds_the_default_route)
+{
+    for (const char *lines : {"1_addr=10.1.0.1\n1_netmask=255.255.255.0\n1_interface=a",
+                              "2_addr=10.2.0.1\n2_netmask=255.255.255.0\n2_interface=b",
+                              "3_addr=10.1.0.9\n3_netmask=255.255.255.0\n3_interface=c\n"
+                              "3_location=Inside"})
+        feed(each_behind("netobj_list_1_element_", lines));
+    for (const auto &[router, route] :
+         {std::pair{"", "0.0.0.0"}, std::pair{"10.2.0.254", "10.2.0.1"},
+          std::pair{"10.1.0.254", "10.1.0.9"}, // on two subnets: the first in their order
+          std::pair{"10.3.0.254", "10.3.0.254"}, std::pair{"x.invalid", "255.255.255.255"}}) {
+        my_def_interface = router;
+        post_decode();
+        EXPECT_EQ(route, dotted(my_def_route));
+    }
+}
+
+TEST_F(finishing, knows_interfaces_and_the_host_name_before_it_sorts)
+{
+    int number = 0;
+    for (const std::string local : {"10.1.0.7", "10.1.0.1", "gate.x.invalid"})
+        feed(each_behind("vlink_" + std::to_string(++number) + "_",
+                         "lname=" + local + "\nlnetwork_start_address=" + local +
+                             "\ngateway=192.0.2.1\nrnetwork_start_address=10.9.0.1\n"
+                             "rulenumber=1"));
+    feed(each_behind("netobj_list_1_element_1_",
+                     "interface=a\naddr=10.1.0.1\nnetmask=255.255.255.0"));
+    feed("netobj_list_1_element_2_addr=10.1.0.7"); // no interface, and dropped
+    feed("ip_hostname=gate\nip_domainname=x.invalid");
+    post_decode();
+    EXPECT_EQ("10.1.0.1 gate.x.invalid 10.1.0.7 ",
+              values_of(saved(save_linkinfos, linkinfos), "lname"));
+}
+
+TEST_F(finishing, asks_names_anew)
+{
+    for (const char *addr : {"192.0.2.1", "192.0.2.2"}) {
+        scripted_names::addresses["peer.invalid"] = addr;
+        feed("vlink_1_lname=a\nvlink_1_gateway=peer.invalid");
+        post_decode();
+        EXPECT_EQ(addr, dotted(linkinfos[0]->gateway_addr));
+    }
+}

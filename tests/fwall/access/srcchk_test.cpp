@@ -1,0 +1,152 @@
+// Who may use the proxy, and what follows from the answer.
+#include "lib/fwall/access/srcchk.h"
+
+#include "lib/fwall/access/srcrule.h"
+#include "tests/fwall/proxy_setup.h"
+#include "tests/kdev/loopback_sockets.h"
+#include "tests/kdev/scripted_platform.h"
+
+// The code, the line of `permit_confp` and the name to show; then what was asked and reported.
+static std::string outcome_of(const proxy_setup &setup, const char *client)
+{
+    const sockaddr_in from = plain_address(client), local = plain_address("20.0.0.1");
+    const int code = permit_src_addr_chk(&from, &local);
+    EXPECT_STREQ(proxy_riaddr, client);
+    return std::to_string(code) + " line " +
+           (permit_confp == nullptr ? "-" : std::to_string(permit_confp->lineno)) + " as " +
+           proxy_rladdr + '\n' + setup.asked_and_told();
+}
+
+// Plainer walks over more lines, and patterns made ready, are compared in tests/fuzz.
+TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
+{
+    static const struct {
+        const char *lines, *want;
+    } cases[] = {
+        {"permit-hosts 10.*", "0 line 1 as nodnsquery\n"},
+        {"hosts 11.* 10.2", "1 line - as unknown\n"},
+        {"deny-hosts 10.0.0.*\nhosts 10.*", "2 line 1 as nodnsquery\n"},
+        {"deny-hosts  \nhosts 10.*",
+         "0 line 2 as nodnsquery\n11502/1 cfgerr: hosts takes at least one argument, line 1\n"},
+        {"hosts a.lan b.lan\nhosts mail.*", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
+        {"rev_dns 11.* 10.0.0.1\nhosts *.lan unknown nodnsquery", "1 line - as unknown\n"},
+        {"rev_dns  \nrev_dns 10.0.0.2-10.0.0.9\nhosts *.lan",
+         "0 line 3 as nodnsquery\naddr 10.0.0.1\n"
+         "11502/1 vhltcfgerr: rev_dns takes at least one argument, line 1\n"},
+        {"use_name_logs yes\nhosts 10.*", "0 line 2 as mail.office.lan\naddr 10.0.0.1\n"},
+        {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
+    };
+    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
+        const auto &row = cases[i / 2];
+        SCOPED_TRACE(row.lines);
+        proxy_setup setup(row.lines, i % 2 == 1);
+        const scripted_platform no_device;
+        setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
+        EXPECT_EQ(outcome_of(setup, "10.0.0.1"), row.want);
+    }
+}
+
+TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
+{
+    const auto checked = [](const char *lines, const std::string &display) {
+        const proxy_setup setup(lines);
+        scripted_platform device;
+        device.vpn_open_error = 0;
+        int questions = 0;
+        device.on_vpn_ioctl = [&](unsigned long, byte_area message) {
+            ++questions;
+            EXPECT_EQ(dotted_at(message, 8) + ' ' + dotted_at(message, 12), "10.1.2.3 20.0.0.1");
+            std::ranges::fill(message, std::uint8_t{0});
+            std::ranges::copy(std::string("~alice"), message.begin() + 8);
+            std::ranges::copy(display, message.begin() + 24);
+            return 0;
+        };
+        const std::string outcome = outcome_of(setup, "10.1.2.3");
+        return outcome + std::to_string(questions);
+    };
+    EXPECT_EQ(checked("hosts ~bob ~carl\nhosts ~alice", "~A (home)"), "0 line 2 as ~A (home)\n1");
+    EXPECT_EQ(checked("hosts ~bob ~alic ~alice2 ~Alice ~*", "~A"), "1 line - as unknown\n1");
+    EXPECT_EQ(checked("hosts ~alice", "Alice"), "1 line - as unknown\n1"); // no `~`: not known
+    EXPECT_EQ(checked("hosts 10.*\nhosts ~alice", "~A"), "0 line 1 as nodnsquery\n0");
+    EXPECT_EQ(checked("use_name_logs on\ndeny-hosts ~alice", "~A"), "2 line 2 as ~A\n1");
+}
+
+TEST(PermitSrcAddrChk, KeepsTheLastMatchWithoutANewOne)
+{
+    const proxy_setup setup("hosts 10.*");
+    EXPECT_EQ(outcome_of(setup, "10.1.2.3"), "0 line 1 as nodnsquery\n");
+    EXPECT_EQ(outcome_of(setup, "11.1.2.3"), "1 line 1 as nodnsquery\n");
+}
+
+TEST(PermitSrcChk, FailsWithoutBothEnds)
+{
+    for (const int good_requests : {0, 1}) {
+        const proxy_setup setup("hosts *");
+        scripted_platform device;
+        const loopback_connection pair;
+        device.on_fw_ioctl = [&](unsigned long, byte_area) {
+            errno = static_cast<int>(device.fw_requests.size()) <= good_requests ? ENOENT : EIO;
+            return -1;
+        };
+        EXPECT_EQ(permit_src_chk(pair.server), -1);
+        EXPECT_EQ(report_log::reports[0], good_requests == 0
+                                              ? "6509/0 syserr: cannot get peer name"
+                                              : "6509/0 syserr: cannot get own name");
+        EXPECT_EQ(permit_confp, nullptr);
+        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", true), 0);
+    }
+}
+
+// What makes a table large must not be read at each check.
+TEST(SrcPatterns, DecideTheUsualForms)
+{
+    for (const char *pattern :
+         {"*", "10.*", "10.1.*", "10.1.2.*", "10.1.2.3", "10", "10.1", "10.1.2.0:255.255.255.0",
+          "10.1.2.3-10.1.2.9", "*.Office.lan", "mail.office.lan", "m*.office.*"}) {
+        const proxy_setup setup("hosts " + std::string(pattern), true);
+        int at = 0;
+        const auto found = src_next_candidate(proxy_confp->patterns, {.address = 0x0A010203}, at);
+        EXPECT_NE(found.answer, src_answer::ask) << pattern;
+    }
+}
+
+// The usual answers, with the rule in each record and the word to the client, are in tests/system.
+TEST(RuleSrcAddrChk, RefusesAllButAPermit)
+{
+    // The answer, and what the connection's context holds.
+    const auto checked = [](const std::string &hosts) {
+        static constexpr policy_option options[] = {{"-rule", POLICY_ARG_ONE, "ruleNumber"}, {}};
+        const sockaddr_in from = plain_address("10.1.2.3"), local = plain_address("20.0.0.1");
+        const proxy_setup setup(hosts + "\nruleNumber 7 x\nlogLevel 3x\npolicy-p: k 1");
+        const int code = rule_src_addr_chk(&from, &local, options, "bob");
+        char number[32] = {};
+        setup.connection.GetRuleNumber(number, sizeof number);
+        EXPECT_EQ(rule_src_sub(&local, options, "bob"), code);
+        return std::to_string(code) + ' ' + number + '/' +
+               std::to_string(setup.connection.GetLogLevel()) + ' ' + setup.connection.GetUser();
+    };
+    EXPECT_EQ(checked("permit-hosts 10.* -rule 9"), "1 9/3 bob");
+    EXPECT_EQ(checked("permit-hosts 11.*"), "0 N/A/-1 bob");
+    EXPECT_EQ(checked("deny-hosts 10.*"), "0 7/3 bob");
+    EXPECT_EQ(checked("permit-hosts 10.* -policy p -rule 9 -policy none"), "0 N/A/-1 ");
+}
+
+TEST(RuleSrcChk, TellsADeniedClientNothingElse)
+{
+    // The last report.
+    const auto told_of = [](const std::string &lines, bool say) {
+        const proxy_setup setup("deny-hosts *\n" + lines);
+        scripted_platform device;
+        const loopback_connection pair;
+        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", say), 0);
+        char text[8];
+        EXPECT_EQ(recv(pair.client, text, sizeof text, MSG_DONTWAIT), -1);
+        return report_log::reports.back();
+    };
+    EXPECT_EQ(told_of("", false), "1503/0 deny host=nodnsquery/127.0.0.1 use of proxy");
+    EXPECT_EQ(told_of("denial-msg /nowhere/x", true),
+              "6508/0 syserr: cannot display denial-msg /nowhere/x: No such file or directory");
+    for (const char *line : {"denial-msg a b", "denial-msg  "})
+        EXPECT_EQ(told_of(line, true),
+                  "11502/2 cfgerr: denial-msg must have one parameter, line 2");
+}

@@ -3,11 +3,11 @@
 // `ratio` is the time of a check to that of a loop, by their medians.
 #include "bench/rounds.h"
 #include "lib/fwall/access/srcchk.h"
-#include "lib/fwall/match/name_service.h"
 #include "lib/fwall/serve/settings.h"
 #include "lib/fwall/table/config.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/fixed_text.h"
+#include "lib/ulib/name_service.h"
 
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>

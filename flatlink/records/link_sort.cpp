@@ -1,7 +1,6 @@
 #include "flatlink/records/link_sort.h"
 
 #include <algorithm>
-#include <netdb.h>
 #include <tuple>
 #include <unordered_map>
 
@@ -10,6 +9,7 @@
 #include "flatlink/records/links.h"
 #include "flatlink/records/names.h"
 #include "lib/kdev/vpn_device.h"
+#include "lib/ulib/name_service.h"
 
 namespace
 {
@@ -49,7 +49,7 @@ struct certificate_bits {
 
 static u32 look_up_name(const char *name)
 {
-    const hostent *host = gethostbyname(name);
+    const hostent *host = name_service->host_by_name(name);
     u32 addr_be = NOT_AN_ADDRESS;
     if (host == nullptr || host->h_length != sizeof addr_be || host->h_addr_list[0] == nullptr)
         return NOT_AN_ADDRESS;

@@ -2,7 +2,7 @@
 // comes back at the end of the block.
 #pragma once
 
-#include "lib/fwall/match/name_service.h"
+#include "lib/ulib/name_service.h"
 
 #include <arpa/inet.h>
 #include <array>

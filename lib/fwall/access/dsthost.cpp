@@ -1,11 +1,11 @@
 #include "lib/fwall/access/dsthost.h"
 
 #include "lib/fwall/log/context_calls.h"
-#include "lib/fwall/match/name_service.h"
 #include "lib/kdev/firewall_names.h"
 #include "lib/ulib/address.h"
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/host_length.h"
+#include "lib/ulib/name_service.h"
 #include "lib/ulib/report.h"
 
 #include <cstring>

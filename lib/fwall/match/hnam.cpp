@@ -2,9 +2,9 @@
 
 #include "lib/fwall/match/inet_aton.h"
 #include "lib/fwall/match/nama.h"
-#include "lib/fwall/match/name_service.h"
 #include "lib/ulib/address.h"
 #include "lib/ulib/host_length.h"
+#include "lib/ulib/name_service.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
 

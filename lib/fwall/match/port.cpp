@@ -1,7 +1,7 @@
 #include "lib/fwall/match/port.h"
 
 #include "lib/fwall/match/alldi.h"
-#include "lib/fwall/match/name_service.h"
+#include "lib/ulib/name_service.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
 

@@ -1,8 +1,8 @@
 #include "lib/fwall/match/revmap.h"
 
 #include "lib/fwall/match/inet_aton.h"
-#include "lib/fwall/match/name_service.h"
 #include "lib/ulib/fixed_text.h"
+#include "lib/ulib/name_service.h"
 #include "lib/ulib/text.h"
 
 const char *revmap(const char *address)

@@ -1,6 +1,6 @@
-// The narrow table through which the checks ask the host's name service, so that a test can give
-// the answers. Every call blocks as long as the host's own does, and answers null for what is not
-// known; an answer is overwritten by the next call.
+// The narrow table through which the conversion and the access checks ask the host's name service,
+// so that a caller can give the answers itself. Every call blocks as long as the host's own does,
+// and returns null for what is not known; the next call overwrites the answer.
 #pragma once
 
 #include <netdb.h>
@@ -14,5 +14,5 @@ struct name_service_calls {
 // The host's own calls.
 extern const name_service_calls HOST_NAME_SERVICE;
 
-// The table in use; HOST_NAME_SERVICE until somebody sets another, which must outlive its use.
+// The table in use: HOST_NAME_SERVICE until another is set, which must outlive its use.
 extern const name_service_calls *name_service;

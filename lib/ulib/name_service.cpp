@@ -1,4 +1,4 @@
-#include "lib/fwall/match/name_service.h"
+#include "lib/ulib/name_service.h"
 
 const name_service_calls HOST_NAME_SERVICE = {
     .host_by_name = gethostbyname,

@@ -1,21 +1,37 @@
 // rule-form: asks for one rule in a form on the character screen and prints what was entered.
-// Exit status 0 when the rule was saved, 1 when it was not, 2 without a usable terminal; a
-// signal that ends it is what the caller sees it die of.
+// Exit status 0 when the rule was saved, 1 when it was not, 2 without a terminal that shows the
+// whole form. A signal that ends it is the one that the caller sees it die of.
 #include "examples/rule-form/rule.h"
 #include "examples/rule-form/terminal.h"
 #include "lib/screen/form.h"
 
 #include <cstdio>
 
+// Says which size the terminal has and which one the form needs; the program's exit status.
+static int refuse_size(int rows, int columns)
+{
+    (void)std::fprintf(stderr,
+                       "rule-form: the terminal has %d rows of %d columns, the form needs %d of "
+                       "%d\n",
+                       rows, columns, RULE_FORM_ROWS, RULE_FORM_COLUMNS);
+    return 2;
+}
+
 int main()
 {
     rule asked;
     int end = 0;
     {
-        const CTerminal terminal;
+        CTerminal terminal;
         if (!terminal.usable()) {
             (void)std::fputs("rule-form: needs a terminal to run on\n", stderr);
             return 2;
+        }
+        const int rows = LINES;
+        const int columns = COLS;
+        if (rows < RULE_FORM_ROWS || columns < RULE_FORM_COLUMNS) {
+            terminal.give_back();
+            return refuse_size(rows, columns);
         }
         scobj *form = new_rule_form(asked);
         end = sc_interact(stdscr, form);

@@ -21,6 +21,10 @@ struct rule {
     char status[64] = ""; // what the form has to say, in its last row
 };
 
+// What the form takes on the screen: down to its last hint, and across to the end of the field
+// beside the log menu.
+inline constexpr int RULE_FORM_ROWS = 15, RULE_FORM_COLUMNS = 76;
+
 // The chain of objects that edits `asked`, for sc_interact; sc_destroy releases it. `asked` must
 // outlive it. The form ends with a rule_end.
 scobj *new_rule_form(rule &asked);

@@ -36,10 +36,16 @@ CTerminal::CTerminal()
     noecho();
 }
 
-CTerminal::~CTerminal()
+void CTerminal::give_back()
 {
     if (running)
         endwin();
+    running = false;
+}
+
+CTerminal::~CTerminal()
+{
+    give_back();
     for (const int signal : ending_signals)
         std::signal(signal, SIG_DFL);
     if (no_input >= 0)

@@ -1,8 +1,8 @@
 // The terminal while a form uses it: curses on, signals that would leave it in disorder caught,
-// and everything put back on the way out.
+// and everything restored on the way out.
 #pragma once
 
-// One at a time. Destroying it, on whichever way out, gives the terminal back as it was.
+// One at a time. Its destructor gives the terminal back as it was.
 class CTerminal
 {
   public:
@@ -10,6 +10,9 @@ class CTerminal
     ~CTerminal();
     CTerminal(const CTerminal &) = delete;
     CTerminal &operator=(const CTerminal &) = delete;
+
+    // Gives the terminal back before the object goes; it is not usable from then on.
+    void give_back();
 
     // False when the standard streams are no terminal, or one that curses does not know.
     bool usable() const { return running; }
@@ -22,6 +25,6 @@ class CTerminal
     bool running = false;
 };
 
-// Ends the program by `signal` as if it had never been caught. For the time when the terminal
-// has been given back.
+// Ends the program by `signal` as if it had never been caught. Call it once the terminal has been
+// given back.
 void die_of(int signal);

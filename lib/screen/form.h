@@ -9,8 +9,8 @@ inline constexpr int SC_NO_FOCUS = -1;
 inline constexpr int SC_INPUT_ENDED = 3;
 
 // Runs the form that starts at `head` in `window` until a callback or the end of input ends it.
-// Keys come from file descriptor 0 (keys.h). Ctrl-L and Ctrl-R paint the form anew, and so does
-// the key after a change of the terminal's size before it takes its own effect.
+// Keys come from file descriptor 0 (keys.h). Ctrl-L and Ctrl-R repaint the form, and so does a
+// change of the terminal's size.
 //   window  not in scrolling mode; curses is running, and the application ends it
 // Returns the result, other than 0, of the callback that ended the form; SC_INPUT_ENDED;
 // SC_NO_FOCUS when no object can take the focus (after a beep, with nothing painted) or an

@@ -9,11 +9,11 @@ namespace
 
 constexpr int HELD_ROOM = 6;
 
-// Bytes that followed an escape without making an arrow key.
+// Bytes that followed an escape without forming an arrow key.
 struct held_bytes {
     unsigned char bytes[HELD_ROOM] = {};
     int count = 0;
-    int next = 0; // the first that was not given yet
+    int next = 0; // the first not yet returned
 };
 
 held_bytes held;
@@ -27,7 +27,7 @@ constexpr key_row control_keys[] = {
     {13, SC_KEY_ENTER}, {14, SC_KEY_DOWN},  {16, SC_KEY_UP},
 };
 
-// The last byte of an arrow key's sequence; what stands before it does not matter.
+// The last byte of an arrow key's sequence; the bytes before it do not matter.
 constexpr key_row arrow_keys[] = {
     {'A', SC_KEY_UP},
     {'B', SC_KEY_DOWN},
@@ -35,7 +35,7 @@ constexpr key_row arrow_keys[] = {
     {'D', SC_KEY_LEFT},
 };
 
-// Keeps the signal of a size change back while it lives. Curses catches that signal so that it
+// Holds back the signal of a size change while it lives. Curses catches that signal in a way that
 // breaks off a read, which would look like the end of input.
 class CHoldSizeSignal
 {
@@ -54,6 +54,42 @@ class CHoldSizeSignal
   private:
     sigset_t before;
 };
+
+volatile std::sig_atomic_t size_changed = 0;
+struct sigaction handler_before = {};
+
+// Notes the change, and lets the handler that was there before (most often that of curses) see it.
+void note_size_change(int signal)
+{
+    size_changed = 1;
+    const bool takes_number = (handler_before.sa_flags & SA_SIGINFO) == 0;
+    if (takes_number && handler_before.sa_handler != SIG_DFL &&
+        handler_before.sa_handler != SIG_IGN)
+        handler_before.sa_handler(signal);
+}
+
+// While it lives, a change of the terminal's size breaks off a read and is told by `size_changed`.
+// A change in the instant between its start and the read is seen with the next key instead.
+class CWatchSize
+{
+  public:
+    CWatchSize()
+    {
+        size_changed = 0;
+        struct sigaction noted = {};
+        noted.sa_handler = note_size_change; // without SA_RESTART: the read must end
+        sigaction(SIGWINCH, &noted, &handler_before);
+    }
+    ~CWatchSize() { sigaction(SIGWINCH, &handler_before, nullptr); }
+    CWatchSize(const CWatchSize &) = delete;
+    CWatchSize &operator=(const CWatchSize &) = delete;
+};
+
+int read_byte()
+{
+    unsigned char byte = 0;
+    return read(STDIN_FILENO, &byte, 1) > 0 ? byte : -1;
+}
 
 // The table's key for `byte`, or `byte` itself.
 template <std::size_t N> int translated(const key_row (&table)[N], int byte)
@@ -90,15 +126,17 @@ int sc_mapkey()
     if (held.next < held.count)
         return held.bytes[held.next++];
     held = {};
-    const int byte = sc_getbyte();
+    const CWatchSize watch;
+    const int byte = read_byte();
+    if (byte < 0 && size_changed != 0)
+        return SC_KEY_REDRAW;
     return byte == SC_KEY_ESCAPE ? escape_key() : translated(control_keys, byte);
 }
 
 int sc_getbyte()
 {
     const CHoldSizeSignal hold;
-    unsigned char byte = 0;
-    return read(STDIN_FILENO, &byte, 1) > 0 ? byte : -1;
+    return read_byte();
 }
 
 int sc_getbyte_timed()
@@ -116,6 +154,6 @@ int sc_getbyte_timed()
 void sc_beep()
 {
     const char bell = 7;
-    // A bell that cannot be heard is nobody's loss.
+    // Without a terminal there is no bell to ring.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, &bell, 1);
 }

@@ -1,10 +1,9 @@
 // Keys as a form takes them: bytes of file descriptor 0, with control characters and the escape
 // sequences of the arrow keys turned into codes of their own. Curses has no part in it.
 //
-// The descriptor is expected in a mode that hands over each byte as it is typed (cbreak and
-// noecho of curses). A change of the terminal's size does not disturb a read in progress. Any
-// other signal with a handler that does not restart calls ends the read, so that an application
-// can end a form from outside.
+// The descriptor is expected in a mode that delivers each byte as it is typed (cbreak and noecho
+// of curses). A change of the terminal's size does not end input. Any other signal whose handler
+// does not restart calls ends the read, so that an application can end a form from outside.
 #pragma once
 
 // Bytes are their own code; the rest begins at 1000.
@@ -12,7 +11,7 @@ enum sc_key : int {
     SC_KEY_END = -1, // end of input
     SC_KEY_ENTER = 10,
     SC_KEY_REPAINT = 12, // Ctrl-L
-    SC_KEY_REDRAW = 18,  // Ctrl-R, does the same
+    SC_KEY_REDRAW = 18,  // Ctrl-R, does the same; also given when the terminal changes its size
     SC_KEY_ESCAPE = 27,
     SC_KEY_UP = 1000,      // Ctrl-P, or an escape sequence that ends in A
     SC_KEY_DOWN = 1001,    // Ctrl-N, ... B

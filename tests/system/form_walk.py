@@ -117,11 +117,11 @@ def walk_with_faults(terminal, start):
 
 def walk_in_a_small_window(terminal, start):
     terminal.shows("the form", start)
-    terminal.resize(10, 50)
     terminal.press("x")
+    terminal.resize(10, 50)
     small = [row[:50].rstrip() for row in start[:10]]
     small[2] = small[2].replace("Name         ", "Name        x")
-    terminal.shows("what fits", small, (2, 15))
+    terminal.shows("what fits, at once", small, (2, 15))
     terminal.resize(24, 80)
     terminal.press("C-h")
     terminal.shows("the form again", start, (2, 14))
@@ -156,6 +156,10 @@ def main():
             for name, status in (("Ctrl-C", 130), ("TERM", 143), ("HUP", 129)):
                 terminal.run(form)
                 walk_to_signal(terminal, start, pid_file, name, status)
+            terminal.resize(14, 76)
+            terminal.run(form)
+            terminal.ended(["rule-form: the terminal has 14 rows of 76 columns, the form needs 15 of 76"], 2)
+            terminal.resize(24, 80)
             terminal.run(program + " </dev/null")
             terminal.ended(["rule-form: needs a terminal to run on"], 2)
         finally:

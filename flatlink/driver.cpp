@@ -24,6 +24,7 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/symbol.h"
+#include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
 #include "lib/ulib/text.h"
 
@@ -133,6 +134,7 @@ int read_vpndata(const char *path, bool reload)
         network_database = path;
     if (network_database == nullptr)
         network_database = DEFAULT_DATABASE;
+    start_bounds();
     fout = open_scratch_file();
     derive_records(network_database, reload);
 

@@ -7,6 +7,7 @@
 
 #include "flatlink/driver.h"
 #include "lib/frag/import/import.h"
+#include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
 
 // errno of an attempt to read from the database; 0 if it can be read, or is not there at all: then
@@ -21,6 +22,14 @@ static int read_error(const char *path)
     const int error = read(fd, &byte, 1) < 0 ? errno : 0;
     close(fd);
     return error;
+}
+
+// Part of the data would take the place of the whole database.
+static int refuse_part(const char *path)
+{
+    std::fprintf(stderr, "flatlink: %s implies more than can be written; it was not changed\n",
+                 path);
+    return 1;
 }
 
 static int refuse(const char *path, int error)
@@ -40,6 +49,8 @@ int main(int argc, char **argv)
     const int scratch_result = read_vpndata(path, false);
     if (const int error = import_read_error())
         return refuse(path, error);
+    if (!report_bounds())
+        return refuse_part(path);
     const int result = save_vpndata(path);
     return scratch_result == 0 && result == 0 ? 0 : 1;
 }

@@ -13,6 +13,7 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/address.h"
+#include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
 
 namespace
@@ -61,8 +62,11 @@ struct entry_feeder {
 
     void feed(const std::string &first, const std::string &second)
     {
-        if (counter >= MAX_ENTRIES)
+        if (counter >= MAX_ENTRIES) {
+            note_bound(std::string(row.key) + " entries of a pool", MAX_ENTRIES, prefix,
+                       counter + 1);
             return;
+        }
         const std::string number = std::to_string(++counter);
         feed_line(row.first_stem, number, row.first_ending, first);
         if (!row.second_stem.empty())

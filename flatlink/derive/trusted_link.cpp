@@ -12,6 +12,7 @@
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
@@ -240,6 +241,12 @@ static bool add_nested_links(frag **db, frag *remote, frag *local)
     }
     if (nestinglevel >= MAX_PEER_NESTING || nested_peers >= MAX_NESTED_PEERS) {
         report_deep(remote);
+        if (nestinglevel >= MAX_PEER_NESTING)
+            note_bound("peers inside of each other", MAX_PEER_NESTING, fragkeyname(remote),
+                       nestinglevel + 1);
+        else
+            note_bound("visits of peers inside of others", MAX_NESTED_PEERS, fragkeyname(remote),
+                       nested_peers + 1);
         return false;
     }
     ++nested_peers;
@@ -257,6 +264,7 @@ static bool has_room_for_links()
 {
     if (linkno < MAX_LINKS)
         return true;
+    note_bound("links", MAX_LINKS, "rule " + std::to_string(rulenumber), linkno + 1);
     if (!reported_links)
         SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
                 "vhltcfgerr: The rules imply more than %d links; the rest is left out.", MAX_LINKS);

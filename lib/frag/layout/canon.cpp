@@ -11,6 +11,7 @@
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/frag_text.h"
+#include "lib/ulib/bounds.h"
 #include "lib/ulib/events.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
@@ -101,6 +102,8 @@ int canon_if(frag **head, const char *key)
     for (const std::string &interface : own_interfaces(element)) {
         if (!fold_aliases(lists, element, interface, number, room)) {
             complain_of_aliases(interface);
+            note_bound("members of the lists that aliases are taken from", FOLDED_LIST_MEMBERS,
+                       interface, FOLDED_LIST_MEMBERS - room);
             break;
         }
     }

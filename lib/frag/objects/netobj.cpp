@@ -5,6 +5,7 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_sort.h"
+#include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
@@ -62,9 +63,14 @@ static bool may_enter(frag *obj)
     }
     if (nesting >= MAX_OBJECT_NESTING) {
         report_deep(obj);
+        note_bound("objects inside of each other", MAX_OBJECT_NESTING, fragkeyname(obj),
+                   nesting + 1);
         return false;
     }
-    return count_object_visit();
+    if (count_object_visit())
+        return true;
+    note_bound("visits of objects", MAX_OBJECT_VISITS, fragkeyname(obj), visits);
+    return false;
 }
 
 walk_mark::walk_mark(frag *obj) : entered(may_enter(obj)), obj_(obj)

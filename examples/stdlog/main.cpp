@@ -122,7 +122,7 @@ static std::optional<DaemonMsg> record_of(const char *bytes, std::size_t size)
     return record;
 }
 
-// Binds the path. A socket that nobody reads any more is what an earlier reader left, and gives
+// Binds the path. A socket without a reader is a leftover of an earlier one and gives
 // way; anything else at the path stays. -1 with errno.
 static int bind_log(const sockaddr_un &address)
 {
@@ -201,7 +201,7 @@ int main(int argc, char **argv)
         return 1;
     }
     const counts seen = watch(fd);
-    (void)unlink(path.c_str()); // whoever comes next clears it away
+    (void)unlink(path.c_str()); // a leftover is cleared by the next reader
     (void)close(fd);            // nothing more is read
     (void)std::fprintf(stderr, "stdlog: %lu records, %lu bad datagrams\n", seen.good, seen.bad);
     return 0;

@@ -30,7 +30,7 @@ platform_handle fw_open_device(int access);
 // Makes a request that is about no connection. Returns 0.
 int fw_request(const platform_handle &device, unsigned long request, byte_area record);
 
-// True for an address of the loopback network, which is nobody else's.
+// True for an address of the loopback network, which belongs to this host alone.
 bool fw_is_loopback(u32 addr_be);
 
 // What the driver says of an address: 0 when it is not the firewall's own.

@@ -55,7 +55,7 @@ bool write_whole(int fd, byte_view message)
     return false;
 }
 
-// Judges one message of `size_bytes` bytes in `buffer`, which is zero behind them.
+// Judges one message of `size_bytes` bytes in `buffer`, which is zero after them.
 verdict judge(ra_reply buffer, std::size_t size_bytes)
 {
     const auto head = load<route_header>(buffer, 0);

@@ -41,7 +41,7 @@ inline constexpr std::int32_t RA_STATIC = 0x800;
 [[nodiscard]] int ra_get_route_address(u32 addr_be, u32 *out_be);
 
 // Stores the name of the interface towards `addr_be`.
-//   name  gets the text with its end mark; at least 16 bytes. A name above 16 bytes is cut to
+//   name  receives the NUL-terminated text; at least 16 bytes. A name above 16 bytes is cut to
 //         15; one of 16 is stored whole where `name` has room for it, else cut too.
 // `name` is left alone unless the result is RA_DONE.
 [[nodiscard]] int ra_get_route_interface(u32 addr_be, std::span<char> name);

@@ -65,7 +65,7 @@ constexpr char KNOWN_CLIENT = '~'; // first sign of the name of a known client
 
 static_assert(VPN_DISPLAY + VPN_DISPLAY_SIZE == VPN_MESSAGE_SIZE);
 
-// Copies a text without end mark from the message and ends it.
+// Copies a text that is not NUL-terminated from the message and terminates it.
 void copy_text(std::size_t offset, std::span<char> text)
 {
     const std::size_t length = text.size() - 1;

@@ -34,7 +34,7 @@ inline constexpr std::size_t VPN_CLIENT_LOCAL = 12;
 inline constexpr std::size_t VPN_IDENTITY = 8; // and two texts on the way out
 inline constexpr std::size_t VPN_DISPLAY = 24;
 
-// Bytes of those texts; none has an end mark of its own.
+// Bytes of those texts; none is NUL-terminated.
 inline constexpr std::size_t VPN_IDENTITY_SIZE = 16;
 inline constexpr std::size_t VPN_DISPLAY_SIZE = 232;
 
@@ -52,7 +52,7 @@ inline constexpr std::uint8_t VPN_RANGE = 7;
 // vvpn_add_routes: the link wants no routes.
 inline constexpr int VVPN_NO_ROUTES = 4;
 
-// The process's message to the driver; whoever uses it clears it first. Not for threads.
+// The process's message to the driver; its user clears it first. Not thread-safe.
 extern vpn_message k_msg;
 
 // Replaces the address at `addrio_be` by this host's own address towards it. Returns 0; or -1
@@ -79,8 +79,8 @@ int vvpn_ioctl(int fd, unsigned long request, vpn_message &message);
 [[nodiscard]] int vvpn_add_routes(byte_view payload);
 
 // Asks the VPN driver whether `client_be` is a VPN client that talks to `local_be`, and which.
-//   identity  the client's identity, with its end mark
-//   display   the name to show, with its end mark; begins with '~'
+//   identity  the client's identity, NUL-terminated
+//   display   the name to show, NUL-terminated; begins with '~'
 // Returns 1 when the driver knows the client, else 0, also without a device; both texts are left
 // alone then. Uses k_msg.
 [[nodiscard]] int vfw_vpnclientcheck(u32 client_be, u32 local_be,

@@ -180,7 +180,7 @@ void menu_movedn(WINDOW *window, scobj *menu)
 void menu_destroy(scobj *menu)
 {
     // An alternative may stand for several items, and one that is itself shown belongs to the
-    // form's chain: each is released once, by whoever owns it.
+    // form's chain: each is released once, by its owner.
     scobj *owned[SC_SLOT_LISTS * SC_SLOT_ROOM] = {};
     int count = 0;
     const auto is_others = [&](const scobj *object) {

@@ -22,7 +22,7 @@ inline std::string_view sc_view(const char *text)
     return text == nullptr ? std::string_view() : std::string_view(text);
 }
 
-// Paints the cells of `row` that lie in the window, and leaves the cursor behind the last one.
+// Paints the cells of `row` that lie in the window, and leaves the cursor after the last one.
 void sc_paint(WINDOW *window, const sc_row &row);
 
 // Places the cursor at (y, x), or at the nearest place that the window has.

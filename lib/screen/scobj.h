@@ -36,8 +36,8 @@ using sc_destroy_op = void (*)(scobj *object);
 // Handles one key (keys.h) and gives an sc_action.
 using sc_onkey_op = int (*)(WINDOW *window, scobj *object, int key);
 // The application's hook, run when a touched object loses the focus or is activated. A result
-// other than 0 ends the form with that value. Setting `*redraw` (0 on entry) paints the whole
-// form anew. It may change the buffers of text fields and resync menus; it must leave the chain.
+// other than 0 ends the form with that value. Setting `*redraw` (0 on entry) repaints the whole
+// form. It may change the buffers of text fields and resync menus; it must leave the chain.
 using sc_callback_op = int (*)(WINDOW *window, scobj *object, void *arg, int *redraw);
 
 struct scobj {

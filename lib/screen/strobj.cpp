@@ -77,7 +77,7 @@ void redraw(WINDOW *window, scobj *field)
     draw(window, field, true, mask_of(field));
 }
 
-// Paints one cell, and leaves the cursor behind it.
+// Paints one cell, and leaves the cursor after it.
 void put_cell(WINDOW *window, const scobj *field, int column, std::string_view text)
 {
     sc_paint(window, {.y = field->y,

@@ -1,7 +1,7 @@
 // Text fields: a line of text in the caller's buffer, edited in place and shown through a window
 // of `width` columns that scrolls along. A masked field shows an X for each character.
 //
-// The cursor stands at index cursor + scroll of the text, which never lies behind the text's
+// The cursor stands at index cursor + scroll of the text, which never lies past the text's
 // end; `cursor` runs from 0 to `width`. Where the application or a menu's swap has put text and
 // cursor at odds, the next operation brings the cursor to the end of the text.
 #pragma once
@@ -9,7 +9,7 @@
 #include "lib/screen/scobj.h"
 
 // Makes a text field at (y, x).
-//   initial       copied to the buffer, cut to fit, the cursor behind it; null empties the buffer
+//   initial       copied to the buffer, cut to fit, the cursor after it; null empties the buffer
 //   buffer, size  the caller's memory and its bytes, terminator included; holds the field's value
 //                 and outlives the object. `initial` may be the buffer itself
 //   width         columns shown; negative: a masked field of that many columns
@@ -30,7 +30,7 @@ int strobj_key(WINDOW *window, scobj *field, int key);
 // Types one character at the cursor; beeps when the buffer is full.
 void strobj_insert(WINDOW *window, scobj *field, int character);
 
-// Takes away the character before the cursor (`forward` 0) or at it (1). Beeps when there is
+// Removes the character before the cursor (`forward` 0) or at it (1). Beeps when there is
 // nothing before the cursor; a delete at the end of the text changes nothing.
 void strobj_erase(WINDOW *window, scobj *field, int forward);
 

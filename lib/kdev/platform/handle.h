@@ -1,4 +1,4 @@
-// A descriptor that is closed at the end of its block, whatever road leads there.
+// A descriptor that is closed at the end of its block, on error paths too.
 #pragma once
 
 #include <cerrno>

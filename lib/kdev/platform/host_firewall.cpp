@@ -39,7 +39,7 @@ int answer_names(int sock, byte_area record)
     sockaddr_in destination{};
     socklen_t length = sizeof destination;
     if (getsockopt(sock, IPPROTO_IP, SO_ORIGINAL_DST, &destination, &length) != 0) {
-        // No stream, no Internet socket, or not tracked: then nobody redirected it.
+        // No stream, no Internet socket, or not tracked: it was not redirected.
         const bool not_tracked = errno == ENOPROTOOPT || errno == EOPNOTSUPP;
         return not_tracked ? refuse(ENOENT) : -1;
     }

@@ -36,6 +36,6 @@ struct platform_calls {
 // What this host can do.
 extern const platform_calls HOST_PLATFORM;
 
-// The table in use; HOST_PLATFORM until somebody sets another. The table pointed at must outlive
+// The table in use; HOST_PLATFORM by default. The table pointed at must outlive
 // its use. Set it while no call of this library is running.
 extern const platform_calls *platform;

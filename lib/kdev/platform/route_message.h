@@ -92,7 +92,7 @@ struct link_address {
     std::uint16_t family; // LINK_FAMILY
     std::uint16_t index;
     std::uint8_t type;
-    std::uint8_t name_length; // in bytes; the name has no end mark
+    std::uint8_t name_length; // in bytes; the name is not NUL-terminated
     std::uint8_t address_length;
     std::uint8_t selector_length;
     char name[244];

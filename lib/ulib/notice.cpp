@@ -16,10 +16,14 @@ void notice(events event, int line, const char *format, ...)
     va_end(args);
 }
 
-void syslog_notice(events, int, const char *format, ...)
+void syslog_notice(events event, int line, const char *format, ...)
 {
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = event;
+    uniq.line = line;
     va_list args;
     va_start(args, format);
-    vsyslog(REPORT_NOTICE, format, args);
+    if (!is_tapped(uniq, REPORT_NOTICE, format, args))
+        vsyslog(REPORT_NOTICE, format, args);
     va_end(args);
 }

@@ -6,10 +6,24 @@
 CServiceContext *servContext = nullptr;
 CConnectionContext *connContext = nullptr;
 log_hook report_hook = nullptr;
+report_tap_call report_tap = nullptr;
+
+bool is_tapped(const UNIQUE_DATA_T &uniq, int priority, const char *format, va_list args)
+{
+    if (report_tap == nullptr)
+        return false;
+    va_list copy;
+    va_copy(copy, args);
+    const bool is_kept = report_tap(uniq, priority, format, copy);
+    va_end(copy);
+    return is_kept;
+}
 
 void vSendLog(CServiceContext *service, CConnectionContext *connection, const UNIQUE_DATA_T &uniq,
               int priority, const char *format, va_list args)
 {
+    if (is_tapped(uniq, priority, format, args))
+        return;
     if (service == nullptr || connection == nullptr || report_hook == nullptr) {
         vsyslog(priority, format, args);
         return;

@@ -2,6 +2,7 @@
 #include "lib/ulib/report.h"
 
 #include "lib/ulib/dump.h"
+#include "lib/ulib/notice.h"
 #include "lib/ulib/pmsg.h"
 #include "tests/ulib/report_log.h"
 
@@ -35,6 +36,26 @@ TEST(SendLog, GoesToTheHookOnlyWithBothContextsAndAHook)
     }
     EXPECT_EQ(report_log::priority, LOG_WARNING);
     closelog();
+}
+
+TEST(ReportTap, SeesAReportBeforeTheLogsAndMayKeepIt)
+{
+    static std::string seen;
+    report_tap = [](const UNIQUE_DATA_T &uniq, int priority, const char *format, va_list args) {
+        char text[64];
+        std::vsnprintf(text, sizeof text, format, args);
+        seen += std::to_string(uniq.event) + "/" + std::to_string(priority) + " " + text + "\n";
+        return priority > LOG_WARNING;
+    };
+    const report_log log;
+    for (const int priority : {LOG_WARNING, LOG_NOTICE})
+        SendLog(servContext, connContext, UNIQUE_DATA, priority, "%d left", priority);
+    syslog_notice(EVENT_BAD_ENTRY, 7, "%s", "of a log in the making");
+    report_tap = nullptr;
+    EXPECT_EQ(report_log::texts, "4 left\n");
+    EXPECT_EQ(seen, "501/4 4 left\n501/5 5 left\n" +
+                        std::to_string(static_cast<int>(EVENT_BAD_ENTRY)) +
+                        "/5 of a log in the making\n");
 }
 
 TEST(Outofcore, ReportsAndEndsTheProcessWithStatusZero)

@@ -7,8 +7,10 @@
 #include <vector>
 
 #include "lib/frag/import/import_machine.h"
+#include "lib/frag/import/observer.h"
 #include "lib/frag/tree/cftrie.h"
 #include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 
@@ -29,8 +31,11 @@ void importer::feed(std::string_view bytes)
 
 void importer::finish()
 {
+    machine_->end_input();
     fnewcleanup(machine_->head);
 }
+
+const import_observer *import_watch = nullptr;
 
 static int last_read_error = 0;
 
@@ -73,7 +78,7 @@ static void fold_star_proxy(frag **tree)
     if (star == nullptr)
         return;
     for (const frag *child = star->child; child != nullptr; child = child->next)
-        fset(tree, (std::string("def_proxy_global_") + child->name).c_str(), child->value);
+        set_text_of(tree, (std::string("def_proxy_global_") + child->name).c_str(), child);
     freefrag(fdel(tree, STAR_KEY));
 }
 

@@ -2,6 +2,9 @@
 // other: flat lines (key=value, the key's parts joined by '_'), sections ([part\part] and the
 // lines below it), and tags (<name>text</name>, attributes as children of a node `attrs`).
 //
+// Each value keeps the line that it came from (lib/frag/tree/origin.h); what the import decides
+// without a word can be watched (lib/frag/import/observer.h).
+//
 // Whatever the bytes, a file gives a tree: a line without '=' runs on into the next, an end tag
 // that closes nothing is passed over, and a file that ends early leaves what it got to.
 #pragma once

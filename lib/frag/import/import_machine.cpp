@@ -1,6 +1,7 @@
 #include "lib/frag/import/import_machine.h"
 
 #include <cstring>
+#include <utility>
 
 #include "lib/frag/tree/cftrie.h"
 #include "lib/frag/tree/frag.h"
@@ -22,6 +23,14 @@ void importer::machine::feed(std::string_view bytes)
     pos = 0;
     while (!at_end() && (this->*now)()) {
     }
+    line_here();
+    counted = 0;
+}
+
+void importer::machine::end_input() const
+{
+    if (name_line != 0)
+        tell(&import_observer::unfinished, name_line);
 }
 
 bool importer::machine::go(state next)
@@ -70,6 +79,55 @@ bool importer::machine::take_name(const byte_set &stops, std::size_t limit, std:
     return is_whole;
 }
 
+// ---- where a value begins
+
+// The line of the byte at `pos`.
+std::int32_t importer::machine::line_here()
+{
+    while (counted < pos) {
+        const void *found = std::memchr(piece.data() + counted, '\n', pos - counted);
+        if (found == nullptr) {
+            counted = pos;
+            break;
+        }
+        counted = static_cast<std::size_t>(static_cast<const char *>(found) - piece.data()) + 1;
+        next_line();
+    }
+    return line_number;
+}
+
+// A key, tag or comment begins here, unless it has begun before.
+void importer::machine::begin_name()
+{
+    if (import_watch != nullptr && name_line == 0)
+        name_line = line_here();
+}
+
+// What began is complete: a key, or the name of a tag.
+void importer::machine::end_name()
+{
+    if (name_line != 0 && name_line != line_here())
+        tell(&import_observer::lines_joined, name_line, line_number);
+}
+
+void importer::machine::begin_value(frag_notation form)
+{
+    if (form != frag_notation::TAGS) { // an attribute's value ends no tag
+        end_name();
+        name_line = 0;
+    }
+    vlen = 0;
+    value_origin = make_origin(line_here(), form);
+}
+
+// The first bytes of a value are at hand.
+void importer::machine::begin_bytes()
+{
+    if (cur->value != nullptr)
+        tell(&import_observer::value_replaced, cur, origin_line(cur), value_line());
+    cur->origin = value_origin;
+}
+
 // Moves over the bytes up to one of `stops` or the end of the piece, and appends them to the
 // value of cur.
 void importer::machine::store_until(const byte_set &stops)
@@ -84,19 +142,25 @@ void importer::machine::store(std::size_t end)
     pos = end;
     if (length == 0 || skip || cur == nullptr)
         return;
+    if (vlen == 0)
+        begin_bytes();
     write_frag_value(cur, vlen, piece.data() + start, length);
     vlen += length;
 }
 
 void importer::machine::ensure_value() const
 {
-    if (cur->value == nullptr)
-        set_frag_value(cur, "", 0);
+    if (cur->value != nullptr)
+        return;
+    set_frag_value(cur, "", 0);
+    cur->origin = value_origin;
 }
 
 void importer::machine::end_value()
 {
     skip = keep != 0;
+    if (vlen == 0 && cur->value != nullptr)
+        tell(&import_observer::value_kept, cur, origin_line(cur), value_line());
     ensure_value();
 }
 
@@ -184,6 +248,7 @@ void importer::machine::resolve_flat_part(std::string_view part)
 bool importer::machine::flat_name()
 {
     last_path.clear();
+    begin_name();
     if (name_length == 0 && at_pos() == '[') {
         ++pos;
         parent = nullptr;
@@ -198,11 +263,13 @@ bool importer::machine::flat_name()
     if (!take_name(STOPS, NAME_PART_SIZE, taken))
         return false;
     resolve_flat_part(taken);
+    if (!STOPS.has(at_pos()))
+        tell(&import_observer::name_cut, line_here(), taken);
     if (piece[pos++] == '_') {
         parent = cur;
         return go(&machine::line_start);
     }
-    vlen = 0;
+    begin_value(frag_notation::FLAT);
     return go(&machine::flat_value);
 }
 
@@ -285,10 +352,12 @@ bool importer::machine::take_flat_line()
         return false;
     }
     last_key.assign(line, 0, key_end);
+    pos = start;
+    begin_value(frag_notation::FLAT);
     pos = start + key_end + 1;
-    vlen = 0;
     store(line_end);
-    ++pos;
+    counted = ++pos;
+    next_line();
     parent = nullptr;
     end_value();
     trim_counted_end(cur);
@@ -302,6 +371,7 @@ bool importer::machine::sect_name()
     while (name_length == 0) {
         if (!skip_white())
             return false;
+        begin_name();
         if (at_pos() != '[')
             break;
         ++pos;
@@ -311,12 +381,15 @@ bool importer::machine::sect_name()
     std::string_view taken;
     if (!take_name(STOPS, NAME_PART_SIZE, taken))
         return false;
+    is_name_cut = is_name_cut || !STOPS.has(at_pos());
     pos = STOPS.find_in(piece, pos); // a longer name loses its end
     if (at_end()) {
         if (name_length == 0)
             name_length = taken.copy(name.data(), taken.size());
         return false;
     }
+    if (std::exchange(is_name_cut, false))
+        tell(&import_observer::name_cut, line_here(), taken);
     cur = find_named(taken);
     if (cur == nullptr) {
         cur = newsymfrag(taken);
@@ -326,9 +399,13 @@ bool importer::machine::sect_name()
     const char stop = piece[pos++];
     if (stop == '\\' || stop == ']' || stop == '_') {
         parent = cur;
+        if (stop == ']') {
+            end_name();
+            name_line = 0;
+        }
         return !at_end();
     }
-    vlen = 0;
+    begin_value(frag_notation::SECTION);
     return go(&machine::sect_value);
 }
 

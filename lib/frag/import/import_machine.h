@@ -10,8 +10,16 @@
 #include <vector>
 
 #include "lib/frag/import/import.h"
+#include "lib/frag/import/observer.h"
+#include "lib/frag/tree/origin.h"
 
-struct frag;
+// Makes one call of the observer, if there is one.
+template <typename... Types, typename... Values>
+void tell(void (*import_observer::*call)(void *, Types...), Values... values)
+{
+    if (import_watch != nullptr && import_watch->*call != nullptr)
+        (import_watch->*call)(import_watch->context, values...);
+}
 
 // A set of bytes that end something; one look a byte.
 class byte_set
@@ -41,6 +49,9 @@ struct importer::machine {
 
     // Takes all of `bytes`.
     void feed(std::string_view bytes);
+
+    // Tells the observer of a key, tag or comment that is never finished.
+    void end_input() const;
 
     frag **const head; // the tree; stays the caller's
 
@@ -76,6 +87,13 @@ struct importer::machine {
     bool collect_name(const byte_set &stops, std::size_t limit);
     bool take_name(const byte_set &stops, std::size_t limit, std::string_view &taken);
     void clear_name();
+    std::int32_t line_here();
+    void next_line() { line_number += line_number < LAST_ORIGIN_LINE ? 1 : 0; }
+    void begin_name();
+    void end_name();
+    void begin_value(frag_notation form);
+    void begin_bytes();
+    std::int32_t value_line() const { return value_origin & LAST_ORIGIN_LINE; }
     void store_until(const byte_set &stops);
     void store(std::size_t end);
     void ensure_value() const;
@@ -100,12 +118,19 @@ struct importer::machine {
 
     std::array<char, NAME_PART_SIZE + 1> name{}; // always ended by a NUL
     std::size_t name_length = 0;
-    char quote = 0; // the byte that ends an attribute's value; 0: blank or '>' does
+    bool is_name_cut = false; // bytes of it were lost
+    char quote = 0;           // the byte that ends an attribute's value; 0: blank or '>' does
 
     frag *cur = nullptr;    // node being filled
     frag *parent = nullptr; // node under which names are resolved; null: the top
     std::size_t vlen = 0;   // bytes stored of cur's value
     bool skip = false;      // drop value bytes
+
+    // Lines are counted where a value begins, from the last such place on.
+    std::int32_t line_number = 1;   // of the byte at `counted`
+    std::size_t counted = 0;        // in the piece
+    std::int32_t name_line = 0;     // where an unfinished key, tag or comment began; for observers
+    std::uint32_t value_origin = 0; // of the value being read
 
     // Some child was linked below a parent with a trie without being entered in it. Until then
     // the trie knows what the list knows, and need not be asked.

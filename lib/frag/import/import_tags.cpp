@@ -14,6 +14,9 @@ bool importer::machine::tag_name()
     std::string_view tag;
     if (!take_name(STOPS, TAG_NAME_SIZE, tag))
         return false;
+    end_name();
+    if (!STOPS.has(at_pos()))
+        tell(&import_observer::name_cut, line_here(), tag);
     if (tag.starts_with("!--"))
         return go(&machine::comment);
     if (tag.starts_with('!'))
@@ -39,7 +42,10 @@ void importer::machine::close_element(std::string_view tag)
             set_frag_value(cur, "", 0);
         cur = cur->parent;
         parent = cur != nullptr ? cur->parent : nullptr;
+    } else {
+        tell(&import_observer::ignored, line_here());
     }
+    name_line = 0;
     if (cur != nullptr)
         vlen = static_cast<std::size_t>(cur->vlen);
     ++pos;
@@ -64,6 +70,7 @@ void importer::machine::open_element(std::string_view tag)
     cur = new_element(tag);
     link_past_trie(cur);
     vlen = 0;
+    cur->origin = make_origin(line_here(), frag_notation::TAGS);
     clear_name();
     if (at_pos() != '>') {
         // Attributes, whose names hang below a node of their own.
@@ -73,6 +80,7 @@ void importer::machine::open_element(std::string_view tag)
         return;
     }
     ++pos;
+    name_line = 0;
     if (is_closed)
         leave_empty_element(parent);
     else
@@ -86,12 +94,21 @@ void importer::machine::leave_empty_element(frag *enclosing)
     parent = enclosing;
     cur = enclosing;
     vlen = cur != nullptr ? static_cast<std::size_t>(cur->vlen) : 0;
+    name_line = 0;
     now = &machine::line_start;
 }
 
 bool importer::machine::text_skip()
 {
-    return skip_white() && go(&machine::text);
+    if (!skip_white())
+        return false;
+    if (at_pos() != '<') {
+        if (cur == nullptr)
+            tell(&import_observer::ignored, line_here());
+        else if (vlen == 0)
+            value_origin = make_origin(line_here(), frag_notation::TAGS);
+    }
+    return go(&machine::text);
 }
 
 bool importer::machine::text()
@@ -100,6 +117,7 @@ bool importer::machine::text()
     if (at_end())
         return false;
     parent = cur;
+    begin_name();
     ++pos;
     clear_name();
     return go(&machine::tag_name);
@@ -118,6 +136,7 @@ bool importer::machine::attr_gap()
     }
     skip = false;
     ++pos;
+    name_line = 0;
     return go(&machine::text_skip);
 }
 
@@ -141,8 +160,10 @@ bool importer::machine::attr_name()
         cur = newsymfrag(collected);
         link_past_trie(cur);
     }
+    if (!STOPS.has(at_pos()))
+        tell(&import_observer::name_cut, line_here(), collected);
     cur->flags = 0;
-    vlen = 0;
+    begin_value(frag_notation::TAGS);
     // A '>' ends the tag as well as the name, so it stays for the next state to see.
     if (at_pos() != '>')
         ++pos;
@@ -193,6 +214,7 @@ bool importer::machine::comment_2()
         return !at_end();
     if (byte != '>')
         return go(&machine::comment);
+    name_line = 0;
     if (cur == nullptr)
         return go(&machine::line_start);
     vlen = static_cast<std::size_t>(cur->vlen);
@@ -205,5 +227,6 @@ bool importer::machine::decl()
     if (at_end())
         return false;
     ++pos;
+    name_line = 0;
     return go(&machine::line_start);
 }

@@ -11,6 +11,7 @@
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/frag_text.h"
+#include "lib/frag/tree/origin.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/events.h"
 #include "lib/ulib/report.h"
@@ -23,8 +24,10 @@ int canon_netobj(frag **head, const char *key)
         return 0;
     for (frag *object = list->child; object != nullptr; object = object->next) {
         const frag_ptr name = take_frag(&object->child, "name");
-        if (name != nullptr && name->value != nullptr)
+        if (name != nullptr && name->value != nullptr) {
             renamefrag(object, name->value);
+            take_origin(object, name.get());
+        }
         del_frag(&object->child, "num_elements");
         del_frag(&object->child, "num_members");
         del_frag_if_empty(&object->child, "num");
@@ -125,7 +128,7 @@ static void unpack_rule(frag *rule, std::string_view packed)
         const std::size_t end = packed.find('+');
         const std::string field(packed.substr(0, end));
         if (!field.empty())
-            fsetp(&rule->child, key, field.c_str(), rule);
+            fsetp(&rule->child, key, field.c_str(), rule)->origin = rule->origin;
         if (end == std::string_view::npos)
             return;
         packed.remove_prefix(end + 1);
@@ -202,7 +205,7 @@ static void canon_ip_side(frag **head, frag *ip, const ip_var_row &row)
     };
     for (const auto &[key, from] : parts)
         if (from != nullptr && from->value != nullptr)
-            fset_list(&entry, key, from->value);
+            fset_list(&entry, key, from->value)->origin = from->origin;
 }
 
 int canon_ip(frag **head)

@@ -8,6 +8,7 @@
 #include "lib/frag/layout/access_prefix.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/origin.h"
 
 static bool is_digit(char c)
 {
@@ -24,8 +25,10 @@ static const char *text_in(const frag_ptr &node)
 static void take_name_from(frag *node, const char *key)
 {
     const frag_ptr name = take_frag(&node->child, key);
-    if (text_in(name) != nullptr)
-        renamefrag(node, name->value);
+    if (text_in(name) == nullptr)
+        return;
+    renamefrag(node, name->value);
+    take_origin(node, name.get());
 }
 
 // Sets one parameter of a proxy or policy to the text of `value`.
@@ -37,10 +40,10 @@ static void set_parm(frag *owner, const char *name, frag_ptr value)
     const std::size_t split = plain.find('_');
     frag *parm = nullptr;
     if (split == std::string::npos) {
-        parm = fsetp(&owner->child, plain.c_str(), value->value, owner);
+        parm = set_text_of(&owner->child, plain.c_str(), value.get(), owner);
     } else if (is_digit(plain[split + 1])) {
         frag *family = fsetp(&owner->child, plain.substr(0, split).c_str(), nullptr, owner);
-        parm = fsetp(&family->child, plain.c_str() + split + 1, value->value, family);
+        parm = set_text_of(&family->child, plain.c_str() + split + 1, value.get(), family);
     } else {
         rename_unlinked(value.get(), plain.c_str());
         parm = value.release();
@@ -57,6 +60,7 @@ static void join_access_and_url(frag *entry)
         return;
     const std::string joined = std::string(access) + " " + url;
     set_frag_value(entry, joined.data(), joined.size());
+    take_origin(entry, ffind(&entry->child, "access"));
     free_fraglist(&entry->child);
 }
 
@@ -114,8 +118,10 @@ int canon_cust(frag **head)
     while (frag *entry = pop_front(rest)) {
         const frag_ptr realname = take_frag(&entry->child, "realname");
         const frag_ptr name = take_frag(&entry->child, "name");
-        if (text_in(name) != nullptr)
+        if (text_in(name) != nullptr) {
             rename_unlinked(entry, name->value);
+            take_origin(entry, name.get());
+        }
         canon_proxy_parms(entry);
         const char *owner = text_in(realname);
         const bool has_owner = owner != nullptr && *owner != '\0';
@@ -154,8 +160,8 @@ static void canon_policy_proxies(frag *policy, const set_owners &owners)
     if (proxies == nullptr)
         return;
     for (frag *entry = proxies->child; entry != nullptr; entry = entry->next) {
+        drop_frag_value(entry); // first, as its origin goes with it
         take_name_from(entry, "name");
-        drop_frag_value(entry);
         const auto owner = owners.find(entry->name);
         if (owner == owners.end())
             continue;
@@ -177,6 +183,7 @@ static void canon_policy_parms(frag *policy)
         renamefrag(entry, name->value);
         std::swap(entry->value, value->value);
         std::swap(entry->vlen, value->vlen);
+        std::swap(entry->origin, value->origin);
     }
 }
 

@@ -9,6 +9,7 @@
 #include "lib/frag/layout/proxy_map.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/origin.h"
 #include "lib/ulib/events.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
@@ -49,7 +50,15 @@ static void move_client_address(frag **head)
     const std::string number = std::to_string(number_for_address(list, client->value));
     frag *entry = fset_list(&list, number.c_str(), nullptr);
     fset_list(&entry, "name", "gui_client");
-    fset_list(&entry, "addr", client->value);
+    fset_list(&entry, "addr", client->value)->origin = client->origin;
+}
+
+// A `port`, which may lack a value, becomes the proxy's `bind-port`, which never does.
+static void set_bind_port(frag *proxy, const frag *port)
+{
+    frag *bind_port = set_text_of(&proxy->child, "bind-port", port, proxy);
+    if (bind_port->value == nullptr)
+        set_frag_value(bind_port, "", 0);
 }
 
 // Makes a proxy of one config set of the plug relay. The proxy has what the relay has.
@@ -61,7 +70,7 @@ static void make_plug_proxy(frag *proxies, frag *plug, frag *config_set)
     frag *sets = fsetp(&proxy->child, "config-sets", nullptr, proxy);
     fsetp(&proxy->child, "proxy-type", PLUG_TYPE, proxy);
     if (const frag_ptr port = take_frag(&config_set->child, "port"))
-        fsetp(&proxy->child, "bind-port", port->value == nullptr ? "" : port->value, proxy);
+        set_bind_port(proxy, port.get());
     push_child(sets, config_set);
 }
 
@@ -106,7 +115,7 @@ static void move_states(frag *states, frag *proxies, proxy_map map)
             continue;
         }
         if (frag *proxy = ffind(&proxies->child, row->node))
-            fsetp(&proxy->child, "state", entry->value, proxy);
+            set_text_of(&proxy->child, "state", entry, proxy);
         freefrag(entry);
     }
 }
@@ -134,7 +143,7 @@ static void set_program(frag *proxy, proxy_map map)
 static void take_port(frag *proxy, frag *owner)
 {
     if (const frag_ptr port = take_frag(&owner->child, "port"))
-        fsetp(&proxy->child, "bind-port", port->value, proxy);
+        set_bind_port(proxy, port.get());
 }
 
 static void move_plug_settings(frag *proxy)

@@ -1,5 +1,7 @@
 #include "lib/frag/tree/frag.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -8,14 +10,17 @@
 #include "lib/frag/tree/cftrie.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/node_pool.h"
+#include "lib/frag/tree/origin.h"
 #include "lib/ulib/report.h"
 
 // A node lies in one block with the name that it is born with: trees hold millions of nodes, and
 // one allocation for both saves a third of the memory and of the time. A later name has a block
-// of its own.
+// of its own. The name begins where the last field ends, in the bytes that round the node up.
+constexpr std::size_t INBORN_NAME_AT = offsetof(frag, origin) + sizeof(frag::origin);
+
 static char *inborn_name(frag *node)
 {
-    return reinterpret_cast<char *>(node + 1);
+    return reinterpret_cast<char *>(node) + INBORN_NAME_AT;
 }
 
 static void free_name(frag *node)
@@ -26,7 +31,7 @@ static void free_name(frag *node)
 
 static std::size_t node_size(std::string_view inborn)
 {
-    return sizeof(frag) + inborn.size() + 1;
+    return std::max(sizeof(frag), INBORN_NAME_AT + inborn.size() + 1);
 }
 
 static void free_node(frag *node)
@@ -180,8 +185,11 @@ frag *ffind2(frag **head, const char *key1, const char *key2)
 
 const char *fval(frag **head, const char *key)
 {
-    const frag *node = ffind(head, key);
-    return node == nullptr ? nullptr : node->value;
+    frag *node = ffind(head, key);
+    if (node == nullptr)
+        return nullptr;
+    mark_asked(node);
+    return node->value;
 }
 
 static void replace_value(frag *node, const char *value)
@@ -197,6 +205,7 @@ static void replace_value(frag *node, const char *value)
     std::free(node->value);
     node->value = copy;
     node->vlen = static_cast<std::int32_t>(length);
+    node->origin = 0;
 }
 
 frag *fsetp(frag **head, const char *key, const char *value, frag *parent)
@@ -265,7 +274,8 @@ static frag *copy_list(const frag *source, frag *parent,
     for (frag **end = &copied; source != nullptr; source = source->next) {
         frag *node = newsymfrag(source->name);
         node->parent = parent;
-        node->flags = source->flags;
+        node->flags = source->flags & ~FRAG_ASKED;
+        node->origin = source->origin;
         node->vlen = source->vlen;
         if (source->value != nullptr)
             set_frag_value(node, source->value, static_cast<std::size_t>(source->vlen));

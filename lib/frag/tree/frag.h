@@ -25,6 +25,7 @@ struct frag {
     std::uint32_t flags = 0;
     cfnode *index = nullptr;     // trie of the children's names, only while an import runs
     name_index *names = nullptr; // where they are, once a search went far (name_index.h)
+    std::uint32_t origin = 0;    // where the value came from (origin.h)
 };
 
 // frag::flags. Several access bits may be set; names show one, in the order deny, permit,
@@ -39,6 +40,7 @@ enum frag_flag : std::uint32_t {
     FRAG_COUNT_MASK = 0xFF00, // while an import runs instead: children that it added,
     FRAG_COUNT_ONE = 0x0100,  // counted in this unit
     FRAG_COUNT_FULL = 0x1000, // up to sixteen
+    FRAG_ASKED = 0x10000,     // the value was asked for (origin.h); no part of a copy
 };
 
 // Finds a node; creates nothing. Null for a null key, an empty list or an absent name. Among
@@ -56,9 +58,9 @@ frag *ffind2(frag **head, const char *key1, const char *key2);
 const char *fval(frag **head, const char *key);
 
 // Finds or makes the path and replaces the value of its last node by a copy of `value`; a null
-// value leaves the node without one. Flags and children of the node stay. New nodes go to the
-// front of their lists; the first new one gets the last node found as its parent, or `parent`
-// when none was found. Returns the node, never null.
+// value leaves the node without one. Flags and children of the node stay, its origin goes. New
+// nodes go to the front of their lists; the first new one gets the last node found as its parent,
+// or `parent` when none was found. Returns the node, never null.
 frag *fsetp(frag **head, const char *key, const char *value, frag *parent);
 
 // fsetp without a parent: a node made on the first level has none, whatever `head` belongs to.
@@ -84,7 +86,7 @@ frag *newsymfrag(std::string_view name);
 void renamefrag(frag *node, const char *plain);
 
 // A deep copy of the list, in order; null for an empty one. Its first level gets `parent`.
-// Values are copied as far as `vlen` counts them. The caller owns the copy.
+// Values are copied as far as `vlen` counts them, with their origins. The caller owns the copy.
 frag *copy_fragtree(frag **head, frag *parent);
 
 // Gives the node `length` bytes of `text` as its value, ended by a NUL; `vlen` becomes `length`.

@@ -90,6 +90,14 @@ frag *set_number(frag **head, const char *key, std::int64_t number, frag *parent
     return fsetp(head, key, std::to_string(number).c_str(), parent);
 }
 
+frag *set_text_of(frag **head, const char *key, const frag *source, frag *parent)
+{
+    const std::uint32_t origin = source->origin;
+    frag *node = fsetp(head, key, source->value, parent);
+    node->origin = origin;
+    return node;
+}
+
 void rename_to_number(frag *node, std::int64_t number)
 {
     renamefrag(node, std::to_string(number).c_str());
@@ -131,4 +139,5 @@ void drop_frag_value(frag *node)
 {
     std::free(std::exchange(node->value, nullptr));
     node->vlen = 0;
+    node->origin = 0;
 }

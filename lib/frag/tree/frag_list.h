@@ -41,6 +41,9 @@ frag *find_or_make(frag **head, const char *key, frag *parent = nullptr);
 // Sets the node at `key` to a decimal number, as fsetp does.
 frag *set_number(frag **head, const char *key, std::int64_t number, frag *parent = nullptr);
 
+// Sets the node at `key` to the text of another, whose origin it gets, as fsetp does.
+frag *set_text_of(frag **head, const char *key, const frag *source, frag *parent = nullptr);
+
 // Names the node by a decimal number.
 void rename_to_number(frag *node, std::int64_t number);
 

@@ -88,14 +88,15 @@ int export_frags(const frag *first, std::FILE *stream, int /*spare*/)
 
 static void dump_node(frag *node, int indent)
 {
+    const std::uint32_t flags = node->flags & ~FRAG_ASKED;
     std::printf("%*s%s", indent, "", indent == 0 ? "" : "_");
-    if (node->flags != 0)
-        std::printf("(%d)", static_cast<int>(node->flags));
+    if (flags != 0)
+        std::printf("(%d)", static_cast<int>(flags));
     if (node->value != nullptr)
         for (char *c = node->value; *c != '\0'; ++c)
             if (*c < 32 || *c > 126)
                 *c = '#';
-    std::printf("%s[%04x,%d]%s%s\n", node->name, node->flags, node->vlen,
+    std::printf("%s[%04x,%d]%s%s\n", node->name, flags, node->vlen,
                 node->value == nullptr ? "" : "=", node->value == nullptr ? "<NONE>" : node->value);
 }
 

@@ -18,9 +18,9 @@
 namespace
 {
 
-constexpr std::size_t STEP = 16;            // sizes are rounded up to this
-constexpr std::size_t LARGEST = 256;        // what is larger is rare
-constexpr std::size_t BLOCK_SIZE = 1 << 20; // the process keeps its blocks
+constexpr std::size_t STEP = alignof(void *); // sizes are rounded up to this
+constexpr std::size_t LARGEST = 256;          // what is larger is rare
+constexpr std::size_t BLOCK_SIZE = 1 << 20;   // the process keeps its blocks
 
 // Room that was given back, linked through its first bytes.
 struct free_room {

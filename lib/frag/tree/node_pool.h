@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-// Room of `size` bytes, aligned for any node; null without memory. Give it back with the same size.
+// Room of `size` bytes, aligned for pointers; null without memory. Give it back with the same size.
 void *take_node_room(std::size_t size);
 
 // Gives room back, for the next taker of that size; null is allowed.

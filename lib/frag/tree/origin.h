@@ -1,0 +1,58 @@
+// Where the value of a node came from, and whether anybody asked for it: for programs that explain
+// a database. Reading and deriving need neither.
+//
+// An import notes for each value the line of its file on which the value begins, and the notation.
+// Copies of a node keep both, and so do the passes that bring a tree to the current layout: what
+// they make of a value has the value's origin. Where a pass names a node by a value, a node
+// without an origin gets that of its name. A value that the program sets has none.
+#pragma once
+
+#include <cstdint>
+
+#include "lib/frag/tree/frag.h"
+
+enum class frag_notation : std::uint32_t {
+    NONE = 0, // set by the program
+    FLAT = 1,
+    SECTION = 2,
+    TAGS = 3, // the text of an element, or an attribute's value
+};
+
+inline constexpr std::int32_t LAST_ORIGIN_LINE = (1 << 30) - 1; // that of all lines behind it too
+
+// frag::origin for a line counted from 1.
+constexpr std::uint32_t make_origin(std::int32_t line, frag_notation notation)
+{
+    return static_cast<std::uint32_t>(line) | static_cast<std::uint32_t>(notation) << 30;
+}
+
+// The line, counted from 1, on which the node's value begins; 0 for a value that the program set.
+// An element without text of its own has the line of its start tag.
+constexpr std::int32_t origin_line(const frag *node)
+{
+    return static_cast<std::int32_t>(node->origin & LAST_ORIGIN_LINE);
+}
+
+constexpr frag_notation origin_notation(const frag *node)
+{
+    return static_cast<frag_notation>(node->origin >> 30);
+}
+
+// Says that the node's value, or its name, was made of that of `source`. A node keeps the origin
+// that it has.
+void take_origin(frag *node, const frag *source);
+
+// Notes that the node's value was asked for. fval, and the walks that read values past it, do so.
+inline void mark_asked(frag *node)
+{
+    node->flags |= FRAG_ASKED;
+}
+
+inline bool was_asked(const frag *node)
+{
+    return (node->flags & FRAG_ASKED) != 0;
+}
+
+// Takes the marks off a list and all below it: the passes that bring a tree to the current layout
+// ask too.
+void clear_asked(frag **head);

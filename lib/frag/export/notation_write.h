@@ -1,0 +1,35 @@
+// The section and the tag notation of a configuration file, written so that the import reads the
+// same tree: names as they are stored, whole values, every node in its place. What a notation
+// cannot hold is for the caller to find by reading back, and for fit_notation to take away.
+#pragma once
+
+#include <cstdio>
+
+struct frag;
+
+enum class notation { flat, sections, tags };
+
+// Writes a list and all below it as sections: `[part\part]`, and below it a line for each value.
+// A value at the top of the tree follows its bracket without a section. A node with neither value
+// nor children is a section of its own.
+// Cannot be held: access prefixes, which become part of the name; several siblings of one name;
+// a backslash, CR or LF in a value; a name of more than NAME_PART_SIZE bytes, or with a byte that
+// ends one.
+// Returns 0, or 1 if a write fell short.
+[[nodiscard]] int outsectionfile(std::FILE *stream, const frag *first);
+
+// Writes a list and all below it as elements, attributes as the children of `attrs` that they are.
+// Cannot be held: access prefixes, as above; an empty value of a node with children; white space
+// at the start of a value, and '<' in it; a name of more than TAG_NAME_SIZE - 1 bytes, or with a
+// byte that ends one.
+// Returns 0, or 1 if a write fell short.
+[[nodiscard]] int outtagfile(std::FILE *stream, const frag *first);
+
+// A copy of a list and all below it that has nothing that a notation would read as anything else:
+// in names such bytes are escaped, and what is too long is cut; in values they are left out. The
+// order and the number of nodes and their access bits stay. The caller owns the copy.
+frag *copy_fit_for(notation form, const frag *first);
+
+// Lets values count to the end of their text, so that a writer keeps the white space that a flat
+// line has at its end.
+void count_whole_values(frag *first);

@@ -9,6 +9,7 @@
 #include "lib/frag/layout/norm41.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 
 static bool write_bytes(std::FILE *stream, const char *bytes, std::size_t length)
@@ -67,6 +68,7 @@ static std::FILE *open_stream(const char *path)
 
 int exportffile(const char *path, frag **head, int version)
 {
+    const steady_lists steady;
     std::FILE *stream = open_stream(path);
     if (stream == nullptr)
         return 1;
@@ -78,6 +80,7 @@ int exportffile(const char *path, frag **head, int version)
 
 int exportenv(const char *path, int version)
 {
+    const steady_lists steady;
     frag *copy = copy_fragtree(current_tree(), nullptr);
     del_frag(&copy, "temp");
     del_frag(&copy, "def_proxy_*");

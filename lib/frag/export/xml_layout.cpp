@@ -196,6 +196,7 @@ static void join_run(frag **siblings, frag *first, const char *attr_key, const c
          next != nullptr && std::strcmp(next->name, first->name) == 0 && is_marked(next, attr_key);
          next = first->next) {
         first->next = next->next;
+        next->is_unlisted = 1;
         const frag_ptr gone(next);
         entries.push_back(entry_of(next, attr_key));
     }
@@ -290,6 +291,7 @@ static bool canon_xml_proxies(frag **head)
 
 int canon_xml(frag **head)
 {
+    const steady_lists steady;
     frag *document = ffind(head, "?xml");
     if (document == nullptr)
         return 0;

@@ -125,7 +125,7 @@ void importer::machine::begin_bytes()
 {
     if (cur->value != nullptr)
         tell(&import_observer::value_replaced, cur, origin_line(cur), value_line());
-    cur->origin = value_origin;
+    set_origin(cur, value_origin);
 }
 
 // Moves over the bytes up to one of `stops` or the end of the piece, and appends them to the
@@ -153,7 +153,7 @@ void importer::machine::ensure_value() const
     if (cur->value != nullptr)
         return;
     set_frag_value(cur, "", 0);
-    cur->origin = value_origin;
+    set_origin(cur, value_origin);
 }
 
 void importer::machine::end_value()

@@ -11,6 +11,7 @@
 
 #include "lib/frag/import/import.h"
 #include "lib/frag/import/observer.h"
+#include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/origin.h"
 
 // Makes one call of the observer, if there is one.
@@ -56,6 +57,8 @@ struct importer::machine {
     frag **const head; // the tree; stays the caller's
 
   private:
+    const steady_lists steady;
+
     // A state: acts on the bytes at `pos`, and returns false if it needs more of them.
     using state = bool (machine::*)();
 

@@ -70,7 +70,7 @@ void importer::machine::open_element(std::string_view tag)
     cur = new_element(tag);
     link_past_trie(cur);
     vlen = 0;
-    cur->origin = make_origin(line_here(), frag_notation::TAGS);
+    set_origin(cur, make_origin(line_here(), frag_notation::TAGS));
     clear_name();
     if (at_pos() != '>') {
         // Attributes, whose names hang below a node of their own.

@@ -11,6 +11,7 @@
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/frag_text.h"
+#include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/origin.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/events.h"
@@ -235,6 +236,7 @@ static bool take_counter(frag **head, const char *key)
 
 int norm_fragtree(frag **head)
 {
+    const steady_lists steady;
     if (take_counter(head, "def_num_proxies")) {
         canon_def(head);
         if (take_counter(head, "cust_num_proxies"))

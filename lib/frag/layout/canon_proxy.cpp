@@ -183,7 +183,7 @@ static void canon_policy_parms(frag *policy)
         renamefrag(entry, name->value);
         std::swap(entry->value, value->value);
         std::swap(entry->vlen, value->vlen);
-        std::swap(entry->origin, value->origin);
+        entry->origin = value->origin;
     }
 }
 

@@ -9,6 +9,7 @@
 #include "lib/frag/layout/proxy_map.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/origin.h"
 #include "lib/ulib/events.h"
 #include "lib/ulib/report.h"
@@ -162,6 +163,7 @@ static void move_plug_settings(frag *proxy)
 
 int up41(frag **head)
 {
+    const steady_lists steady;
     move_client_address(head);
     frag *proxies = ffind(head, "def_proxy");
     if (proxies == nullptr)

@@ -16,7 +16,7 @@
 // A node lies in one block with the name that it is born with: trees hold millions of nodes, and
 // one allocation for both saves a third of the memory and of the time. A later name has a block
 // of its own. The name begins where the last field ends, in the bytes that round the node up.
-constexpr std::size_t INBORN_NAME_AT = offsetof(frag, origin) + sizeof(frag::origin);
+constexpr std::size_t INBORN_NAME_AT = offsetof(frag, names) + sizeof(frag::names) + 4;
 
 static char *inborn_name(frag *node)
 {
@@ -113,6 +113,8 @@ void freefrag(frag *node)
 {
     if (node == nullptr)
         return;
+    if (node->is_unlisted == 0)
+        drop_name_indexes(); // of the lists that it may have been unlinked from by hand
     frag *rest = std::exchange(node->child, nullptr);
     free_node(node);
     std::vector<frag *> open_lists;
@@ -136,6 +138,7 @@ void free_fraglist(frag **head)
     while (*head != nullptr) {
         frag *node = *head;
         *head = std::exchange(node->next, nullptr);
+        node->is_unlisted = 1;
         freefrag(node);
     }
 }
@@ -262,6 +265,7 @@ frag *fdel(frag **head, const char *key)
             link = &(*link)->next;
         *link = node->next;
         node->parent = nullptr;
+        node->is_unlisted = 1;
         return node;
     }
 }

@@ -23,9 +23,10 @@ struct frag {
     char *value = nullptr;  // null and empty differ: a node may exist only to hold children
     std::int32_t vlen = 0; // value bytes that count; an import may leave it below the text's length
     std::uint32_t flags = 0;
-    cfnode *index = nullptr;     // trie of the children's names, only while an import runs
-    name_index *names = nullptr; // where they are, once a search went far (name_index.h)
-    std::uint32_t origin = 0;    // where the value came from (origin.h)
+    cfnode *index = nullptr;           // trie of the children's names, only while an import runs
+    name_index *names = nullptr;       // where they are, once a search went far (name_index.h)
+    std::uint32_t origin : 31 = 0;     // where the value came from (origin.h)
+    std::uint32_t is_unlisted : 1 = 1; // no index knows the node (name_index.h)
 };
 
 // frag::flags. Several access bits may be set; names show one, in the order deny, permit,
@@ -73,7 +74,8 @@ frag *fset_list(frag **node, const char *key, const char *value);
 // keeps the old value. Null when there is no such node.
 frag *fdel(frag **head, const char *key);
 
-// Frees a node with its name, value and descendants; null is allowed. Never looks at `next`.
+// Frees a node with its name, value and descendants; null is allowed. Never looks at `next`, nor
+// at the node above, which may be gone.
 void freefrag(frag *node);
 
 // Frees a whole list, node by node, and leaves it empty.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "lib/frag/tree/name_index.h"
+#include "lib/frag/tree/origin.h"
 
 // The owner of the list is known here, so that it does not matter what its first node says.
 static void drop_index_of(frag *node)
@@ -27,6 +28,7 @@ frag *pop_front(frag *&list)
     if (node != nullptr) {
         list = std::exchange(node->next, nullptr);
         node->parent = nullptr;
+        node->is_unlisted = 1;
     }
     return node;
 }
@@ -94,7 +96,7 @@ frag *set_text_of(frag **head, const char *key, const frag *source, frag *parent
 {
     const std::uint32_t origin = source->origin;
     frag *node = fsetp(head, key, source->value, parent);
-    node->origin = origin;
+    set_origin(node, origin);
     return node;
 }
 

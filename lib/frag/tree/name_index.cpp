@@ -24,7 +24,9 @@ struct slot {
 } // namespace
 
 struct name_index {
-    const frag *first = nullptr;  // head of the list when it was last in step
+    const frag *first = nullptr; // head of the list when it was last in step
+    const frag *last = nullptr;
+    int length = 0;
     std::uint64_t generation = 0; // of drop_name_indexes
     std::size_t used = 0;
     std::vector<slot> slots; // open addressing; the size is a power of two
@@ -39,9 +41,10 @@ static struct {
 } top_lists[] = {{&def_database, nullptr}, {nullptr, nullptr}};
 
 // Where the index of a list is kept; null for a list that may have other heads than this.
-static name_index **place_of(frag **head)
+//   node  any node of the list
+static name_index **place_of(frag **head, const frag *node)
 {
-    frag *parent = (*head)->parent;
+    frag *parent = node->parent;
     if (parent != nullptr)
         return &parent->child == head ? &parent->names : nullptr;
     for (auto &list : top_lists)
@@ -115,6 +118,18 @@ static void enter(name_index &index, slot &place, std::uint32_t hash, frag *node
         grow(index);
 }
 
+static int steady_depth = 0;
+
+steady_lists::steady_lists()
+{
+    ++steady_depth;
+}
+
+steady_lists::~steady_lists()
+{
+    --steady_depth;
+}
+
 static void build(name_index &index, frag *first)
 {
     index = name_index();
@@ -126,6 +141,9 @@ static void build(name_index &index, frag *first)
         slot &place = slot_of(index, node->name, hash);
         if (place.node == nullptr) // the first of a name answers
             enter(index, place, hash, node);
+        node->is_unlisted = 0;
+        index.last = node;
+        ++index.length;
     }
 }
 
@@ -134,35 +152,51 @@ static frag *look_up(name_index &index, std::string_view name)
     return slot_of(index, name, hash_of(name)).node;
 }
 
+// The answer of the list's index, which is made or made anew if it does not fit.
+static frag *answer_of_index(name_index *&index, frag *first, bool is_fit, std::string_view name)
+{
+    if (index == nullptr)
+        index = new name_index;
+    if (is_fit && index->last->next == nullptr) {
+        frag *node = look_up(*index, name);
+        if (node == nullptr || node->parent == first->parent)
+            return node;
+    }
+    build(*index, first);
+    return look_up(*index, name);
+}
+
 frag *find_in_list(frag **head, std::string_view name)
 {
     if (*head == nullptr)
         return nullptr;
-    name_index **place = place_of(head);
-    if (place != nullptr && is_in_step(*place, head))
+    name_index **place = place_of(head, *head);
+    const bool is_fit = place != nullptr && is_in_step(*place, head);
+    if (is_fit && steady_depth > 0)
         return look_up(**place, name);
 
+    const bool is_long = steady_depth > 0 || (is_fit && (*place)->length > CHECKED_NODES);
+    const int walk_end = is_long ? WALKED_NODES : CHECKED_NODES;
     frag *node = *head;
-    for (int walked = 0; node != nullptr && !is_named(node, name); node = node->next) {
-        if (++walked <= WALKED_NODES || place == nullptr)
-            continue;
-        if (*place == nullptr)
-            *place = new name_index;
-        build(**place, *head);
-        return look_up(**place, name);
-    }
+    for (int walked = 0; node != nullptr && !is_named(node, name); node = node->next)
+        if (++walked > walk_end && place != nullptr)
+            return answer_of_index(*place, *head, is_fit, name);
     return node;
 }
 
 void push_front(frag **head, frag *node)
 {
     node->next = *head;
-    if (*head != nullptr) {
-        name_index **place = place_of(head);
-        if (place != nullptr && is_in_step(*place, head)) {
+    name_index **place = place_of(head, *head != nullptr ? *head : node);
+    if (place != nullptr && *place != nullptr) {
+        if (*head != nullptr && is_in_step(*place, head)) {
             const std::uint32_t hash = hash_of(node->name);
             enter(**place, slot_of(**place, node->name, hash), hash, node);
             (*place)->first = node;
+            ++(*place)->length;
+            node->is_unlisted = 0;
+        } else {
+            (*place)->generation = 0; // it must not fit again once its first node comes back
         }
     }
     *head = node;
@@ -177,7 +211,7 @@ void drop_name_index(frag **head)
 {
     if (*head == nullptr)
         return;
-    name_index **place = place_of(head);
+    name_index **place = place_of(head, *head);
     if (place == nullptr) {
         // An index of these nodes may be kept where this head does not lead.
         drop_name_indexes();

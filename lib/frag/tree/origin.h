@@ -18,12 +18,17 @@ enum class frag_notation : std::uint32_t {
     TAGS = 3, // the text of an element, or an attribute's value
 };
 
-inline constexpr std::int32_t LAST_ORIGIN_LINE = (1 << 30) - 1; // that of all lines behind it too
+inline constexpr std::int32_t LAST_ORIGIN_LINE = (1 << 29) - 1; // that of all later lines too
 
 // frag::origin for a line counted from 1.
 constexpr std::uint32_t make_origin(std::int32_t line, frag_notation notation)
 {
-    return static_cast<std::uint32_t>(line) | static_cast<std::uint32_t>(notation) << 30;
+    return static_cast<std::uint32_t>(line) | static_cast<std::uint32_t>(notation) << 29;
+}
+
+inline void set_origin(frag *node, std::uint32_t origin)
+{
+    node->origin = origin & 0x7FFFFFFF;
 }
 
 // The line, counted from 1, on which the node's value begins; 0 for a value that the program set.
@@ -35,7 +40,7 @@ constexpr std::int32_t origin_line(const frag *node)
 
 constexpr frag_notation origin_notation(const frag *node)
 {
-    return static_cast<frag_notation>(node->origin >> 30);
+    return static_cast<frag_notation>(node->origin >> 29);
 }
 
 // Says that the node's value, or its name, was made of that of `source`. A node keeps the origin

@@ -2,6 +2,7 @@
 #include "lib/frag/tree/frag.h"
 
 #include <algorithm>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -133,6 +134,9 @@ struct list_changer {
     frag **head;
     frag *parent;
     std::mt19937 random;
+    bool by_hand; // also as a program may that does not know of indexes
+    bool is_long; // an index answers, which sees no node that is only moved
+    owned_tree moved{};
 
     std::string name() { return std::to_string(random() % NAMES); }
 
@@ -144,10 +148,44 @@ struct list_changer {
         return node;
     }
 
+    // Unlinks the node at `link` and those behind it, one or all, and frees them.
+    void free_by_hand(frag **link, bool all)
+    {
+        do {
+            frag *node = *link;
+            *link = node->next;
+            node->parent = random() % 2 == 0 ? nullptr : node->parent;
+            freefrag(node);
+        } while (all && *link != nullptr);
+    }
+
+    void change_by_hand(unsigned way, const std::string &key)
+    {
+        frag *node = walked(key);
+        if (node == nullptr)
+            return;
+        frag **link = head;
+        while (*link != node)
+            link = &(*link)->next;
+        if (way <= 11) {
+            free_by_hand(link, way == 11 && random() % 4 == 0);
+        } else if (way == 12 && !is_long) {
+            *link = newsymfrag(name());
+            (*link)->parent = parent;
+            (*link)->next = node;
+        } else if (way == 13 && !is_long) {
+            *link = node->next;
+            node->parent = nullptr;
+            push_front(&moved.head, node);
+        }
+    }
+
     void change()
     {
         const std::string key = name();
         const unsigned way = random() % 16;
+        if (by_hand && way >= 10 && way <= 13)
+            return change_by_hand(way, key);
         frag *other = *head; // as a function has it that was given the list by value
         if (way == 0) {
             fset(head, key.c_str(), "v"); // leaves a new first node without a parent
@@ -189,9 +227,16 @@ TEST(NameIndex, AgreesWithAPlainWalk)
 {
     for (unsigned seed = 0; seed < 40; ++seed) {
         SCOPED_TRACE(seed);
+        const auto steady = seed % 4 < 2 ? std::make_unique<steady_lists>() : nullptr;
+        const bool by_hand = steady == nullptr, is_long = seed % 4 == 3;
         built_tree tree("p=");
-        list_changer lists[] = {{&tree.head->child, tree.head, std::mt19937(seed)},
-                                {&def_database, nullptr, std::mt19937(seed + 1000)}};
+        list_changer lists[] = {
+            {&tree.head->child, tree.head, std::mt19937(seed), by_hand, is_long},
+            {&def_database, nullptr, std::mt19937(seed + 1000), by_hand, is_long}};
+        for (int number = 0; is_long && number < CHECKED_NODES + 20; ++number) {
+            fsetp(&tree.head->child, ("x" + std::to_string(number)).c_str(), "", tree.head);
+            fset(&def_database, ("x" + std::to_string(number)).c_str(), "");
+        }
         for (int step = 0; step < 1000 / SLOWDOWN; ++step) {
             for (list_changer &list : lists) {
                 list.change();

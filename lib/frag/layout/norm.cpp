@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "lib/frag/layout/access_prefix.h"
 #include "lib/frag/layout/layout_tables.h"
@@ -166,6 +167,20 @@ static std::string pack_rule(frag *rule)
     return packed;
 }
 
+// Sets the packed texts by the keys of their rules: the first node of a name gets the text, which
+// is another if a rule of the old form bore the name before; a prefix is part of the name here.
+// One after all names are there, so that the list's index serves them all.
+static void set_packed(frag **head, const frag *list,
+                       const std::vector<std::pair<std::string, std::string>> &packed)
+{
+    if (packed.empty())
+        return;
+    const std::string list_key = fragkeyname(list);
+    frag *found = find_or_make(head, list_key.c_str());
+    for (const auto &[name, text] : packed)
+        fsetp(&found->child, name.c_str(), text.c_str(), found);
+}
+
 int norm_pfrules(frag **head, const char *list_key, const char *count_key)
 {
     frag *list = ffind(head, list_key);
@@ -173,15 +188,15 @@ int norm_pfrules(frag **head, const char *list_key, const char *count_key)
         return 0;
     del_frag(head, count_key);
     sort_frags(&list->child);
-    std::int64_t count = 0;
+    std::vector<std::pair<std::string, std::string>> packed; // the name with its prefix, the text
     for (frag *rule = list->child; rule != nullptr; rule = rule->next) {
         if (std::string_view(fragname(rule)).starts_with("rule"))
             continue;
-        renamefrag(rule, ("rule" + std::to_string(++count)).c_str());
-        const std::string packed = pack_rule(rule);
-        set_frag_value(rule, packed.data(), packed.size());
+        renamefrag(rule, ("rule" + std::to_string(packed.size() + 1)).c_str());
+        packed.emplace_back(std::string(shown_prefix(rule)) + rule->name, pack_rule(rule));
     }
-    set_number(head, count_key, count);
+    set_packed(head, list, packed);
+    set_number(head, count_key, static_cast<std::int64_t>(packed.size()));
     return 0;
 }
 

@@ -1,23 +1,34 @@
 // Lines of a table: who may use the proxy, and on what terms. A line of the input is the proxy's
-// unless it begins with `policy-`; in front of them stand a client's address and a byte that picks
-// what the VPN driver knows. Patterns read at the check, patterns made ready before it and a plain
-// walk must give one answer, and the list of terms must be in its order.
+// unless it begins with `policy-`; before them stand a client's address and a byte that picks what
+// the VPN driver knows. Patterns compiled at the check and patterns prepared before it must give
+// one answer with the same questions and reports, before and after policies are joined, and the
+// list of terms must be in its order.
 #include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "lib/fwall/access/access_watch.h"
+#include "lib/fwall/access/srcchk.h"
 #include "lib/fwall/match/src_patterns.h"
+#include "lib/fwall/table/config.h"
+#include "lib/fwall/table/proxy.h"
 #include "lib/ulib/fixed_text.h"
-#include "tests/fuzz/hosts_model.h"
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
 #include "tests/fuzz/path_file.h"
+#include "tests/fuzz/terms_model.h"
 #include "tests/fwall/scripted_names.h"
+#include "tests/ulib/report_log.h"
 
 namespace
 {
+
+struct client_identity {
+    std::string_view text, display; // without a `~` in front of the display the driver knows none
+};
 
 constexpr client_identity identities[] = {
     {"", ""}, {"~alice", "~Alice (home)"}, {"~23456789abcdefg", "~B"}, {"~bob", "Bob"}};
@@ -42,42 +53,33 @@ constexpr platform_calls device()
     return calls;
 }
 
-outcome check(u32 address_be)
-{
-    sockaddr_in client{}, local{};
-    client.sin_addr.s_addr = address_be;
-    set_text(proxy_rladdr, "");
-    permit_confp = nullptr;
-    outcome result;
-    result.code = permit_src_addr_chk(&client, &local);
-    result.entry = permit_confp;
-    result.shown = proxy_rladdr;
-    return result;
-}
+// What a check answers, and what it asks and reports.
+struct outcome {
+    int code;
+    const cfgrec *entry;
+    std::string shown;
+    std::vector<std::string> asked;
+    int identity_questions;
+    std::vector<told> reports;
 
-// The outcome of a walk, with what it asked and reported.
-template <typename walk> outcome watched(scripted_names &names, walk run)
+    bool operator==(const outcome &) const = default;
+};
+
+outcome check(scripted_names &names, u32 address_be)
 {
     names.asked.clear();
     report_log::reports.clear();
     identity_questions = 0;
-    outcome result = run();
-    result.asked = names.asked;
-    result.identity_questions = identity_questions;
-    result.reports = report_log::reports;
+    sockaddr_in client{}, local{};
+    client.sin_addr.s_addr = address_be;
+    set_text(proxy_rladdr, "");
+    permit_confp = nullptr;
+    const int code = permit_src_addr_chk(&client, &local);
+    outcome result{code,        permit_confp,       proxy_rladdr,
+                   names.asked, identity_questions, report_log::reports};
+    must(result.identity_questions <= 1, "the driver was asked twice");
+    must(result.asked.size() <= 1, "the name service was asked twice");
     return result;
-}
-
-// Compares with a plain walk, which reports no entry without arguments and asks no driver.
-void check_plain(scripted_names &names, u32 client_be, outcome got)
-{
-    must(got.identity_questions <= 1, "the driver was asked twice");
-    got.identity_questions = 0;
-    got.reports.clear();
-    const std::string address = dotted(client_be);
-    outcome plain = watched(names, [&] { return plain_walk(address.c_str(), *known); });
-    plain.reports.clear();
-    must(got == plain, "a plain walk gives another answer");
 }
 
 void check_terms(const cfgrec &hosts)
@@ -91,6 +93,20 @@ void check_terms(const cfgrec &hosts)
     while (policy_confp != proxy_confp) { // the records of options, which are nobody's
         cfgrec *rest = std::exchange(policy_confp->next, nullptr);
         cfg_free(std::exchange(policy_confp, rest));
+    }
+}
+
+// Patterns of a list and of those that joined it later, prepared apart, against a watched walk,
+// which uses none of them.
+void check_grown(scripted_names &names, std::span<const u32> clients)
+{
+    static constexpr access_watch_calls SILENT = {[](const access_question &) {},
+                                                  [](const cfgrec *, int, bool) {}};
+    for (const u32 client : clients) {
+        const outcome prepared = check(names, client);
+        access_watch = &SILENT;
+        must(check(names, client) == prepared, "a watched walk gives another answer");
+        access_watch = nullptr;
     }
 }
 
@@ -129,18 +145,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     proxy_confp = cfg_read("n");
     must(proxy_confp != cfg_failure(), "a table that cannot be read");
     (void)cfg_bldCFGlist();
-    outcome unprepared[std::size(clients)];
-    const auto checked = [&](u32 client) { return watched(names, [=] { return check(client); }); };
-    std::transform(std::begin(clients), std::end(clients), unprepared, checked);
-    cfg_mark_runs(proxy_confp);
+    std::vector<outcome> unprepared;
+    for (const u32 client : clients)
+        unprepared.push_back(check(names, client));
+    cfg_index_keywords(proxy_confp);
     prepare_src_patterns(proxy_confp);
-    for (std::size_t i = 0; i < std::size(clients); ++i) {
-        must(checked(clients[i]) == unprepared[i], "patterns made ready give another answer");
-        check_plain(names, clients[i], unprepared[i]);
-    }
+    for (std::size_t i = 0; i < std::size(clients); ++i)
+        must(check(names, clients[i]) == unprepared[i], "prepared patterns give another answer");
     for (const outcome &one : unprepared)
         if (one.entry != nullptr)
             check_terms(*one.entry);
+    check_grown(names, clients);
     free_cfglist();
     cfg_free(proxy_confp);
     proxy_confp = policy_confp = permit_confp = nullptr;

@@ -28,10 +28,10 @@ struct proxy_setup {
     table_file table;
     CServiceContext service;
     CConnectionContext connection;
-    report_log log; // behind the service, whose hook it replaces
+    report_log log; // after the service, whose hook it replaces
     scripted_names names;
 
-    // With `prepared` the patterns are made ready as start-up does it.
+    // With `prepared` the list is indexed and its patterns are compiled, as start-up does it.
     explicit proxy_setup(const std::string &lines, bool prepared = false) : table(entries(lines))
     {
         servContext = &service;
@@ -42,7 +42,7 @@ struct proxy_setup {
         permit_confp = nullptr;
         proxy_confp = policy_confp = cfg_read("n");
         if (prepared) {
-            cfg_mark_runs(proxy_confp);
+            cfg_index_keywords(proxy_confp);
             prepare_src_patterns(proxy_confp);
         }
         (void)cfg_bldCFGlist();

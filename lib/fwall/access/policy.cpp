@@ -1,5 +1,6 @@
 #include "lib/fwall/access/policy.h"
 
+#include "lib/fwall/match/src_patterns.h"
 #include "lib/fwall/table/cfgrec.h"
 #include "lib/fwall/table/enargv.h"
 #include "lib/fwall/table/policy_table.h"
@@ -173,6 +174,8 @@ int get_policy_by_name(const char *name)
     cfgrec *list = cfg_find(name);
     if (!cfg_has(list))
         return -1;
+    // Its `hosts` lines, if any, are from now on the proxy's too.
+    prepare_src_patterns(list);
     if (policy_confp == nullptr)
         policy_confp = list;
     else

@@ -1,8 +1,8 @@
 #include "lib/fwall/access/srcchk.h"
 
+#include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/pname.h"
 #include "lib/fwall/match/hnam.h"
-#include "lib/fwall/match/inet_aton.h"
 #include "lib/fwall/match/revmap.h"
 #include "lib/fwall/match/src_patterns.h"
 #include "lib/fwall/table/cfgrec.h"
@@ -14,8 +14,8 @@
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/notice.h"
 
-#include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace
 {
@@ -23,13 +23,19 @@ namespace
 // One walk over the `hosts` entries, and what it has asked for so far.
 struct src_walk {
     const sockaddr_in *local;
-    bool lookup_allowed;
-    bool plain_address; // `proxy_riaddr` is the text that the client's address has
-    src_client client;
-    char host_name[sizeof proxy_rladdr] = {}; // empty: not looked up
+    host_client address{proxy_riaddr}; // as its text
+    src_client client{address.address};
+    std::optional<host_client> name = {};     // empty: not looked up
+    char host_name[sizeof proxy_rladdr] = {}; // as the name service tells it
     bool identity_asked = false;
     char identity[VPN_IDENTITY_SIZE + 1] = {}; // empty: the firewall knows none
     char display[VPN_DISPLAY_SIZE + 1] = {};
+};
+
+// What decides: an entry, by its argument of this number.
+struct src_match {
+    cfgrec *entry = nullptr; // null: none fits
+    int argument = 0;
 };
 
 } // namespace
@@ -55,12 +61,15 @@ int inat_addr(const char *address)
     return -1;
 }
 
-// The client's name; looked up when it is first needed.
-static const char *host_name(src_walk &walk)
+// The client's name; looked up when it is first needed, and once.
+static const host_client &name_of(src_walk &walk)
 {
-    if (walk.host_name[0] == '\0')
+    if (!walk.name) {
         set_text(walk.host_name, revmap(proxy_riaddr));
-    return walk.host_name;
+        walk.name.emplace(walk.host_name);
+        walk.client.know_name(walk.name->name());
+    }
+    return *walk.name;
 }
 
 // Whether the firewall knows the client by any identity; asked when it is first needed.
@@ -68,132 +77,131 @@ static bool has_identity(src_walk &walk)
 {
     if (!walk.identity_asked) {
         walk.identity_asked = true;
-        // Without an answer the texts stay empty, and no pattern of this kind is.
+        const host_address &client = walk.address.address;
         const u32 client_be =
-            walk.plain_address ? network_order(walk.client.address) : address_of(proxy_riaddr);
+            client.is_dotted ? network_order(client.number) : address_of(proxy_riaddr);
+        // Without an answer the texts stay empty, and no pattern of this kind is.
         (void)vfw_vpnclientcheck(client_be, walk.local->sin_addr.s_addr, walk.identity,
                                  walk.display);
-        walk.client.has_identity = walk.identity[0] != '\0';
+        if (walk.identity[0] == '\0')
+            walk.client.keys[src_client::IDENTITY_KEY] = 0;
     }
-    return walk.client.has_identity;
-}
-
-// Whether it is the one of the pattern; if so, `proxy_rladdr` is set.
-static bool identity_fits(src_walk &walk, const char *pattern)
-{
-    if (!has_identity(walk) || std::strcmp(pattern, walk.identity) != 0)
-        return false;
-    set_text(proxy_rladdr, walk.display);
-    return true;
-}
-
-static bool is_numeric(const char *pattern)
-{
-    return pattern[std::strspn(pattern, ".*0123456789:-")] == '\0';
+    return walk.identity[0] != '\0';
 }
 
 static const char *name_to_show(src_walk &walk)
 {
     const cfgrec *use_name = cfg_first("use_name_logs", proxy_confp);
-    const bool wanted = use_name != nullptr && use_name->argc > 0 && is_on(use_name->argv[0]);
-    return wanted && walk.lookup_allowed ? host_name(walk) : "nodnsquery";
+    if (use_name == nullptr || use_name->argc == 0 || !is_on(use_name->argv[0]) ||
+        !walk.client.lookup_allowed)
+        return "nodnsquery";
+    (void)name_of(walk);
+    return walk.host_name;
 }
 
-// Whether the client fits the pattern; if so, `proxy_rladdr` is set.
-static bool pattern_fits(src_walk &walk, const char *pattern)
+// What the pattern is compared with; null when there is nothing, and it can't fit.
+static const char *compared_text(src_walk &walk, const src_pattern &pattern)
 {
-    if (pattern[0] == '~')
-        return identity_fits(walk, pattern);
-    if (is_numeric(pattern)) {
-        if (hostmatch(pattern, proxy_riaddr) == 0)
-            return false;
-    } else if (!walk.lookup_allowed || hostmatch(pattern, host_name(walk)) == 0) {
+    if (pattern.kind == src_kind::identity)
+        return has_identity(walk) ? walk.identity : nullptr;
+    if (!pattern.host.wants_name)
+        return proxy_riaddr;
+    return walk.client.lookup_allowed ? name_of(walk).text : nullptr;
+}
+
+// Whether the client fits the pattern, whose text is `argument`; if so, `proxy_rladdr` is set.
+static bool pattern_fits(src_walk &walk, const src_pattern &pattern, const char *argument)
+{
+    if (compared_text(walk, pattern) == nullptr)
         return false;
-    }
-    set_text(proxy_rladdr, name_to_show(walk));
-    return true;
-}
-
-// Whether the client fits one of an entry's arguments from `from` up to `end`, or to its first
-// option.
-static bool entry_fits(src_walk &walk, const cfgrec &entry, int from, int end)
-{
-    if (entry.argc == 0)
-        notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: hosts takes at least one argument, line %d",
-               entry.lineno);
-    for (int i = from; i < std::min(end, entry.argc) && entry.argv[i][0] != '-'; ++i)
-        if (pattern_fits(walk, entry.argv[i]))
-            return true;
-    return false;
-}
-
-static bool candidate_fits(src_walk &walk, const src_patterns *prepared, int at,
-                           const src_candidate &candidate)
-{
-    switch (candidate.answer) {
-    case src_answer::ask:
-        return entry_fits(walk, *candidate.entry, candidate.argument, candidate.argument + 1);
-    case src_answer::ask_identity:
-        // The entry is memory that the walk need not touch for a client without one.
-        return has_identity(walk) && identity_fits(walk, candidate.entry->argv[candidate.argument]);
-    case src_answer::ask_name:
-        if (!walk.lookup_allowed || !src_name_fits(prepared, at, host_name(walk)))
+    if (pattern.kind == src_kind::identity) {
+        if (std::strcmp(argument, walk.identity) != 0)
             return false;
-        break;
-    default:
-        break;
+        set_text(proxy_rladdr, walk.display);
+        return true;
     }
+    if (!pattern.host.fits(pattern.host.wants_name ? name_of(walk) : walk.address))
+        return false;
     set_text(proxy_rladdr, name_to_show(walk));
     return true;
 }
 
-// The entry that fits among those whose patterns were made ready together; null for none.
-static cfgrec *prepared_entry(src_walk &walk, const src_patterns *prepared)
+static void report_no_arguments(const cfgrec &entry)
+{
+    notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: hosts takes at least one argument, line %d",
+           entry.lineno);
+    if (access_watch != nullptr)
+        access_watch->asked({&entry, 0, nullptr, false, access_reason::no_arguments});
+}
+
+static void tell_watch(src_walk &walk, const src_pattern &pattern, bool fits)
+{
+    const char *with = compared_text(walk, pattern);
+    const bool is_identity = pattern.kind == src_kind::identity;
+    const access_reason reason = with != nullptr ? access_reason::compared
+                                 : is_identity   ? access_reason::not_known
+                                                 : access_reason::no_look_up;
+    access_watch->asked({pattern.entry, pattern.argument, with, fits, reason});
+}
+
+// The match among an entry's arguments up to its first option.
+static src_match match_in_entry(src_walk &walk, cfgrec *entry)
+{
+    if (entry->argc == 0)
+        report_no_arguments(*entry);
+    for (int i = 0; i < entry->argc && entry->argv[i][0] != '-'; ++i) {
+        char room[HOST_TEXT_MAX + 1];
+        src_pattern pattern = compile_src_pattern(entry->argv[i], room);
+        pattern.entry = entry;
+        pattern.argument = i;
+        const bool fits = pattern_fits(walk, pattern, entry->argv[i]);
+        if (access_watch != nullptr)
+            tell_watch(walk, pattern, fits);
+        if (fits)
+            return {entry, i};
+    }
+    return {};
+}
+
+// The match among the entries whose patterns were prepared together.
+static src_match match_in_prepared(src_walk &walk, src_patterns *prepared)
 {
     int at = 0;
-    for (;;) {
-        const src_candidate candidate = src_next_candidate(prepared, walk.client, at);
-        if (candidate.answer == src_answer::no || candidate_fits(walk, prepared, at, candidate))
-            return candidate.entry;
+    while (const src_pattern *pattern = next_candidate(prepared, walk.client, at)) {
+        if (pattern->kind == src_kind::no_argument)
+            report_no_arguments(*pattern->entry);
+        else if (pattern_fits(walk, *pattern, pattern->entry->argv[pattern->argument]))
+            return {pattern->entry, pattern->argument};
     }
+    return {};
 }
 
-// Starts a walk for the client in `proxy_riaddr`.
-static src_walk begin_walk(const sockaddr_in *local)
-{
-    u32 addr_be = 0;
-    const bool is_address = scan_address(proxy_riaddr, addr_be);
-    return {.local = local,
-            .lookup_allowed = inat_addr(proxy_riaddr) != 1,
-            .plain_address = is_address && dotted(addr_be) == proxy_riaddr,
-            .client = {.address = host_order(addr_be)}};
-}
-
-// The first entry from `entry` on that fits the client; null for none.
-static cfgrec *fitting_entry(src_walk &walk, cfgrec *entry)
+// The first match from `entry` on.
+static src_match first_match(src_walk &walk, cfgrec *entry)
 {
     while (entry != nullptr) {
-        if (entry->patterns != nullptr && walk.plain_address) {
-            if (cfgrec *found = prepared_entry(walk, entry->patterns); found != nullptr)
-                return found;
-            entry = cfg_next("hosts", entry->run_last == nullptr ? entry : entry->run_last);
-        } else {
-            if (entry_fits(walk, *entry, 0, entry->argc))
-                return entry;
-            entry = cfg_next("hosts", entry);
-        }
+        const bool is_prepared = entry->patterns != nullptr && access_watch == nullptr;
+        const src_match found =
+            is_prepared ? match_in_prepared(walk, entry->patterns) : match_in_entry(walk, entry);
+        if (found.entry != nullptr)
+            return found;
+        entry = cfg_next("hosts", is_prepared ? last_prepared(entry->patterns) : entry);
     }
-    return nullptr;
+    return {};
 }
 
 int permit_src_sub(const sockaddr_in *local)
 {
-    src_walk walk = begin_walk(local);
-    cfgrec *found = fitting_entry(walk, cfg_first("hosts", proxy_confp));
-    if (found == nullptr)
+    src_walk walk{.local = local};
+    walk.client.lookup_allowed = inat_addr(proxy_riaddr) != 1;
+    const src_match found = first_match(walk, cfg_first("hosts", proxy_confp));
+    if (found.entry == nullptr)
         return SRC_NO_RULE;
-    permit_confp = found;
-    return (found->flags & CFG_DENY) != 0 ? SRC_DENIED : SRC_PERMITTED;
+    const bool denies = (found.entry->flags & CFG_DENY) != 0;
+    if (access_watch != nullptr)
+        access_watch->decided(found.entry, found.argument, !denies);
+    permit_confp = found.entry;
+    return denies ? SRC_DENIED : SRC_PERMITTED;
 }
 
 int permit_src_chk(int fd)

@@ -22,7 +22,7 @@ inline constexpr int SRC_FAILED = -1; // an end of the connection can't be had
 // match it is "unknown", unless it held a text before. `permit_confp` becomes the entry that fits,
 // and stays as it was without one.
 // Failures: "syserr: cannot get peer name" and "syserr: cannot get own name" (event 6509). An entry
-// without arguments is passed over behind "cfgerr: hosts takes at least one argument, line N"
+// without arguments is skipped after "cfgerr: hosts takes at least one argument, line N"
 // (event 11502).
 [[nodiscard]] int permit_src_chk(int fd);
 
@@ -33,6 +33,6 @@ inline constexpr int SRC_FAILED = -1; // an end of the connection can't be had
 [[nodiscard]] int permit_src_sub(const sockaddr_in *local);
 
 // 1 when a `rev_dns` entry of `proxy_confp` lists the dotted address, so that it must not be looked
-// up, else -1. An argument with a `-` is a range. An entry without arguments is passed over behind
+// up, else -1. An argument with a `-` is a range. An entry without arguments is skipped after
 // "vhltcfgerr: rev_dns takes at least one argument, line N" (event 11502).
 int inat_addr(const char *address);

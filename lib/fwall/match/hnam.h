@@ -9,11 +9,7 @@
 // Nothing here ends the process or allocates memory. What can't be decided is no match.
 #pragma once
 
-#include <netdb.h>
-
-// The last answer that hostmatch got from the name service, null for none. It is the name
-// service's, and is overwritten by any later question to it.
-extern hostent *proxy_hostent;
+#include "lib/fwall/match/host_pattern.h" // proxy_hostent
 
 // 1 when `host` fits `pattern`, else 0; upper and lower case are the same. Null for either: 0.
 //   host  a name, or an address in dotted text. Only a name that meets a pattern of addresses asks
@@ -28,7 +24,7 @@ int hostmatch(const char *pattern, const char *host);
 int ip_match(const char *pattern, const char *address);
 
 // A `*` in the pattern makes it a comparison of texts. Otherwise the pattern has up to four
-// numbers, and behind a colon up to four of a mask; a number that is missing in both lets every
+// numbers, and after a colon up to four of a mask; a number that is missing in both lets every
 // octet pass, and one that is missing in the mask only is compared as a whole. An address of less
 // than four numbers is compared as far as it goes. Numbers are decimal and kept modulo 256.
 // Returns 1 on a match, else 0; also 0 for a pattern with a bit outside its mask, which is reported

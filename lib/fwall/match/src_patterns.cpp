@@ -1,252 +1,206 @@
 #include "lib/fwall/match/src_patterns.h"
 
-#include "lib/fwall/match/inet_aton.h"
-#include "lib/fwall/match/nama.h"
 #include "lib/fwall/table/cfgrec.h"
-#include "lib/ulib/text.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
+#include <iterator>
 #include <new>
 #include <type_traits>
 
-static constexpr std::size_t TEXT_MAX = 511; // of hostmatch
+static constexpr u32 ALL_BITS = 0xFFFFFFFF;
 
 namespace
 {
 
-enum class pattern_kind : std::uint8_t {
-    unread,   // none of the others
-    identity, // begins with `~`
-    range,    // low to high; `*` is the range of all
-    octets,   // the address under the mask `high` is `low`
-    name,     // a name with or without stars
-};
-
-struct src_pattern {
+// What a walk looks at first: a key of the client, under the mask, must lie at most `span` above
+// `low`. Kept apart from the patterns, as most clients fit few of them.
+struct key_test {
+    u32 mask = 0;
     u32 low = 0;
-    u32 high = 0;
-    pattern_kind kind = pattern_kind::unread;
-    bool starred = false;
-    bool plain_middle = true; // one star, or none
-    std::uint16_t length = 0;
-    std::uint16_t head = 0; // characters in front of the first star; without one all
-    std::uint16_t tail = 0; // characters behind the last star
-    std::int32_t argument = 0;
-    cfgrec *entry = nullptr;
-    const char *text = nullptr; // lower case, in the block
+    u32 span = ALL_BITS; // with no bit in the mask: every key passes
+    int key = 0;         // which one of src_client::keys
+
+    bool passes(u32 value) const { return (value & mask) - low <= span; }
 };
 
 } // namespace
 
-// Layout of the block: this, the patterns, their texts.
+// Layout of the block: this, the patterns, their tests, the texts of names.
 struct alignas(src_pattern) src_patterns {
     int count;
+    cfgrec *last;
 
     src_pattern *list() { return reinterpret_cast<src_pattern *>(this + 1); }
-    const src_pattern *list() const { return reinterpret_cast<const src_pattern *>(this + 1); }
+    key_test *tests() { return reinterpret_cast<key_test *>(list() + count); }
+    char *texts() { return reinterpret_cast<char *>(tests() + count); }
 };
 
 static_assert(std::is_trivially_destructible_v<src_pattern>, "free() is the whole release");
 
-// An octet as it stands in the dotted text of an address, so without zeros in front.
-static bool take_octet(std::string_view &text, u32 &octet)
+src_pattern compile_src_pattern(const char *argument, char *room)
 {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), octet);
-    const auto length = static_cast<std::size_t>(end - text.data());
-    if (error != std::errc() || octet > 255 || (length > 1 && text[0] == '0'))
-        return false;
-    text.remove_prefix(length);
-    return true;
+    if (argument[0] == '~')
+        return {.kind = src_kind::identity};
+    return {.host = compile_host_pattern(argument, room), .kind = src_kind::host};
 }
 
-// OCTET.OCTET.* and the like, and whole addresses, are compared with a dotted text as octets are
-// with a number. Other patterns with stars are not.
-static bool read_octets(std::string_view text, src_pattern &pattern)
-{
-    u32 octet = 0;
-    for (int bits = 24; bits >= 0; bits -= 8) {
-        if (!take_octet(text, octet))
-            return false;
-        pattern.low |= octet << bits;
-        pattern.high |= 0xFFU << bits;
-        if (text.empty() || (text == ".*" && bits > 0))
-            return true;
-        if (!text.starts_with('.'))
-            return false;
-        text.remove_prefix(1);
-    }
-    return false;
-}
-
-// OCTETS:MASK with four octets on both sides, none of them outside the mask.
-static bool read_masked(std::string_view text, src_pattern &pattern)
-{
-    const std::size_t colon = text.find(':');
-    if (colon == std::string_view::npos)
-        return false;
-    src_pattern value, mask;
-    if (text.find('*') != std::string_view::npos || !read_octets(text.substr(0, colon), value) ||
-        !read_octets(text.substr(colon + 1), mask) || value.high != 0xFFFFFFFF ||
-        mask.high != 0xFFFFFFFF || (value.low & ~mask.low) != 0)
-        return false;
-    pattern.low = value.low;
-    pattern.high = mask.low;
-    return true;
-}
-
-static bool read_range(std::string_view text, src_pattern &pattern)
-{
-    constexpr std::size_t SIDE_MAX = 16; // of range_hostmatch
-    const std::size_t dash = text.find('-');
-    if (dash > SIDE_MAX || text.size() - dash - 1 > SIDE_MAX) // or there is none
-        return false;
-    char low[SIDE_MAX + 1] = {}, high[SIDE_MAX + 1] = {};
-    text.copy(low, dash);
-    text.copy(high, SIDE_MAX, dash + 1);
-    u32 low_be = 0, high_be = 0;
-    if (!scan_address(low, low_be) || !scan_address(high, high_be))
-        return false;
-    pattern.low = host_order(low_be);
-    pattern.high = host_order(high_be);
-    return true;
-}
-
-static src_pattern read_numeric(std::string_view text)
-{
-    src_pattern pattern;
-    if (text == "*")
-        return {.high = 0xFFFFFFFF, .kind = pattern_kind::range};
-    if (read_range(text, pattern)) {
-        pattern.kind = pattern_kind::range;
-        return pattern;
-    }
-    pattern = {};
-    if (read_masked(text, pattern) || (pattern = {}, read_octets(text, pattern))) {
-        pattern.kind = pattern_kind::octets;
-        return pattern;
-    }
-    return {};
-}
-
-// Stores the text in lower case at `place`, which is left behind it.
-static src_pattern read_name(std::string_view text, char *&place)
-{
-    src_pattern pattern{.kind = pattern_kind::name, .text = place};
-    for (const char c : text)
-        *place++ = lower_case(c);
-    *place++ = '\0';
-    const std::size_t first = text.find('*');
-    const std::size_t last = text.rfind('*');
-    pattern.starred = first != std::string_view::npos;
-    pattern.plain_middle = first == last;
-    pattern.length = static_cast<std::uint16_t>(text.size());
-    pattern.head = static_cast<std::uint16_t>(pattern.starred ? first : text.size());
-    pattern.tail = static_cast<std::uint16_t>(pattern.starred ? text.size() - last - 1 : 0);
-    return pattern;
-}
-
-static src_pattern read_pattern(std::string_view text, char *&place)
-{
-    if (text.starts_with('~'))
-        return {.kind = pattern_kind::identity};
-    if (text.size() > TEXT_MAX)
-        return {};
-    if (text.find_first_not_of(".*0123456789:-") != std::string_view::npos)
-        return read_name(text, place);
-    return read_numeric(text);
-}
-
+// The arguments of an entry that are patterns end at its first option.
 static int pattern_count(const cfgrec &entry)
 {
     int count = 0;
     while (count < entry.argc && entry.argv[count][0] != '-')
         ++count;
-    return entry.argc == 0 ? 1 : count; // without arguments there is a fault to report
+    return count;
 }
 
-// The block for the records from `first` up to `behind`.
-static src_patterns *make_block(const cfgrec *first, const cfgrec *behind)
+static std::size_t room_for(const char *argument)
+{
+    const std::string_view text(argument);
+    return is_name_pattern(text) && text.size() <= HOST_TEXT_MAX ? text.size() + 1 : 0;
+}
+
+static src_patterns *make_block(cfgrec *first)
 {
     int count = 0;
     std::size_t text_bytes = 0;
-    for (const cfgrec *entry = first; entry != behind; entry = entry->next) {
-        count += pattern_count(*entry);
-        for (int i = 0; i < entry->argc && entry->argv[i][0] != '-'; ++i)
-            text_bytes += std::strlen(entry->argv[i]) + 1;
+    cfgrec *last = first;
+    for (cfgrec *entry = first; entry != nullptr; entry = cfg_next("hosts", entry)) {
+        const int patterns = pattern_count(*entry);
+        for (int i = 0; i < patterns; ++i)
+            text_bytes += room_for(entry->argv[i]);
+        count += entry->argc == 0 ? 1 : patterns;
+        last = entry;
     }
-    const auto size = static_cast<std::size_t>(count) * sizeof(src_pattern);
+    const auto size = static_cast<std::size_t>(count) * (sizeof(src_pattern) + sizeof(key_test));
     void *block = std::malloc(sizeof(src_patterns) + size + text_bytes);
-    return block == nullptr ? nullptr : new (block) src_patterns{count};
+    return block == nullptr ? nullptr : new (block) src_patterns{count, last};
 }
 
-static void prepare_run(cfgrec *first, const cfgrec *behind)
+// The key of an end of a name from that of the next shorter one. Ends that differ may have one key.
+static u32 longer_key(u32 key, char c)
 {
-    first->patterns = make_block(first, behind);
-    if (first->patterns == nullptr)
-        return;
-    src_pattern *next = first->patterns->list();
-    char *place = reinterpret_cast<char *>(next + first->patterns->count);
-    for (cfgrec *entry = first; entry != behind; entry = entry->next) {
-        const int count = pattern_count(*entry);
-        for (int i = 0; i < count; ++i, ++next) {
-            // NOLINTNEXTLINE(clang-analyzer-cplusplus.PlacementNew): it lies behind the head
-            new (next)
-                src_pattern(entry->argc == 0 ? src_pattern{} : read_pattern(entry->argv[i], place));
-            next->entry = entry;
-            next->argument = i;
+    return key * 0x01000193 + static_cast<unsigned char>(c);
+}
+
+src_client::src_client(const host_address &address)
+    : known_keys(address.is_dotted ? ADDRESS_KEY + 1 : IDENTITY_KEY + 1)
+{
+    keys[IDENTITY_KEY] = 1;
+    keys[ADDRESS_KEY] = address.number;
+}
+
+void src_client::know_name(std::string_view text)
+{
+    name = text;
+    if (known_keys <= ADDRESS_KEY)
+        return; // all keys up to the last known one must be set
+    u32 key = 0;
+    u32 *next = keys + NAME_KEYS + 1;
+    for (auto c = text.rbegin(); c != text.rend(); ++c)
+        *next++ = key = longer_key(key, *c);
+    std::fill(next, std::end(keys), 0U); // no name is as long
+    known_keys = static_cast<int>(std::size(keys));
+}
+
+// Of a name its fixed end; one without a star is all of it.
+static key_test test_of_name(const host_pattern &name)
+{
+    const int length = name.has_star ? name.tail : name.length;
+    u32 key = 0;
+    for (int i = 1; i <= length; ++i)
+        key = longer_key(key, name.text[name.length - i]);
+    return length == 0 ? key_test{} : key_test{ALL_BITS, key, 0, src_client::NAME_KEYS + length};
+}
+
+static key_test test_of(const src_pattern &pattern)
+{
+    const u32 low = pattern.host.low, high = pattern.host.high;
+    if (pattern.kind == src_kind::identity)
+        return {ALL_BITS, 1, 0, src_client::IDENTITY_KEY};
+    if (pattern.kind != src_kind::host)
+        return {};
+    if (pattern.host.kind == host_kind::octets)
+        return {high, low, 0, src_client::ADDRESS_KEY};
+    if (pattern.host.kind == host_kind::range && low <= high)
+        return {ALL_BITS, low, high - low, src_client::ADDRESS_KEY};
+    return pattern.host.kind == host_kind::name ? test_of_name(pattern.host) : key_test{};
+}
+
+static void fill_block(src_patterns &made, cfgrec *first)
+{
+    int next = 0;
+    char *room = made.texts();
+    const auto add = [&](const src_pattern &pattern) {
+        new (made.list() + next) src_pattern(pattern);
+        new (made.tests() + next) key_test(test_of(pattern));
+        ++next;
+    };
+    for (cfgrec *entry = first; entry != nullptr; entry = cfg_next("hosts", entry)) {
+        if (entry->argc == 0)
+            add({.entry = entry});
+        const int patterns = pattern_count(*entry);
+        for (int i = 0; i < patterns; ++i) {
+            src_pattern pattern = compile_src_pattern(entry->argv[i], room);
+            pattern.entry = entry;
+            pattern.argument = i;
+            room += room_for(entry->argv[i]);
+            add(pattern);
         }
     }
 }
 
 void prepare_src_patterns(cfgrec *list)
 {
-    cfgrec *entry = cfg_first("hosts", list);
-    while (entry != nullptr) {
-        cfgrec *last = entry->run_last == nullptr ? entry : entry->run_last;
-        prepare_run(entry, last->next);
-        entry = cfg_next("hosts", last);
-    }
+    cfgrec *const first = cfg_first("hosts", list);
+    if (first == nullptr)
+        return;
+    std::free(first->patterns);
+    first->patterns = make_block(first);
+    if (first->patterns != nullptr)
+        fill_block(*first->patterns, first);
 }
 
-static src_answer answer_of(const src_pattern &pattern, const src_client &client)
+// For a pattern that passed its test, or whose test can't be made yet.
+static bool may_fit(const src_pattern &pattern, const src_client &client)
 {
-    switch (pattern.kind) {
-    case pattern_kind::range:
-        return pattern.low <= client.address && client.address <= pattern.high ? src_answer::yes
-                                                                               : src_answer::no;
-    case pattern_kind::octets:
-        return (client.address & pattern.high) == pattern.low ? src_answer::yes : src_answer::no;
-    case pattern_kind::identity:
-        return client.has_identity ? src_answer::ask_identity : src_answer::no;
-    case pattern_kind::name:
-        return src_answer::ask_name;
-    default:
-        return src_answer::ask;
-    }
+    if (pattern.kind != src_kind::host || !pattern.host.wants_name)
+        return true;
+    if (pattern.host.kind != host_kind::name || client.name.empty())
+        return client.lookup_allowed;
+    return pattern.host.fits_text(client.name);
 }
 
-src_candidate src_next_candidate(const src_patterns *prepared, const src_client &client, int &at)
+// The first place from `at` on whose test is passed or can't be made yet; `count` for none.
+static int skip_failed(const key_test *tests, int count, const src_client &client, int at)
 {
-    while (at < prepared->count) {
-        const src_pattern &pattern = prepared->list()[at++];
-        if (const src_answer answer = answer_of(pattern, client); answer != src_answer::no)
-            return {answer, pattern.entry, pattern.argument};
+    while (at < count && tests[at].key < client.known_keys) {
+        // Most tests want the same key as the one before.
+        const int key = tests[at].key;
+        const u32 value = client.keys[key];
+        while (at < count && tests[at].key == key && !tests[at].passes(value))
+            ++at;
+        if (at < count && tests[at].key == key)
+            break;
     }
-    return {};
+    return at;
 }
 
-bool src_name_fits(const src_patterns *prepared, int at, std::string_view name)
+const src_pattern *next_candidate(src_patterns *prepared, const src_client &client, int &at)
 {
-    const src_pattern &pattern = prepared->list()[at - 1];
-    const std::string_view text(pattern.text, pattern.length);
-    if (!pattern.starred)
-        return name == text;
-    // A head or tail of fixed characters settles most names.
-    if (name.size() < std::size_t{pattern.head} + pattern.tail ||
-        !name.ends_with(text.substr(text.size() - pattern.tail)) ||
-        !name.starts_with(text.substr(0, pattern.head)))
-        return false;
-    return pattern.plain_middle || namatch(pattern.text, name.data()) != 0;
+    const key_test *const tests = prepared->tests();
+    const int count = prepared->count;
+    for (int i = at; (i = skip_failed(tests, count, client, i)) < count; ++i) {
+        const src_pattern &pattern = prepared->list()[i];
+        if (!may_fit(pattern, client))
+            continue;
+        at = i + 1;
+        return &pattern;
+    }
+    return nullptr;
+}
+
+cfgrec *last_prepared(const src_patterns *prepared)
+{
+    return prepared->last;
 }

@@ -1,10 +1,9 @@
-// The patterns of `hosts` entries, made ready when the table is loaded: those of entries that
-// follow one another stand side by side, so that a walk over thousands of them has one comparison
-// of numbers or of a few characters for each. They give the answers of hostmatch; what it does not
-// decide in this way, and what it reports, is left to it.
+// The patterns of a list's `hosts` entries, compiled when the list is loaded. They stand side by
+// side, whatever stands between their entries, so that a walk over thousands of them has one
+// comparison of numbers or of a few characters for each, and touches no entry that does not fit.
 #pragma once
 
-#include "lib/ulib/address.h"
+#include "lib/fwall/match/host_pattern.h"
 
 #include <cstdint>
 #include <string_view>
@@ -12,37 +11,53 @@
 struct cfgrec;
 struct src_patterns;
 
-// What a pattern may answer.
-enum class src_answer : std::uint8_t {
-    no,
-    yes,
-    ask_identity, // compare it with what the firewall calls the client
-    ask_name,     // compare it with the client's name
-    ask,          // it has to be read anew, by its kind
+enum class src_kind : std::uint8_t {
+    host,        // compared with the client's address or name
+    identity,    // begins with `~`: compared with what the firewall calls the client
+    no_argument, // stands for an entry without arguments, whose fault is to be reported
 };
 
-// A pattern that does not answer `no`.
-struct src_candidate {
-    src_answer answer = src_answer::no; // no: there is none
-    cfgrec *entry = nullptr;            // whose pattern it is
-    int argument = 0;                   // which one of the entry's; for an entry without any, 0
+struct src_pattern {
+    host_pattern host = {}; // of src_kind::host
+    cfgrec *entry = nullptr;
+    std::int32_t argument = 0; // which one of the entry's
+    src_kind kind = src_kind::no_argument;
 };
 
-// Works out the patterns of all `hosts` records of a list, whose runs are marked (cfgrec.h), and
-// keeps them with the first record of each run. The arguments must not change from then on.
-// Without memory a run stays as it is.
+// What a walk knows of its client, also as keys: numbers of which a pattern wants one to be in a
+// range. A pattern that this does not settle is a candidate.
+struct src_client {
+    static constexpr int IDENTITY_KEY = 0; // 0: the firewall knows none; 1: it does, or may do
+    static constexpr int ADDRESS_KEY = 1;  // in the host's order; not known unless is_dotted
+    static constexpr int NAME_KEYS = 1;    // and then one for its last 1, 2, 3... characters each
+
+    explicit src_client(const host_address &address);
+    src_client(const src_client &) = delete; // most of its keys have no value yet
+    src_client &operator=(const src_client &) = delete;
+
+    // To be called once the name is looked up: in lower case, NUL-terminated, of at most
+    // HOST_TEXT_MAX characters; borrowed.
+    void know_name(std::string_view text);
+
+    bool lookup_allowed = true; // names may fit
+    std::string_view name;      // empty: not known yet
+    int known_keys;             // so many of `keys` are set
+    u32 keys[NAME_KEYS + HOST_TEXT_MAX + 1];
+};
+
+// Compiles the argument of a `hosts` entry; `room` is that of compile_host_pattern.
+src_pattern compile_src_pattern(const char *argument, char *room);
+
+// Compiles the patterns of all `hosts` records of a list, the marker or null included, and keeps
+// them with the first of these records. From then on their arguments must not change, and no such
+// record may be put between them or taken away; the list may grow at both its ends. Without memory
+// the list stays as it is, which is slower and gives the same answers.
 void prepare_src_patterns(cfgrec *list);
 
-// What a walk knows of its client.
-struct src_client {
-    u32 address = 0;          // in the host's order
-    bool has_identity = true; // the firewall knows it by one, or was not asked yet
-};
+// The first pattern from place `at` on that may fit the client, in the order of the list; null when
+// there is none. Leaves `at` after it.
+//   prepared  not null
+const src_pattern *next_candidate(src_patterns *prepared, const src_client &client, int &at);
 
-// The first candidate from place `at` on; leaves `at` behind it.
-//   prepared  not null, here and below
-src_candidate src_next_candidate(const src_patterns *prepared, const src_client &client, int &at);
-
-// Whether the pattern in front of `at`, which answered ask_name, fits a name.
-//   name  in lower case, at most 511 characters, with a terminator behind them
-bool src_name_fits(const src_patterns *prepared, int at, std::string_view name);
+// The last record whose patterns these are.
+cfgrec *last_prepared(const src_patterns *prepared);

@@ -96,7 +96,7 @@ int proxy_load_config()
     }
     cfg_free(proxy_confp);
     permit_confp = nullptr; // it was one of them
-    cfg_mark_runs(list);
+    cfg_index_keywords(list);
     prepare_src_patterns(list);
     proxy_confp = list;
     SetProxyConfList(servContext, proxy_confp);

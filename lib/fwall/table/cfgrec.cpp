@@ -7,6 +7,24 @@
 #include <cstring>
 #include <new>
 #include <type_traits>
+#include <vector>
+
+// Layout of the block: this, the first record of each keyword, in the order of their keywords.
+struct cfg_index {
+    cfgrec *last = nullptr; // of the list
+    std::size_t count = 0;
+
+    cfgrec **firsts() { return reinterpret_cast<cfgrec **>(this + 1); }
+    cfgrec *first_of(const char *keyword)
+    {
+        cfgrec **const end = firsts() + count;
+        cfgrec **const found =
+            std::lower_bound(firsts(), end, keyword, [](const cfgrec *record, const char *wanted) {
+                return std::strcmp(record->keyword, wanted) < 0;
+            });
+        return found != end && std::strcmp((*found)->keyword, keyword) == 0 ? *found : nullptr;
+    }
+};
 
 static char *empty_vector[1] = {nullptr};
 static cfgrec *cursor = nullptr; // where cfg_get goes on
@@ -48,53 +66,84 @@ cfgrec *cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t line
     return record;
 }
 
-// A walk passes thousands of records of other keywords: most differ in their first character.
+// A walk meets thousands of records of other keywords: most differ in their first character.
 static bool has_keyword(const cfgrec &record, const char *keyword)
 {
     return record.keyword[0] == keyword[0] && std::strcmp(record.keyword, keyword) == 0;
 }
 
-cfgrec *cfg_first(const char *keyword, cfgrec *list)
+// The first record with the keyword from `record` on, which may be null.
+static cfgrec *find_from(const char *keyword, cfgrec *record)
 {
-    if (!cfg_has(list))
-        return nullptr;
-    return has_keyword(*list, keyword) ? list : cfg_next(keyword, list);
+    while (record != nullptr && !has_keyword(*record, keyword)) {
+        if (record->index == nullptr) {
+            record = record->next;
+            continue;
+        }
+        if (cfgrec *found = record->index->first_of(keyword); found != nullptr)
+            return found;
+        record = record->index->last->next;
+    }
+    return record;
 }
 
-static cfgrec *behind_run(const cfgrec &record)
+cfgrec *cfg_first(const char *keyword, cfgrec *list)
 {
-    return record.run_last == nullptr ? record.next : record.run_last->next;
+    return cfg_has(list) ? find_from(keyword, list) : nullptr;
 }
 
 cfgrec *cfg_next(const char *keyword, const cfgrec *record)
 {
     if (!cfg_has(record))
         return nullptr;
-    cfgrec *next = record->next;
-    while (next != nullptr && !has_keyword(*next, keyword))
-        next = behind_run(*next);
-    return next;
+    if (record->next_same != nullptr && has_keyword(*record, keyword))
+        return find_from(keyword, record->next_same);
+    return find_from(keyword, record->next);
 }
 
 cfgrec *cfg_last(cfgrec *list)
 {
-    while (list->next != nullptr)
-        list = list->run_last == nullptr || list->run_last == list ? list->next : list->run_last;
-    return list;
+    for (;;) {
+        if (list->index != nullptr)
+            list = list->index->last;
+        if (list->next == nullptr)
+            return list;
+        list = list->next;
+    }
 }
 
-void cfg_mark_runs(cfgrec *list)
-{
+void cfg_index_keywords(cfgrec *list)
+try {
     if (!cfg_has(list))
         return;
-    while (list != nullptr) {
-        cfgrec *last = list;
-        while (last->next != nullptr && has_keyword(*last->next, list->keyword))
-            last = last->next;
-        cfgrec *const behind = last->next;
-        for (; list != behind; list = list->next)
-            list->run_last = last;
+    std::vector<cfgrec *> sorted;
+    for (cfgrec *record = list; record != nullptr; record = record->next)
+        sorted.push_back(record);
+    cfgrec *const last = sorted.back();
+    const auto order = [](const cfgrec *a, const cfgrec *b) {
+        return std::strcmp(a->keyword, b->keyword);
+    };
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [order](const cfgrec *a, const cfgrec *b) { return order(a, b) < 0; });
+    std::size_t keywords = 1;
+    for (std::size_t i = 1; i < sorted.size(); ++i)
+        keywords += order(sorted[i - 1], sorted[i]) != 0 ? 1U : 0U;
+    void *block = std::malloc(sizeof(cfg_index) + keywords * sizeof(cfgrec *));
+    if (block == nullptr)
+        return;
+    std::free(list->index);
+    list->index = new (block) cfg_index{.last = last};
+    for (std::size_t i = 0; i < sorted.size(); ++i) {
+        if (i == 0 || order(sorted[i - 1], sorted[i]) != 0)
+            list->index->firsts()[list->index->count++] = sorted[i];
+        else
+            sorted[i - 1]->next_same = sorted[i];
     }
+    for (cfgrec *record = list; record != last; record = record->next)
+        if (record->next_same == nullptr)
+            record->next_same = last;
+} catch (const std::bad_alloc &) {
+    return; // the list is as it was
 }
 
 cfgrec *cfg_get(const char *keyword, cfgrec *list)
@@ -111,6 +160,7 @@ void cfg_free(cfgrec *list)
         if (list == cursor)
             cursor = nullptr;
         std::free(list->patterns);
+        std::free(list->index);
         std::free(list);
         list = next;
     }

@@ -10,6 +10,7 @@
 // cfgrec::flags: 0 or one of these, from the prefix of the keyword.
 enum cfg_flag : std::int32_t { CFG_PERMIT = 1, CFG_DENY = 2, CFG_ABSORB = 4 };
 
+struct cfg_index;
 struct src_patterns;
 
 struct cfgrec {
@@ -20,9 +21,11 @@ struct cfgrec {
     char **argv = nullptr;   // `argc` texts and a null; may itself be null when `argc` is 0
     cfgrec *next = nullptr;  // null at the end
 
-    // Made ready with the table for the walks of each connection; a copy of the record has none.
+    // Made with the table for the walks of each connection; a copy of the record has none of them.
     src_patterns *patterns = nullptr; // of src_patterns.h; the record's own heap block, or null
-    cfgrec *run_last = nullptr;       // of cfg_mark_runs; null: not marked
+    cfg_index *index = nullptr;       // of cfg_index_keywords; the record's own heap block, or null
+    cfgrec *next_same = nullptr; // the next of this keyword in an indexed list; for the last of its
+                                 // keyword the list's last, and null for that one
 };
 
 // The failure marker: all bits set.
@@ -44,10 +47,10 @@ cfgrec *cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t line
 
 // The first record of `list` with exactly `keyword`, or null. With a null list the walk goes on
 // where the last call of cfg_get stopped, on whatever list that was. There is one such place for
-// the whole process: behind the record found, and nowhere after a call that found none.
+// the whole process: after the record found, and nowhere after a call that found none.
 cfgrec *cfg_get(const char *keyword, cfgrec *list);
 
-// The first record behind `record` with exactly `keyword`, or null, also for a null `record`.
+// The first record after `record` with exactly `keyword`, or null, also for a null `record`.
 // Leaves the place of cfg_get alone.
 cfgrec *cfg_next(const char *keyword, const cfgrec *record);
 
@@ -57,10 +60,11 @@ cfgrec *cfg_first(const char *keyword, cfgrec *list);
 // The last record of a list that has one.
 cfgrec *cfg_last(cfgrec *list);
 
-// Marks the runs of a list, records of one keyword that follow one another, by giving each record
-// the last one of its run: a walk for another keyword passes over the whole run at once. From then
-// on no record may be taken from a run or put into it; the list may grow at both its ends.
-void cfg_mark_runs(cfgrec *list);
+// Makes an index of a list's keywords, so that the first record of a keyword, and the next one from
+// there, are found at once, however many others there are. From then on no record may be put
+// between those of the list or taken away; the list may grow at both its ends. Without memory the
+// list stays as it is.
+void cfg_index_keywords(cfgrec *list);
 
 // Releases a list whose records came from cfg_make; null is allowed. A walk with cfg_get that
 // stood in it is over.

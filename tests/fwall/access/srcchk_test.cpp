@@ -17,7 +17,7 @@ static std::string outcome_of(const proxy_setup &setup, const char *client)
            proxy_rladdr + '\n' + setup.asked_and_told();
 }
 
-// Plainer walks over more lines, and patterns made ready, are compared in tests/fuzz.
+// Walks over more lines, prepared and not, are compared in tests/fuzz.
 TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
 {
     static const struct {
@@ -35,6 +35,15 @@ TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
          "11502/1 vhltcfgerr: rev_dns takes at least one argument, line 1\n"},
         {"use_name_logs yes\nhosts 10.*", "0 line 2 as mail.office.lan\naddr 10.0.0.1\n"},
         {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
+        {"k 1\nhosts 11.* b.lan\nk 2\ndeny-hosts ~x\nk 3\nhosts *.lan\nk 4\nhosts 10.*",
+         "0 line 6 as nodnsquery\naddr 10.0.0.1\n"},
+        {"k 1\nhosts *.lam l*.* mail.office.la mail.office.lan. \nk 2\nhosts 10.0.0.1",
+         "0 line 4 as nodnsquery\naddr 10.0.0.1\n"},
+        {"k 1\nhosts 10.0.0.2 10.1 10.0.0.0-10.0.0.0\nk 2\nhosts 9.0.0.0-10.0.0.0 -o 10.*",
+         "1 line - as unknown\n"},
+        {"hosts 10.1.0.0:255.0.0.0\nk 1\nhosts 10.0.0.0:255.255.255.0",
+         "0 line 3 as nodnsquery\n11502/0 cfgerr: pat:mask can never match anything, "
+         "10.1.0.0:255.0.0.0\n"},
     };
     for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
         const auto &row = cases[i / 2];
@@ -71,6 +80,15 @@ TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
     EXPECT_EQ(checked("use_name_logs on\ndeny-hosts ~alice", "~A"), "2 line 2 as ~A\n1");
 }
 
+TEST(PermitSrcAddrChk, AsksOnceForAClientWithAnEmptyName)
+{
+    for (const bool prepared : {false, true}) {
+        proxy_setup setup("use_name_logs on\nhosts a.lan b.lan c\nhosts 10.*", prepared);
+        setup.names.names = {{"10.0.0.1", ""}};
+        EXPECT_EQ(outcome_of(setup, "10.0.0.1"), "0 line 3 as \naddr 10.0.0.1\n");
+    }
+}
+
 TEST(PermitSrcAddrChk, KeepsTheLastMatchWithoutANewOne)
 {
     const proxy_setup setup("hosts 10.*");
@@ -97,17 +115,31 @@ TEST(PermitSrcChk, FailsWithoutBothEnds)
     }
 }
 
-// What makes a table large must not be read at each check.
-TEST(SrcPatterns, DecideTheUsualForms)
+// What makes a table large must be settled without a closer look.
+TEST(SrcPatterns, ExcludeByTheUsualForms)
 {
     for (const char *pattern :
-         {"*", "10.*", "10.1.*", "10.1.2.*", "10.1.2.3", "10", "10.1", "10.1.2.0:255.255.255.0",
-          "10.1.2.3-10.1.2.9", "*.Office.lan", "mail.office.lan", "m*.office.*"}) {
-        const proxy_setup setup("hosts " + std::string(pattern), true);
+         {"10.*", "10.1.*", "10.1.2.*", "10.1.2.3", "10", "10.1", "10.1.2.0:255.255.255.0",
+          "10.1.2.3-10.1.2.9", "*.Office.lan", "mail.office.lan", "*x.office.lan", "m*n", "~a"}) {
+        const proxy_setup setup("k 1\nhosts " + std::string(pattern), true);
+        src_client client(read_host_address("20.1.2.3"));
+        client.know_name("www.office.com");
+        client.keys[src_client::IDENTITY_KEY] = 0;
         int at = 0;
-        const auto found = src_next_candidate(proxy_confp->patterns, {.address = 0x0A010203}, at);
-        EXPECT_NE(found.answer, src_answer::ask) << pattern;
+        EXPECT_EQ(next_candidate(cfg_first("hosts", proxy_confp)->patterns, client, at), nullptr)
+            << pattern;
     }
+}
+
+TEST(SrcPatterns, EndWhereTheListHasGrown)
+{
+    proxy_setup setup("hosts 11.*\nk 1\nhosts 12.* -policy p\nk 2\npolicy-p: k 3\n"
+                      "policy-p: deny-hosts 10.*",
+                      true);
+    EXPECT_EQ(outcome_of(setup, "10.0.0.1"), "1 line - as unknown\n");
+    EXPECT_EQ(get_policy_by_name("p"), 0);
+    EXPECT_EQ(outcome_of(setup, "10.0.0.1"), "2 line 6 as nodnsquery\n");
+    EXPECT_EQ(outcome_of(setup, "12.0.0.1"), "0 line 3 as nodnsquery\n");
 }
 
 // The usual answers, with the rule in each record and the word to the client, are in tests/system.

@@ -1,79 +1,15 @@
-// The walk over `hosts` entries and the terms of such an entry once more, told in the plainest
-// way: what the fuzz target compares srcchk.h and policy.h with.
+// The terms of a `hosts` entry once more, told in the plainest way: what the fuzz target compares
+// policy.h with.
 #pragma once
 
-#include <cstring>
 #include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "lib/fwall/access/policy.h"
-#include "lib/fwall/access/srcchk.h"
-#include "lib/fwall/match/hnam.h"
-#include "lib/fwall/match/revmap.h"
-#include "lib/fwall/table/config.h"
 #include "lib/fwall/table/policy_table.h"
-#include "lib/fwall/table/proxy.h"
-#include "tests/ulib/report_log.h"
-
-// What a check answers, and what it asks.
-struct outcome {
-    int code = SRC_NO_RULE;
-    const cfgrec *entry = nullptr;
-    std::string shown = "unknown";
-    std::vector<std::string> asked;
-    int identity_questions = 0;
-    std::vector<told> reports = {};
-
-    bool operator==(const outcome &) const = default;
-};
-
-struct client_identity {
-    std::string_view text, display; // without a `~` in front of the display the driver knows none
-};
-
-inline bool is_listed(const char *address)
-{
-    for (const cfgrec *rec = cfg_first("rev_dns", proxy_confp); rec; rec = cfg_next("rev_dns", rec))
-        for (int i = 0; i < rec->argc; ++i)
-            if (std::strchr(rec->argv[i], '-') != nullptr ? range_hostmatch(rec->argv[i], address)
-                                                          : hostmatch(rec->argv[i], address))
-                return true;
-    return false;
-}
-
-inline outcome plain_walk(const char *address, const client_identity &known)
-{
-    const bool nameless = is_listed(address);
-    const cfgrec *logs = cfg_first("use_name_logs", proxy_confp);
-    const bool shows_name = !nameless && logs && logs->argc > 0 && is_on(logs->argv[0]);
-    const bool is_known = known.display.starts_with('~');
-    outcome result;
-    std::string name;
-    const auto host_name = [&] { return name.empty() ? name = revmap(address) : name; };
-    for (cfgrec *rec = cfg_first("hosts", proxy_confp); rec; rec = cfg_next("hosts", rec)) {
-        for (int i = 0; i < rec->argc && rec->argv[i][0] != '-'; ++i) {
-            const std::string_view pattern = rec->argv[i];
-            const bool is_identity = pattern.starts_with('~');
-            const bool is_address =
-                pattern.find_first_not_of(".*0123456789:-") == std::string_view::npos;
-            if (is_identity  ? !is_known || pattern != known.text
-                : is_address ? hostmatch(rec->argv[i], address) == 0
-                             : nameless || hostmatch(rec->argv[i], host_name().c_str()) == 0)
-                continue;
-            result.code = (rec->flags & CFG_DENY) != 0 ? SRC_DENIED : SRC_PERMITTED;
-            result.entry = rec;
-            result.shown = is_identity  ? std::string(known.display)
-                           : shows_name ? host_name()
-                                        : "nodnsquery";
-            return result;
-        }
-    }
-    return result;
-}
 
 inline constexpr policy_option options[] = {
     {"-none", POLICY_ARG_NONE, "deny-kind a 'b c'"},

@@ -1,5 +1,6 @@
 #include "lib/fwall/access/chkdest.h"
 
+#include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/dsthost.h"
 #include "lib/fwall/access/srcchk.h"
 #include "lib/fwall/log/context_calls.h"
@@ -25,6 +26,20 @@ namespace
 
 enum class verdict { none, allowed, refused };
 
+// A verdict, and what decided.
+struct decision {
+    verdict answer = verdict::none;
+    const cfgrec *entry = nullptr; // null for none
+    int item = 0;                  // which one of the entry's arguments
+};
+
+// Whether an item fits, and how that came out.
+struct comparison {
+    bool fits;
+    const char *with = nullptr; // as access_question's
+    access_reason reason = access_reason::compared;
+};
+
 // The destination of one check, and what has been looked up for it.
 struct destination {
     const char *host;
@@ -35,22 +50,38 @@ struct destination {
 
 } // namespace
 
-// The verdict of the first item that `matches` among the entries of a keyword.
-template <typename MATCHES>
-static verdict first_verdict(const char *keyword, cfgrec *list, MATCHES matches)
+static void tell_asked(const cfgrec *entry, int item, const comparison &found)
+{
+    if (access_watch != nullptr)
+        access_watch->asked({entry, item, found.with, found.fits, found.reason});
+}
+
+static void tell_decided(const decision &found)
+{
+    if (access_watch != nullptr)
+        access_watch->decided(found.entry, found.item, found.answer == verdict::allowed);
+}
+
+// The verdict of the first item that `compare` finds to fit among the entries of a keyword.
+template <typename COMPARE>
+static decision first_verdict(const char *keyword, cfgrec *list, COMPARE compare)
 {
     for (const cfgrec *entry = cfg_first(keyword, list); entry != nullptr;
          entry = cfg_next(keyword, entry)) {
         for (int i = 0; i < entry->argc; ++i) {
             const char *item = entry->argv[i];
             const bool turned = item[0] == '!';
-            if (!matches(turned ? item + 1 : item))
+            const comparison compared = compare(turned ? item + 1 : item);
+            tell_asked(entry, i, compared);
+            if (!compared.fits)
                 continue;
             const bool denies = (entry->flags & CFG_DENY) != 0;
-            return turned == denies ? verdict::allowed : verdict::refused;
+            const decision found{turned == denies ? verdict::allowed : verdict::refused, entry, i};
+            tell_decided(found);
+            return found;
         }
     }
-    return verdict::none;
+    return {};
 }
 
 static bool holds_address(const char *text)
@@ -58,31 +89,42 @@ static bool holds_address(const char *text)
     return text[std::strspn(text, ".*0123456789")] == '\0';
 }
 
-// Unlike hostmatch, looks only at what stands in front of a mask.
+// Unlike hostmatch, looks only at what stands before a mask.
 static bool is_address_pattern(const char *pattern)
 {
     const char end = pattern[std::strspn(pattern, ".*-0123456789")];
     return end == '\0' || end == ':';
 }
 
-int destmatch(const char *dest, const char **mapped, const char **reverse, const char *pattern)
+static comparison compare_host(const char *pattern, const char *host)
+{
+    return {hostmatch(pattern, host) != 0, host};
+}
+
+static comparison compare_destination(const char *dest, const char **mapped, const char **reverse,
+                                      const char *pattern)
 {
     if (std::strcmp(pattern, "*") == 0)
-        return 1;
+        return {true, dest};
     const bool address_wanted = is_address_pattern(pattern);
     if (holds_address(dest) == address_wanted)
-        return hostmatch(pattern, dest);
+        return compare_host(pattern, dest);
     if (address_wanted) {
         if (*mapped == nullptr)
             *mapped = maphostname(dest);
-        return hostmatch(pattern, *mapped);
+        return compare_host(pattern, *mapped);
     }
     if (*reverse == nullptr) {
         if (inat_addr(dest) == 1)
-            return 0;
+            return {false, nullptr, access_reason::no_look_up};
         *reverse = revmap(dest);
     }
-    return hostmatch(pattern, *reverse);
+    return compare_host(pattern, *reverse);
+}
+
+int destmatch(const char *dest, const char **mapped, const char **reverse, const char *pattern)
+{
+    return compare_destination(dest, mapped, reverse, pattern).fits ? 1 : 0;
 }
 
 static bool port_fits(const char *item, int port)
@@ -90,22 +132,35 @@ static bool port_fits(const char *item, int port)
     return item[0] == '*' || same_word(item, "any") || str_to_port(item) == port;
 }
 
+static bool blocks(const cfgrec *entry, const char *host, int port, const char **mapped,
+                   const char **reverse)
+{
+    if (entry->argc < 2) {
+        notice(EVENT_BAD_ENTRY, entry->lineno,
+               "AFW: destination blocking rule is not generated correctly, line %d", entry->lineno);
+        tell_asked(entry, 0, {false, nullptr, access_reason::no_arguments});
+        return true;
+    }
+    const bool same_port = port_fits(entry->argv[1], port);
+    tell_asked(entry, 1, {same_port});
+    if (!same_port)
+        return false;
+    const comparison found = compare_destination(host, mapped, reverse, entry->argv[0]);
+    tell_asked(entry, 0, found);
+    if (found.fits)
+        notice(EVENT_DEST_BLOCKED, 0, "AFW: deny destination host %s, port %d, AFW id: %s", host,
+               port, entry->argc > 2 ? entry->argv[2] : "");
+    return found.fits;
+}
+
 int afwDestBlock(const char *host, int port, cfgrec *list, const char **mapped,
                  const char **reverse)
 {
     for (const cfgrec *entry = cfg_first("afw-dest", list); entry != nullptr;
          entry = cfg_next("afw-dest", entry)) {
-        if (entry->argc < 2) {
-            notice(EVENT_BAD_ENTRY, entry->lineno,
-                   "AFW: destination blocking rule is not generated correctly, line %d",
-                   entry->lineno);
-            return 1;
-        }
-        if (!port_fits(entry->argv[1], port) ||
-            destmatch(host, mapped, reverse, entry->argv[0]) == 0)
+        if (!blocks(entry, host, port, mapped, reverse))
             continue;
-        notice(EVENT_DEST_BLOCKED, 0, "AFW: deny destination host %s, port %d, AFW id: %s", host,
-               port, entry->argc > 2 ? entry->argv[2] : "");
+        tell_decided({verdict::refused, entry, 0});
         return 1;
     }
     return 0;
@@ -115,25 +170,28 @@ static verdict host_verdict(destination &dst, cfgrec *list)
 {
     if (afwDestBlock(dst.host, dst.port, list, &dst.mapped, &dst.reverse) != 0)
         return verdict::refused;
-    return first_verdict("destination", list, [&dst](const char *item) {
-        return destmatch(dst.host, &dst.mapped, &dst.reverse, item) != 0;
-    });
+    const auto compare = [&dst](const char *item) {
+        return compare_destination(dst.host, &dst.mapped, &dst.reverse, item);
+    };
+    return first_verdict("destination", list, compare).answer;
 }
 
 int permit_port_chk(int port, cfgrec *list)
 {
     if (cfg_first("ports", list) == nullptr)
         return DST_ALLOWED;
-    const verdict found =
-        first_verdict("ports", list, [port](const char *item) { return port_fits(item, port); });
-    return found == verdict::allowed ? DST_ALLOWED : DST_REFUSED;
+    const auto compare = [port](const char *item) { return comparison{port_fits(item, port)}; };
+    return first_verdict("ports", list, compare).answer == verdict::allowed ? DST_ALLOWED
+                                                                            : DST_REFUSED;
 }
 
 int permit_proxy_chk(cfgrec *list)
 {
-    const verdict found = first_verdict(
-        "proxy", list, [](const char *item) { return namatch(item, proxy_name) != 0; });
-    return found == verdict::allowed ? DST_ALLOWED : DST_REFUSED;
+    const auto compare = [](const char *item) {
+        return comparison{namatch(item, proxy_name) != 0};
+    };
+    return first_verdict("proxy", list, compare).answer == verdict::allowed ? DST_ALLOWED
+                                                                            : DST_REFUSED;
 }
 
 int permit_dst_chk_numeric(const char *host, int port, cfgrec *list)

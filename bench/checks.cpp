@@ -1,6 +1,8 @@
 // The check of a client against a table of 1,000 `hosts` lines of one kind, of which the last one
 // fits, beside a plain loop of fnmatch over the same patterns in memory, in rounds that take turns.
-// `ratio` is the time of a check to that of a loop, by their medians.
+// `ratio` is the time of a check to that of a loop, by their medians. The lines follow one another,
+// or (mixed) each has another entry after it, of one of five keywords. A check of names looks the
+// client's name up.
 #include "bench/rounds.h"
 #include "lib/fwall/access/srcchk.h"
 #include "lib/fwall/serve/settings.h"
@@ -21,10 +23,13 @@ static constexpr int LINES = 1000;
 static constexpr char CLIENT[] = "192.0.2.7";
 static char client_name[] = "mail.office.example";
 
+static long look_ups = 0;
+
 static hostent *name_of_client(const void *, socklen_t, int)
 {
     static hostent answer{};
     answer.h_name = client_name;
+    ++look_ups;
     return &answer;
 }
 
@@ -38,12 +43,19 @@ static std::vector<std::string> patterns_of(const std::string &head, const std::
     return patterns;
 }
 
-static void load_table(const std::vector<std::string> &patterns)
+enum class table { adjacent, mixed };
+
+static void load_table(const std::vector<std::string> &patterns, table kind)
 {
+    static constexpr const char *others[] = {"timeout 60", "destination 10.*", "ports 80 443",
+                                             "ruleNumber 7", "authserver 10.0.0.1 7777"};
     static const int file = memfd_create("hosts", MFD_CLOEXEC);
     std::string text;
-    for (const std::string &pattern : patterns)
-        text += "p: permit-hosts " + pattern + " -policy office\n";
+    for (std::size_t i = 0; i < patterns.size(); ++i) {
+        text += "p: permit-hosts " + patterns[i] + " -policy office\n";
+        if (kind == table::mixed)
+            text += std::string("p: ") + others[i % std::size(others)] + '\n';
+    }
     if (ftruncate(file, 0) != 0 || pwrite(file, text.data(), text.size(), 0) < 0)
         std::abort();
     cfg_setpfile(("/proc/self/fd/" + std::to_string(file)).c_str());
@@ -53,11 +65,11 @@ static void load_table(const std::vector<std::string> &patterns)
 }
 
 // `text` is what fnmatch compares: what of the client the patterns are about.
-static void check_client(benchmark::State &state, const std::vector<std::string> &patterns,
-                         const char *text)
+static void check_client(benchmark::State &state, table kind,
+                         const std::vector<std::string> &patterns, const char *text)
 {
     constexpr int ROUND = 200;
-    load_table(patterns);
+    load_table(patterns, kind);
     static constexpr name_service_calls scripted{
         .host_by_name = nullptr, .host_by_address = name_of_client, .service_by_name = nullptr};
     name_service = &scripted;
@@ -65,6 +77,7 @@ static void check_client(benchmark::State &state, const std::vector<std::string>
     client.sin_family = local.sin_family = AF_INET;
     client.sin_addr.s_addr = inet_addr(CLIENT);
     std::vector<double> checks, loops;
+    look_ups = 0;
     for (auto _ : state) {
         checks.push_back(seconds_of(ROUND, [&](int) {
             if (permit_src_addr_chk(&client, &local) != SRC_PERMITTED)
@@ -79,12 +92,16 @@ static void check_client(benchmark::State &state, const std::vector<std::string>
     }
     state.counters["ratio"] = median(checks) / median(loops);
     state.counters["checks/s"] = ROUND / median(checks);
+    state.counters["look-ups"] =
+        static_cast<double>(look_ups) / static_cast<double>(ROUND * checks.size());
 }
 
-BENCHMARK_CAPTURE(check_client, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT)
-    ->Iterations(50);
-BENCHMARK_CAPTURE(check_client, names, patterns_of("*.a", ".example", "*.office.example"),
-                  client_name)
-    ->Iterations(50);
-BENCHMARK_CAPTURE(check_client, identities, patterns_of("~partner", "", "*"), CLIENT)
-    ->Iterations(50);
+#define CHECK_CLIENT(kind, what, patterns, text)                                                   \
+    BENCHMARK_CAPTURE(check_client, kind##_##what, table::kind, patterns, text)->Iterations(50)
+
+CHECK_CLIENT(adjacent, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT);
+CHECK_CLIENT(adjacent, names, patterns_of("*.a", ".example", "*.office.example"), client_name);
+CHECK_CLIENT(adjacent, identities, patterns_of("~partner", "", "*"), CLIENT);
+CHECK_CLIENT(mixed, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT);
+CHECK_CLIENT(mixed, names, patterns_of("*.a", ".example", "*.office.example"), client_name);
+CHECK_CLIENT(mixed, identities, patterns_of("~partner", "", "*"), CLIENT);

@@ -19,8 +19,8 @@ enum services : std::int32_t {
     SERVICE_UNKNOWN = 3, // without a service context
 };
 enum prots : std::int32_t {
-    PROT_NONE = 0,  // without a service context
-    PROT_OTHER = 4, // of a new service context
+    PROTOCOL_NONE = 0,  // without a service context
+    PROTOCOL_OTHER = 4, // of a new service context
 };
 
 class CServiceContext
@@ -46,7 +46,7 @@ class CServiceContext
 
   private:
     services service_type = SERVICE_PROXY;
-    prots protocol = PROT_OTHER;
+    prots protocol = PROTOCOL_OTHER;
     char own_name[1024] = {};
     cfgrec *conf_list = nullptr; // owned
 };

@@ -63,7 +63,7 @@ void SetServiceType(CServiceContext *context, services type)
 
 prots GetProtocol(const CServiceContext *context)
 {
-    return get(context, &CServiceContext::GetProtocol, PROT_NONE);
+    return get(context, &CServiceContext::GetProtocol, PROTOCOL_NONE);
 }
 
 void SetProtocol(CServiceContext *context, prots protocol)

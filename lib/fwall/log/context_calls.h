@@ -16,7 +16,7 @@ void DestroyServiceContext(CServiceContext *context);
 void DestroyConnectionContext(CConnectionContext *context);
 
 services GetServiceType(const CServiceContext *context);  // null: SERVICE_UNKNOWN
-prots GetProtocol(const CServiceContext *context);        // null: PROT_NONE
+prots GetProtocol(const CServiceContext *context);        // null: PROTOCOL_NONE
 const char *GetProxyName(const CServiceContext *context); // null: null
 cfgrec *GetProxyConfList(const CServiceContext *context); // null: null
 void SetServiceType(CServiceContext *context, services type);

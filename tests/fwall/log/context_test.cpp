@@ -1,3 +1,5 @@
+#include <sys/mman.h> // first: headers of the host define macros that begin as our names might
+
 #include "lib/fwall/log/context.h"
 
 #include "lib/fwall/log/context_calls.h"

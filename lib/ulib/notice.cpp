@@ -1,9 +1,9 @@
 #include "lib/ulib/notice.h"
 
 #include "lib/ulib/report.h"
+#include "lib/ulib/system_log.h"
 
 #include <cstdarg>
-#include <syslog.h>
 
 void notice(events event, int line, const char *format, ...)
 {
@@ -24,6 +24,6 @@ void syslog_notice(events event, int line, const char *format, ...)
     va_list args;
     va_start(args, format);
     if (!is_tapped(uniq, REPORT_NOTICE, format, args))
-        vsyslog(REPORT_NOTICE, format, args);
+        vsystem_log(REPORT_NOTICE, format, args);
     va_end(args);
 }

@@ -1,7 +1,8 @@
 #include "lib/ulib/report.h"
 
+#include "lib/ulib/system_log.h"
+
 #include <cstdlib>
-#include <syslog.h>
 
 CServiceContext *servContext = nullptr;
 CConnectionContext *connContext = nullptr;
@@ -25,7 +26,7 @@ void vSendLog(CServiceContext *service, CConnectionContext *connection, const UN
     if (is_tapped(uniq, priority, format, args))
         return;
     if (service == nullptr || connection == nullptr || report_hook == nullptr) {
-        vsyslog(priority, format, args);
+        vsystem_log(priority, format, args);
         return;
     }
     report_hook(service, connection, uniq, priority, format, args);

@@ -94,13 +94,33 @@ class SystemLog(Receiver):
         super().__init__("/dev/log")
 
     def lines(self):
-        """(priority, ident, text) of each line."""
-        found = []
-        for datagram in self.datagrams():
-            match = re.match(rb"<(\d+)>.{15} ([^\[:]*)(?:\[\d+\])?: (.*)", datagram, re.S)
-            ident, text = match[2].decode("latin-1"), match[3].decode("latin-1")
-            found.append((int(match[1]), ident, text))
-        return found
+        return [line_of(datagram) for datagram in self.datagrams()]
+
+
+def line_of(datagram):
+    """(priority, ident, text) of a line of the system log."""
+    match = re.match(rb"<(\d+)>[A-Z][a-z]{2} [ 1-3]\d \d\d:\d\d:\d\d ([^\[:]*)(?:\[\d+\])?: (.*)", datagram, re.S)
+    return int(match[1]), match[2].decode("latin-1"), match[3].decode("latin-1")
+
+
+class UnreadLog(Receiver):
+    """Stands in for the reader of a log path until it is closed, and is full from the start."""
+
+    def __init__(self, path):
+        os.rename(path, path + ".away")
+        super().__init__(path)
+        self.fill()
+
+    def fill(self):
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as sender:
+            sender.setblocking(False)
+            with contextlib.suppress(BlockingIOError):
+                while True:
+                    sender.sendto(b"full", self.path)
+
+    def close(self):
+        super().close()
+        os.rename(self.path + ".away", self.path)
 
 
 def wait_until(condition, patience_s=PATIENCE_S):
@@ -122,12 +142,12 @@ class StandardLog(Receiver):
 
     def _take(self):
         while True:
-            self.taken.append(_record(self.socket.recv(65536)))
+            self.taken.append(record_of(self.socket.recv(65536)))
 
     def records(self):
         """What was taken and not cleared; without a thread, what has come since the last call."""
         if self.taken is None:
-            return [_record(datagram) for datagram in self.datagrams()]
+            return [record_of(datagram) for datagram in self.datagrams()]
         return list(self.taken)
 
     def clear(self):
@@ -142,7 +162,7 @@ class StandardLog(Receiver):
         return found()
 
 
-def _record(datagram):
+def record_of(datagram):
     """The fields of a record, its text unescaped."""
     assert len(datagram) == RECORD_SIZE, len(datagram)
 

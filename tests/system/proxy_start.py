@@ -1,7 +1,10 @@
 """Start-up and reload of a proxy as a whole process.  proxy_start.py PROBE"""
 
+import datetime
+import os
 import subprocess
 import sys
+import time
 
 import proxy_host
 
@@ -154,6 +157,16 @@ def check_logging(checks):
                  [record.proxy for record in checks.log.records()], ["probe", "probe"])
     checks.equal("names in the system log", [line[:2] for line in checks.syslog.lines()],
                  [(29, "init-proxy"), (29, "probe")])
+    # Local time, in a zone where hour and minute differ from the host's.
+    proxy_host.write_table(fault + "init-proxy,probe: logging normal\n")
+    begun = time.time()
+    subprocess.run(["probe", "plain.init"], executable=sys.argv[1], input="send\n", text=True,
+                   stdout=subprocess.DEVNULL, check=True, timeout=60,
+                   env={**os.environ, "TZ": "XXX-9:17"})
+    zone = datetime.timezone(datetime.timedelta(hours=9, minutes=17))
+    times = {datetime.datetime.fromtimestamp(begun + i, zone).strftime("%b %e %H:%M:%S").encode()
+             for i in range(proxy_host.PATIENCE_S)}
+    checks.equal("local time", {line[4:19] for line in checks.syslog.datagrams()} - times, set())
 
 
 class Session:

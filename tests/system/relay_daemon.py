@@ -194,8 +194,10 @@ def check_killed_children(checks):
     for client in clients:
         client.socket.close()
 
+    proxy_host.write_table(TABLE + "probe: logging both\n", 2000)
     checks.log.clear()
     client = Client()
+    checks.syslog.datagrams()
     child = children(daemon.pid)[0]
     os.kill(child, signal.SIGUSR1)
     checks.equal("a child's counts", checks.log.texts(10002), ["1 of 0 copies currently active"])
@@ -203,6 +205,9 @@ def check_killed_children(checks):
     checks.equal("a child's end", read_all(client.socket), b"")
     checks.equal("its report", checks.log.texts(10009), ["caught TERM signal"])
     checks.equal("who reports", {record.pid for record in checks.log.records()}, {child})
+    checks.equal("in the system log", checks.syslog.lines(),
+                 [(29, "probe", "1 of 0 copies currently active"),
+                  (29, "probe", "caught TERM signal")])
     checks.eventually("no child left", lambda: children(daemon.pid), [])
     checks.equal("count again", daemon.counts(checks.log), ["0 of 0 copies currently active"])
     checks.equal("end", daemon.end(), 1)

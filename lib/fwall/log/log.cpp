@@ -4,6 +4,8 @@
 #include "lib/fwall/log/escape.h"
 #include "lib/fwall/log/event_table.h"
 #include "lib/ulib/fixed_text.h"
+#include "lib/ulib/log_sender.h"
+#include "lib/ulib/system_log.h"
 #include "lib/ulib/text.h"
 
 #include <atomic>
@@ -12,23 +14,25 @@
 #include <cstdlib>
 #include <ctime>
 #include <new>
-#include <sys/socket.h>
 #include <syslog.h>
 #include <unistd.h>
 
 // Atomic for the handlers that may read it at any instant.
 static std::atomic<Log *> the_log = nullptr;
 
-static char tag[1024]; // openlog, of which a process has one, keeps a pointer to it
+static char tag[1024]; // the system log, of which a process has one, keeps a pointer to it
 
 void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
                std::int32_t facility)
 {
     V_CloseLog();
-    the_log = new (std::nothrow) Log(ident, service, logopt, facility);
-    if (the_log.load() != nullptr)
+    Log *log = new (std::nothrow) Log(ident, service, logopt, facility);
+    if (log != nullptr) {
+        (void)log_connect(&log->stdlog); // else each record goes by the path
+        the_log = log;
         return;
-    syslog(REPORT_ERROR, "Failed to create log object");
+    }
+    system_log(REPORT_ERROR, "Failed to create log object");
     std::exit(1);
 }
 
@@ -67,12 +71,15 @@ Log::Log(const char *ident, CServiceContext *service, std::int32_t log_options,
     if (service != nullptr && text_of(service->GetProxyName()).empty())
         service->SetProxyName("unknown");
     set_text(tag, text_of(ident));
-    openlog(ident == nullptr ? nullptr : tag, logopt, facility);
+    const char *shown = ident == nullptr ? nullptr : tag;
+    open_system_log(shown, logopt, facility);
+    openlog(shown, logopt & ~LOG_NDELAY, facility); // for the proxy's own calls of syslog
 }
 
 Log::~Log()
 {
     closelog();
+    close_system_log();
 }
 
 // The one place where a report becomes text: `%m` is the host's words for `error`.
@@ -103,7 +110,7 @@ void Log::vSendLog(CServiceContext *service, CConnectionContext *connection,
     if ((mode & LOG_MODE_SYSLOG) != 0) {
         char text[2048];
         format_report(text, sizeof text, error, format, args);
-        syslog(priority, "%s", text);
+        system_log(priority, "%s", text);
     }
     if ((mode & LOG_MODE_STDLOG) == 0)
         return;
@@ -145,7 +152,7 @@ static void fill_unique(DaemonMsg &record, const UNIQUE_DATA_T &uniq)
     record.aux3 = uniq.aux3;
     record.line = uniq.line;
     set_text(record.aux_tag, text_of(uniq.aux_tag_ptr));
-    set_bytes(record.aux_name, field_text(uniq.aux_name));
+    std::copy_n(uniq.aux_name, sizeof record.aux_name, record.aux_name); // as they are
     char note[sizeof uniq.aux_note + 1]; // the field may lack its terminator
     set_text(note, field_text(uniq.aux_note));
     set_escaped(record.aux_note, note);
@@ -174,25 +181,30 @@ void Log::SendLogFormatted(CServiceContext *service, CConnectionContext *connect
                            const UNIQUE_DATA_T *uniq, int priority, const char *text)
 {
     if (uniq == nullptr || service == nullptr) {
-        syslog(REPORT_ERROR, "Failed to send standard log message: null parameter");
+        system_log(REPORT_ERROR, "Failed to send standard log message: null parameter");
         return;
     }
-    const DaemonMsg record = make_record(*service, connection, *uniq, priority, text);
-    (void)log_daemonmsg(record); // trouble was reported, and stops nobody
+    (void)log_daemonmsg(
+        make_record(*service, connection, *uniq, priority, text)); // it has reported
 }
 
 void log_at_any_instant(events event, int priority, const char *text)
 {
     const Log *log = the_log.load();
-    if (log == nullptr || (log->mode & LOG_MODE_STDLOG) == 0 || servContext == nullptr ||
-        connContext == nullptr || !Log::WithinLogLevel(event, connContext->GetLogLevel()))
+    if (servContext == nullptr || connContext == nullptr || log == nullptr) {
+        system_log_at_any_instant(priority, text);
+        return;
+    }
+    if ((log->mode & LOG_MODE_SYSLOG) != 0)
+        system_log_at_any_instant(priority, text);
+    if ((log->mode & LOG_MODE_STDLOG) == 0 ||
+        !Log::WithinLogLevel(event, connContext->GetLogLevel()))
         return;
     UNIQUE_DATA_T uniq = UNIQUE_DATA;
     uniq.event = event;
     const DaemonMsg record = make_record(*servContext, connContext, uniq, priority, text);
-    (void)sendto(log->stdlog.fd, &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL,
-                 reinterpret_cast<const sockaddr *>(&log->stdlog.address),
-                 sizeof log->stdlog.address); // nobody can be told
+    if (!log_send_at_once(&record, sizeof record, log->stdlog))
+        count_lost(LOST_RECORDS);
 }
 
 bool Log::WithinLogLevel(events event, std::int32_t level)

@@ -21,9 +21,9 @@ void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
 // Deletes the log object, if there is one.
 void V_CloseLog();
 
-// For signal handlers, which may have interrupted anything: sends a record with the finished `text`
-// to the log daemon, as SendLog would with the current contexts, where the log object is set to do
-// so. Does not wait: the record is lost when the daemon has no room. The system log gets nothing.
+// For signal handlers, which may have interrupted anything: reports the finished `text` as SendLog
+// would with the current contexts, but for trouble with the log, which is not told. Does not wait:
+// what has no room is counted as lost.
 void log_at_any_instant(events event, int priority, const char *text);
 
 // Makes vSendLog hand its reports to the log object. Called by the service contexts.

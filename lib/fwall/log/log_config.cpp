@@ -2,9 +2,9 @@
 // built, so it reports to the system log and leaves the place of cfg_get alone.
 #include "lib/fwall/log/log.h"
 #include "lib/fwall/table/config.h"
+#include "lib/ulib/system_log.h"
 
 #include <cstring>
-#include <syslog.h>
 
 namespace
 {
@@ -28,7 +28,7 @@ static std::int32_t mode_of_word(const char *word, std::int32_t line)
     for (const mode_word &row : mode_words)
         if (std::strcmp(row.word, word) == 0)
             return row.mode;
-    syslog(REPORT_ERROR, "cfgerr: invalid value %s for logging keyword, line %d", word, line);
+    system_log(REPORT_ERROR, "cfgerr: invalid value %s for logging keyword, line %d", word, line);
     return LOG_MODE_STDLOG;
 }
 
@@ -39,15 +39,15 @@ static std::int32_t mode_of_list(cfgrec *list)
     if (logging == nullptr)
         return LOG_MODE_STDLOG;
     if (enabled != nullptr && enabled->argc >= 2) {
-        syslog(REPORT_ERROR, "cfgerr: log-enabled keyword expects only one value, line %d",
-               enabled->lineno);
+        system_log(REPORT_ERROR, "cfgerr: log-enabled keyword expects only one value, line %d",
+                   enabled->lineno);
         return LOG_MODE_STDLOG;
     }
     if (enabled != nullptr && enabled->argc == 1 && std::strcmp(enabled->argv[0], "no") == 0)
         return 0;
     if (logging->argc != 1)
-        syslog(REPORT_ERROR, "cfgerr: logging keyword expects only one value, line %d",
-               logging->lineno);
+        system_log(REPORT_ERROR, "cfgerr: logging keyword expects only one value, line %d",
+                   logging->lineno);
     return logging->argc == 0 ? LOG_MODE_STDLOG : mode_of_word(logging->argv[0], logging->lineno);
 }
 

@@ -1,30 +1,46 @@
 #include "lib/fwall/log/stdlog.h"
 
 #include "lib/ulib/fixed_text.h"
+#include "lib/ulib/log_sender.h"
 #include "lib/ulib/report.h"
+#include "lib/ulib/safe_text.h"
+#include "lib/ulib/system_log.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <syslog.h>
 #include <unistd.h>
 
 int log_open(stdlog_conn *conn)
 {
+    conn->connected = false;
     conn->address.sun_family = AF_UNIX;
     set_text(conn->address.sun_path, STDLOG_PATH);
     conn->fd = socket(AF_UNIX, SOCK_DGRAM, 0);
     if (conn->fd < 0) {
         const int error = errno;
         conn->fd = -1;
-        syslog(REPORT_ERROR, "Failed to create stdlog socket errno=%d %s", error,
-               std::strerror(error));
+        system_log(REPORT_ERROR, "Failed to create stdlog socket errno=%d %s", error,
+                   std::strerror(error));
         return error;
     }
     if (fcntl(conn->fd, F_SETFD, FD_CLOEXEC) < 0)
-        syslog(REPORT_ERROR, "Failed to set close-on-exec flag errno=%d %s", errno,
-               std::strerror(errno));
+        system_log(REPORT_ERROR, "Failed to set close-on-exec flag errno=%d %s", errno,
+                   std::strerror(errno));
+    return 0;
+}
+
+static const sockaddr *address_of(const stdlog_conn &conn)
+{
+    return reinterpret_cast<const sockaddr *>(&conn.address);
+}
+
+int log_connect(stdlog_conn *conn)
+{
+    if (connect(conn->fd, address_of(*conn), sizeof conn->address) != 0)
+        return errno;
+    conn->connected = true;
     return 0;
 }
 
@@ -33,35 +49,57 @@ void log_close(stdlog_conn *conn)
     if (conn->fd >= 0)
         (void)close(conn->fd); // datagrams: nothing is pending
     conn->fd = -1;
+    conn->connected = false;
 }
 
-// An interrupted wait for a full queue is begun again: a signal must not cost a record.
-static void send_record(const void *record, std::size_t length, const stdlog_conn &conn)
+using sender = ssize_t(int fd, const void *bytes, std::size_t length, const sockaddr *address,
+                       socklen_t address_length);
+
+static bool send_by(sender *send, const void *record, std::size_t length, const stdlog_conn &conn)
 {
-    constexpr useconds_t NO_BUFFER_WAIT_US = 100;
-    while (sendto(conn.fd, record, length, 0, reinterpret_cast<const sockaddr *>(&conn.address),
-                  sizeof conn.address) < 0) {
-        if (errno == ENOBUFS) {
-            usleep(NO_BUFFER_WAIT_US);
-            continue;
-        }
-        if (errno == EINTR)
-            continue;
-        syslog(REPORT_ERROR, "!!! Error sending std log msg: errno=%d %s\n", errno,
+    return (conn.connected
+                ? send(conn.fd, record, length, nullptr, 0)
+                : send(conn.fd, record, length, address_of(conn), sizeof conn.address)) >= 0;
+}
+
+bool log_send_at_once(const void *record, std::size_t length, const stdlog_conn &conn)
+{
+    return send_by(send_to_log_at_once, record, length, conn);
+}
+
+// The daemon that the connection was tied to does not take the record: the path may lead to another
+// one by now. False with errno.
+static bool send_to_successor(const void *record, std::size_t length, stdlog_conn &conn)
+{
+    const int error = errno;
+    if (log_connect(&conn) != 0)
+        conn.connected = is_log_full(error); // it still lives
+    if (log_send_at_once(record, length, conn))
+        return true;
+    errno = is_log_full(error) ? error : errno;
+    return false;
+}
+
+enum class outcome { not_open, failed, sent };
+
+static outcome transmit(const void *record, std::size_t length, stdlog_conn &conn)
+{
+    if (conn.fd < 0 && log_open(&conn) != 0)
+        return outcome::not_open;
+    if (send_by(send_to_log, record, length, conn) ||
+        (conn.connected && send_to_successor(record, length, conn)))
+        return outcome::sent;
+    system_log(REPORT_ERROR, "!!! Error sending std log msg: errno=%d %s\n", errno,
                std::strerror(errno));
-        return;
-    }
+    return outcome::failed;
 }
 
 int log_transmit(const void *record, std::size_t length, stdlog_conn *conn)
 {
     stdlog_conn temporary;
-    stdlog_conn *used = conn == nullptr ? &temporary : conn;
-    const bool open = used->fd >= 0 || log_open(used) == 0;
-    if (open)
-        send_record(record, length, *used);
+    const outcome result = transmit(record, length, conn == nullptr ? temporary : *conn);
     log_close(&temporary);
-    return open ? 1 : 0;
+    return result == outcome::not_open ? 0 : 1;
 }
 
 int log_daemonmsg(std::int32_t mode, const DaemonMsg *record, stdlog_conn *conn)
@@ -79,7 +117,37 @@ CStdLog::~CStdLog()
     log_close(&stdlog);
 }
 
+// What was lost may have come from other connections: no more is told than the process.
+static DaemonMsg record_of_loss(const DaemonMsg &sent, std::uint32_t count)
+{
+    DaemonMsg record;
+    record.event = EVENT_SYSTEM;
+    record.priority = REPORT_ERROR;
+    record.service = sent.service;
+    record.protocol = sent.protocol;
+    record.time = sent.time;
+    record.pid = sent.pid;
+    set_text(record.proxy_name, field_text(sent.proxy_name));
+    safe_text<sizeof record.text> text;
+    text << "log records lost: " << static_cast<int>(count);
+    set_text(record.text, text.view());
+    record.text_length = static_cast<std::int32_t>(text.view().size());
+    return record;
+}
+
 int CStdLog::log_daemonmsg(const DaemonMsg &record)
 {
-    return ::log_daemonmsg(mode, &record, &stdlog);
+    if ((mode & LOG_MODE_STDLOG) == 0)
+        return 1;
+    const outcome result = transmit(&record, sizeof record, stdlog);
+    if (result != outcome::sent) {
+        count_lost(LOST_RECORDS);
+        return result == outcome::not_open ? 0 : 1;
+    }
+    if (const std::uint32_t count = take_lost(LOST_RECORDS); count > 0) {
+        const DaemonMsg loss = record_of_loss(record, count);
+        if (!log_send_at_once(&loss, sizeof loss, stdlog))
+            count_lost(LOST_RECORDS, count);
+    }
+    return 1;
 }

@@ -7,6 +7,7 @@
 #include "lib/fwall/serve/init.h"
 #include "lib/fwall/serve/standard_fds.h"
 #include "lib/fwall/table/proxy.h"
+#include "lib/ulib/log_sender.h"
 #include "lib/ulib/notice.h"
 
 #include <cerrno>
@@ -183,6 +184,7 @@ static int next_connection(acceptor &own)
 
 static void become_connection_child(const acceptor &own, int connection)
 {
+    set_log_wait_ms(LOG_WAIT_MS);
     V_OpenLog(proxy_name, servContext, LOG_PID | LOG_NDELAY, LOG_DAEMON);
     (void)close(own.listener);
     if (own.spare >= 0)
@@ -232,6 +234,8 @@ int do_daemon(const char *port)
         _exit(0);
     }
     standard_fds_to_null();
+    set_log_wait_ms(0); // all clients wait for whoever accepts
+    share_lost_counts();
     notice(EVENT_DAEMON, 0, "Starting daemon mode on port %s(%d)", port, number);
     acceptor own;
     own.listener = open_listener(number);

@@ -2,7 +2,7 @@
 // /var/run/proxy.PORT.pid and ends; its child listens, forks the other accepting processes
 // (`accept-count`), and each of them forks a child for each connection. Only one of them at a time
 // waits for a connection (accept_lock.h), and only while waiting do they take signals
-// (daemon_signals.h).
+// (daemon_signals.h). No report makes an accepting process wait for a reader of the log.
 #pragma once
 
 // Becomes a daemon on `port`, a number or the name of a TCP service.

@@ -4,13 +4,12 @@
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/name_table.h"
 #include "lib/ulib/notice.h"
+#include "lib/ulib/safe_text.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <cstdlib>
-#include <iterator>
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,29 +22,7 @@ constexpr int held_signals[] = {SIGCHLD, SIGHUP, SIGINT, SIGTERM, SIGUSR1};
 
 constexpr name_num signal_names[] = {{"HUP", SIGHUP}, {"INT", SIGINT}, {"TERM", SIGTERM}};
 
-// A line that is put together without locale and heap, which a handler may have interrupted.
-class safe_line
-{
-  public:
-    safe_line &operator<<(std::string_view part)
-    {
-        const std::size_t count = std::min(part.size(), sizeof text_ - 1 - length_);
-        std::copy_n(part.data(), count, text_ + length_);
-        length_ += count;
-        return *this;
-    }
-    safe_line &operator<<(int number)
-    {
-        char digits[16];
-        const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
-        return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
-    }
-    const char *text() const { return text_; }
-
-  private:
-    char text_[80] = {};
-    std::size_t length_ = 0;
-};
+using safe_line = safe_text<80>;
 
 } // namespace
 
@@ -58,9 +35,9 @@ static std::vector<pid_t> acceptors;
 static void tell(events event, const safe_line &line)
 {
     if (at_any_instant != 0)
-        log_at_any_instant(event, REPORT_NOTICE, line.text());
+        log_at_any_instant(event, REPORT_NOTICE, line.c_str());
     else
-        notice(event, 0, "%s", line.text());
+        notice(event, 0, "%s", line.c_str());
 }
 
 // Installs a handler that no other of ours interrupts. The call that it interrupted goes on: what

@@ -12,8 +12,8 @@ void waitwaitwait();
 
 // Handler of SIGHUP, SIGINT and SIGTERM: reports "caught NAME signal" with HUP, INT or TERM, or
 // "caught signal N" (event 10009), calls the proxy's callback, and ends the process with status 1.
-// In a connection child the report goes to the log daemon alone and is lost when that has no room,
-// and the process ends without its exit handlers.
+// In a connection child the report does not wait for room (log.h, log_at_any_instant), and the
+// process ends without its exit handlers.
 [[noreturn]] void hup_exit(int number);
 
 // Handler of SIGUSR1: reports "N of LIMIT copies currently active" (event 10002); in a connection

@@ -11,6 +11,7 @@
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/notice.h"
+#include "lib/ulib/system_log.h"
 #include "lib/ulib/text.h"
 
 #include <cstdio>
@@ -96,7 +97,7 @@ static void open_first_log()
     SetProxyName(servContext, "init-proxy");
     if (proxy_confp == cfg_failure()) {
         proxy_confp = nullptr;
-        syslog(LOG_NOTICE, "%s: Unable to read netperm-table.  Exiting.\n", name.c_str());
+        system_log(LOG_NOTICE, "%s: Unable to read netperm-table.  Exiting.\n", name.c_str());
         std::printf("Unable to read netperm-table.  Exiting.\n");
         std::exit(1);
     }
@@ -150,6 +151,7 @@ static int proxy_start(int *argc, char ***argv, bool no_daemon)
         take_program_name(text_of(line.argv[0]));
     if (line.option() == "-version")
         print_version();
+    open_system_log(nullptr, 0, LOG_USER); // for what is told while there is no log object
     open_first_log();
     proxy_bind = {};
     take_other_name(line);

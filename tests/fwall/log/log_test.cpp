@@ -66,8 +66,8 @@ TEST(Log, FillsTheRecord)
     with.uniq.line = want.line = 44;
     with.uniq.aux_tag_ptr = "tag-of-25-characters-long";
     set_text(want.aux_tag, "tag-of-25-characters");
-    std::memset(with.uniq.aux_name, 'n', sizeof with.uniq.aux_name);
-    std::memset(want.aux_name, 'n', sizeof want.aux_name);
+    set_bytes(with.uniq.aux_name, std::string("n\0\0n", 4) + std::string(80, 'n'));
+    set_bytes(want.aux_name, std::string("n\0\0n", 4) + std::string(80, 'n'));
     std::memset(with.uniq.aux_note, ',', sizeof with.uniq.aux_note); // without a terminator
     for (std::size_t i = 0; i < 255; ++i)
         want.aux_note[i] = "%2C"[i % 3];

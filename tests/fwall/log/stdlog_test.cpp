@@ -1,10 +1,12 @@
 #include "lib/fwall/log/stdlog.h"
 
 #include "lib/ulib/fixed_text.h"
+#include "lib/ulib/log_sender.h"
 #include "tests/fwall/log_receiver.h"
 #include "tests/kdev/open_descriptors.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -50,13 +52,13 @@ struct open_conn {
     }
 };
 
-TEST(LogTransmit, WaitsForBuffersAndForTheReader)
+TEST(LogTransmit, WaitsAWhileForBuffersAndForTheReader)
 {
-    constexpr int RECORDS = 400; // more than the queue of a socket holds
+    constexpr int RECORDS = 1000; // more than the queue of a socket holds
     open_conn with;
     const pid_t reader = fork();
     if (reader == 0) {
-        usleep(300000);
+        usleep(20000); // within the time that a record waits
         int expected = 0;
         while (expected < RECORDS && with.receiver.next_record().aux1 == expected)
             ++expected;
@@ -79,9 +81,69 @@ TEST(LogTransmit, WaitsForBuffersAndForTheReader)
     EXPECT_EQ(status, 0) << "records got lost or changed places";
 }
 
+// A reader that does not read costs records, no more time than set, and is told of them.
+TEST(LogTransmit, CountsWhatAFullQueueCosts)
+{
+    log_receiver receiver;
+    CStdLog log(LOG_MODE_STDLOG);
+    set_text(log.stdlog.address.sun_path, receiver.path);
+    openlog("log", LOG_PERROR, LOG_USER);
+    testing::internal::CaptureStderr();
+    using std::chrono::steady_clock;
+    const auto lose = [&](int wait_ms) {
+        set_log_wait_ms(wait_ms);
+        const auto begun = steady_clock::now();
+        EXPECT_EQ(log.log_daemonmsg({}), 1);
+        const auto waited = steady_clock::now() - begun;
+        EXPECT_GE(waited, std::chrono::milliseconds(wait_ms));
+        EXPECT_LT(waited, std::chrono::milliseconds(wait_ms + 40)); // of a busy host
+    };
+    int sent = 0;
+    while (log_send_at_once(&sent, sizeof sent, log.stdlog))
+        ++sent;
+    lose(0);
+    lose(LOG_WAIT_MS);
+    for (; sent > 0; --sent)
+        EXPECT_EQ(receiver.next().size(), sizeof sent);
+    receiver.stop();
+    lose(0); // it has gone
+    receiver.start();
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(log.log_daemonmsg({}), 1);
+    closelog();
+    const std::string full = "log: !!! Error sending std log msg: errno=11 Resource temporarily "
+                             "unavailable\n";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              full + full +
+                  "log: !!! Error sending std log msg: errno=2 No such file or directory\n");
+    EXPECT_EQ(receiver.next_record().event, EVENT_UNSET);
+    const DaemonMsg told = receiver.next_record();
+    EXPECT_EQ(std::tuple(told.event, told.priority), std::tuple(13510, 3));
+    EXPECT_STREQ(told.text, "log records lost: 3");
+    EXPECT_EQ(receiver.next_record().event, EVENT_UNSET);
+}
+
+TEST(LogTransmit, LeavesAFullReceiverForItsSuccessor)
+{
+    open_conn with;
+    set_log_wait_ms(0);
+    ASSERT_EQ(log_connect(&with.conn), 0);
+    while (log_send_at_once("full", 4, with.conn))
+        continue;
+    unlink(with.receiver.path.c_str()); // it lives on and does not read
+    EXPECT_EQ(log_transmit("lost", 4, &with.conn), 1);
+    EXPECT_TRUE(with.conn.connected);
+    with.receiver.start();
+    EXPECT_EQ(log_transmit("one", 3, &with.conn), 1);
+    EXPECT_EQ(with.receiver.next(), "one");
+    set_log_wait_ms(LOG_WAIT_MS);
+    EXPECT_TRUE(with.system_log().ends_with("errno=11 Resource temporarily unavailable\n"));
+}
+
 TEST(LogTransmit, OutlivesTheReceiver)
 {
     open_conn with;
+    (void)log_connect(&with.conn);
     with.receiver.stop();
     EXPECT_EQ(log_transmit("one", 3, &with.conn), 1);
     with.receiver.start();

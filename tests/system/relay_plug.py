@@ -127,6 +127,10 @@ def check_hosts(checks):
         file.write("no %s\nentry")
     proxy_host.write_table(TABLE + "plug-relay: denial-msg /var/run/denial\n", 2000)
     checks.equal("denial-msg", exchange(b"", DENIED)[0], b"no %s\r\nentry\r\n")
+    proxy_host.write_table(TABLE + "plug-relay: denial-msg /dev/zero\n", 3000)
+    checks.equal("no regular file", exchange(b"", DENIED)[0], b"")
+    checks.equal("its report", checks.log.texts(6508),
+                 ["syserr: cannot display denial-msg /dev/zero: Invalid argument"])
     checks.equal("end", daemon.end(), 1)
 
 

@@ -5,7 +5,9 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <limits>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 // A write that raises no signal where `fd` is a socket.
@@ -42,15 +44,40 @@ int fwall_say(int fd, const char *text)
     return say_line(fd, text_of(text));
 }
 
-int fwall_sayfile(int fd, const char *path)
+static int say_pieces(int fd, line_pieces &file, std::size_t max_bytes)
 {
-    line_pieces file(path == nullptr ? -1 : open(path, O_RDONLY | O_CLOEXEC));
     std::string_view line;
-    while (file.next(line)) {
+    while (max_bytes > 0 && file.next(line)) {
+        line = line.substr(0, max_bytes);
+        max_bytes -= line.size();
         if (line.ends_with('\n'))
             line.remove_suffix(1);
         if (say_line(fd, line) != 0)
             return 1;
     }
     return file.failed() ? 1 : 0;
+}
+
+int fwall_sayfile(int fd, const char *path)
+{
+    line_pieces file(path == nullptr ? -1 : open(path, O_RDONLY | O_CLOEXEC));
+    return say_pieces(fd, file, std::numeric_limits<std::size_t>::max());
+}
+
+// -1 with errno.
+static int open_regular(const char *path)
+{
+    const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat status = {};
+    if (fd < 0 || (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)))
+        return fd;
+    (void)close(fd); // nothing was read
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return -1;
+}
+
+int fwall_saypart(int fd, const char *path, std::size_t max_bytes)
+{
+    line_pieces file(open_regular(path));
+    return say_pieces(fd, file, max_bytes);
 }

@@ -13,6 +13,9 @@
 #include <cstdio>
 #include <cstring>
 
+// What a client that is denied is shown of the file of denial-msg.
+static constexpr std::size_t DENIAL_MAX_BYTES = 65536;
+
 namespace
 {
 
@@ -56,7 +59,7 @@ static void say_denial(int fd)
     else if (entry->argc != 1)
         notice(EVENT_BAD_ENTRY, entry->lineno,
                "cfgerr: denial-msg must have one parameter, line %d", entry->lineno);
-    else if (fwall_sayfile(fd, entry->argv[0]) != 0)
+    else if (fwall_saypart(fd, entry->argv[0], DENIAL_MAX_BYTES) != 0)
         notice(EVENT_DENIAL_FILE, 0, "syserr: cannot display denial-msg %s: %s", entry->argv[0],
                std::strerror(errno));
 }

@@ -13,7 +13,8 @@ struct cfgrec;
 //   fd       stays the caller's
 //   options  the options of this proxy's `hosts` lines; null for none
 //   user     null is the empty name
-//   say      tell a client that is denied: the file of `denial-msg`, or without such an entry
+//   say      tell a client that is denied: the first 64 kB of the file of `denial-msg`, which must
+//            be a regular file, or without such an entry
 //            "NAME/ADDRESS is not authorized to use the PROXY proxy". A client without a rule is
 //            told nothing
 // Returns 1 when the client may go on. 0 for everything else:

@@ -6,8 +6,11 @@
 //   relay-to HOST PORT   where all connections go; without it, where each was going when the
 //                        packet filter redirected it to the relay
 //   timeout SECONDS      longest time in which no byte moves
+//   session-timeout SECONDS   longest time from the client's arrival to its end; 0 and without it
+//                        there is no limit. Anything but one number refuses the connection
+//   userid, groupid      the identity of a connection's process, from before its first byte is read
 // Options of its hosts lines: -dest ITEM or { ITEMS }, -ports ITEM or { ITEMS }, -relay-to { HOST
-// PORT }, -timeout SECONDS; they go before the entry of their name.
+// PORT }, -timeout SECONDS, -session-timeout SECONDS; they go before the entry of their name.
 #include "lib/fwall/access/chkdest.h"
 #include "lib/fwall/access/dsthost.h"
 #include "lib/fwall/access/srcrule.h"
@@ -22,20 +25,27 @@
 #include "lib/ulib/socket.h"
 #include "lib/ulib/text.h"
 #include "relay.h"
+#include "rights.h"
+#include "start.h"
 
+#include <chrono>
 #include <cinttypes>
 #include <cstring>
-#include <ctime>
 #include <string>
+#include <sys/socket.h>
 #include <unistd.h>
 
+using steady = std::chrono::steady_clock;
+
 static constexpr auto EVENT_RELAY_END = static_cast<events>(4001);
+static constexpr auto EVENT_SESSION_TIME = static_cast<events>(6006);
 
 static constexpr policy_option options[] = {
     {.name = "-dest", .kind = POLICY_ARG_LIST, .expansion = "permit-destination"},
     {.name = "-ports", .kind = POLICY_ARG_LIST, .expansion = "permit-ports"},
     {.name = "-relay-to", .kind = POLICY_ARG_LIST, .expansion = "relay-to"},
     {.name = "-timeout", .kind = POLICY_ARG_ONE, .expansion = "timeout"},
+    {.name = "-session-timeout", .kind = POLICY_ARG_ONE, .expansion = "session-timeout"},
     {},
 };
 
@@ -89,38 +99,73 @@ static int idle_limit_s()
     return entry != nullptr && entry->argc == 1 ? lenient_number(entry->argv[0]) : proxy_timeout;
 }
 
-static void report_end(const relay_result &result, const destination &to, std::time_t begun)
+// False behind a report.
+static bool find_session_limit(int &session_s)
 {
-    if (result.idle)
-        notice(EVENT_IDLE, 0, "idle timed out duration=%d seconds", idle_limit_s());
+    const cfgrec *entry = cfg_first("session-timeout", policy_confp);
+    if (entry == nullptr)
+        return true;
+    const std::string_view text = entry->argc == 1 ? entry->argv[0] : "";
+    if (!text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos) {
+        session_s = lenient_number(text);
+        return true;
+    }
+    notice(EVENT_BAD_ENTRY, entry->lineno, "cfgerr: session-timeout needs a number, line %d",
+           entry->lineno);
+    return false;
+}
+
+static void report_end(const relay_result &result, const destination &to,
+                       const relay_limits &limits)
+{
+    using std::chrono::duration_cast, std::chrono::seconds;
+    if (result.end == RELAY_IDLE)
+        notice(EVENT_IDLE, 0, "idle timed out duration=%d seconds", limits.idle_s);
+    if (result.end == RELAY_TIME_OVER)
+        notice(EVENT_SESSION_TIME, 0, "session timed out duration=%d seconds", limits.session_s);
     notice(
         EVENT_RELAY_END, 0,
         "exit host=%s/%s dest=%s/%d in=%" PRIu64 " out=%" PRIu64 " duration=%ld%s%s", proxy_rladdr,
         proxy_riaddr, to.host.c_str(), to.port, result.from_client, result.from_server,
-        static_cast<long>(std::time(nullptr) - begun),
+        static_cast<long>(duration_cast<seconds>(steady::now() - limits.begun).count()),
         result.error == 0 ? "" : " error=", result.error == 0 ? "" : std::strerror(result.error));
+}
+
+// A client that is told of a denial and does not read must not keep the process.
+static void limit_sends(int client)
+{
+    const timeval limit{.tv_sec = proxy_timeout > 0 ? proxy_timeout : 0, .tv_usec = 0};
+    (void)setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit); // fails for no socket
 }
 
 // Serves one client. Returns the status of the process.
 static int serve(int client)
 {
-    const std::time_t begun = std::time(nullptr);
+    relay_limits limits{.begun = steady::now()};
+    limit_sends(client);
     if (rule_src_chk(client, options, "", true) == 0)
         return 1;
     const destination to = find_destination(client);
+    // From here on nothing asks the firewall's device, which may be root's.
+    if (!find_session_limit(limits.session_s) || !give_up_rights())
+        return 1;
     const int server = is_allowed(to) ? connect_to(to) : -1;
     if (server < 0)
         return 1;
-    report_end(relay(client, server, idle_limit_s()), to, begun);
+    limits.idle_s = idle_limit_s();
+    report_end(relay(client, server, limits), to, limits);
     (void)close(server); // both ways have ended
     return 0;
 }
 
 int main(int argc, char **argv)
 {
+    if (const int status = answer_usage(argc, argv); status >= 0)
+        return status;
     servContext = InitServiceContextG();
     connContext = InitConnectionContextG();
     uselog = 1;
-    proxy_init(&argc, &argv); // a daemon comes back in a child for each connection
-    return serve(STDIN_FILENO);
+    if (const int status = start_relay(&argc, &argv); status != 0)
+        return status;
+    return serve(STDIN_FILENO); // a daemon comes here in a child for each connection
 }

@@ -115,15 +115,21 @@ void transfer(session &own, side one, const pollfd &seen)
     deliver_from(own, other(one));
 }
 
-// Waits for a side that can go on. False when nothing moves until `limit`.
-bool wait_until(pollfd (&entries)[SIDES], bool limited, steady::time_point limit)
+// A limit of seconds from a moment on; one below 1 is never reached.
+steady::time_point limit_from(steady::time_point begun, int seconds)
+{
+    return seconds > 0 ? begun + std::chrono::seconds(seconds) : steady::time_point::max();
+}
+
+// Waits for a side that can go on. False when the limit comes first.
+bool wait_until(pollfd (&entries)[SIDES], steady::time_point limit)
 {
     using std::chrono::milliseconds;
     for (;;) {
         constexpr milliseconds LONGEST{60'000}; // a limit may exceed what poll can count
-        milliseconds left = LONGEST;
-        if (limited)
-            left = std::min(left, std::chrono::ceil<milliseconds>(limit - steady::now()));
+        const auto now = steady::now();
+        const milliseconds left =
+            limit > now + LONGEST ? LONGEST : std::chrono::ceil<milliseconds>(limit - now);
         if (left.count() <= 0)
             return false;
         if (poll(entries, SIDES, static_cast<int>(left.count())) > 0)
@@ -133,21 +139,25 @@ bool wait_until(pollfd (&entries)[SIDES], bool limited, steady::time_point limit
 
 } // namespace
 
-relay_result relay(int client, int server, int idle_s)
+relay_result relay(int client, int server, const relay_limits &limits)
 {
     static session own; // large; one process serves one connection
     own.fds[CLIENT] = client;
     own.fds[SERVER] = server;
-    auto last_move = steady::now();
+    const auto session_limit = limit_from(limits.begun, limits.session_s);
+    auto idle_limit = limit_from(steady::now(), limits.idle_s);
+    auto end = RELAY_DONE;
     while (!own.from[CLIENT].closed || !own.from[SERVER].closed) {
         pollfd entries[SIDES] = {wanted(own, CLIENT), wanted(own, SERVER)};
-        if (!wait_until(entries, idle_s > 0, last_move + std::chrono::seconds(idle_s)))
-            return {true, own.error, own.from[CLIENT].bytes, own.from[SERVER].bytes};
+        if (!wait_until(entries, std::min(idle_limit, session_limit))) {
+            end = session_limit <= idle_limit ? RELAY_TIME_OVER : RELAY_IDLE;
+            break;
+        }
         own.moved = false;
         transfer(own, CLIENT, entries[CLIENT]);
         transfer(own, SERVER, entries[SERVER]);
         if (own.moved)
-            last_move = steady::now();
+            idle_limit = limit_from(steady::now(), limits.idle_s);
     }
-    return {false, own.error, own.from[CLIENT].bytes, own.from[SERVER].bytes};
+    return {end, own.error, own.from[CLIENT].bytes, own.from[SERVER].bytes};
 }

@@ -1,16 +1,25 @@
 // Carries the bytes of two connections across, both ways, until both sides have said all.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
+// What ends a session that does not end by itself; limits below 1 are none.
+struct relay_limits {
+    int idle_s = 0;    // longest time in seconds in which no byte moves
+    int session_s = 0; // longest time in seconds, whatever moves, from `begun` on
+    std::chrono::steady_clock::time_point begun;
+};
+
+enum relay_end { RELAY_DONE, RELAY_IDLE, RELAY_TIME_OVER };
+
 struct relay_result {
-    bool idle = false;             // ended by the idle limit
+    relay_end end = RELAY_DONE;    // which limit ended it, if any
     int error = 0;                 // of a connection that broke, the first of them; 0 for none
     std::uint64_t from_client = 0; // bytes delivered to the server
     std::uint64_t from_server = 0; // bytes delivered to the client
 };
 
 // Relays between two connected sockets, which stay the caller's. Each half is closed by itself,
-// behind its last byte; when one breaks, what the other carries is still delivered.
-//   idle_s  longest time in seconds in which no byte moves; below 1 there is no limit
-relay_result relay(int client, int server, int idle_s);
+// after its last byte; when one breaks, what the other carries is still delivered.
+relay_result relay(int client, int server, const relay_limits &limits);

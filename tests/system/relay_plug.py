@@ -2,6 +2,7 @@
 relay_plug.py PLUG-RELAY FOLDER-OF-THE-EXAMPLE CONNECTIONS-IN-SEQUENCE"""
 
 import concurrent.futures
+import contextlib
 import ctypes
 import hashlib
 import os
@@ -231,6 +232,90 @@ def check_idle(checks):
     checks.equal("end", daemon.end(), 1)
 
 
+def check_session_limit(checks):
+    """A client that keeps a session alive, byte by byte, and one that stops reading."""
+    limited = f"permit-hosts {ALLOWED} -policy yes -session-timeout 1"
+    daemon = start(TABLE.replace(f"permit-hosts {ALLOWED} -policy yes", limited))
+    for label, part in (("slow", b"x"), ("not reading", b"x" * 100000)):
+        checks.log.clear()
+        begun = time.monotonic()
+        with connect(PORT, source=ALLOWED) as client:
+            client.settimeout(0.1)
+            with contextlib.suppress(ConnectionError):
+                while time.monotonic() < begun + proxy_host.PATIENCE_S:
+                    with contextlib.suppress(TimeoutError):
+                        client.send(part)
+                    time.sleep(0.05)
+        checks.equal(f"{label}: in time", time.monotonic() - begun < 3, True)
+        checks.equal(f"{label}: reports", [checks.log.texts(6006), len(checks.log.texts(4001))],
+                     [["session timed out duration=1 seconds"], 1])
+    checks.log.clear()
+    proxy_host.write_table(TABLE + "plug-relay: session-timeout 1m\n", 2000)
+    checks.equal("no number", exchange(b"x")[0], b"")
+    checks.equal("its report", checks.log.texts(11502),
+                 ["cfgerr: session-timeout needs a number, line 11"])
+    checks.equal("end", daemon.end(), 1)
+
+
+def check_rights(checks):
+    """A child that relays has the identity of the table and no rights, and still reports."""
+    for label, entries, identity in (("as root", "", "0"),
+                                     ("by account", "plug-relay: userid nobody\n", "65534")):
+        checks.log.clear()
+        daemon = start(TABLE + entries)
+        before = Server.accepted
+        with connect(PORT, source=ALLOWED) as client:
+            wait_until(lambda: Server.accepted > before)
+            folder = f"/proc/{children(daemon.pid)[0]}"
+            with open(f"{folder}/status", encoding="ascii") as file:
+                status = dict(line.rstrip("\n").split(":\t", 1) for line in file if ":\t" in line)
+            for key in ("Uid", "Gid"):
+                checks.equal(f"{label}: {key}", status[key].split("\t"), [identity] * 4)
+            for key in ("CapInh", "CapPrm", "CapEff", "CapAmb"):
+                checks.equal(f"{label}: {key}", int(status[key], 16), 0)
+            checks.equal(f"{label}: others",
+                         (status["NoNewPrivs"], status["Groups"].strip() if entries else ""),
+                         ("1", ""))
+            with open(f"{folder}/limits", encoding="ascii") as file:
+                cores = next(line for line in file if line.startswith("Max core file size"))
+            checks.equal(f"{label}: core files", cores.split()[4:6], ["0", "0"])
+        checks.equal(f"{label}: report", len(checks.log.texts(4001)), 1)
+        checks.equal(f"{label}: end", daemon.end(), 1)
+    daemon = start(TABLE + "plug-relay: userid 4711\n")
+    checks.equal("no account", exchange(b"x")[0], b"")
+    checks.equal("its report", checks.log.texts(11502),
+                 ["cfgerr: userid 4711 has no account, groupid is needed"])
+    checks.equal("end", daemon.end(), 1)
+
+
+def check_start(checks):
+    """What the one who starts the relay is told."""
+    def told(*arguments):
+        done = subprocess.run(["plug-relay", *arguments], executable=sys.argv[1], text=True,
+                              stdin=subprocess.DEVNULL, capture_output=True, check=False,
+                              timeout=proxy_host.PATIENCE_S)
+        return done.returncode, done.stdout[:6], done.stderr.split("\n")[0]
+
+    usage = "usage: plug-relay [-as NAME] -daemon PORT"
+    proxy_host.write_table(TABLE)
+    checks.equal("help", told("--help"), (0, "usage:", ""))
+    checks.equal("nothing", told(), (2, "", usage))
+    checks.equal("no option", told(str(PORT)), (2, "", usage))
+    for label, port, entry, fault in (
+            ("taken", SERVER, "", f"Failed to bind port {SERVER}, Address already in use"),
+            ("not of this host", PORT, "plug-relay: bind-address 192.0.2.1\n",
+             f"Failed to bind port {PORT}, Cannot assign requested address"),
+            ("no port", 70000, "", "cfgerr: cannot decode 70000 as port"),
+            ("bad entry", PORT, "plug-relay: child-limit 1 2\n",
+             "cfgerr: child-limit needs an argument, line 11")):
+        checks.log.clear()
+        proxy_host.write_table(TABLE + entry)
+        checks.equal(label, told("-daemon", str(port)), (1, "", f"plug-relay: {fault}"))
+        wait_until(checks.log.records)
+        checks.equal(f"{label}: record", [record.text for record in checks.log.records()], [fault])
+        checks.equal(f"{label}: nothing left", children(os.getpid()), [])
+
+
 def outside_server():
     """A host behind an interface of this one; the socket of its server, and its namespace."""
     def run(*command):
@@ -328,7 +413,8 @@ def check_readme(checks):
 def main():
     proxy_host.enter_with_network()
     checks = proxy_host.Checks(is_log_taken_at_once=True)
-    tries = [check_hosts, check_terms, check_bytes, check_unread_logs, check_idle, check_redirected, check_many]
+    tries = [check_hosts, check_terms, check_bytes, check_unread_logs, check_idle,
+             check_session_limit, check_rights, check_start, check_redirected, check_many]
     server = Server()
     result = checks.run(tries)
     server.socket.shutdown(socket.SHUT_RDWR)

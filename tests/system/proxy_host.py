@@ -137,12 +137,19 @@ class StandardLog(Receiver):
     def __init__(self, is_taken_at_once=False):
         super().__init__("/dev/stdlog")
         self.taken = [] if is_taken_at_once else None
+        self.marks_seen = threading.Semaphore(0)
+        self.marker = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.marker.connect(self.path)
         if is_taken_at_once:
             threading.Thread(target=self._take, daemon=True).start()
 
     def _take(self):
         while True:
-            self.taken.append(record_of(self.socket.recv(65536)))
+            datagram = self.socket.recv(65536)
+            if datagram == b"mark":
+                self.marks_seen.release()
+            else:
+                self.taken.append(record_of(datagram))
 
     def records(self):
         """What was taken and not cleared; without a thread, what has come since the last call."""
@@ -151,7 +158,10 @@ class StandardLog(Receiver):
         return list(self.taken)
 
     def clear(self):
+        """Drops what was sent until now."""
         if self.taken is not None:
+            self.marker.send(b"mark")
+            self.marks_seen.acquire()
             self.taken.clear()
 
     def texts(self, event, count=1):

@@ -3,6 +3,7 @@
 #include "lib/ulib/environ.h"
 #include "lib/ulib/text.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -37,7 +38,7 @@ struct close_file {
 
 } // namespace
 
-// Reads one line, without its end mark; what is longer than LINE_LENGTH is passed over.
+// Reads one line, without its line break; what is longer than LINE_LENGTH is skipped.
 // False at the end of the file.
 static bool read_line(std::FILE *file, std::string &line)
 {
@@ -63,18 +64,35 @@ static void take_line(installation &found, std::string_view line)
             found.*field.text = value.substr(0, VALUE_LENGTH);
 }
 
-static installation read_installation()
+static std::string profile_path()
+{
+    return std::string(text_of(std::getenv("KORVWSS"))).append(PROFILE);
+}
+
+// errno of the profile's opening or reading goes to `error`, unless it is not there.
+static installation read_installation(int &error)
 {
     installation found;
-    std::string path(text_of(std::getenv("KORVWSS")));
-    path += PROFILE;
+    error = 0;
+    const std::string path = profile_path();
     if (path.size() > PROFILE_PATH_LENGTH)
         return found;
-    const std::unique_ptr<std::FILE, close_file> file(std::fopen(path.c_str(), "r"));
+    const std::unique_ptr<std::FILE, close_file> file(std::fopen(path.c_str(), "re"));
+    if (file == nullptr) {
+        error = errno == ENOENT || errno == ENOTDIR ? 0 : errno;
+        return found;
+    }
     std::string line;
-    while (file != nullptr && read_line(file.get(), line))
+    while (read_line(file.get(), line))
         take_line(found, line);
+    error = std::ferror(file.get()) != 0 ? errno : 0;
     return found;
+}
+
+static installation read_installation()
+{
+    int error = 0;
+    return read_installation(error);
 }
 
 static std::string joined(std::string location, std::string_view path)
@@ -91,6 +109,14 @@ try {
     return joined(read_installation().location, path);
 } catch (const std::bad_alloc &) {
     return std::nullopt;
+}
+
+int find_location(const char *path, std::string &found)
+{
+    int error = 0;
+    const installation installed = read_installation(error);
+    found = error != 0 ? profile_path() : joined(installed.location, path);
+    return error;
 }
 
 std::optional<std::string> getusrlocaletc(const char *path)

@@ -14,6 +14,11 @@
 // Nothing for a null path or when there is no memory.
 std::optional<std::string> getlocation(const char *path);
 
+// The same for a caller that must not take a profile that cannot be read for one that is not there:
+// puts the location of `path`, which is not null, into `found`. Returns 0, or the errno with which
+// opening or reading the profile failed; then `found` is the profile's path.
+int find_location(const char *path, std::string &found);
+
 // `path` with a leading /usr/local/etc, in any case of letters, replaced by the value of
 // install_locusrlocaletc as it stands, or else by getlocation("/usr/local/etc"); another path is
 // returned as it is. Nothing for a null path or when there is no memory.

@@ -54,6 +54,13 @@ frag *populateDef42TreeFromEnv(const char *path)
     return def_database;
 }
 
+int load_database(int fd)
+{
+    const int error = import_open_env(fd);
+    def_database = upgradeTo42(def_database);
+    return error;
+}
+
 frag *populateDef42Tree(const char *path)
 {
     if (path != nullptr)
@@ -109,12 +116,8 @@ static void load_host()
         my_def_interface = router;
 }
 
-void derive_records(const char *path, bool reload)
+void derive_from_tree(bool reload)
 {
-    if (reload)
-        free_fraglist(&def_database);
-    read_vpn_nonrule_loglevel(path);
-
     start_rule_walk();
     load_rules("rule_pffwd", 0);
     load_rules("rule_proxy", PROXY_RULE);
@@ -126,6 +129,14 @@ void derive_records(const char *path, bool reload)
     if (!reload)
         load_host();
     (void)post_decode();
+}
+
+void derive_records(const char *path, bool reload)
+{
+    if (reload)
+        free_fraglist(&def_database);
+    read_vpn_nonrule_loglevel(path);
+    derive_from_tree(reload);
 }
 
 int read_vpndata(const char *path, bool reload)
@@ -146,29 +157,42 @@ int read_vpndata(const char *path, bool reload)
 
 // ---- saving
 
-// The scratch file lies where anybody may put something.
+// The scratch file lies in a folder where anyone may put something.
 static std::FILE *open_output(const char *path)
 {
     return std::string_view(path) == SCRATCH_FILE ? open_scratch_file() : std::fopen(path, "we");
 }
 
-static void save_settings()
+static void write_settings(std::FILE *stream)
 {
-    const record_writer out(fout, "vpn_");
+    const record_writer out(stream, "vpn_");
     out.text("anonsecret", anonsecret);
     out.text("clientIKEpolicy", clientIKEpolicy);
     out.text("kernelacceleration", parsenumtoname(onoff_list, klevelHardAccel));
     out.text("useracceleration", parsenumtoname(onoff_list, ulevelHardAccel));
     out.text("aggressivemode", parsenumtoname(onoff_list, aggressiveMode));
-    std::fflush(fout);
+    std::fflush(stream);
 }
 
-static void save_host_names()
+static void write_host_names(std::FILE *stream)
 {
-    const record_writer out(fout, "ip_");
+    const record_writer out(stream, "ip_");
     out.text("myhostname", ip_myhostname);
     out.text("hostname", ip_hostname);
     out.text("domainname", ip_domainname);
+}
+
+void write_records(std::FILE *stream)
+{
+    write_settings(stream);
+    save_swkeys(stream, swkeys);
+    std::fflush(stream);
+    save_linkinfos(stream, linkinfos);
+    save_ikepols(stream, ikepolicy);
+    save_ipsecpols(stream, ipsecpolicy);
+    save_mcpools(stream, mcpools);
+    save_intfs(stream, intf_list);
+    write_host_names(stream);
 }
 
 // Closes the file that was written; a write that failed on the way fails the save.
@@ -194,14 +218,6 @@ int save_vpndata(const char *path)
             return 1;
         }
     }
-    save_settings();
-    save_swkeys(fout, swkeys);
-    std::fflush(fout);
-    save_linkinfos(fout, linkinfos);
-    save_ikepols(fout, ikepolicy);
-    save_ipsecpols(fout, ipsecpolicy);
-    save_mcpools(fout, mcpools);
-    save_intfs(fout, intf_list);
-    save_host_names();
+    write_records(fout);
     return close_output(written);
 }

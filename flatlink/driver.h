@@ -1,6 +1,8 @@
 // The spine of a conversion: database in, records out, saved twice.
 #pragma once
 
+#include <cstdio>
+
 struct frag;
 
 inline constexpr const char *DEFAULT_DATABASE = "/usr/local/etc/mgmt/varnholt.conf";
@@ -9,7 +11,18 @@ inline constexpr const char *SCRATCH_FILE = "/tmp/vpndata.txt";
 // Path of the database, or of the file that the next save opens; borrowed, null for none.
 extern const char *network_database;
 
-// Derives all records from the database and saves them behind their trace in SCRATCH_FILE.
+// Reads an open database into the default tree, in the current layout. Returns 0, or the errno of
+// a read that failed; then the tree is not whole.
+[[nodiscard]] int load_database(int fd);
+
+// Derives all records from the default tree, with a trace to `fout`, which may be null.
+//   reload  keep host names, interfaces and the default router
+void derive_from_tree(bool reload);
+
+// Writes the lines of all records to a stream that stays open; it is the caller's to check.
+void write_records(std::FILE *stream);
+
+// Derives all records from the database and saves them after their trace in SCRATCH_FILE.
 //   path    the database, which outlives the call; null: the one set before, or the default
 //   reload  read the file again, and keep host names, interfaces and the default router
 // Returns the result of the save. A database that is not there counts as empty.

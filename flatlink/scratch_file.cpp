@@ -1,42 +1,128 @@
 #include "flatlink/scratch_file.h"
 
-#include <cerrno>
 #include <fcntl.h>
+#include <pwd.h>
+#include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "flatlink/driver.h"
 
 static constexpr mode_t OWNER_ONLY = 0600;
 
-// True when the open file is one that this user could have made here, and nobody else can reach.
+namespace
+{
+
+// The stream's end of the file.
+struct scratch_output {
+    int fd = -1;
+    int error = 0; // errno of the first write that failed
+};
+
+} // namespace
+
+static scratch_output output;
+
+// True when the open file is one that this user could have made here, and that nobody else can
+// reach.
 static bool is_own_file(int fd)
 {
     struct stat status {
     };
-    if (fstat(fd, &status) != 0)
+    if (uninterrupted([&] { return fstat(fd, &status); }) != 0)
         return false;
     errno = EPERM;
     return S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1;
 }
 
-// Not truncated before it is known whose it is; not waited for, should it be a pipe.
+// Not locked or truncated before it is known whose it is.
 static bool empty_own_file(int fd)
 {
-    return is_own_file(fd) && fchmod(fd, OWNER_ONLY) == 0 && ftruncate(fd, 0) == 0;
+    return is_own_file(fd) && uninterrupted([&] { return flock(fd, LOCK_EX | LOCK_NB); }) == 0 &&
+           uninterrupted([&] { return fchmod(fd, OWNER_ONLY); }) == 0 &&
+           uninterrupted([&] { return ftruncate(fd, 0); }) == 0;
 }
 
+static ssize_t write_output(void *, const char *bytes, std::size_t size)
+{
+    for (std::size_t written = 0; written < size;) {
+        const ssize_t count =
+            uninterrupted([&] { return write(output.fd, bytes + written, size - written); });
+        if (count < 0) {
+            if (output.error == 0)
+                output.error = errno;
+            return 0;
+        }
+        written += static_cast<std::size_t>(count);
+    }
+    return static_cast<ssize_t>(size);
+}
+
+static int close_output(void *)
+{
+    const int result = descriptor(std::exchange(output.fd, -1)).close();
+    if (result != 0 && output.error == 0)
+        output.error = errno;
+    return result;
+}
+
+// Not waited for, should it be a pipe.
 std::FILE *open_scratch_file()
 {
     const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    const int fd = open(SCRATCH_FILE, flags, OWNER_ONLY);
-    if (fd < 0)
+    descriptor file(uninterrupted([&] { return open(SCRATCH_FILE, flags, OWNER_ONLY); }));
+    if (!file || !empty_own_file(file.get()))
         return nullptr;
-    std::FILE *stream = empty_own_file(fd) ? fdopen(fd, "w") : nullptr;
-    if (stream == nullptr) {
-        const int error = errno;
-        close(fd);
-        errno = error;
-    }
+    const cookie_io_functions_t calls = {
+        .read = nullptr, .write = write_output, .seek = nullptr, .close = close_output};
+    std::FILE *stream = fopencookie(&output, "w", calls);
+    if (stream != nullptr)
+        output = {file.release(), 0};
     return stream;
+}
+
+int scratch_file_error()
+{
+    return output.error;
+}
+
+descriptor hold_scratch_file()
+{
+    return descriptor(fcntl(output.fd, F_DUPFD_CLOEXEC, 0));
+}
+
+fault flush_scratch_file(const descriptor &held)
+{
+    if (!is_own_file(held.get()) || uninterrupted([&] { return fsync(held.get()); }) != 0)
+        return {errno};
+    return {};
+}
+
+static void report_owner(uid_t owner)
+{
+    const passwd *user = getpwuid(owner);
+    const std::string name = user != nullptr ? user->pw_name : "user " + std::to_string(owner);
+    std::fprintf(stderr, "%s: it belongs to %s; run as %s, or have it removed\n", SCRATCH_FILE,
+                 name.c_str(), name.c_str());
+}
+
+void report_scratch_file(int error)
+{
+    struct stat status {
+    };
+    const bool is_refused =
+        error == EPERM || error == EACCES || error == ELOOP || error == ENXIO || error == EISDIR;
+    const bool is_known = is_refused && lstat(SCRATCH_FILE, &status) == 0;
+    const char *words = std::strerror(error);
+    if (error == EWOULDBLOCK)
+        words = "another run is writing it";
+    else if (is_known && S_ISLNK(status.st_mode))
+        words = "it is a symbolic link; remove it";
+    else if (is_known && !S_ISREG(status.st_mode))
+        words = "it is not a plain file; remove it";
+    else if (is_known && status.st_uid != geteuid())
+        return report_owner(status.st_uid);
+    else if (is_known && status.st_nlink > 1)
+        words = "it has a second name, a hard link; remove it";
+    std::fprintf(stderr, "%s: %s\n", SCRATCH_FILE, words);
 }

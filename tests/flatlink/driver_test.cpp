@@ -34,6 +34,16 @@ TEST_F(driver, saves_where_it_was_told_first)
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST_F(driver, fails_a_save_that_lost_its_first_lines)
+{
+    bool has_failed = false;
+    const auto fail_once = [](void *failed, const char *, std::size_t size) -> ssize_t {
+        return std::exchange(*static_cast<bool *>(failed), true) ? static_cast<ssize_t>(size) : 0;
+    };
+    fout = fopencookie(&has_failed, "w", {nullptr, fail_once, nullptr, nullptr});
+    EXPECT_NE("", messages_of([] { EXPECT_EQ(1, save_vpndata("none")); }));
+}
+
 TEST_F(driver, loads_a_tree)
 {
     EXPECT_EQ(nullptr, populateDef42Tree((folder + "lost").c_str()));

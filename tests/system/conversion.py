@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """conversion.py [--sanitized] TOOL SOURCE_DIR CLASS: whole runs of the conversion tool."""
+import fcntl
 import os
+import socket
 import stat
+import subprocess
 import sys
 import unittest
 
@@ -110,6 +113,84 @@ class Databases(Case):
         self.assertIn(b"\nip_hostname=inside\n", read(DATABASE))
 
 
+class Replacement(Case):
+    """What takes the place of the database, and what never may."""
+
+    content = b"ip_hostname=gate\n"
+
+    def setUp(self):
+        super().setUp()
+        write(DATABASE, self.content)
+
+    def check_refused(self, path, reason, **options):
+        run = convert(path, **options)
+        self.assertEqual((1, 1), (run.returncode, run.stderr.count(b"\n")), run.stderr)
+        self.assertIn(path.encode() + b": ", run.stderr)
+        self.assertIn(reason, run.stderr)
+        self.assertEqual(self.content, read(DATABASE))
+
+    def link(self, target, path=ns.WORK + "/link"):
+        os.symlink(target, path)
+        self.addCleanup(os.remove, path)
+        return path
+
+    def test_no_plain_file_is_refused(self):
+        os.mkfifo("/tmp/pipe")
+        socket.socket(socket.AF_UNIX).bind("/tmp/socket")
+        guises = [("/tmp/pipe", b"not a plain file"), ("/tmp/socket", b"not a plain file"),
+                  (DATABASE + "/", b"Not a directory"), (self.link("link"), b"Too many levels")]
+        guises += [(path, b"over /dev or /proc") for path in (
+            "/dev/stdin", "/dev/null", "/dev/fd/0", "/proc/self/cwd/database", "/dev/not-there",
+            self.link("../dev/stdin", ns.WORK + "/link2"), self.link("/proc", "/tmp/p") + "/0/x")]
+        for path, reason in guises:
+            with self.subTest(path=path), open(DATABASE, "r+b") as database:
+                self.check_refused(path, reason, stdin=database)
+
+    def test_scratch_file_is_refused(self):
+        for path in (SCRATCH, "/tmp/../tmp/vpndata.txt", self.link(SCRATCH)):
+            for before in (None, b"ip_hostname=inside\n"):
+                with self.subTest(path=path, before=before):
+                    ns.fresh_tmp()
+                    write(DATABASE, self.content)
+                    if before:
+                        write(SCRATCH, before)
+                    self.check_refused(path, b"the scratch file")
+                    self.assertEqual(before, read(SCRATCH) if os.path.exists(SCRATCH) else None)
+
+    def test_one_run_at_a_time(self):
+        for path, name in ((DATABASE, DATABASE), (SCRATCH, SCRATCH)):
+            with self.subTest(path), open(path, "ab") as other:
+                fcntl.flock(other, fcntl.LOCK_EX)
+                run = convert(DATABASE)
+                self.assertEqual(1, run.returncode)
+                self.assertRegex(run.stderr, name.encode() + b": another run [^\n]*\n\\Z")
+                self.assertEqual(self.content, read(DATABASE))
+
+    def test_owner_mode_attributes_and_links_stay(self):
+        os.chown(DATABASE, NOBODY, NOBODY)
+        os.chmod(DATABASE, 0o4640)
+        os.setxattr(DATABASE, "trusted.label", b"x")
+        before = os.stat(DATABASE)
+        for path in (self.link("link2"), self.link(DATABASE, ns.WORK + "/link2"), DATABASE):
+            self.check(convert(path), 0, b"")
+            after = os.stat(DATABASE)
+            self.assertEqual((before.st_mode, before.st_uid, before.st_gid),
+                             (after.st_mode, after.st_uid, after.st_gid))
+            self.assertEqual(["trusted.label"], os.listxattr(DATABASE))
+            self.assertNotEqual(before.st_ino, after.st_ino)
+        os.remove(DATABASE)
+        self.check(convert(ns.WORK + "/link"), 0, b"")
+        self.assertEqual(DEFAULT_LINES, read(DATABASE))
+
+    def test_closed_streams(self):
+        name = ns.WORK + "/tests/data/bad_values"
+        write(DATABASE, read(name + ".in"))
+        closed = subprocess.run(["sh", "-c", f"{ns.TOOL} {DATABASE} <&- >&- 2>&-"], check=False)
+        self.assertEqual(0, closed.returncode)
+        self.assertEqual(read(name + ".want"), read(DATABASE))
+        self.assertTrue(read(SCRATCH).endswith(read(name + ".want")))
+
+
 def what_stands_in(folder):
     """Names, modes, owners, and bytes of plain files."""
     return {entry.name: (entry.stat(follow_symlinks=False)[:5],
@@ -125,13 +206,10 @@ class Scratch(Case):
         super().setUp()
         write(DATABASE, self.content)
 
-    def check_untouched(self):
+    def check_untouched(self, reason):
         run = convert(DATABASE)
         self.assertEqual(1, run.returncode)
-        messages = run.stderr.splitlines()
-        self.assertEqual(2, len(messages), run.stderr)
-        self.assertEqual(messages[0], messages[1])
-        self.assertTrue(messages[0].startswith(SCRATCH.encode() + b": "), run.stderr)
+        self.assertRegex(run.stderr, rb"\A" + SCRATCH.encode() + b": [^\n]*" + reason + b"[^\n]*\n\Z")
         self.assertEqual(self.content, read(DATABASE))
 
     def test_is_for_its_owner_alone(self):
@@ -160,7 +238,7 @@ class Scratch(Case):
     def test_unwritable_place(self):
         ns.fresh_tmp("mode=1777,ro")
         write(DATABASE, self.content)
-        self.check_untouched()
+        self.check_untouched(b"Read-only file system")
 
     def test_full_place_is_told(self):
         ns.fresh_tmp("mode=1777,size=4k")
@@ -169,28 +247,30 @@ class Scratch(Case):
 
     def test_what_others_planted_there(self):
         victim = "/tmp/victim"
-        for label, plant in (("symbolic link", lambda: os.symlink(victim, SCRATCH)),
-                             ("dangling link", lambda: os.symlink("/tmp/not-there", SCRATCH)),
-                             ("hard link", lambda: os.link(victim, SCRATCH)),
-                             ("file of another", lambda: os.rename(victim, SCRATCH)),
-                             ("pipe", lambda: os.mkfifo(SCRATCH, 0o666)),
-                             ("folder", lambda: os.mkdir(SCRATCH))):
+        for label, owner, plant, reason in (
+                ("symbolic link", NOBODY, lambda: os.symlink(victim, SCRATCH), b"symbolic link"),
+                ("dangling link", NOBODY, lambda: os.symlink("/tmp/not-there", SCRATCH), b"symbolic"),
+                ("hard link", NOBODY, lambda: os.link(victim, SCRATCH), b"belongs to nobody"),
+                ("hard link of one's own", 0, lambda: os.link(victim, SCRATCH), b"hard link"),
+                ("file of another", NOBODY, lambda: os.rename(victim, SCRATCH), b"belongs to nobody"),
+                ("pipe", NOBODY, lambda: os.mkfifo(SCRATCH, 0o666), b"not a plain file"),
+                ("folder", NOBODY, lambda: os.mkdir(SCRATCH), b"not a plain file")):
             with self.subTest(label):
                 ns.fresh_tmp()
                 write(DATABASE, self.content)
                 write(victim, b"precious\n")
                 os.chmod(victim, 0o666)
-                os.chown(victim, NOBODY, NOBODY)
+                os.chown(victim, owner, owner)
                 plant()
                 before = what_stands_in("/tmp")
-                self.check_untouched()  # a pipe without a reader: must not wait for one
+                self.check_untouched(reason)  # a pipe without a reader: must not wait for one
                 self.assertEqual(before, what_stands_in("/tmp"))
 
     def test_planted_pipe_with_a_reader(self):
         os.mkfifo(SCRATCH, 0o666)
         reader = os.open(SCRATCH, os.O_RDONLY | os.O_NONBLOCK)
         self.addCleanup(os.close, reader)
-        self.check_untouched()
+        self.check_untouched(b"not a plain file")
         self.assertEqual(b"", os.read(reader, 100))
 
 

@@ -89,8 +89,10 @@ def bound_memory():
         resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
 
 
-def convert(*args, uid=0):
-    """Runs the tool as that user. Gives status and messages; raises when it takes too long."""
-    return subprocess.run([TOOL, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+def convert(*args, uid=0, stdin=subprocess.DEVNULL, runner=(), **environment):
+    """Runs the tool as that user, by `runner` if given, with these variables set. Gives status and
+    messages; raises when it takes too long."""
+    return subprocess.run([*runner, TOOL, *args], stdin=stdin, stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, timeout=time_limit_s(), preexec_fn=bound_memory,
-                          user=uid, group=uid, extra_groups=[], umask=0)
+                          user=uid, group=uid, extra_groups=[], umask=0, check=False,
+                          env={**os.environ, **environment})

@@ -13,6 +13,7 @@
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
+#include "lib/ulib/descriptor.h"
 
 importer::importer(frag **head, int keep) : machine_(std::make_unique<machine>(head, keep))
 {
@@ -37,36 +38,24 @@ void importer::finish()
 
 const import_observer *import_watch = nullptr;
 
-static int last_read_error = 0;
-
-int import_read_error()
+int import_open_file(int fd, frag **head, int keep)
 {
-    return last_read_error;
-}
-
-// Reads once more after a signal; 0 at the end of the file, -1 with errno.
-static ssize_t read_block(int fd, std::vector<char> &block)
-{
+    importer reader(head, keep);
+    std::vector<char> block(IMPORT_BLOCK_SIZE);
     ssize_t got = 0;
-    do
-        got = read(fd, block.data(), block.size());
-    while (got < 0 && errno == EINTR);
-    return got;
+    while ((got = uninterrupted([&] { return read(fd, block.data(), block.size()); })) > 0)
+        reader.feed({block.data(), static_cast<std::size_t>(got)});
+    const int error = got < 0 ? errno : 0;
+    reader.finish();
+    return error;
 }
 
 int importffile(const char *path, frag **head, int keep)
 {
-    const int fd = open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
+    const descriptor file(open(path, O_RDONLY | O_CLOEXEC));
+    if (!file)
         return 1;
-    importer reader(head, keep);
-    std::vector<char> block(IMPORT_BLOCK_SIZE);
-    ssize_t got = 0;
-    while ((got = read_block(fd, block)) > 0)
-        reader.feed({block.data(), static_cast<std::size_t>(got)});
-    last_read_error = got < 0 ? errno : 0;
-    close(fd);
-    reader.finish();
+    (void)import_open_file(file.get(), head, keep); // what was read so far counts
     return 0;
 }
 
@@ -89,6 +78,14 @@ int importenv(const char *path)
     if (result == 0)
         fold_star_proxy(tree);
     return result;
+}
+
+int import_open_env(int fd)
+{
+    frag **tree = current_tree();
+    const int error = import_open_file(fd, tree, 0);
+    fold_star_proxy(tree);
+    return error;
 }
 
 int importinitialenv(const char *path)

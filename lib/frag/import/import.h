@@ -6,7 +6,7 @@
 // without a word can be watched (lib/frag/import/observer.h).
 //
 // Whatever the bytes, a file gives a tree: a line without '=' runs on into the next, an end tag
-// that closes nothing is passed over, and a file that ends early leaves what it got to.
+// that closes nothing is ignored, and a file that ends early leaves what it got to.
 #pragma once
 
 #include <cstddef>
@@ -28,18 +28,22 @@ inline constexpr std::size_t TAG_NAME_SIZE = 63;
 //   keep  non-zero: an existing key keeps its value, and gets the empty one if it had none;
 //         0: the file's value replaces it
 // Returns 1 with the tree unchanged and errno set if the file cannot be opened, else 0.
-// New nodes stand in file order; those that were there before the import change to the reverse
-// order and stand in front of them.
+// A read that fails ends the file there. New nodes stand in file order; those that were there
+// before the import change to the reverse order and stand in front of them.
 int importffile(const char *path, frag **head, int keep);
 
-// errno of the read that ended the last importffile; 0 if it came to the file's end.
-int import_read_error();
+// The same for a file that is open for reading and stays the caller's. Returns 0, or the errno of
+// a read that failed; the tree then holds what was read before.
+[[nodiscard]] int import_open_file(int fd, frag **head, int keep);
 
 // importffile into the current tree. importenv replaces values and then moves the value of each
 // child of `def_proxy_*` to the same name under `def_proxy_global`; importinitialenv keeps
 // existing values. Both return importffile's result.
 int importenv(const char *path);
 int importinitialenv(const char *path);
+
+// importenv for an open file; returns what import_open_file returns.
+[[nodiscard]] int import_open_env(int fd);
 
 // The reader itself, for input that is not a file: hand over the bytes in pieces of any size,
 // then finish, which puts every list into file order.

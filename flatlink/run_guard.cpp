@@ -1,0 +1,76 @@
+#include "flatlink/run_guard.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <fcntl.h>
+#include <new>
+#include <unistd.h>
+
+static const char *guarded_path = nullptr;
+static bool has_ended = false;
+static bool lacked_memory = false;
+
+bool ran_out_of_memory()
+{
+    return lacked_memory;
+}
+
+void report_out_of_memory()
+{
+    std::fprintf(stderr, "flatlink: out of memory; %s was not changed\n", guarded_path);
+}
+
+// A descriptor that can be neither read nor written, and needs no device, holds each free place.
+static void fill_standard_streams()
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
+        if (fcntl(fd, F_GETFD) < 0 && errno == EBADF && open("/", O_PATH) < 0)
+            _exit(EXIT_FAILURE);
+}
+
+static void note_and_throw()
+{
+    lacked_memory = true;
+    throw std::bad_alloc();
+}
+
+[[noreturn]] static void end_early()
+{
+    report_out_of_memory();
+    _exit(EXIT_FAILURE);
+}
+
+// Memory may be short where no exception may pass.
+[[noreturn]] static void end_without_memory()
+{
+    if (lacked_memory)
+        end_early();
+    std::abort();
+}
+
+// The libraries end a process without memory with status 0.
+static void check_end()
+{
+    if (!has_ended)
+        end_early();
+}
+
+void guard_run(const char *path)
+{
+    guarded_path = path;
+    fill_standard_streams();
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::set_new_handler(note_and_throw);
+    std::set_terminate(end_without_memory);
+    std::atexit(check_end);
+}
+
+int end_run(int status)
+{
+    has_ended = true;
+    return status;
+}

@@ -41,6 +41,7 @@ TEST(SendLog, GoesToTheHookOnlyWithBothContextsAndAHook)
 TEST(ReportTap, SeesAReportBeforeTheLogsAndMayKeepIt)
 {
     static std::string seen;
+    seen.clear();
     report_tap = [](const UNIQUE_DATA_T &uniq, int priority, const char *format, va_list args) {
         char text[64];
         std::vsnprintf(text, sizeof text, format, args);

@@ -125,6 +125,7 @@ TEST(HeapText, IsCopiedGrownAndReplaced)
 TEST(StringList, KeepsOrderAndOwners)
 {
     static std::string released;
+    released.clear();
     char first[] = "first"; // not the list's own
     int length = 3;
     char **list = addptrlist(addptrlist(nullptr, first, nullptr), nullptr, nullptr);

@@ -35,7 +35,8 @@ static std::string expanded(const char *text, const char *fill, const char *wild
         std::string_view word = fill_text;
         if (i < count)
             word = words[static_cast<std::size_t>(i)];
-        result += (i == 0 ? "" : ".") + octet_text(word, wild_text, mask_mode);
+        result += i == 0 ? "" : ".";
+        result += octet_text(word, wild_text, mask_mode);
     }
     return result;
 }

@@ -29,7 +29,7 @@ class Case(unittest.TestCase):
         ns.fresh_tmp()
 
     def check(self, run, status, messages):
-        """Status and error stream as told; nothing else is ever printed."""
+        """A run has this status and error stream, and an empty standard output."""
         self.assertEqual((status, messages, b""), (run.returncode, run.stderr, run.stdout))
 
 

@@ -29,6 +29,7 @@ TEST_F(decoder, stores_settings)
         {"vpn_anonsecret=" + long_secret, long_secret.substr(0, 127) + "||1|1|0|2|0|0|||"},
         {"vpn_anonsecret=a\nvpn_anonsecret=", "||1|1|0|2|0|0|||"},
         {"vpn_clientIKEpolicy=vpn_ike_x", "|x|1|1|0|2|0|0|||"},
+        {"vpn_clientIKEpolicy=vpn_ike_", "|vpn_ike_|1|1|0|2|0|0|||"},
         {"vpn_useracceleration=\nvpn_aggressivemode=ON", "||1|0|1|2|0|0|||"},
         {"vpn_threadcount=1", "||1|1|0|2|0|0|||"},
         {"vpn_threadcount=10", "||1|1|0|9|0|0|||"},
@@ -90,6 +91,14 @@ TEST_F(decoder, follows_interfaces_and_their_three_special_lists)
          "netobj_list_4_element_1_addr=10.0.0.1\nnetobj_list_5_element_1_interface=qfe0");
     EXPECT_EQ("10.0.0.1", dotted(inside_addr));
     EXPECT_EQ("qfe0", thirdside_face);
+}
+
+TEST(make_line, cuts_at_the_room_for_a_line)
+{
+    for (const std::size_t size : {LINE_SIZE - 1, LINE_SIZE, 2 * LINE_SIZE}) {
+        const std::string whole = "1_key=" + std::string(size - 6, 'x');
+        EXPECT_EQ(whole.substr(0, LINE_SIZE - 1), make_line("1_", "key", whole.substr(6)));
+    }
 }
 
 class flat_file : public conversion_test

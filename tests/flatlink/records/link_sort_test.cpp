@@ -95,6 +95,10 @@ TEST_F(link_sort, settles_addresses_on_the_way)
          "192.0.2.2 | 10.1.0.9 - 1 | 10.2.0.7 - 1"},
         {"client of the firewall", "gateway=*\nlnetwork_start_address=localhost",
          "0.0.0.0 | - - 255 | - - 0"},
+        {"ranges of one address",
+         "lnetwork_type=Range\nlnetwork_delimiter=10.1.0.7\n"
+         "rnetwork_type=Range\nrnetwork_delimiter=10.2.0.7",
+         "192.0.2.1 | 10.1.0.7 - 1 | 10.2.0.7 - 1"},
         {"over the external gateway", "use_xgw=On", "192.0.2.1 | 0.0.0.0 0.0.0.0 4 | 10.2.0.7 - 1"},
     };
     const auto shown = [](u32 addr) { return addr == NOT_AN_ADDRESS ? "-" : dotted(addr); };

@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr std::size_t LONGEST_FIELD = 63;
+constexpr policy_frame FRAME = {"ikePolicy", 63, 64};
 
 template <auto member, const auto &table> void store_word(ikeprop &prop, std::string_view value)
 {
@@ -43,7 +43,7 @@ constexpr policy_field<ikepol> policy_fields[] = {
     {"description", [](ikepol &pol, std::string_view value) { pol.description = value; }},
 };
 
-record_index<ikepol, &ikepol::name> names;
+policy_finder<ikepol> finder;
 
 bool is_complete(const ikeprop &prop)
 {
@@ -55,9 +55,9 @@ bool is_complete(const ikeprop &prop)
 int add_partial_ikepol(std::string_view rest)
 {
     policy_line line;
-    if (!read_policy_line(rest, "ikePolicy", LONGEST_FIELD, line))
+    if (!read_policy_line(rest, FRAME, line))
         return 1;
-    ikepol &pol = policy_named(ikepolicy, names, line.name);
+    ikepol &pol = policy_named(ikepolicy, finder, line.name);
     if (line.is_proposal) {
         if (store_policy_field(proposal_fields, proposal_numbered(pol, line.number), line))
             return 0;
@@ -71,7 +71,7 @@ int add_partial_ikepol(std::string_view rest)
 
 void finish_ikepols()
 {
-    names.forget();
+    finder.forget();
     for (const auto &pol : ikepolicy) {
         finish_proposals(pol->props, is_complete);
         pol->by_number.forget();
@@ -81,7 +81,7 @@ void finish_ikepols()
     finish_policy_order(ikepolicy);
 }
 
-void save_ikepols(std::FILE *stream, const record_list<ikepol> &list)
+void save_ikepols(std::FILE *stream, const record_stack<ikepol> &list)
 {
     int number = 0;
     for (const auto &pol : list) {

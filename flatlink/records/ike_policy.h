@@ -15,4 +15,4 @@ int add_partial_ikepol(std::string_view rest);
 void finish_ikepols();
 
 // Writes policies and proposals, each numbered from 1 in list order.
-void save_ikepols(std::FILE *stream, const record_list<ikepol> &list);
+void save_ikepols(std::FILE *stream, const record_stack<ikepol> &list);

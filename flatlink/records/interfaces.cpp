@@ -1,7 +1,6 @@
 #include "flatlink/records/interfaces.h"
 
 #include <algorithm>
-#include <map>
 #include <unordered_map>
 #include <utility>
 
@@ -31,32 +30,24 @@ constexpr intf_field intf_fields[] = {
      }},
 };
 
-// The records by list and element, as far as the list was seen.
-struct intf_index {
-    std::map<std::pair<std::int32_t, std::int32_t>, vpn_intf *> known;
-    std::size_t seen = 0;
-};
+// List and element in one number.
+std::uint64_t number_of(const vpn_intf &intf)
+{
+    return std::uint64_t{static_cast<u32>(intf.listno)} << 32 | static_cast<u32>(intf.elemno);
+}
 
-intf_index numbers;
+record_index<vpn_intf, number_of> numbers;
 record_index<vpn_intf, &vpn_intf::addr> addresses;
 
 vpn_intf &interface_numbered(std::int32_t listno, std::int32_t elemno)
 {
-    if (numbers.seen != intf_list.size())
-        numbers = intf_index();
-    for (; numbers.seen < intf_list.size(); ++numbers.seen) {
-        vpn_intf *intf = intf_list[numbers.seen].get();
-        numbers.known.try_emplace({intf->listno, intf->elemno}, intf);
-    }
-    const auto [place, is_new] = numbers.known.try_emplace({listno, elemno}, nullptr);
-    if (is_new) {
-        intf_list.push_back(std::make_unique<vpn_intf>());
-        ++numbers.seen;
-        place->second = intf_list.back().get();
-        place->second->listno = listno;
-        place->second->elemno = elemno;
-    }
-    return *place->second;
+    auto wanted = std::make_unique<vpn_intf>();
+    wanted->listno = listno;
+    wanted->elemno = elemno;
+    if (vpn_intf *found = numbers.find(intf_list, number_of(*wanted)))
+        return *found;
+    intf_list.push_back(std::move(wanted));
+    return *intf_list.back();
 }
 
 bool is_usable(const vpn_intf &intf)
@@ -79,9 +70,9 @@ void merge(vpn_intf &kept, vpn_intf &other)
         kept.broadcast = other.broadcast;
     if (is_alias(kept) && !is_alias(other)) {
         std::swap(kept.interface, other.interface);
-        kept.name.clear();
+        kept.name.reset();
     }
-    if (kept.name.empty())
+    if (!kept.name)
         kept.name = other.name;
 }
 
@@ -110,8 +101,6 @@ int place_of(const vpn_intf &intf)
 void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view key,
                       std::string_view value)
 {
-    if (value.empty())
-        return;
     addresses.forget();
     vpn_intf &intf = interface_numbered(listno, elemno);
     for (const intf_field &field : intf_fields)
@@ -121,7 +110,7 @@ void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view
 
 void finish_intfs()
 {
-    numbers = intf_index();
+    numbers.forget();
     addresses.forget();
     std::erase_if(intf_list, [](const auto &intf) { return !is_usable(*intf); });
     for (const auto &intf : intf_list)
@@ -136,7 +125,7 @@ void save_intfs(std::FILE *stream, const record_list<vpn_intf> &list)
     for (const auto &intf : list) {
         const record_writer out(
             stream, numbered(numbered("netobj_list", intf->listno) + "element", intf->elemno));
-        out.text("name", intf->name);
+        out.text("name", intf->name.value_or(""));
         out.text("interface", intf->interface);
         out.address("addr", intf->addr);
         out.address("broadcast", intf->broadcast);

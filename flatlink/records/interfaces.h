@@ -8,7 +8,7 @@
 #include "flatlink/records/records.h"
 
 // Finds or makes the record of that list and element, and stores one field. An unknown key makes
-// the record all the same; an empty value does nothing.
+// the record all the same. An empty value is stored like any other: as no address, or as a name.
 void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view key,
                       std::string_view value);
 

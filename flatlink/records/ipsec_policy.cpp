@@ -8,7 +8,7 @@
 namespace
 {
 
-constexpr std::size_t LONGEST_FIELD = 127;
+constexpr policy_frame FRAME = {"ipsecPolicy", 127, 127};
 
 // ipsecprop::allow_flags
 enum allow_flag : std::uint16_t {
@@ -62,7 +62,7 @@ constexpr policy_field<ipsecpol> policy_fields[] = {
      }},
 };
 
-record_index<ipsecpol, &ipsecpol::name> names;
+policy_finder<ipsecpol> finder;
 
 // What the lines switched off goes.
 void apply_switches(ipsecprop &prop)
@@ -104,7 +104,7 @@ void finish_policy(ipsecpol &pol)
     }
     if (!uses_group)
         pol.group = 0;
-    // Peers are told the count in eight bits: 256 proposals are as good as none.
+    // The count has eight bits: with 256 proposals it is 0, and the policy goes.
     pol.propcount = static_cast<std::uint8_t>(pol.props.size());
 }
 
@@ -113,9 +113,9 @@ void finish_policy(ipsecpol &pol)
 int add_partial_ipsecpol(std::string_view rest)
 {
     policy_line line;
-    if (!read_policy_line(rest, "ipsecPolicy", LONGEST_FIELD, line))
+    if (!read_policy_line(rest, FRAME, line))
         return 1;
-    ipsecpol &pol = policy_named(ipsecpolicy, names, line.name);
+    ipsecpol &pol = policy_named(ipsecpolicy, finder, line.name);
     std::string where = "ipsecPolicy_" + std::to_string(pol.seq);
     if (line.is_proposal) {
         if (store_policy_field(proposal_fields, proposal_numbered(pol, line.number), line))
@@ -130,14 +130,14 @@ int add_partial_ipsecpol(std::string_view rest)
 
 void finish_ipsecpols()
 {
-    names.forget();
+    finder.forget();
     for (const auto &pol : ipsecpolicy)
         finish_policy(*pol);
     std::erase_if(ipsecpolicy, [](const auto &pol) { return pol->propcount == 0; });
     finish_policy_order(ipsecpolicy);
 }
 
-void save_ipsecpols(std::FILE *stream, const record_list<ipsecpol> &list)
+void save_ipsecpols(std::FILE *stream, const record_stack<ipsecpol> &list)
 {
     int number = 0;
     for (const auto &pol : list) {

@@ -15,4 +15,4 @@ int add_partial_ipsecpol(std::string_view rest);
 void finish_ipsecpols();
 
 // Writes policies and proposals, each numbered from 1 in list order.
-void save_ipsecpols(std::FILE *stream, const record_list<ipsecpol> &list);
+void save_ipsecpols(std::FILE *stream, const record_stack<ipsecpol> &list);

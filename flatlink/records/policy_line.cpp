@@ -19,7 +19,7 @@ void skip_white_space(std::string_view &text)
 } // namespace
 
 // Reads "_prop_NUMBER_FIELD". A key that leaves this form before the number is a policy's; one
-// that ends too early, or leaves it behind the number, is neither.
+// that ends too early, or leaves it after the number, is neither.
 static key_kind read_proposal_key(std::string_view key, std::size_t longest, policy_line &line)
 {
     constexpr std::string_view MARK = "_prop_";
@@ -43,8 +43,7 @@ static key_kind read_proposal_key(std::string_view key, std::size_t longest, pol
     return key_kind::PROPOSAL;
 }
 
-bool read_policy_line(std::string_view rest, std::string_view family, std::size_t longest,
-                      policy_line &line)
+bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line)
 {
     const line_parts parts = split_line(rest);
     if (!parts.has_equals || parts.value.empty())
@@ -53,15 +52,15 @@ bool read_policy_line(std::string_view rest, std::string_view family, std::size_
     const std::string_view behind_name = parts.key.substr(name_end);
     line.name = parts.key.substr(0, name_end);
     line.value = parts.value;
-    const key_kind kind = read_proposal_key(behind_name, longest, line);
+    const key_kind kind = read_proposal_key(behind_name, frame.longest_proposal, line);
     if (kind == key_kind::UNREADABLE) {
-        complain("vpndata:Unrecognized field: " + std::string(family) + "_" +
+        complain("vpndata:Unrecognized field: " + std::string(frame.family) + "_" +
                  std::string(parts.key) + "=" + std::string(parts.value));
         return false;
     }
     line.is_proposal = kind == key_kind::PROPOSAL;
     if (!line.is_proposal)
-        line.field = behind_name.substr(1, POLICY_FIELD_SIZE);
+        line.field = behind_name.substr(1, frame.longest_policy);
     return true;
 }
 

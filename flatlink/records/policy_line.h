@@ -18,16 +18,18 @@ struct policy_line {
     bool is_proposal = false;
 };
 
-inline constexpr std::size_t POLICY_FIELD_SIZE = 64; // longest field of a policy; more is cut
+// What tells the lines of one kind of policies from those of the other.
+struct policy_frame {
+    std::string_view family;      // the prefix without its underscore, for messages
+    std::size_t longest_proposal; // longest field of a proposal; more is cut
+    std::size_t longest_policy;   // the same of a policy
+};
 
-// Takes a line without its prefix apart. The parts live as long as `rest`.
-//   family    the prefix without its underscore, for the message
-//   longest   the longest field of a proposal; more is cut
-// Returns false for a line that is of no use; only one that cannot be read is reported.
-bool read_policy_line(std::string_view rest, std::string_view family, std::size_t longest,
-                      policy_line &line);
+// Takes a line without its prefix apart. The parts live as long as `rest`. Returns false for a
+// line that is of no use; only one that cannot be read is reported.
+bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line);
 
-// Reports a field that nobody knows; `where` is what stands before it in the line.
+// Reports an unknown field; `where` is what stands before it in the line.
 void complain_of_policy_field(const std::string &where, const policy_line &line);
 
 // One field of a policy or a proposal, and what its line does.
@@ -50,18 +52,35 @@ bool store_policy_field(const policy_field<record> (&fields)[rows], record &targ
     return false;
 }
 
-// The policy of that name, made if there is none, with the next number in order of appearance.
-template <typename policy, typename index_type>
-policy &policy_named(record_list<policy> &list, index_type &index, std::string_view name)
+// The policies of one kind by their names.
+template <typename policy> struct policy_finder {
+    record_index<policy, &policy::name, record_stack<policy>> names;
+    decltype(policy::seq) highest_seq = 0; // 0: all policies are finished
+
+    // For a finishing step, which removes policies and clears the numbers of the others.
+    void forget()
+    {
+        names.forget();
+        highest_seq = 0;
+    }
+};
+
+// The policy of that name, made if there is none, with the next number in order of appearance. A
+// number that has run over to 0 is not the highest, so that all later policies get it, too.
+template <typename policy>
+policy &policy_named(record_stack<policy> &list, policy_finder<policy> &finder,
+                     std::string_view name)
 {
-    if (policy *found = index.find(list, std::string(name)))
+    if (policy *found = finder.names.find(list, std::string(name)))
         return *found;
+    if (list.empty())
+        finder.highest_seq = 0;
     auto made = std::make_unique<policy>();
-    using seq_type = decltype(made->seq);
-    made->seq = static_cast<seq_type>(list.empty() ? 1 : list.back()->seq + 1);
+    made->seq = static_cast<decltype(made->seq)>(finder.highest_seq + 1);
     made->name = name;
-    list.push_back(std::move(made));
-    return *list.back();
+    list.push_front(std::move(made));
+    finder.highest_seq = std::max(finder.highest_seq, list.front()->seq);
+    return *list.front();
 }
 
 // The proposal of that number, made if there is none. A number that does not fit its field is
@@ -76,29 +95,26 @@ template <typename policy> auto &proposal_numbered(policy &pol, int number)
             return *found;
     auto made = std::make_unique<proposal>();
     made->number = held;
-    pol.props.push_back(std::move(made));
-    return *pol.props.back();
+    pol.props.push_front(std::move(made));
+    return *pol.props.front();
 }
 
-// Brings the proposals of a policy into their final order and drops those that `keep` refuses.
-// Lines make new proposals at the front, so that of two with one number the later comes first.
+// Brings the proposals of a policy into their final order and drops those that `keep` refuses. Of
+// two with one number the newer comes first. Finished ones have no number: a second run leaves
+// them in their order, ahead of what came since.
 template <typename proposal, typename predicate>
-void finish_proposals(record_list<proposal> &props, predicate keep)
+void finish_proposals(record_stack<proposal> &props, predicate keep)
 {
     std::erase_if(props, [&keep](const auto &prop) { return !keep(*prop); });
-    std::reverse(props.begin(), props.end());
-    std::stable_sort(props.begin(), props.end(),
-                     [](const auto &a, const auto &b) { return a->number < b->number; });
+    props.sort([](const auto &a, const auto &b) { return a->number < b->number; });
     for (const auto &prop : props)
         prop->number = 0;
 }
 
-// Brings the policies into the order in which they appeared.
-template <typename policy> void finish_policy_order(record_list<policy> &list)
+// Brings the policies into the order in which they appeared; finished ones keep theirs.
+template <typename policy> void finish_policy_order(record_stack<policy> &list)
 {
-    std::reverse(list.begin(), list.end());
-    std::stable_sort(list.begin(), list.end(),
-                     [](const auto &a, const auto &b) { return a->seq < b->seq; });
+    list.sort([](const auto &a, const auto &b) { return a->seq < b->seq; });
     for (const auto &pol : list)
         pol->seq = 0;
 }

@@ -137,6 +137,18 @@ static bool is_no_address(u32 addr)
     return addr == 0 || addr == NOT_AN_ADDRESS;
 }
 
+// Removes the entries that `is_useless` names; the others move up, to the numbers from 0. Lines
+// that come later address them by these.
+template <typename entry_type, typename predicate>
+static void close_up(std::map<std::int32_t, entry_type> &entries, predicate is_useless)
+{
+    std::map<std::int32_t, entry_type> kept;
+    for (const auto &[number, entry] : entries)
+        if (!is_useless(entry))
+            kept.emplace_hint(kept.end(), static_cast<std::int32_t>(kept.size()), entry);
+    entries = std::move(kept);
+}
+
 // A network of all zeros means every network, and then no other counts.
 static void finish_networks(mcpool &pool)
 {
@@ -144,12 +156,10 @@ static void finish_networks(mcpool &pool)
         return entry.second.addr == 0 && entry.second.mask == 0;
     });
     if (everything != pool.net.end()) {
-        const auto [number, net] = *everything;
-        pool.net = {{number, net}};
+        pool.net = {{0, mcpool_net{0, 0}}};
         return;
     }
-    std::erase_if(pool.net, [](const auto &entry) {
-        const mcpool_net &net = entry.second;
+    close_up(pool.net, [](const mcpool_net &net) {
         return net.addr == NOT_AN_ADDRESS || (net.addr == 0 && net.mask == NOT_AN_ADDRESS);
     });
 }
@@ -157,12 +167,12 @@ static void finish_networks(mcpool &pool)
 // False when the pool has nothing to give.
 static bool finish_pool(mcpool &pool)
 {
-    std::erase_if(pool.addr, [](const auto &entry) { return is_no_address(entry.second.addr); });
+    close_up(pool.addr, [](const mcpool_range &range) { return is_no_address(range.addr); });
     if (pool.mask == 0 || pool.addr.empty())
         return false;
     finish_networks(pool);
-    std::erase_if(pool.dns, [](const auto &entry) { return is_no_address(entry.second); });
-    std::erase_if(pool.nbns, [](const auto &entry) { return is_no_address(entry.second); });
+    close_up(pool.dns, is_no_address);
+    close_up(pool.nbns, is_no_address);
     return true;
 }
 

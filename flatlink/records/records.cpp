@@ -2,8 +2,8 @@
 
 record_list<linkinfo> linkinfos;
 record_list<vpnlink> links;
-record_list<ikepol> ikepolicy;
-record_list<ipsecpol> ipsecpolicy;
+record_stack<ikepol> ikepolicy;
+record_stack<ipsecpol> ipsecpolicy;
 record_list<mcpool> mcpools;
 record_list<swkey> swkeys;
 record_list<vpn_intf> intf_list;

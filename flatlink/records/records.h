@@ -1,12 +1,13 @@
 // The VPN data of one run: plain records in lists, filled line by line, finished once and then
 // printed. A record is identified by the number or name that its lines bear.
 //
-// A text field that is empty is absent: a line with an empty value never stores anything.
+// A text field that is empty is absent, where nothing else is said.
 // Addresses and masks are in network byte order, NOT_AN_ADDRESS for what is none.
 #pragma once
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "flatlink/records/record_list.h"
@@ -116,8 +117,8 @@ struct ikepol {
     std::int32_t seq = 0; // order of first appearance, from 1; 0 when finished
     std::string name;
     std::string description;
-    record_list<ikeprop> props; // in order of arrival until finished
-    record_index<ikeprop, &ikeprop::number, wins::LATEST> by_number;
+    record_stack<ikeprop> props; // the newest first until finished
+    record_index<ikeprop, &ikeprop::number, record_stack<ikeprop>> by_number;
 };
 
 struct ipsecprop {
@@ -134,8 +135,8 @@ struct ipsecpol {
     std::uint16_t seq = 0;
     std::string name;
     std::string description;
-    record_list<ipsecprop> props;
-    record_index<ipsecprop, &ipsecprop::number, wins::LATEST> by_number;
+    record_stack<ipsecprop> props; // the newest first until finished
+    record_index<ipsecprop, &ipsecprop::number, record_stack<ipsecprop>> by_number;
 };
 
 struct mcpool_range {
@@ -147,8 +148,8 @@ struct mcpool_net {
     u32 addr = NOT_AN_ADDRESS, mask = NOT_AN_ADDRESS;
 };
 
-// One address pool. Entries are kept by the number of their lines: a number may be anything up
-// to 2^31-1, and what lies between two of them takes no room.
+// One address pool. Entries are kept by the number of their lines, which may be anything up to
+// 2^31-1: what lies between two of them takes no room. Finishing numbers them anew, from 0.
 struct mcpool {
     u32 mask = 0;
     std::int32_t expiry = 0, stale_limit = 0;
@@ -173,15 +174,15 @@ struct vpn_intf {
     std::int32_t listno = 0, elemno = 0;
     std::int32_t location = 0; // location_list; 0: unknown
     std::string interface;
-    std::string name;
+    std::optional<std::string> name; // an empty name is one, too
     u32 addr = 0, netmask = 0, broadcast = 0;
     u32 network = 0; // addr AND netmask, when finished
 };
 
 extern record_list<linkinfo> linkinfos;
 extern record_list<vpnlink> links;
-extern record_list<ikepol> ikepolicy;
-extern record_list<ipsecpol> ipsecpolicy;
+extern record_stack<ikepol> ikepolicy;
+extern record_stack<ipsecpol> ipsecpolicy;
 extern record_list<mcpool> mcpools;
 extern record_list<swkey> swkeys;
 extern record_list<vpn_intf> intf_list;

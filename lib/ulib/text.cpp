@@ -81,12 +81,15 @@ bool scan_hex(std::string_view text, std::uint32_t &number)
 {
     while (!text.empty() && is_c_space(text.front()))
         text.remove_prefix(1);
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+'))
+        text.remove_prefix(1);
     if (begins_with_word(text, "0x"))
         text.remove_prefix(2);
     std::uint64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
     if (end == text.data() || error != std::errc())
         return false;
-    number = static_cast<std::uint32_t>(value);
+    number = static_cast<std::uint32_t>(negative ? 0 - value : value);
     return true;
 }

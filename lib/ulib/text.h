@@ -39,8 +39,8 @@ std::int32_t lenient_number(std::string_view text);
 // read is removed from `text`. No digits: 0, and `text` stays.
 long take_number(std::string_view &text);
 
-// A number at the front of `text`, decimal with white space and a sign before it, or hexadecimal
-// with an optional 0x: true with the number stored, cut to 32 bits, or false with `number` as it
-// was.
+// A number at the front of `text`, decimal, or hexadecimal with an optional 0x, after white space
+// and a sign: true with the number stored, cut to 32 bits, or false with `number` as it was. A
+// hexadecimal number with a minus is the two's complement: -1 is ffffffff.
 bool scan_number(std::string_view text, std::int32_t &number);
 bool scan_hex(std::string_view text, std::uint32_t &number);

@@ -61,9 +61,8 @@ inline std::string trace_of(const std::function<void()> &body)
 }
 
 // The lines that a writer makes of a list.
-template <typename record>
-std::string saved(void (*save)(std::FILE *, const record_list<record> &),
-                  const record_list<record> &list)
+template <typename list_type>
+std::string saved(void (*save)(std::FILE *, const list_type &), const list_type &list)
 {
     return written_by([&](std::FILE *stream) { save(stream, list); });
 }

@@ -76,7 +76,7 @@ TEST_F(record_lines, know_the_words_and_numbers_of_a_key)
         {vlink, "df_bit", "Copy|clear|SET|x", "Copy|Clear|Set|"},
         {old, "logid", "10|-1|x", "a|ffffffff|0"},
         {old, "type", "PASS|trusted|bogus", "pass|trusted|private"},
-        {old, "ispi", "ff|0xAbC|q", "ff|abc|0"},
+        {old, "ispi", "ff|0xAbC|-1|+0xa|--1|q", "ff|abc|ffffffff|a|0|0"},
         {old, "mode", "tunnel|swipe|isakmp|magic", "tunnel||client|client"},
         {old, "group", "768-BIT|1536-bit|misspelt", "768-bit|1536-bit|1024-bit"},
         {old, "aalgo", "hsha|misspelt", "HMAC SHA-1|HMAC MD5"},
@@ -182,6 +182,8 @@ TEST_F(record_lines, that_cannot_be_used_are_reported)
         {"ipsecPolicy_a_prop_7_x=y", policy + std::string("ipsecPolicy_1_prop_7_x=y")},
         {"ipsecPolicy_a_prop_1_" + w + w + "=x",
          policy + ("ipsecPolicy_1_prop_1_" + w + w).substr(0, 21 + 127) + "=x"},
+        {"ipsecPolicy_a_" + w + w + "=x",
+         policy + ("ipsecPolicy_1_" + w + w).substr(0, 14 + 127) + "=x"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.line);
@@ -266,7 +268,7 @@ TEST_F(record_lines, of_policies_need_a_proposal)
             feed("ipsecPolicy_a_prop_" + std::to_string(i) + "_esp_encryption=DES");
         finish_ipsecpols();
         ASSERT_EQ(count == 256 ? 0u : 1u, ipsecpolicy.size());
-        EXPECT_TRUE(count == 256 || ipsecpolicy[0]->propcount == count % 256);
+        EXPECT_TRUE(count == 256 || ipsecpolicy.front()->propcount == count % 256);
     }
 }
 

@@ -15,8 +15,8 @@ class interfaces : public conversion_test
         finish_intfs();
         std::string text;
         for (const auto &intf : intf_list)
-            text += intf->interface + " " + intf->name + " " + std::to_string(intf->location) +
-                    " " + dotted(intf->broadcast) + "\n";
+            text += intf->interface + " " + intf->name.value_or("-") + " " +
+                    std::to_string(intf->location) + " " + dotted(intf->broadcast) + "\n";
         return text;
     }
 };
@@ -33,6 +33,7 @@ TEST_F(interfaces, of_one_address_become_one)
         // An alias gives way, with its name.
         {"interface=hme0:1\nname=a", "interface=hme1\nname=b", "hme1 b 0 0.0.0.0\n"},
         {"interface=hme0\nlocation=Attic", "interface=hme0:1\nname=b", "hme0 b 0 0.0.0.0\n"},
+        {"interface=hme0:1\nname=a", "interface=hme0:2\nname=b", "hme0:1 a 0 0.0.0.0\n"},
     };
     static const char usable[] = "addr=10.1.0.1\nnetmask=255.255.255.0\n";
     for (const auto &c : cases) {
@@ -43,10 +44,22 @@ TEST_F(interfaces, of_one_address_become_one)
     for (const char *missing : {"addr=0.0.0.0", "addr=rubbish", "netmask=0.0.0.0", "netmask=x"}) {
         SCOPED_TRACE(missing);
         start_anew();
-        EXPECT_EQ("hme1  0 0.0.0.0\n",
+        EXPECT_EQ("hme1 - 0 0.0.0.0\n",
                   finished(usable + std::string("name=no interface|") + usable +
                            "interface=hme0\nname=a\n" + missing + "|" + usable + "interface=hme1"));
     }
+}
+
+// Lines without a value never come here; fields of the tree may.
+TEST_F(interfaces, take_empty_values_like_others)
+{
+    static const char fields[] = "addr=10.1.0.1\nnetmask=255.255.255.0\ninterface=hme0\nname=a";
+    add_partial_intf(1, 1, "name", "");
+    add_partial_intf(1, 2, "broadcast", "");
+    EXPECT_EQ(
+        "hme0  0 255.255.255.255\n",
+        finished("addr=10.1.0.1\nnetmask=255.255.255.0\ninterface=hme0|" + std::string(fields)))
+        << "an empty name is a name";
 }
 
 TEST_F(interfaces, are_ordered_by_location)
@@ -56,8 +69,8 @@ TEST_F(interfaces, are_ordered_by_location)
     for (const std::string location : {"Heartbeat", "?", "Outside", "SERVICE", "Inside", "Outside"})
         elements += "netmask=255.0.0.0\ninterface=" + location + "\nlocation=" + location +
                     "\naddr=10.1.0." + std::to_string(++number) + "|";
-    EXPECT_EQ("Inside  1 0.0.0.0\nSERVICE  2 0.0.0.0\nOutside  3 0.0.0.0\nOutside  3 0.0.0.0\n"
-              "Heartbeat  4 0.0.0.0\n?  0 0.0.0.0\n",
+    EXPECT_EQ("Inside - 1 0.0.0.0\nSERVICE - 2 0.0.0.0\nOutside - 3 0.0.0.0\n"
+              "Outside - 3 0.0.0.0\nHeartbeat - 4 0.0.0.0\n? - 0 0.0.0.0\n",
               finished(elements));
     EXPECT_EQ("10.0.0.0", dotted(intf_list[0]->network));
     EXPECT_EQ("10.1.0.3", dotted(intf_list[2]->addr)) << "equal ones keep their order";

@@ -1,6 +1,9 @@
 #include "flatlink/records/post_decode.h"
 
+#include "flatlink/records/ike_policy.h"
 #include "flatlink/records/interfaces.h"
+#include "flatlink/records/ipsec_policy.h"
+#include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
 
 class finishing : public conversion_test
@@ -55,6 +58,46 @@ TEST_F(finishing, knows_interfaces_and_the_host_name_before_it_sorts)
     post_decode();
     EXPECT_EQ("10.1.0.1 gate.x.invalid 10.1.0.7 ",
               values_of(saved(save_linkinfos, linkinfos), "lname"));
+}
+
+// A reload, or a second file, goes through what the first one left.
+TEST_F(finishing, keeps_the_order_of_what_is_finished)
+{
+    const auto policies = [](const std::string &names) {
+        std::string lines;
+        for (const char name : names)
+            for (const char number : {'2', '1'}) {
+                const std::string end = std::string{name} + "_prop_" + number + "_";
+                lines += each_behind("ikePolicy_" + end, "hash=MD5\nencryption=DES\n"
+                                                         "diffie-helman=768-bit\nlifetime=" +
+                                                             std::string{number});
+                lines += each_behind("ipsecPolicy_" + end,
+                                     "esp_encryption=DES\nlifetime_mb=" + std::string{number});
+            }
+        return lines;
+    };
+    const auto shown = [](std::string_view ending) {
+        return values_of(saved(save_ikepols, ikepolicy) + saved(save_ipsecpols, ipsecpolicy) +
+                             saved(save_mcpools, mcpools),
+                         ending);
+    };
+    feed(policies("ba") + "mcpool_p_mask=255.0.0.0\nmcpool_p_addr_7=10.9.0.7\n"
+                          "mcpool_p_addr_8=10.9.0.8\nmcpool_p_net_3_addr=10.0.0.3\n"
+                          "mcpool_p_dns_3=10.0.0.3\n");
+    for (int run = 0; run < 2; ++run) {
+        post_decode();
+        EXPECT_EQ("b a b a p ", shown("_name")) << run;
+        EXPECT_EQ("1 2 1 2 ", shown("lifetime")) << run;
+        EXPECT_EQ("1 2 1 2 ", shown("lifetime_mb")) << run;
+    }
+    feed(policies("ca") + "mcpool_p_addr_1=10.9.0.1\nmcpool_p_net_0_addr=10.0.0.4\n"
+                          "mcpool_p_dns_0=10.0.0.4\n");
+    post_decode();
+    EXPECT_EQ("b a c b a c p ", shown("_name"));
+    EXPECT_EQ("1 2 1 2 1 2 1 2 ", shown("lifetime_mb")) << "new proposals come last";
+    EXPECT_EQ("10.9.0.7 10.9.0.1 ", shown("addr_1") + shown("addr_2"))
+        << "what stayed has moved up, to the numbers from 0";
+    EXPECT_EQ("10.0.0.4 10.0.0.4 ", shown("net_1_addr") + shown("dns_1"));
 }
 
 TEST_F(finishing, asks_names_anew)

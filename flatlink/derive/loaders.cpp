@@ -124,3 +124,11 @@ int load_interfaces(frag *list)
     ++listno;
     return 0;
 }
+
+void build_interface_list(frag **tree)
+{
+    for (const char *key : INTERFACE_LISTS)
+        if (frag *list = ffind(tree, key))
+            load_interfaces(list);
+    finish_intfs();
+}

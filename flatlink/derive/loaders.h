@@ -22,3 +22,7 @@ inline constexpr const char *INTERFACE_LISTS[] = {
     "netobj_list_Outside",
     "netobj_list_Heartbeat",
 };
+
+// Loads the interface lists of a tree into intf_list and finishes them, for programs that want
+// nothing else of it.
+void build_interface_list(frag **tree);

@@ -1,13 +1,7 @@
 #include "flatlink/records/decoder.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 
-#include "flatlink/derive/loaders.h"
-#include "flatlink/driver.h"
 #include "flatlink/records/ike_policy.h"
 #include "flatlink/records/interfaces.h"
 #include "flatlink/records/ipsec_policy.h"
@@ -17,8 +11,6 @@
 #include "flatlink/records/names.h"
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
-#include "flatlink/records/post_decode.h"
-#include "lib/frag/tree/frag.h"
 #include "lib/ulib/addr_mask.h"
 #include "lib/ulib/text.h"
 
@@ -171,45 +163,4 @@ int decode_nonvpn_buffer(std::string_view line)
     else if (take_prefix(parts.key, "netobj_list_"))
         decode_interface_line(parts.key, parts.value);
     return 0;
-}
-
-char *vpn_getline(char *buffer, int size, std::FILE *stream)
-{
-    if (std::fgets(buffer, size, stream) == nullptr)
-        return nullptr;
-    if (char *newline = std::strrchr(buffer, '\n'))
-        *newline = '\0';
-    return buffer;
-}
-
-void vpn_error_exit(int status)
-{
-    std::exit(status);
-}
-
-void read_vpndata55(const char *path, bool vpn_only)
-{
-    if (path != nullptr)
-        network_database = path;
-    if (network_database == nullptr)
-        network_database = DEFAULT_DATABASE;
-    std::FILE *file = std::fopen(network_database, "re");
-    if (file == nullptr) {
-        complain(std::string("vpndata:Can't open database ") + network_database);
-        vpn_error_exit(1);
-    }
-    std::array<char, FLAT_LINE_SIZE> buffer{};
-    while (const char *line = vpn_getline(buffer.data(), static_cast<int>(buffer.size()), file))
-        if (!decode_vpn_buffer(line) && !vpn_only)
-            decode_nonvpn_buffer(line);
-    std::fclose(file);
-    (void)post_decode();
-}
-
-void build_interface_list(frag **tree)
-{
-    for (const char *key : INTERFACE_LISTS)
-        if (frag *list = ffind(tree, key))
-            load_interfaces(list);
-    finish_intfs();
 }

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "flatlink/driver.h"
+#include "flatlink/flat_file.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/post_decode.h"
 #include "flatlink/records/records.h"

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "flatlink/driver.h"
-#include "flatlink/records/decoder.h"
+#include "flatlink/flat_file.h"
 #include "flatlink/records/keys.h"
 #include "flatlink/records/links.h"
 #include "flatlink/records/records.h"

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "flatlink/records/line.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/policy_line.h"
 #include "lib/ulib/text.h"
@@ -52,10 +53,10 @@ bool is_complete(const ikeprop &prop)
 
 } // namespace
 
-int add_partial_ikepol(std::string_view rest)
+static int store_line(std::string_view rest, const char *&message)
 {
     policy_line line;
-    if (!read_policy_line(rest, FRAME, line))
+    if (!read_policy_line(rest, FRAME, line, message))
         return 1;
     ikepol &pol = policy_named(ikepolicy, finder, line.name);
     if (line.is_proposal) {
@@ -67,6 +68,12 @@ int add_partial_ikepol(std::string_view rest)
     const int number = line.is_proposal ? line.number : pol.seq;
     complain_of_policy_field("ikePolicy_" + std::to_string(number), line);
     return 1;
+}
+
+int add_partial_ikepol(std::string_view rest)
+{
+    return within_memory(POLICY_NAME_FAILURE,
+                         [rest](const char *&message) { return store_line(rest, message); });
 }
 
 void finish_ikepols()

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "flatlink/records/line.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 
 namespace
@@ -102,10 +103,13 @@ void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view
                       std::string_view value)
 {
     addresses.forget();
-    vpn_intf &intf = interface_numbered(listno, elemno);
-    for (const intf_field &field : intf_fields)
-        if (field.key == key)
-            field.store(intf, value);
+    (void)within_memory(SPACED_MALLOC_FAILURE, [&](const char *&) {
+        vpn_intf &intf = interface_numbered(listno, elemno);
+        for (const intf_field &field : intf_fields)
+            if (field.key == key)
+                field.store(intf, value);
+        return 0;
+    });
 }
 
 void finish_intfs()

@@ -1,6 +1,7 @@
 #include "flatlink/records/ipsec_policy.h"
 
 #include "flatlink/records/line.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/policy_line.h"
 #include "lib/ulib/text.h"
@@ -110,10 +111,10 @@ void finish_policy(ipsecpol &pol)
 
 } // namespace
 
-int add_partial_ipsecpol(std::string_view rest)
+static int store_line(std::string_view rest, const char *&message)
 {
     policy_line line;
-    if (!read_policy_line(rest, FRAME, line))
+    if (!read_policy_line(rest, FRAME, line, message))
         return 1;
     ipsecpol &pol = policy_named(ipsecpolicy, finder, line.name);
     std::string where = "ipsecPolicy_" + std::to_string(pol.seq);
@@ -126,6 +127,12 @@ int add_partial_ipsecpol(std::string_view rest)
     }
     complain_of_policy_field(where, line);
     return 1;
+}
+
+int add_partial_ipsecpol(std::string_view rest)
+{
+    return within_memory(POLICY_NAME_FAILURE,
+                         [rest](const char *&message) { return store_line(rest, message); });
 }
 
 void finish_ipsecpols()

@@ -1,6 +1,7 @@
 #include "flatlink/records/keys.h"
 
 #include "flatlink/records/line.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/numbered_line.h"
 #include "lib/ulib/text.h"
@@ -40,6 +41,20 @@ void forget_swkey_numbers()
     numbers.forget();
 }
 
+static int store_line(const numbered_line &line)
+{
+    swkey &record = key_numbered(line.number);
+    for (const key_field &field : key_fields) {
+        if (field.key == line.key) {
+            field.store(record, line.value);
+            return 0;
+        }
+    }
+    complain("vpndata:Bad KEY field (" + std::string(line.key) + ") on key " +
+             std::to_string(line.number));
+    return 1;
+}
+
 void add_partial_swkey(std::string_view rest)
 {
     const numbered_line line = read_numbered_line(rest);
@@ -47,17 +62,8 @@ void add_partial_swkey(std::string_view rest)
         complain("vpndata:Key index BAD " + std::to_string(line.number));
         return;
     }
-    if (line.value.empty())
-        return;
-    swkey &record = key_numbered(line.number);
-    for (const key_field &field : key_fields) {
-        if (field.key == line.key) {
-            field.store(record, line.value);
-            return;
-        }
-    }
-    complain("vpndata:Bad KEY field (" + std::string(line.key) + ") on key " +
-             std::to_string(line.number));
+    if (!line.value.empty())
+        (void)within_memory(MALLOC_FAILURE, [&line](const char *&) { return store_line(line); });
 }
 
 void save_swkeys(std::FILE *stream, const record_list<swkey> &list)

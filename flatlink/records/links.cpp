@@ -4,6 +4,7 @@
 
 #include "flatlink/records/line.h"
 #include "flatlink/records/link_fields.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "lib/ulib/text.h"
 
@@ -46,8 +47,9 @@ template <auto member> void store_address(linkinfo &link, std::string_view value
 
 template <auto address, auto text> void store_both(linkinfo &link, std::string_view value)
 {
+    const u32 addr = address_of(std::string(value));
     store_text<text>(link, value);
-    store_address<address>(link, value);
+    link.*address = addr;
 }
 
 void store_pool(linkinfo &link, std::string_view value)
@@ -164,24 +166,30 @@ static linkinfo &record_of(long number, std::string_view key)
     return link != nullptr ? *link : *append_link(number);
 }
 
+static int store_line(long number, std::string_view key, std::string_view value)
+{
+    linkinfo &link = record_of(number, key);
+    if (!store_field(link, key, value))
+        complain("vpndata: Unrecognized VPN field (" + std::string(key) + "=" + std::string(value) +
+                 ") on vlink_" + std::to_string(number));
+    return 0;
+}
+
 int add_partial_linkinfo(std::string_view rest)
 {
-    std::string_view behind_number = rest;
-    const long number = take_number(behind_number);
+    std::string_view after_number = rest;
+    const long number = take_number(after_number);
     condfprintf(fout, "<<vlink_%.*s\n", static_cast<int>(rest.size()), rest.data());
-    const line_parts line = split_line(behind_number);
+    const line_parts line = split_line(after_number);
     if (!line.key.starts_with('_') || !line.has_equals) {
         complain("vpndata: BAD format vlink_" + std::string(rest));
         return 1;
     }
     if (line.value.empty())
         return 0;
-    const std::string_view key = line.key.substr(1);
-    linkinfo &link = record_of(number, key);
-    if (!store_field(link, key, line.value))
-        complain("vpndata: Unrecognized VPN field (" + std::string(key) + "=" +
-                 std::string(line.value) + ") on vlink_" + std::to_string(number));
-    return 0;
+    return within_memory(SPACED_MALLOC_FAILURE, [number, &line](const char *&) {
+        return store_line(number, line.key.substr(1), line.value);
+    });
 }
 
 // ---- the way out

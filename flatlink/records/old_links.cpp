@@ -5,6 +5,7 @@
 #include "flatlink/records/line.h"
 #include "flatlink/records/link_fields.h"
 #include "flatlink/records/link_sort.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/numbered_line.h"
 #include "lib/ulib/text.h"
@@ -203,10 +204,11 @@ int add_partial_vpnlink(std::string_view rest, std::int32_t offset)
     }
     if (line.value.empty())
         return 1;
-    const std::int32_t index = line.number + offset;
-    if (!store_field(link_numbered(index), line))
-        complain_of_field(line, index);
-    return 0;
+    return within_memory(MALLOC_FAILURE, [&line, index = line.number + offset](const char *&) {
+        if (!store_field(link_numbered(index), line))
+            complain_of_field(line, index);
+        return 0;
+    });
 }
 
 // ---- finishing

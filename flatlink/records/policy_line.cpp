@@ -1,6 +1,7 @@
 #include "flatlink/records/policy_line.h"
 
 #include "flatlink/records/line.h"
+#include "flatlink/records/memory_guard.h"
 #include "lib/ulib/text.h"
 
 namespace
@@ -43,16 +44,18 @@ static key_kind read_proposal_key(std::string_view key, std::size_t longest, pol
     return key_kind::PROPOSAL;
 }
 
-bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line)
+bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line,
+                      const char *&message)
 {
     const line_parts parts = split_line(rest);
     if (!parts.has_equals || parts.value.empty())
         return false;
     const std::size_t name_end = std::min(parts.key.find('_'), parts.key.size());
-    const std::string_view behind_name = parts.key.substr(name_end);
+    const std::string_view after_name = parts.key.substr(name_end);
     line.name = parts.key.substr(0, name_end);
+    message = MALLOC_FAILURE;
     line.value = parts.value;
-    const key_kind kind = read_proposal_key(behind_name, frame.longest_proposal, line);
+    const key_kind kind = read_proposal_key(after_name, frame.longest_proposal, line);
     if (kind == key_kind::UNREADABLE) {
         complain("vpndata:Unrecognized field: " + std::string(frame.family) + "_" +
                  std::string(parts.key) + "=" + std::string(parts.value));
@@ -60,7 +63,7 @@ bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_l
     }
     line.is_proposal = kind == key_kind::PROPOSAL;
     if (!line.is_proposal)
-        line.field = behind_name.substr(1, frame.longest_policy);
+        line.field = after_name.substr(1, frame.longest_policy);
     return true;
 }
 

@@ -11,7 +11,7 @@
 #include "flatlink/records/records.h"
 
 struct policy_line {
-    std::string_view name; // the policy's
+    std::string name; // the policy's
     std::string_view field;
     std::string_view value;
     int number = 0; // the proposal's
@@ -25,9 +25,11 @@ struct policy_frame {
     std::size_t longest_policy;   // the same of a policy
 };
 
-// Takes a line without its prefix apart. The parts live as long as `rest`. Returns false for a
-// line that is of no use; only one that cannot be read is reported.
-bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line);
+// Takes a line without its prefix apart. The views live as long as `rest`. `message` is what a
+// failed allocation would print, and another once the name is taken. Returns false for a line that
+// is of no use; only one that cannot be read is reported.
+bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line,
+                      const char *&message);
 
 // Reports an unknown field; `where` is what stands before it in the line.
 void complain_of_policy_field(const std::string &where, const policy_line &line);
@@ -69,9 +71,9 @@ template <typename policy> struct policy_finder {
 // number that has run over to 0 is not the highest, so that all later policies get it, too.
 template <typename policy>
 policy &policy_named(record_stack<policy> &list, policy_finder<policy> &finder,
-                     std::string_view name)
+                     const std::string &name)
 {
-    if (policy *found = finder.names.find(list, std::string(name)))
+    if (policy *found = finder.names.find(list, name))
         return *found;
     if (list.empty())
         finder.highest_seq = 0;

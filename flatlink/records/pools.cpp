@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "flatlink/records/line.h"
+#include "flatlink/records/memory_guard.h"
 #include "lib/ulib/text.h"
 
 namespace
@@ -55,9 +56,9 @@ constexpr struct {
 
 record_index<mcpool, &mcpool::name> names;
 
-mcpool &pool_named(std::string_view name)
+mcpool &pool_named(const std::string &name)
 {
-    if (mcpool *found = names.find(mcpools, std::string(name)))
+    if (mcpool *found = names.find(mcpools, name))
         return *found;
     auto pool = std::make_unique<mcpool>();
     pool->seq = mcpools.empty() ? 1 : mcpools.back()->seq + 1;
@@ -114,20 +115,28 @@ static int store_field(mcpool &pool, std::string_view key, std::string_view valu
     return 1;
 }
 
-int add_partial_mcpool(std::string_view rest)
+static int store_line(std::string_view rest, const std::string &name)
 {
     condfprintf(fout, "<<mcpool_%.*s\n", static_cast<int>(rest.size()), rest.data());
-    const std::size_t name_end = rest.find('_');
     line_parts line;
-    if (name_end != std::string_view::npos)
-        line = split_line(rest.substr(name_end + 1));
+    if (name.size() < rest.size())
+        line = split_line(rest.substr(name.size() + 1));
     if (!line.has_equals) {
         complain("vpndata: BAD format mcpool_" + std::string(rest));
         return 1;
     }
     if (line.value.empty())
         return 0;
-    return store_field(pool_named(rest.substr(0, name_end)), line.key, line.value);
+    return store_field(pool_named(name), line.key, line.value);
+}
+
+int add_partial_mcpool(std::string_view rest)
+{
+    return within_memory(POOL_NAME_FAILURE, [rest](const char *&message) {
+        const std::string name(rest.substr(0, rest.find('_')));
+        message = SPACED_MALLOC_FAILURE;
+        return store_line(rest, name);
+    });
 }
 
 // ---- finishing

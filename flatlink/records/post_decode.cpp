@@ -9,6 +9,7 @@
 #include "flatlink/records/keys.h"
 #include "flatlink/records/link_sort.h"
 #include "flatlink/records/links.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
 #include "flatlink/records/records.h"
@@ -25,9 +26,14 @@ static void purge_unnamed_records()
 
 static void build_host_name()
 {
-    ip_myhostname = ip_hostname;
-    if (!ip_domainname.empty())
-        ip_myhostname += "." + ip_domainname;
+    const int failed = within_memory(nullptr, [](const char *&) {
+        ip_myhostname = ip_hostname;
+        if (!ip_domainname.empty())
+            ip_myhostname.append(1, '.').append(ip_domainname);
+        return 0;
+    });
+    if (failed != 0)
+        ip_myhostname.clear();
 }
 
 // The default route goes out through the interface on the default router's subnet. Without a

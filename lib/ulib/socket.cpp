@@ -2,6 +2,7 @@
 
 #include "lib/ulib/events.h"
 #include "lib/ulib/host_length.h"
+#include "lib/ulib/name_service.h"
 #include "lib/ulib/pmsg.h"
 
 #include <algorithm>
@@ -48,7 +49,7 @@ int get_local_hostname(char *name)
     if (gethostname(name, NAME_SIZE) != 0)
         name[0] = '\0';
     name[NAME_SIZE - 1] = '\0';
-    if (gethostbyname(name) != nullptr)
+    if (name_service->host_by_name(name) != nullptr)
         return 0;
     tell(EVENT_SYSTEM, std::string(" Can't lookup up my own hostname: ") + name, tell_errno::no);
     return -1;
@@ -90,7 +91,7 @@ static bool find_host(const char *host, in_addr &address)
         tell(EVENT_BAD_ENTRY, "hostname unparsable", tell_errno::no);
         return false;
     }
-    const hostent *answer = gethostbyname(host);
+    const hostent *answer = name_service->host_by_name(host);
     if (answer == nullptr || answer->h_addr_list[0] == nullptr) {
         tell(EVENT_NO_NAME, std::string("hostname unknown: ") + host, tell_errno::no);
         return false;

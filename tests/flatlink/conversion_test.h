@@ -22,12 +22,7 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 #include "tests/kdev/scripted_platform.h"
-
-// The answers of the name service (resolver.cpp): names and their addresses.
-struct scripted_names {
-    static inline std::map<std::string, std::string> addresses;
-    static inline std::map<std::string, int> lookups; // how often each name was asked
-};
+#include "tests/ulib/scripted_names.h"
 
 // What `body` writes to the stream that it is given.
 inline std::string written_by(const std::function<void(std::FILE *)> &body)
@@ -160,13 +155,12 @@ class conversion_test : public testing::Test
     conversion_test()
     {
         start_anew();
-        scripted_names::addresses.clear();
-        scripted_names::lookups.clear();
         kernel.on_route_write = [this](byte_view message) { return answer_look_up(message); };
     }
     ~conversion_test() override { start_anew(); }
 
     scripted_platform kernel;
+    scripted_names host_names;
     std::map<std::string, std::string> own_address_towards; // by gateway
 
   private:

@@ -16,6 +16,7 @@
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/no_network.h"
 #include "tests/fuzz/path_file.h"
+#include "tests/ulib/scripted_names.h"
 
 static std::string without_interfaces(std::string_view lines)
 {
@@ -58,6 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     connContext = reinterpret_cast<CConnectionContext *>(nowhere);
     report_hook = [](auto...) {};
     platform = &NO_NETWORK;
+    const scripted_names no_names;
     const std::string_view text(reinterpret_cast<const char *>(data), size);
     must(converted(text) == converted(text), "two results of one database");
     return 0;

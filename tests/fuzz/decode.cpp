@@ -16,6 +16,7 @@
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
+#include "tests/ulib/scripted_names.h"
 
 // As a file is read: a line ends at its newline or at the room for it, and counts up to a NUL.
 static void decode_lines(std::string_view text)
@@ -46,6 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::string_view text(reinterpret_cast<const char *>(data) + 1, size - 1);
     const std::size_t part = *data & 2 ? text.size() / 2 : text.size();
     platform = &NO_NETWORK;
+    const scripted_names no_names;
     my_def_interface = *data & 4 ? "10.0.0.254" : "";
 
     memory_file saved;

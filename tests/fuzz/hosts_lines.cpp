@@ -20,8 +20,8 @@
 #include "tests/fuzz/no_network.h"
 #include "tests/fuzz/path_file.h"
 #include "tests/fuzz/terms_model.h"
-#include "tests/fwall/scripted_names.h"
 #include "tests/ulib/report_log.h"
+#include "tests/ulib/scripted_names.h"
 
 namespace
 {

@@ -1,16 +1,9 @@
-// A target's world: no devices, no route to anywhere, no name service. Include it once a program.
+// A target's world: no devices, no route to anywhere. For its names a target has scripted_names.
 #pragma once
 
 #include <cerrno>
-#include <netdb.h>
 
 #include "lib/kdev/platform/platform.h"
-
-// In place of the host's; no name is known.
-extern "C" hostent *gethostbyname(const char * /*name*/)
-{
-    return nullptr;
-}
 
 inline int no_such(int error)
 {

@@ -16,6 +16,7 @@
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
 #include "tests/fuzz/path_file.h"
+#include "tests/ulib/scripted_names.h"
 
 namespace
 {
@@ -83,6 +84,7 @@ bool has_long_line(std::string_view text)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     platform = &NO_NETWORK;
+    const scripted_names no_names;
     read_records(std::string_view(reinterpret_cast<const char *>(data), size));
     for (const auto &record : swkeys)
         must(!record->key.empty(), "a key without material stayed");

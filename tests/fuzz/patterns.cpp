@@ -15,7 +15,7 @@
 #include "lib/ulib/text.h"
 #include "lib/ulib/wildcard.h"
 #include "tests/fuzz/must.h"
-#include "tests/fwall/scripted_names.h"
+#include "tests/ulib/scripted_names.h"
 
 namespace
 {

@@ -5,33 +5,24 @@
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/open_descriptors.h"
 #include "tests/ulib/report_log.h"
+#include "tests/ulib/scripted_names.h"
 
 #include <cstring>
 #include <fcntl.h>
-#include <netdb.h>
 #include <sys/resource.h>
-
-// Stands in front of the host's name service for this program: a name of the form "peer" is the
-// loopback address, dotted addresses are themselves, and nothing is asked outside. Each
-// answer has four bytes, that of 10.0.0.16 sixteen.
-extern "C" hostent *gethostbyname(const char *name)
-{
-    static in_addr address;
-    static char *addresses[2] = {reinterpret_cast<char *>(&address), nullptr};
-    static hostent answer;
-    if (inet_aton(std::strcmp(name, "peer") == 0 ? "127.0.0.1" : name, &address) == 0)
-        return nullptr;
-    answer = {};
-    answer.h_length = std::strcmp(name, "10.0.0.16") == 0 ? 16 : 4;
-    answer.h_addr_list = addresses;
-    return &answer;
-}
 
 // Messages go to a log that keeps the last one; descriptors are counted.
 class Sockets : public testing::Test
 {
   protected:
-    void SetUp() override { uselog = 1; }
+    void SetUp() override
+    {
+        uselog = 1;
+        names.hosts = {{"peer", {{"127.0.0.1"}}},
+                       {"10.1.2.3", {{"10.1.2.3"}}},
+                       {"203.0.113.1", {{"203.0.113.1"}}},
+                       {"10.0.0.16", {{"10.0.0.16"}, 16}}};
+    }
     void TearDown() override
     {
         uselog = 0;
@@ -48,6 +39,7 @@ class Sockets : public testing::Test
     }
 
     report_log log;
+    scripted_names names;
     std::ptrdiff_t before = open_descriptors();
     sockaddr_in address{};
     sockaddr *const plain = reinterpret_cast<sockaddr *>(&address);

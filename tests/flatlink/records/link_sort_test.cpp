@@ -74,10 +74,10 @@ TEST_F(link_sort, compares_one_key_after_the_other)
 TEST_F(link_sort, settles_addresses_on_the_way)
 {
     own_address_towards["192.0.2.1"] = "198.51.100.9";
-    scripted_names::addresses = {{"peer.invalid", "192.0.2.7"},
-                                 {"here.invalid", "10.1.0.9"},
-                                 {"there.invalid", "10.2.0.9"},
-                                 {"six.invalid", "v6"}};
+    host_names.hosts = {{"peer.invalid", {{"192.0.2.7"}}},
+                        {"here.invalid", {{"10.1.0.9"}}},
+                        {"there.invalid", {{"10.2.0.9"}}},
+                        {"six.invalid", {{"10.3.0.9"}, 16}}};
     static const struct {
         const char *label, *lines;
         const char *wanted; // gateway, local and remote: start delimiter type
@@ -116,17 +116,17 @@ TEST_F(link_sort, settles_addresses_on_the_way)
 
 TEST_F(link_sort, asks_each_name_and_route_once)
 {
-    scripted_names::addresses["peer.invalid"] = "192.0.2.1";
+    host_names.hosts["peer.invalid"] = {{"192.0.2.1"}};
     own_address_towards["192.0.2.1"] = "198.51.100.9";
     static const char lines[] = "gateway=peer.invalid\nlnetwork_start_address=127.0.0.1\n"
                                 "rnetwork_start_address=peer.invalid\n";
     sorted(lines + std::string("|") + lines);
-    EXPECT_EQ(1, scripted_names::lookups["peer.invalid"]);
+    EXPECT_EQ("name peer.invalid\n", host_names.lines());
     EXPECT_EQ(1, kernel.route_opens);
     EXPECT_EQ("198.51.100.9", dotted(linkinfos[1]->lnetwork_start));
     forget_lookups();
     EXPECT_EQ("192.0.2.1", dotted(getdnsname("peer.invalid")));
-    EXPECT_EQ(2, scripted_names::lookups["peer.invalid"]);
+    EXPECT_EQ(2, host_names.asked.size());
 }
 
 TEST_F(link_sort, takes_link_numbers_where_no_rule_has_one)

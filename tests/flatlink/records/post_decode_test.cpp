@@ -103,7 +103,7 @@ TEST_F(finishing, keeps_the_order_of_what_is_finished)
 TEST_F(finishing, asks_names_anew)
 {
     for (const char *addr : {"192.0.2.1", "192.0.2.2"}) {
-        scripted_names::addresses["peer.invalid"] = addr;
+        host_names.hosts["peer.invalid"] = {{addr}};
         feed("vlink_1_lname=a\nvlink_1_gateway=peer.invalid");
         post_decode();
         EXPECT_EQ(addr, dotted(linkinfos[0]->gateway_addr));

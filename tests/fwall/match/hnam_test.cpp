@@ -7,7 +7,7 @@
 #include "lib/fwall/serve/mapg.h"
 #include "lib/fwall/serve/mapu.h"
 #include "lib/ulib/address.h"
-#include "tests/fwall/scripted_names.h"
+#include "tests/ulib/scripted_names.h"
 #include "tests/ulib/report_log.h"
 
 #include <gtest/gtest.h>

@@ -21,6 +21,7 @@ STANDS_ON = {
     "lib/fwall/match": "lib/fwall/log",
     "lib/fwall/access": "lib/fwall/match",
     "lib/fwall/serve": "lib/fwall/access",
+    "lib/clib_names": "lib/fwall/serve",
     "lib/screen": "lib/ulib",
     "flatlink/records": "lib/frag/export lib/kdev",
     "flatlink/derive": "flatlink/records",

@@ -17,9 +17,3 @@ char *_findenv(const char *name, int *offsetout)
     }
     return nullptr;
 }
-
-extern "C" char *getenv(const char *name) noexcept
-{
-    int offset = 0;
-    return _findenv(name, &offset);
-}

@@ -1,10 +1,6 @@
-// Look-up of environment variables. The source also defines getenv, which <cstdlib> declares, in
-// place of the platform's call, for the whole of a program that this source is linked into (by a
-// call of _findenv, getlocation or getusrlocaletc). It differs in one point: a name ends at its
-// first '=', so that "A=b" finds the variable A.
+// Look-up of environment variables. It differs from most platforms' getenv in one point: a name
+// ends at its first '=', so that "A=b" finds the variable A.
 #pragma once
-
-#include <cstdlib>
 
 // Finds a variable in the environment, which may be null.
 //   name       up to its end or its first '='; null finds nothing

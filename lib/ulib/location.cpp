@@ -66,7 +66,7 @@ static void take_line(installation &found, std::string_view line)
 
 static std::string profile_path()
 {
-    return std::string(text_of(std::getenv("KORVWSS"))).append(PROFILE);
+    return std::string(text_of(_findenv("KORVWSS", nullptr))).append(PROFILE);
 }
 
 // errno of the profile's opening or reading goes to `error`, unless it is not there.

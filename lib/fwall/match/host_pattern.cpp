@@ -1,6 +1,6 @@
 #include "lib/fwall/match/host_pattern.h"
 
-#include "lib/fwall/match/inet_aton.h"
+#include "lib/fwall/match/scan_address.h"
 #include "lib/ulib/host_length.h"
 #include "lib/ulib/name_service.h"
 #include "lib/ulib/notice.h"

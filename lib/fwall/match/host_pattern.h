@@ -28,7 +28,7 @@ struct host_address {
 };
 
 // Numbers are decimal and kept modulo 256; what else stands before a point is ignored. `is_number`
-// goes by scan_address (inet_aton.h).
+// goes by scan_address (scan_address.h).
 host_address read_host_address(const char *text);
 
 // A host to compare with: a name, or an address in dotted text.

@@ -1,6 +1,6 @@
 #include "lib/fwall/match/revmap.h"
 
-#include "lib/fwall/match/inet_aton.h"
+#include "lib/fwall/match/scan_address.h"
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/name_service.h"
 #include "lib/ulib/text.h"

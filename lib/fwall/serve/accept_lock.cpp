@@ -23,7 +23,7 @@ void lock_init(const char *port)
     constexpr mode_t OWNER_ONLY = 0600;
     const std::string wanted = "/usr/tmp/" + std::string(text_of(port)) + "lock.XXXXXX";
     std::string name = wanted;
-    if (mktemp(name.data()) == nullptr || name[0] == '\0') {
+    if (make_temp_name(name.data()) == nullptr || name[0] == '\0') {
         notice(EVENT_LOCK_NAME, 0, "syserr: can't create lock file");
         name = wanted;
     }

@@ -33,7 +33,7 @@ static bool has_directory(const char *name, const char *first)
     return false;
 }
 
-// The name behind this one; false with EEXIST when there is none.
+// The name after this one; false with EEXIST when there is none.
 static bool next_name(char *place)
 {
     for (; *place == 'z'; ++place)
@@ -77,12 +77,12 @@ static int find_name(char *name, int (*attempt)(const char *name))
     }
 }
 
-extern "C" char *mktemp(char *name) noexcept
+char *make_temp_name(char *name)
 {
     return find_name(name, look_free) == 0 ? name : nullptr;
 }
 
-extern "C" int mkstemp(char *name)
+int make_temp_file(char *name)
 {
     return find_name(name, make_file);
 }

@@ -2,13 +2,13 @@
 #include "lib/fwall/match/hnam.h"
 
 #include "lib/fwall/match/alldi.h"
-#include "lib/fwall/match/inet_aton.h"
 #include "lib/fwall/match/nama.h"
+#include "lib/fwall/match/scan_address.h"
 #include "lib/fwall/serve/mapg.h"
 #include "lib/fwall/serve/mapu.h"
 #include "lib/ulib/address.h"
-#include "tests/ulib/scripted_names.h"
 #include "tests/ulib/report_log.h"
+#include "tests/ulib/scripted_names.h"
 
 #include <gtest/gtest.h>
 
@@ -179,15 +179,6 @@ TEST(ScanAddress, ReadsFourForms)
             << text;
         EXPECT_TRUE(*want != '\0' || addr_be == 7) << text;
     }
-}
-
-TEST(InetAton, LeavesTheResultAloneForNoAddress)
-{
-    in_addr got{.s_addr = 7};
-    EXPECT_EQ(inet_aton("1.2.3.4x", &got) + inet_aton(nullptr, &got) + inet_aton("", nullptr), 0);
-    EXPECT_EQ(got.s_addr, 7);
-    EXPECT_EQ(inet_aton("1.0x2.3", nullptr) + inet_aton("1.0x2.3", &got), 2);
-    EXPECT_EQ(dotted(got.s_addr), "1.2.0.3");
 }
 
 TEST(MapuidMapgid, TakeNumbersAndNames)

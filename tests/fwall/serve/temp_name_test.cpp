@@ -17,8 +17,9 @@ struct TempName : testing::Test {
     {
         std::string name = taken.folder / pattern;
         errno = 0;
-        return mktemp(name.data()) == nullptr ? strerrorname_np(errno)
-                                              : name.substr(taken.folder.string().size() + 1);
+        return make_temp_name(name.data()) == nullptr
+                   ? strerrorname_np(errno)
+                   : name.substr(taken.folder.string().size() + 1);
     }
     void touch(const std::string &name) const { std::ofstream(taken.folder / name).put('x'); }
 };
@@ -39,7 +40,7 @@ TEST_F(TempName, HasTheNumberOfTheProcess)
     std::filesystem::create_symlink("nowhere", taken.folder / "link");
     EXPECT_EQ(made("link"), "EEXIST");
     char empty[] = "";
-    EXPECT_STREQ(mktemp(empty), "");
+    EXPECT_STREQ(make_temp_name(empty), "");
 }
 
 TEST_F(TempName, GoesOnBehindTakenNames)
@@ -59,7 +60,7 @@ TEST_F(TempName, BelongsToANewFileOfTheOwner)
 {
     touch("c" + last_digits(1));
     std::string name = taken.folder / "cX";
-    const int fd = mkstemp(name.data());
+    const int fd = make_temp_file(name.data());
     ASSERT_GE(fd, 0);
     EXPECT_EQ(name, taken.folder / "ca");
     struct stat status;
@@ -67,4 +68,16 @@ TEST_F(TempName, BelongsToANewFileOfTheOwner)
     EXPECT_EQ(status.st_mode, mode_t{S_IFREG | 0600});
     EXPECT_EQ(fcntl(fd, F_GETFL) & O_ACCMODE, O_RDWR);
     close(fd);
+}
+
+// A program that links us keeps the calls of its platform (clib_names.h has ours).
+TEST(ClibNames, AreThePlatformsOwnHere)
+{
+    setenv("TEMP_NAME_TEST", "1", 1);
+    EXPECT_EQ(getenv("TEMP_NAME_TEST=x"), nullptr);
+    const table_file folder("");
+    std::string theirs = folder.folder / "aXXXXXX", ours = theirs;
+    close(mkstemp(theirs.data()));
+    close(make_temp_file(ours.data()));
+    EXPECT_NE(theirs, ours.substr(0, ours.size() - 6) + last_digits(6)); // no guessable name
 }

@@ -1,4 +1,4 @@
-#include "lib/fwall/match/inet_aton.h"
+#include "lib/fwall/match/scan_address.h"
 
 // A digit's value in any base, or a number that is none.
 static constexpr unsigned NO_DIGIT = 99;
@@ -63,14 +63,4 @@ bool scan_address(const char *text, u32 &addr_be)
         return false;
     addr_be = network_order(address | part);
     return true;
-}
-
-extern "C" int inet_aton(const char *text, in_addr *result) noexcept
-{
-    u32 addr_be = 0;
-    if (!scan_address(text, addr_be))
-        return 0;
-    if (result != nullptr)
-        result->s_addr = addr_be;
-    return 1;
 }

@@ -21,6 +21,7 @@
 #include "lib/frag/import/import.h"
 #include "lib/frag/layout/canon.h"
 #include "lib/frag/layout/upgrade.h"
+#include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/symbol.h"
@@ -118,6 +119,7 @@ static void load_host()
 
 void derive_from_tree(bool reload)
 {
+    const object_run walks;
     start_rule_walk();
     load_rules("rule_pffwd", 0);
     load_rules("rule_proxy", PROXY_RULE);

@@ -6,6 +6,7 @@
 #include "flatlink/derive/trusted_link.h"
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/netobj.h"
+#include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/text.h"
@@ -18,12 +19,14 @@ static void make_pseudo_objects(frag **db)
     if (vpn_flocal == nullptr) {
         fset(db, "net_ipaddr_localhost_addr", "127.0.0.1");
         vpn_flocal = ffind(db, "net_ipaddr_localhost");
+        objects_changed();
         if (vpn_flocal == nullptr)
             condfprintf(fout, "vpn_flocal is NULL\n");
     }
     if (vpn_fremote == nullptr) {
         fset(db, "net_pattern_any_pat", "*");
         vpn_fremote = ffind(db, "net_pattern_any");
+        objects_changed();
         if (vpn_fremote == nullptr)
             condfprintf(fout, "vpn_fremote is NULL\n");
     }
@@ -36,7 +39,7 @@ frag *find_sgo_ip(frag **db, frag *obj, int *flagout)
     if (!is_of_type(obj, "vpnnetwork"))
         return nullptr;
     const char *key = child_value(obj, "ip-address");
-    frag *gateway = ffind(db, key);
+    frag *gateway = find_object(db, key, obj);
     if (gateway == nullptr)
         condfprintf(fout, "find_sgo_ip cannot find sgo (%s)\n", key != nullptr ? key : "NULL");
     return gateway;
@@ -44,7 +47,7 @@ frag *find_sgo_ip(frag **db, frag *obj, int *flagout)
 
 static frag *network_of_peer(frag **db, frag *obj)
 {
-    return ffind(db, child_value(obj, "network"));
+    return find_object(db, child_value(obj, "network"), obj);
 }
 
 // The trace shows where an object lies, as a sign that it was found.

@@ -9,6 +9,7 @@
 #include "flatlink/records/pools.h"
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/netobj_text.h"
+#include "lib/frag/objects/object_run.h"
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
@@ -59,14 +60,18 @@ struct entry_feeder {
     const net_row &row;
     std::string prefix; // of the pool's lines
     int counter = 0;
+    int left_out = 0;
 
     void feed(const std::string &first, const std::string &second)
     {
         if (counter >= MAX_ENTRIES) {
-            note_bound(std::string(row.key) + " entries of a pool", MAX_ENTRIES, prefix,
-                       counter + 1);
+            note_bound(std::string(row.key) + " entries of a pool", MAX_ENTRIES,
+                       walk_place(nullptr), MAX_ENTRIES + ++left_out);
             return;
         }
+        constexpr long long ENTRY_STEPS = 100;
+        if (!take_steps(ENTRY_STEPS, nullptr))
+            return;
         const std::string number = std::to_string(++counter);
         feed_line(row.first_stem, number, row.first_ending, first);
         if (!row.second_stem.empty())
@@ -133,8 +138,9 @@ static int check_mcpool_net(frag **db, frag *obj, const char *word, entry_feeder
     if (same_word(type, out.row.key)) {
         // An entry of the pool, or of another that it names: each names what follows.
         const walk_mark mark(obj);
+        const open_object level(obj, false);
         const char *name = child_value(obj, "network");
-        if (!mark.entered || name == nullptr)
+        if (!mark.entered || !level.entered || name == nullptr)
             return 1;
         return check_mcpool_net(db, ffind(db, name), "mcp", out);
     }
@@ -173,6 +179,7 @@ static void load_fields(frag **db, frag *pool, const std::string &prefix)
 int load_mcpool(frag **db, frag *pool)
 {
     free_replaced_patterns();
+    set_walk_origin(pool);
     const std::string prefix = std::string(pool->name) + "_";
     load_fields(db, pool, prefix);
     for (const net_row &row : mcpool_net_map) {

@@ -18,8 +18,7 @@ extern std::int32_t nestinglevel; // peers that the current link lies inside of
 // Marks the number of a proxy rule, so that its links go behind those of all packet filter rules.
 inline constexpr std::uint32_t PROXY_RULE = 0x40000000;
 
-// Puts the state of the walk, and the counts of links and of visited objects, back to the start of
-// a run.
+// Puts the state of the walk, and the counts of links, back to the start of a run.
 void start_rule_walk();
 
 // Calls back for each child of `list` in sorted order, with the type "rule"; results do not count.
@@ -35,7 +34,7 @@ int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags);
 int vpn_check_link_pair(frag **db, frag *src, frag *dst);
 
 // For the members of a group on the source and on the destination side; `dst` and `src` are the
-// other side. Members of the type emptygroup are passed over. Return 0.
+// other side. Members of the type emptygroup are skipped. Return 0.
 int vpn_enum_link_src(frag **db, frag *obj, const char *type, frag *dst);
 int vpn_enum_link_dst(frag **db, frag *obj, const char *type, frag *src);
 

@@ -9,6 +9,7 @@
 #include "flatlink/records/links.h"
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/netobj_text.h"
+#include "lib/frag/objects/object_run.h"
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
@@ -18,14 +19,16 @@
 
 std::int32_t linkno = 0;
 
-static long nested_peers = 0;       // opened in this run
-static bool reported_links = false; // that there are too many
+static peer_path remote_peers;    // that the current link lies inside of
+static long nested_peers = 0;     // opened in this run
+static long unnumbered_links = 0; // implied by this run beyond MAX_LINKS
 
 void start_links()
 {
     linkno = 0;
+    remote_peers = {};
     nested_peers = 0;
-    reported_links = false;
+    unnumbered_links = 0;
 }
 
 namespace
@@ -105,7 +108,10 @@ class link_feeder
 
     void feed(std::string_view field, std::string_view value) const
     {
-        (void)add_partial_linkinfo(make_line(prefix_, field, value));
+        const std::string line = make_line(prefix_, field, value);
+        // Each byte is kept, and written three times. The next link is the one to be refused.
+        (void)take_steps(4 * text_steps(line.size()), nullptr);
+        (void)add_partial_linkinfo(line);
     }
 
     // Nothing for a null value.
@@ -210,9 +216,33 @@ static void feed_network_peer(const link_feeder &out, frag **db, frag *vpnobj,
     out.feed_children(sgo_map, vpnobj);
 }
 
+// Numbers of links have 16 bits; a link beyond them is counted.
+static bool has_number_left(const frag *vpnobj)
+{
+    if (linkno < MAX_LINKS)
+        return true;
+    if (++unnumbered_links == 1)
+        SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
+                "vhltcfgerr: The rules imply more than %d links; the rest is left out.", MAX_LINKS);
+    note_bound("links", MAX_LINKS, unnumbered_links == 1 ? walk_place(vpnobj) : "",
+               MAX_LINKS + unnumbered_links);
+    return false;
+}
+
+// What a link takes besides its text: its lines, and the look-ups of what the peer names.
+static bool may_make_link(frag *vpnobj)
+{
+    long long steps = 500;
+    for (const char *key : {"ip-address", "ike", "ipsec", "vip"})
+        steps += static_cast<long long>(text_of(child_value(vpnobj, key)).size());
+    return take_steps(steps, vpnobj);
+}
+
 static void make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
                       const link_side &local)
 {
+    if (!has_number_left(vpnobj) || !may_make_link(vpnobj))
+        return;
     ++linkno;
     const link_feeder out;
     out.feed("description", name);
@@ -231,50 +261,52 @@ static void make_link(frag **db, frag *vpnobj, const std::string &name, const li
 
 // ---- a peer as the remote side of another
 
-// Makes the links of the inner peer first. One that lies inside of itself is reported and passed
-// over, as groups are.
+static void note_nested_peers(const frag *remote)
+{
+    const std::string place = walk_place(remote);
+    if (nestinglevel >= MAX_PEER_NESTING)
+        note_bound("peers inside of each other", MAX_PEER_NESTING, place, nestinglevel + 1);
+    else
+        note_bound("visits of peers inside of others", MAX_NESTED_PEERS, place, nested_peers + 1);
+}
+
+// Makes the links of the inner peer first. One that lies inside of itself is reported and skipped,
+// unless a group lies between: that ends the circle at its own second visit.
 static bool add_nested_links(frag **db, frag *remote, frag *local)
 {
-    if (remote->flags & FRAG_LINKED) {
+    if (remote_peers.leads_back_to(remote)) {
         report_recursive(remote);
         return false;
     }
     if (nestinglevel >= MAX_PEER_NESTING || nested_peers >= MAX_NESTED_PEERS) {
         report_deep(remote);
-        if (nestinglevel >= MAX_PEER_NESTING)
-            note_bound("peers inside of each other", MAX_PEER_NESTING, fragkeyname(remote),
-                       nestinglevel + 1);
-        else
-            note_bound("visits of peers inside of others", MAX_NESTED_PEERS, fragkeyname(remote),
-                       nested_peers + 1);
+        note_nested_peers(remote);
         return false;
     }
     ++nested_peers;
     ++nestinglevel;
-    remote->flags |= FRAG_LINKED;
+    remote_peers.enter(remote);
     vpn_add_link(db, remote, local);
-    remote->flags &= ~FRAG_LINKED;
+    remote_peers.leave();
     --nestinglevel;
     return true;
 }
 
 // ---- the expansion
 
-static bool has_room_for_links()
+// Keys are found out from the top of the tree, so that a deep object costs as many steps.
+static bool may_expand(const frag *vpnobj, const frag *remote, const frag *local)
 {
-    if (linkno < MAX_LINKS)
-        return true;
-    note_bound("links", MAX_LINKS, "rule " + std::to_string(rulenumber), linkno + 1);
-    if (!reported_links)
-        SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
-                "vhltcfgerr: The rules imply more than %d links; the rest is left out.", MAX_LINKS);
-    reported_links = true;
-    return false;
+    long long steps = 30;
+    for (const frag *node : {vpnobj, remote, local})
+        for (; node != nullptr; node = node->parent)
+            ++steps;
+    return take_steps(steps, vpnobj);
 }
 
 int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
 {
-    if (!has_room_for_links())
+    if (!may_expand(vpnobj, remote, local))
         return 1;
     const std::string name = link_name(vpnobj);
     const std::string local_key = key_of(local);

@@ -23,9 +23,9 @@ inline constexpr std::size_t LINK_TEXT_SIZE = 128;
 inline constexpr std::int32_t MAX_PEER_NESTING = 12;
 inline constexpr long MAX_NESTED_PEERS = 200'000;
 
-// Links of one run. Numbers of links have 16 bits, so that far fewer are of use; two lists of
-// patterns, one on each side of a rule, multiply to any number.
-inline constexpr std::int32_t MAX_LINKS = 300'000;
+// Links of one run: their numbers have 16 bits. Two lists of patterns, one on each side of a rule,
+// multiply to any number.
+inline constexpr std::int32_t MAX_LINKS = 65'535;
 
 // What stays fixed while the members of a side are walked.
 struct trust_context {

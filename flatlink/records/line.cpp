@@ -46,6 +46,14 @@ void condfprintf(std::FILE *stream, const char *format, ...)
     std::fflush(stream);
 }
 
+void condfputs(std::FILE *stream, const char *before, const char *text, const char *after)
+{
+    if (stream == nullptr)
+        return;
+    for (const char *part : {before, text, after})
+        fputs_unlocked(part, stream);
+}
+
 record_writer::record_writer(std::FILE *stream, std::string prefix)
     : stream_(stream), prefix_(std::move(prefix))
 {

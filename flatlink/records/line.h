@@ -30,6 +30,10 @@ void complain(const std::string &message);
 // Formatted output with a flush; nothing for a null stream. The trace of a run goes this way.
 void condfprintf(std::FILE *stream, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
+// The same for a text between two others, without the flush: lines of which there are millions wait
+// in the stream's buffer for the next line that flushes.
+void condfputs(std::FILE *stream, const char *before, const char *text, const char *after);
+
 // The stream of the trace and of the next save; null: no trace, and the save opens a file.
 extern std::FILE *fout;
 

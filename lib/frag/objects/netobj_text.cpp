@@ -1,11 +1,12 @@
 #include "lib/frag/objects/netobj_text.h"
 
-#include <span>
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "lib/frag/objects/netobj.h"
+#include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/frag_sort.h"
 #include "lib/ulib/text.h"
 
 namespace
@@ -15,11 +16,16 @@ namespace
 struct text_walk {
     frag **db;
     const text_callback &callback;
+    peer_path peers = {};
 
-    int give(const char *text) const { return callback(nullptr, text); }
+    int give(const char *text) const
+    {
+        (void)take_steps(text_steps(strnlen(text, OBJECT_TEXT_SIZE)), nullptr);
+        return callback(nullptr, text);
+    }
 };
 
-using text_of_type = int (*)(const text_walk &walk, frag *obj, const char *key);
+using text_of_type = int (*)(text_walk &walk, frag *obj, const char *key);
 
 struct type_row {
     const char *type;
@@ -28,9 +34,9 @@ struct type_row {
 
 } // namespace
 
-static int text_of_object(const text_walk &walk, frag *obj, const char *key);
+static int text_of_object(text_walk &walk, frag *obj, const char *key);
 
-static int give_addr(const text_walk &walk, frag *obj, const char *key)
+static int give_addr(text_walk &walk, frag *obj, const char *key)
 {
     const char *addr = child_value(obj, "addr");
     return walk.give(addr != nullptr ? addr : key);
@@ -38,75 +44,86 @@ static int give_addr(const text_walk &walk, frag *obj, const char *key)
 
 // Two children name objects whose addresses make the text, with `mark` between them; one of them
 // alone is given as it is.
-static int give_pair(const text_walk &walk, frag *obj, const char *first_key,
-                     const char *second_key, char mark)
+static int give_pair(text_walk &walk, frag *obj, const char *first_key, const char *second_key,
+                     char mark)
 {
-    const char *first = child_value(ffind(walk.db, child_value(obj, first_key)), "addr");
-    const char *second = child_value(ffind(walk.db, child_value(obj, second_key)), "addr");
+    const char *first = child_value(find_object(walk.db, child_value(obj, first_key), obj), "addr");
+    const char *second =
+        child_value(find_object(walk.db, child_value(obj, second_key), obj), "addr");
     if (first == nullptr && second == nullptr)
         return 0;
     if (first == nullptr || second == nullptr)
         return walk.give(first != nullptr ? first : second);
-    std::string text = first;
+    std::string text(first, strnlen(first, OBJECT_TEXT_SIZE));
     text += mark;
-    text += second;
+    text.append(second, strnlen(second, OBJECT_TEXT_SIZE));
     text.resize(std::min(text.size(), OBJECT_TEXT_SIZE));
     return walk.give(text.c_str());
 }
 
-static int give_range(const text_walk &walk, frag *obj, const char * /*key*/)
+static int give_range(text_walk &walk, frag *obj, const char * /*key*/)
 {
     return give_pair(walk, obj, "start", "end", '-');
 }
 
-static int give_network(const text_walk &walk, frag *obj, const char * /*key*/)
+static int give_network(text_walk &walk, frag *obj, const char * /*key*/)
 {
     return give_pair(walk, obj, "addr", "mask", ':');
 }
 
-static int give_pattern(const text_walk &walk, frag *obj, const char * /*key*/)
+static int give_pattern(text_walk &walk, frag *obj, const char * /*key*/)
 {
     const char *pattern = child_value(obj, "pat");
     return pattern == nullptr ? 0 : walk.give(pattern);
 }
 
-static int give_peer(const text_walk &walk, frag *obj, const char *key)
+static int give_peer(text_walk &walk, frag *obj, const char *key)
 {
-    const walk_mark mark(obj);
-    if (!mark.entered)
+    if (walk.peers.leads_back_to(obj)) {
+        report_recursive(obj);
         return 0;
+    }
+    const open_object level(obj, false);
+    if (!level.entered || !take_steps(1, obj))
+        return 0;
+    walk.peers.enter(obj);
     if (!same_word(text_of(child_value(obj, "include-sgo")), "off")) {
-        frag *gateway = ffind(walk.db, child_value(obj, "ip-address"));
+        frag *gateway = find_object(walk.db, child_value(obj, "ip-address"), obj);
         if (gateway != nullptr)
             (void)text_of_object(walk, gateway, key); // the network's result is the peer's
     }
-    frag *network = ffind(walk.db, child_value(obj, "network"));
-    return network == nullptr ? walk.give(key) : text_of_object(walk, network, key);
+    frag *network = find_object(walk.db, child_value(obj, "network"), obj);
+    const int result = network == nullptr ? walk.give(key) : text_of_object(walk, network, key);
+    walk.peers.leave();
+    return result;
 }
 
-static int give_client(const text_walk &walk, frag *obj, const char * /*key*/)
+static int give_client(text_walk &walk, frag *obj, const char * /*key*/)
 {
     std::string text = std::string("~") + obj->name;
     text.resize(std::min(text.size(), OBJECT_TEXT_SIZE));
     return walk.give(text.c_str());
 }
 
-static int give_group(const text_walk &walk, frag *obj, const char *key)
+static int give_group(text_walk &walk, frag *obj, const char *key)
 {
-    const walk_mark mark(obj);
     frag *elem = ffind(&obj->child, "elem");
-    if (!mark.entered || elem == nullptr)
+    if (elem == nullptr || elem->child == nullptr)
         return 0;
-    sort_frags(&elem->child);
+    const walk_mark mark(obj);
+    const open_object level(obj, true);
+    if (!mark.entered || !level.entered)
+        return 0;
     int result = 0;
-    for (frag *member = elem->child; member != nullptr; member = member->next) {
-        if (member->flags & FRAG_WALKED)
+    member_list members(walk.db, &elem->child);
+    while (const list_member *member = members.next()) {
+        if (member->node->flags & FRAG_WALKED)
             continue;
-        const walk_mark member_mark(member);
+        const walk_mark member_mark(member->node);
         if (!member_mark.entered)
             continue;
-        const char *name = child_value(member, "obj");
-        result = name != nullptr ? text_of_object(walk, ffind(walk.db, name), name)
+        const char *name = member->name == nullptr ? nullptr : member->name->value;
+        result = name != nullptr ? text_of_object(walk, member->obj, name)
                                  : text_of_object(walk, nullptr, key);
     }
     return result;
@@ -118,23 +135,24 @@ static constexpr type_row type_rows[] = {
     {"vpnnetwork", give_peer}, {"vpnclient", give_client}, {"group", give_group},
 };
 
-static int text_of_object(const text_walk &walk, frag *obj, const char *key)
+static int text_of_object(text_walk &walk, frag *obj, const char *key)
 {
     if (obj != nullptr && (obj->flags & FRAG_WALKED)) {
         report_recursive(obj);
         return 0;
     }
-    if (obj != nullptr)
-        for (const type_row &row : type_rows)
-            if (is_of_type(obj, row.type))
-                return row.give(walk, obj, key);
+    const std::string_view type = type_of_key(obj);
+    for (const type_row &row : type_rows)
+        if (same_word(type, row.type))
+            return row.give(walk, obj, key);
     // No object of a known type: a literal address passes through.
     return walk.give(key);
 }
 
 int enum_netobj6(frag **db, frag *obj, const char *key, const text_callback &callback)
 {
-    return text_of_object({db, callback}, obj, key);
+    text_walk walk{db, callback};
+    return text_of_object(walk, obj, key);
 }
 
 // ---- the older form
@@ -172,7 +190,8 @@ int enum_netgroup(frag **db, frag *group, const char *key, const text_callback &
     if (members == nullptr)
         return 1;
     const walk_mark mark(group);
-    if (!mark.entered)
+    const open_object level(group, true);
+    if (!mark.entered || !level.entered)
         return 0;
     fsetp(&group->child, "tag", nullptr, group);
     int result = 0;
@@ -215,7 +234,7 @@ int n2n_func(frag *element, const char *text)
         return 0;
     if (!netperm_text.empty())
         netperm_text += ' ';
-    netperm_text += text;
+    netperm_text.append(text, strnlen(text, NETPERM_TEXT_SIZE));
     netperm_text.resize(std::min(netperm_text.size(), NETPERM_TEXT_SIZE));
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
 
@@ -109,8 +110,12 @@ static frag *make_pattern_group(frag **db, std::string_view text, const std::str
     frag *members = fset(db, members_key.c_str(), nullptr);
     if (members->parent == nullptr)
         return nullptr;
+    // A word makes three nodes, which stay in memory until the list is replaced and no more held.
+    constexpr long long WORD_STEPS = 100;
     int number = 0;
     for (const std::string &word : words_of(text)) {
+        if (!take_steps(WORD_STEPS, members))
+            break;
         const std::string name = std::to_string(++number);
         const std::string object_key = std::string("temp_pattern_").append(tag) + name;
         fsetp(&members->child, (name + "_obj").c_str(), object_key.c_str(), members);

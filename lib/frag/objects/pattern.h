@@ -21,5 +21,5 @@ int enum_pattern(frag **db, std::string *text, const object_callback &callback, 
                  const char **typeout);
 
 // Frees the temporary groups that later lists have replaced. Until then they stay in memory, as
-// somebody may hold a node of them: call this where nobody holds any, between two rules or pools.
+// a walk may be inside of one: call this where none is, between two rules or pools.
 void free_replaced_patterns();

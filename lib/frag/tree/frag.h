@@ -37,7 +37,6 @@ enum frag_flag : std::uint32_t {
     FRAG_ABSORB = 0x04,
     FRAG_ONLYON = 0x08,
     FRAG_WALKED = 0x0100,     // a walk of network objects is inside this node
-    FRAG_LINKED = 0x0200,     // the derivation of links is inside this peer
     FRAG_COUNT_MASK = 0xFF00, // while an import runs instead: children that it added,
     FRAG_COUNT_ONE = 0x0100,  // counted in this unit
     FRAG_COUNT_FULL = 0x1000, // up to sixteen

@@ -1,6 +1,8 @@
 #include "flatlink/derive/trusted_link.h"
 
 #include "flatlink/derive/add_link.h"
+#include "lib/frag/objects/object_run.h"
+#include "lib/ulib/bounds.h"
 #include "tests/flatlink/conversion_test.h"
 #include "tests/ulib/report_log.h"
 
@@ -120,12 +122,28 @@ TEST_F(trusted_link, stops_at_the_bound_of_a_run)
 {
     load_tree(objects);
     const report_log log;
+    start_bounds();
+    set_walk_origin(node("net_ipaddr_pc"));
     linkno = MAX_LINKS - 1;
     for (const int reports : {0, 1, 1}) { // reported once
         add("ipaddr_first", "ipaddr_pc");
         EXPECT_EQ(reports, report_log::calls);
     }
     EXPECT_EQ(MAX_LINKS, linkno);
+    EXPECT_EQ("flatlink: more than 65535 links, seen 65537; the first left out at "
+              "net_ipaddr_pc, net_vpnnetwork_quay\n",
+              messages_of([] { EXPECT_FALSE(report_bounds()); }));
+    set_walk_origin(nullptr);
+
+    start_bounds();
+    linkno = 0;
+    {
+        const object_run run;
+        (void)take_steps(MAX_OBJECT_STEPS, nullptr);
+        add("ipaddr_first", "ipaddr_pc");
+    }
+    EXPECT_EQ(0, linkno);
+    EXPECT_EQ(1U, struck_bounds().size());
 }
 
 // ---- peers inside of peers
@@ -169,14 +187,22 @@ TEST_F(trusted_link, ends_where_peers_lie_inside_of_themselves)
 {
     static const struct {
         int length;
-        const char *end;
-    } cases[] = {{1, "net_vpnnetwork_p1"}, {3, "net_vpnnetwork_p2"}, {2, "net_group_ring"}};
+        const char *end, *links;
+    } cases[] = {
+        {1, "net_vpnnetwork_p1", "p1: 0.0.0.0 10.1.0.7\n"},
+        {3, "net_vpnnetwork_p2", "p2: 0.0.0.0 10.1.0.7\np1: 0.0.0.0 10.1.0.7\n"},
+        {2, "net_group_ring",
+         "p1: 0.0.0.0 10.1.0.7\np2: 0.0.0.0 10.1.0.7\np1: 0.0.0.0 10.1.0.7\n"}, // which ends the
+                                                                                // ring itself, at
+                                                                                // its second visit
+    };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.length);
         start_anew();
         const report_log log;
         walk_chain(chain(c.length, c.end) + "net_group_ring_elem_1_type=vpnnetwork\n"
                                             "net_group_ring_elem_1_obj=net_vpnnetwork_p1\n");
+        EXPECT_EQ(c.links, made_links());
         EXPECT_GT(report_log::calls, 0);
         EXPECT_NE(std::string::npos, report_log::text.find(" is recursive."));
         const std::size_t before = linkinfos.size();
@@ -188,9 +214,12 @@ TEST_F(trusted_link, ends_where_peers_lie_inside_of_themselves)
 TEST_F(trusted_link, bounds_the_depth_of_peers_and_its_reports)
 {
     const report_log log;
+    start_bounds();
     walk_chain(chain(60, "net_ipaddr_far"));
     EXPECT_EQ("vhltcfgerr: Object net_vpnnetwork_p14 is nested too deeply.", report_log::text);
     EXPECT_EQ(1, report_log::calls);
+    ASSERT_EQ(1U, struck_bounds().size());
+    EXPECT_EQ("net_vpnnetwork_p14", struck_bounds()[0].where);
     EXPECT_EQ(0, nestinglevel);
 
     start_anew();

@@ -5,7 +5,10 @@
 #include <string>
 
 #include "lib/frag/objects/netobj_text.h"
+#include "lib/frag/objects/object_run.h"
+#include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/ulib/bounds.h"
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/report_log.h"
 
@@ -61,29 +64,69 @@ TEST(Netobj, ObjectsAndTexts)
     EXPECT_EQ(tree_text(tree.head).find('('), std::string::npos) << "a mark left behind";
 }
 
-// A process that reads its database again must not find less in it.
-TEST(Netobj, EachRunHasItsShareOfVisits)
+// A process that reads its database again must not find less in it, and a program that walks for
+// years not less from one day on.
+TEST(Netobj, EachRunAndEachWalkOutsideHasItsSteps)
 {
     built_tree tree("a= g_elem_1_obj=a");
-    while (count_object_visit()) {
+    start_bounds();
+    for (int runs = 0; runs < 2; ++runs) {
+        const object_run run;
+        set_walk_origin(ffind(&tree.head, "a"));
+        EXPECT_EQ(visited(&tree.head, "g"), "a:null 0\n");
+        const report_log log;
+        EXPECT_FALSE(take_steps(MAX_OBJECT_STEPS, tree.head));
+        EXPECT_FALSE(take_steps(1, tree.head));
+        EXPECT_EQ(report_log::calls, 1);
+        EXPECT_EQ(visited(&tree.head, "g"), "0\n");
     }
-    EXPECT_EQ(visited(&tree.head, "g"), "0\n");
-    start_object_walks();
+    ASSERT_EQ(struck_bounds().size(), 1U);
+    EXPECT_EQ(struck_bounds()[0].where, "a, a");
+    EXPECT_GT(struck_bounds()[0].seen, MAX_OBJECT_STEPS + 1);
+    EXPECT_TRUE(take_steps(MAX_OBJECT_STEPS, tree.head));
     EXPECT_EQ(visited(&tree.head, "g"), "a:null 0\n");
+}
+
+// What a run knows of groups follows the tree as far as it may change.
+TEST(Netobj, ARunSeesObjectsThatAreMade)
+{
+    built_tree tree("g_elem{1_obj=new 2_obj=temp_pattern_x1} l_elem{10_obj=g 1=}");
+    const object_run run;
+    const std::string missing = "DEBUG enum group: didn't find obj g_elem_";
+    EXPECT_EQ(visited(&tree.head, "g"), "0\n" + missing + "1_obj\n" + missing + "2_obj\n");
+    fset(&tree.head, "new", "");
+    objects_changed();
+    EXPECT_EQ(visited(&tree.head, "g"), "new:null 0\n" + missing + "2_obj\n");
+    for (const char *patterns : {"a b", "c d"}) {
+        std::string text = patterns, objects;
+        enum_pattern(
+            &tree.head, &text,
+            [&](frag **, frag *found, const char *) {
+                objects += std::string(fval(&found->child, "pat")) + " ";
+                return 0;
+            },
+            "x", nullptr);
+        EXPECT_EQ(objects, std::string(patterns) + " ");
+    }
+    EXPECT_EQ(visited(&tree.head, "g"), "new:null temp_pattern_x1:null 0\n");
+    EXPECT_EQ(visited(&tree.head, "l"), "g:null 0\nDEBUG no obj key for l_elem_1\n");
 }
 
 TEST(Netobj, NestingEnds)
 {
-    std::string text = "a=\n", want; // a group and its member count apart
-    for (int level = 1; level <= MAX_OBJECT_NESTING; ++level) {
+    std::string text = "a=\n", want;
+    for (int level = 1; level <= MAX_OBJECT_NESTING + 10; ++level) {
         const std::string group = "g" + std::to_string(level) + "_elem_";
         text += group + "1_type=group\n" + group + "1_obj=g" + std::to_string(level + 1) + "\n" +
                 group + "2_obj=a\n";
-        want += level <= MAX_OBJECT_NESTING / 2 ? "a:null " : "";
+        want += level <= MAX_OBJECT_NESTING ? "a:null " : "";
     }
     owned_tree tree(text);
+    start_bounds();
     EXPECT_EQ(visited(&tree.head, "g1"),
-              want + "0\nvhltcfgerr: Object g201 is nested too deeply.\n");
+              want + "0\nvhltcfgerr: Object g401 is nested too deeply.\n");
+    ASSERT_EQ(struck_bounds().size(), 1U);
+    EXPECT_EQ(struck_bounds()[0].where, "g401");
     EXPECT_EQ(tree_text(tree.head).find('('), std::string::npos);
 }
 

@@ -1,0 +1,74 @@
+"""stranger.py CMAKE COMPILER SOURCE_DIR BUILD_DIR: installs the build into a folder of its own and
+builds programs on it as strangers do: with the CMake package, with pkg-config, and with the sources
+as a subproject. Needs a build of everything.
+"""
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+CMAKE, COMPILER, SOURCE, BUILD = sys.argv[1:]
+PROGRAMS = pathlib.Path(__file__).parent
+
+
+def run(*command, **more):
+    """What a command prints; its failure is the test's, with all that it said."""
+    done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, **more)
+    if done.returncode != 0:
+        raise AssertionError(f"{command}: {done.returncode}\n{done.stdout}")
+    return done.stdout
+
+
+class Stranger(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.work = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
+        # Moved after the installation: nothing in it may know where it was put.
+        run(CMAKE, "--install", BUILD, "--prefix", cls.work / "first")
+        cls.prefix = cls.work / "prefix"
+        (cls.work / "first").rename(cls.prefix)
+
+    def built(self, name, *options):
+        """The tree program, configured in an empty folder."""
+        folder = self.work / name
+        run(CMAKE, "-S", PROGRAMS / "tree", "-B", folder, f"-DCMAKE_CXX_COMPILER={COMPILER}",
+            *options)
+        run(CMAKE, "--build", folder, "--parallel", str(os.cpu_count()), "--target", "tree")
+        self.assertEqual("10.1.*\n", run(folder / "tree"))
+        return folder
+
+    def test_cmake_package(self):
+        self.built("package", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+
+    def test_subproject_brings_neither_tests_nor_programs_to_install(self):
+        folder = self.built("subproject", f"-DSOURCE_DIR={SOURCE}")
+        self.assertFalse((folder / "CTestTestfile.cmake").exists())
+        targets = run(CMAKE, "--build", folder, "--target", "help")
+        for name in ("test_ulib", "benchmarks", "plug-relay", "flatlink-screen"):
+            self.assertNotIn(name, targets)
+
+    @unittest.skipUnless(shutil.which("pkg-config"), "no pkg-config")
+    def test_pkg_config(self):
+        folder = next(self.prefix.glob("lib/**/pkgconfig"))
+        names = sorted(path.stem for path in folder.glob("*.pc"))
+        env = {**os.environ, "PKG_CONFIG_PATH": str(folder)}
+        self.assertIn("flatlink-vpndata", names)
+        run("pkg-config", "--exists", "--print-errors", "flatlink-vpndata = 1.0.0", env=env)
+        flags = run("pkg-config", "--cflags", "--libs", "flatlink-vpndata", "flatlink-fwall",
+                    env=env).split()
+        program = self.work / "links"
+        run(COMPILER, "-std=c++20", PROGRAMS / "links" / "main.cpp", "-o", program, *flags)
+        self.assertRegex(run(program), r"\A1\n(.*\n)*vpn_kernelacceleration=On\n")
+
+    def test_programs_and_documents(self):
+        self.assertTrue(os.access(self.prefix / "bin" / "flatlink", os.X_OK))
+        for name in ("LICENSE", "CHANGELOG.md"):
+            self.assertTrue((self.prefix / "share/doc/flatlink" / name).is_file())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

@@ -9,6 +9,8 @@
 #include <new>
 #include <unistd.h>
 
+#include "flatlink/scratch_file.h"
+
 static const char *guarded_path = nullptr;
 static bool has_ended = false;
 static bool lacked_memory = false;
@@ -40,7 +42,29 @@ static void note_and_throw()
 [[noreturn]] static void end_early()
 {
     report_out_of_memory();
+    cut_scratch_file();
     _exit(EXIT_FAILURE);
+}
+
+// Ends as the signal would have ended the process, which cannot go on to write.
+static void end_by_signal(int number)
+{
+    cut_scratch_file();
+    std::signal(number, SIG_DFL);
+    std::raise(number);
+}
+
+// One that the caller ignores stays ignored.
+static void catch_end(int number)
+{
+    struct sigaction action {
+    };
+    action.sa_handler = end_by_signal;
+    action.sa_flags = SA_NODEFER;
+    struct sigaction before {
+    };
+    if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_DFL)
+        sigaction(number, &action, nullptr);
 }
 
 // Memory may be short where no exception may pass.
@@ -64,6 +88,8 @@ void guard_run(const char *path)
     fill_standard_streams();
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
+    for (const int number : {SIGHUP, SIGINT, SIGTERM})
+        catch_end(number);
     std::set_new_handler(note_and_throw);
     std::set_terminate(end_without_memory);
     std::atexit(check_end);

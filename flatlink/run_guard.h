@@ -7,6 +7,7 @@
 //     that was opened later.
 //   - A file that grows beyond the limit of the process, or an error stream without a reader, is
 //     an error of that write, not the end of the process.
+//   - A run that a signal ends leaves its scratch file at its length.
 //   - A lack of memory that no function reports is reported here.
 void guard_run(const char *path);
 

@@ -1,5 +1,6 @@
 #include "flatlink/scratch_file.h"
 
+#include <cstdlib>
 #include <fcntl.h>
 #include <pwd.h>
 #include <string>
@@ -7,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "flatlink/driver.h"
+#include "flatlink/mapped_output.h"
 
 static constexpr mode_t OWNER_ONLY = 0600;
 
@@ -17,6 +19,7 @@ namespace
 struct scratch_output {
     int fd = -1;
     int error = 0; // errno of the first write that failed
+    mapped_output file;
 };
 
 } // namespace
@@ -43,41 +46,50 @@ static bool empty_own_file(int fd)
            uninterrupted([&] { return ftruncate(fd, 0); }) == 0;
 }
 
+static int note_error(int error)
+{
+    if (output.error == 0)
+        output.error = error;
+    return error;
+}
+
 static ssize_t write_output(void *, const char *bytes, std::size_t size)
 {
-    for (std::size_t written = 0; written < size;) {
-        const ssize_t count =
-            uninterrupted([&] { return write(output.fd, bytes + written, size - written); });
-        if (count < 0) {
-            if (output.error == 0)
-                output.error = errno;
-            return 0;
-        }
-        written += static_cast<std::size_t>(count);
-    }
-    return static_cast<ssize_t>(size);
+    const int error = note_error(output.file.write({bytes, size}));
+    return error == 0 ? static_cast<ssize_t>(size) : 0;
 }
 
 static int close_output(void *)
 {
-    const int result = descriptor(std::exchange(output.fd, -1)).close();
-    if (result != 0 && output.error == 0)
-        output.error = errno;
-    return result;
+    const int error = note_error(output.file.finish());
+    const bool is_closed = descriptor(std::exchange(output.fd, -1)).close() == 0;
+    if (!is_closed)
+        note_error(errno);
+    return is_closed && error == 0 ? 0 : -1;
+}
+
+void cut_scratch_file()
+{
+    if (output.fd >= 0)
+        output.file.cut();
 }
 
 // Not waited for, should it be a pipe.
 std::FILE *open_scratch_file()
 {
-    const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     descriptor file(uninterrupted([&] { return open(SCRATCH_FILE, flags, OWNER_ONLY); }));
     if (!file || !empty_own_file(file.get()))
         return nullptr;
     const cookie_io_functions_t calls = {
         .read = nullptr, .write = write_output, .seek = nullptr, .close = close_output};
     std::FILE *stream = fopencookie(&output, "w", calls);
-    if (stream != nullptr)
-        output = {file.release(), 0};
+    if (stream == nullptr)
+        return nullptr;
+    output = {file.release(), 0, {}};
+    output.file.start(output.fd);
+    static const int registered = std::atexit(cut_scratch_file);
+    (void)registered; // without it the file keeps its NUL bytes, should the process exit early
     return stream;
 }
 

@@ -17,6 +17,11 @@ std::FILE *open_scratch_file();
 // after the stream is closed.
 int scratch_file_error();
 
+// What is written to the stream and flushed is in the file at once, but up to 4 MiB of NUL bytes
+// may follow it, until the stream is closed or the process exits. This cuts them off where neither
+// happens; safe in a signal handler.
+void cut_scratch_file();
+
 // Another descriptor of the open stream's file, which keeps the lock when the stream is closed;
 // none, with errno, when there is no descriptor left.
 descriptor hold_scratch_file();

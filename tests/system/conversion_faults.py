@@ -17,7 +17,8 @@ OLD = FOLDER + "/database"
 TRACED = ns.WORK + "/calls"
 MEMORY = ns.WORK + "/memory.so"
 ERRORS = {"openat": ("EIO", "EMFILE", "EACCES", "ENOMEM", "ENOSPC", "EINTR"),
-          "pwrite64": ("EIO", "ENOSPC", "EINTR"), "write": ("EIO", "ENOSPC", "EINTR")}
+          "pwrite64": ("EIO", "ENOSPC", "EINTR"), "fallocate": ("EIO", "ENOSPC", "EOPNOTSUPP"),
+          "socket": ("EMFILE",)}
 OTHERS = ("brk", "mmap", "munmap", "mprotect", "exit_group", "rt_sigaction", "geteuid", "futex")
 
 
@@ -90,6 +91,14 @@ class Calls(Case):
 
     def test_renamed(self):
         self.fail_each_from("fcntl")  # the first call of the tool's own
+        self.run_traced("-e", "trace=fsync,renameat")
+        self.assertRegex(read(TRACED), rb"\Afsync.*\nrenameat.*\nfsync")
+
+    def test_trace_outlives_a_signal(self):
+        trace = read(SCRATCH)[:-len(self.new)]
+        for signal, rest in (("KILL", b"\0"), ("TERM", b"")):
+            self.run_traced("-e", f"inject=socket:signal={signal}:when=1")
+            self.assertEqual(trace, read(SCRATCH).rstrip(rest))
 
     def test_written_in_place(self):
         ns.call("mount", "--bind", OLD, OLD)

@@ -1,0 +1,94 @@
+#include "flatlink/mapped_output.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "lib/ulib/descriptor.h"
+
+// Powers of two, of many pages: the space doubles until one growth in many thousand lines is left.
+static constexpr std::size_t FIRST_PIECE = std::size_t{1} << 16;
+static constexpr std::size_t LARGEST_PIECE = std::size_t{1} << 22;
+
+void mapped_output::start(int fd)
+{
+    *this = {};
+    fd_ = fd;
+    is_mapping_ = true;
+}
+
+void mapped_output::unmap()
+{
+    if (piece_ != nullptr)
+        munmap(piece_, piece_size_);
+    piece_ = nullptr;
+}
+
+// Called when the file is full. Whatever speaks against another piece, such as the last free block
+// of a disk, is left to plain writes to tell.
+void mapped_output::grow()
+{
+    unmap();
+    piece_size_ = std::clamp(allocated_, FIRST_PIECE, LARGEST_PIECE);
+    const auto end = static_cast<off_t>(allocated_);
+    const auto size = static_cast<off_t>(piece_size_);
+    is_mapping_ = uninterrupted([&] { return fallocate(fd_, 0, end, size); }) == 0;
+    if (!is_mapping_)
+        return;
+    void *piece = mmap(nullptr, piece_size_, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, end);
+    is_mapping_ = piece != MAP_FAILED;
+    if (is_mapping_) {
+        piece_ = static_cast<char *>(piece);
+        allocated_ += piece_size_;
+    } else {
+        (void)uninterrupted([&] { return ftruncate(fd_, end); }); // plain writes overwrite it
+    }
+}
+
+int mapped_output::write_through(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = uninterrupted(
+            [&] { return pwrite(fd_, bytes.data(), bytes.size(), static_cast<off_t>(length_)); });
+        if (count < 0)
+            return errno;
+        length_ += static_cast<std::size_t>(count);
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return 0;
+}
+
+int mapped_output::write(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        if (is_mapping_ && length_ == allocated_)
+            grow();
+        if (!is_mapping_)
+            return write_through(bytes);
+        const std::size_t size = std::min(bytes.size(), allocated_ - length_);
+        std::memcpy(piece_ + (piece_size_ - (allocated_ - length_)), bytes.data(), size);
+        std::atomic_signal_fence(std::memory_order_release); // a handler may cut here
+        length_ += size;
+        bytes.remove_prefix(size);
+    }
+    return 0;
+}
+
+void mapped_output::cut()
+{
+    if (is_mapping_)
+        (void)uninterrupted([&] { return ftruncate(fd_, static_cast<off_t>(length_)); });
+    is_mapping_ = false; // the mapping has no file behind it any more
+}
+
+int mapped_output::finish()
+{
+    const bool is_longer = piece_ != nullptr;
+    unmap();
+    const auto length = static_cast<off_t>(length_);
+    return is_longer && uninterrupted([&] { return ftruncate(fd_, length); }) != 0 ? errno : 0;
+}

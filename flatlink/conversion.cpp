@@ -10,6 +10,7 @@
 #include "flatlink/fault.h"
 #include "flatlink/plain_file.h"
 #include "flatlink/records/line.h"
+#include "flatlink/records/link_sort.h"
 #include "flatlink/replace_file.h"
 #include "flatlink/run_guard.h"
 #include "flatlink/scratch_file.h"
@@ -128,6 +129,11 @@ static bool is_run_complete(const char *path)
 {
     if (ran_out_of_memory()) {
         report_out_of_memory();
+        return false;
+    }
+    if (const int error = lookup_error()) {
+        std::fprintf(stderr, "flatlink: cannot look up names and routes: %s; %s was not changed\n",
+                     std::strerror(error), path);
         return false;
     }
     if (report_bounds())

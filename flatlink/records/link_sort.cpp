@@ -1,6 +1,7 @@
 #include "flatlink/records/link_sort.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <tuple>
 #include <unordered_map>
 
@@ -47,10 +48,27 @@ struct certificate_bits {
 
 // ---- look-ups, each asked once
 
+static int failed_lookup = 0;
+
+int lookup_error()
+{
+    return failed_lookup;
+}
+
+// Tells an answer that there is none from a question that could not be asked.
+static void note_lookup_error(int error)
+{
+    if (failed_lookup == 0 && (error == ENOMEM || error == EMFILE || error == ENFILE))
+        failed_lookup = error;
+}
+
 static u32 look_up_name(const char *name)
 {
+    errno = 0;
     const hostent *host = name_service->host_by_name(name);
     u32 addr_be = NOT_AN_ADDRESS;
+    if (host == nullptr)
+        note_lookup_error(errno);
     if (host == nullptr || host->h_length != sizeof addr_be || host->h_addr_list[0] == nullptr)
         return NOT_AN_ADDRESS;
     std::copy_n(host->h_addr_list[0], sizeof addr_be, reinterpret_cast<char *>(&addr_be));
@@ -76,8 +94,11 @@ static u32 address_of_name(const std::string &name)
 static u32 address_towards(u32 gateway_addr)
 {
     const auto [place, is_new] = known_routes.try_emplace(gateway_addr, gateway_addr);
-    if (is_new && vvpn_get_route(&place->second) != 0)
+    errno = 0;
+    if (is_new && vvpn_get_route(&place->second) != 0) {
+        note_lookup_error(errno);
         place->second = 0;
+    }
     return place->second;
 }
 
@@ -85,6 +106,7 @@ void forget_lookups()
 {
     known_names.clear();
     known_routes.clear();
+    failed_lookup = 0;
 }
 
 // ---- sizes of networks: the count of their addresses, 0 for the firewall or the gateway itself

@@ -9,7 +9,7 @@
 // texts, and turns networks of one address into hosts. Numbers the links 1, 2, ....
 void vpnauto_sort();
 
-// Moves links without a fixed remote end behind the others, ordered by their certificate
+// Moves links without a fixed remote end after the others, ordered by their certificate
 // conditions: subject first, then issuer, more conditions first. Changes no number.
 void vpn_clientsort();
 
@@ -17,5 +17,9 @@ void vpn_clientsort();
 // is no IPv4 address. Blocks; each name is looked up once until forget_lookups.
 u32 getdnsname(const char *name);
 
-// Forgets what the name service and the routes said: a new run asks anew.
+// errno of the first look-up of a name or a route that could not be made, for want of memory or
+// descriptors; 0 for none. Its answer was taken to be that there is none.
+int lookup_error();
+
+// Drops the answers of the name service and the routes, and the error: a new run asks anew.
 void forget_lookups();

@@ -24,6 +24,7 @@
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_sort.h"
+#include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
@@ -66,7 +67,7 @@ frag *populateDef42Tree(const char *path)
 {
     if (path != nullptr)
         return populateDef42TreeFromEnv(path);
-    const auto installed = getlocation(DEFAULT_DATABASE);
+    const auto installed = installed_path(DEFAULT_DATABASE);
     return installed ? populateDef42TreeFromEnv(installed->c_str()) : nullptr;
 }
 
@@ -74,7 +75,7 @@ const char *read_vpn_nonrule_loglevel(const char *path)
 {
     frag *head = def_database;
     if (head == nullptr) {
-        const auto installed = getlocation(path != nullptr ? path : DEFAULT_DATABASE);
+        const auto installed = installed_path(path != nullptr ? path : DEFAULT_DATABASE);
         head = installed ? populateDef42Tree(installed->c_str()) : nullptr;
     }
     return fval(&head, "stdlog_define_loglevel_nonrule_vpn_display");
@@ -120,6 +121,7 @@ static void load_host()
 void derive_from_tree(bool reload)
 {
     const object_run walks;
+    const steady_lists steady;
     start_rule_walk();
     load_rules("rule_pffwd", 0);
     load_rules("rule_proxy", PROXY_RULE);

@@ -17,3 +17,12 @@ addrid sraddrmask(const char *text, u32 *addr, u32 *mask);
 // Fills a partial dotted address up to four parts: a part that is missing, or begins with '*',
 // becomes `filler`.
 std::string sraddrmask_fill(const std::string &text, const std::string &filler);
+
+// The same into a room of ADDRESS_PART_SIZE bytes and a NUL; a null text is the empty one.
+// Returns `buffer`.
+inline char *sraddrmask_fill(char *buffer, const char *text, const char *filler)
+{
+    const std::string filled = sraddrmask_fill(std::string(text != nullptr ? text : ""), filler);
+    buffer[filled.copy(buffer, ADDRESS_PART_SIZE)] = '\0';
+    return buffer;
+}

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "flatlink/records/records.h"
@@ -21,6 +22,12 @@ const linkinfo *find_twin_linkinfo(const linkinfo *record, const record_list<lin
 
 // Both absent, or both there and equal.
 bool same_string(const std::string &a, const std::string &b);
+
+// The same of texts that may be null, which equals null alone.
+inline bool same_string(const char *a, const char *b)
+{
+    return a == nullptr || b == nullptr ? a == b : std::strcmp(a, b) == 0;
+}
 
 // Writes the records, numbered from 1 in list order.
 void save_linkinfos(std::FILE *stream, const record_list<linkinfo> &list);

@@ -211,3 +211,14 @@ extern std::string outside_face, inside_face, thirdside_face;
 
 // Empties all lists and puts every setting back to its value at start.
 void reset_records();
+
+// End a record that its list has released, or that was never in one; null is allowed.
+inline void free_vpnlp(linkinfo *record)
+{
+    delete record;
+}
+
+inline void free_vpnlink(vpnlink *record)
+{
+    delete record;
+}

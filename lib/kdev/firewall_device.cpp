@@ -143,3 +143,21 @@ int vfw_delredirect(std::span<std::uint8_t, FW_REDIRECT_SIZE> record)
 {
     return device_request(O_RDWR, FW_DEL_REDIRECT, record);
 }
+
+int vfw_set_udp_timer(void *record)
+{
+    return vfw_set_udp_timer(
+        std::span<std::uint8_t, FW_TIMER_SIZE>(static_cast<std::uint8_t *>(record), FW_TIMER_SIZE));
+}
+
+int vfw_addredirect(void *record)
+{
+    return vfw_addredirect(std::span<std::uint8_t, FW_REDIRECT_SIZE>(
+        static_cast<std::uint8_t *>(record), FW_REDIRECT_SIZE));
+}
+
+int vfw_delredirect(void *record)
+{
+    return vfw_delredirect(std::span<std::uint8_t, FW_REDIRECT_SIZE>(
+        static_cast<std::uint8_t *>(record), FW_REDIRECT_SIZE));
+}

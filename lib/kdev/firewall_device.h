@@ -46,7 +46,11 @@ inline constexpr int VFW_APPARENT_SENDER = 0x02000000;
 [[nodiscard]] ssize_t vfw_sendto(int sock, const void *buffer, std::size_t length, int flags,
                                  sockaddr_in *to, socklen_t tolen, const sockaddr_in *apparent);
 
-// Hand a record through to the driver, which may change it.
+// Hand a record through to the driver, which may change it. The second form of each takes the
+// address of a record of that size.
 [[nodiscard]] int vfw_set_udp_timer(std::span<std::uint8_t, FW_TIMER_SIZE> record);
 [[nodiscard]] int vfw_addredirect(std::span<std::uint8_t, FW_REDIRECT_SIZE> record);
 [[nodiscard]] int vfw_delredirect(std::span<std::uint8_t, FW_REDIRECT_SIZE> record);
+[[nodiscard]] int vfw_set_udp_timer(void *record);
+[[nodiscard]] int vfw_addredirect(void *record);
+[[nodiscard]] int vfw_delredirect(void *record);

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <type_traits>
 
 // Results of all functions below, unless one says otherwise.
 inline constexpr int RA_DONE = 0;
@@ -45,6 +46,15 @@ inline constexpr std::int32_t RA_STATIC = 0x800;
 //         15; one of 16 is stored whole where `name` has room for it, else cut too.
 // `name` is left alone unless the result is RA_DONE.
 [[nodiscard]] int ra_get_route_interface(u32 addr_be, std::span<char> name);
+
+// The same with the address of 16 bytes.
+template <typename Pointer>
+requires std::is_pointer_v<Pointer>
+[[nodiscard]] int ra_get_route_interface(u32 addr_be, const Pointer &name)
+{
+    constexpr std::size_t SHORTEST_ROOM = 16;
+    return ra_get_route_interface(addr_be, std::span<char>(name, SHORTEST_ROOM));
+}
 
 // Adds a route to `dst_be` under `mask_be`. Returns RA_DONE, RA_EXISTS or RA_FAILED.
 [[nodiscard]] int ra_add_route(u32 dst_be, u32 gateway_be, u32 mask_be, std::int32_t flags);

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <type_traits>
 
 inline constexpr std::size_t VPN_MESSAGE_SIZE = 256;
 using vpn_message = std::array<std::uint8_t, VPN_MESSAGE_SIZE>;
@@ -78,6 +79,14 @@ int vvpn_ioctl(int fd, unsigned long request, vpn_message &message);
 // Returns 0; VVPN_NO_ROUTES; or the RA_ code of the first failure.
 [[nodiscard]] int vvpn_add_routes(byte_view payload);
 
+// The same with the address of the payload in a whole message.
+template <typename Pointer>
+requires std::is_pointer_v<Pointer>
+[[nodiscard]] int vvpn_add_routes(const Pointer &payload)
+{
+    return vvpn_add_routes(byte_view(payload, sizeof(vpn_message) - VPN_PAYLOAD));
+}
+
 // Asks the VPN driver whether `client_be` is a VPN client that talks to `local_be`, and which.
 //   identity  the client's identity, NUL-terminated
 //   display   the name to show, NUL-terminated; begins with '~'
@@ -86,3 +95,13 @@ int vvpn_ioctl(int fd, unsigned long request, vpn_message &message);
 [[nodiscard]] int vfw_vpnclientcheck(u32 client_be, u32 local_be,
                                      std::span<char, VPN_IDENTITY_SIZE + 1> identity,
                                      std::span<char, VPN_DISPLAY_SIZE + 1> display);
+
+// The same with the addresses of texts of that size.
+[[nodiscard]] inline int vfw_vpnclientcheck(u32 client_be, u32 local_be, char *identity,
+                                            char *display)
+{
+    return vfw_vpnclientcheck(
+        client_be, local_be,
+        std::span<char, VPN_IDENTITY_SIZE + 1>(identity, VPN_IDENTITY_SIZE + 1),
+        std::span<char, VPN_DISPLAY_SIZE + 1>(display, VPN_DISPLAY_SIZE + 1));
+}

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -102,7 +103,7 @@ static std::string joined(std::string location, std::string_view path)
     return location.append(path);
 }
 
-std::optional<std::string> getlocation(const char *path)
+std::optional<std::string> installed_path(const char *path)
 try {
     if (path == nullptr)
         return std::nullopt;
@@ -119,7 +120,7 @@ int find_location(const char *path, std::string &found)
     return error;
 }
 
-std::optional<std::string> getusrlocaletc(const char *path)
+std::optional<std::string> installed_local_path(const char *path)
 try {
     if (path == nullptr)
         return std::nullopt;
@@ -131,4 +132,20 @@ try {
     return replacement + (path + LOCAL_ETC.size());
 } catch (const std::bad_alloc &) {
     return std::nullopt;
+}
+
+// The text on the heap; null for nothing, or without memory.
+static char *heap_copy(const std::optional<std::string> &text)
+{
+    return text ? strdup(text->c_str()) : nullptr;
+}
+
+char *getlocation(const char *path)
+{
+    return heap_copy(installed_path(path));
+}
+
+char *getusrlocaletc(const char *path)
+{
+    return heap_copy(installed_local_path(path));
 }

@@ -12,7 +12,7 @@
 
 // The installation location followed by `path`, with one slash where the two meet with two.
 // Nothing for a null path or when there is no memory.
-std::optional<std::string> getlocation(const char *path);
+std::optional<std::string> installed_path(const char *path);
 
 // The same for a caller that must not take a profile that cannot be read for one that is not there:
 // puts the location of `path`, which is not null, into `found`. Returns 0, or the errno with which
@@ -20,6 +20,10 @@ std::optional<std::string> getlocation(const char *path);
 int find_location(const char *path, std::string &found);
 
 // `path` with a leading /usr/local/etc, in any case of letters, replaced by the value of
-// install_locusrlocaletc as it stands, or else by getlocation("/usr/local/etc"); another path is
+// install_locusrlocaletc as it stands, or else by installed_path("/usr/local/etc"); another path is
 // returned as it is. Nothing for a null path or when there is no memory.
-std::optional<std::string> getusrlocaletc(const char *path);
+std::optional<std::string> installed_local_path(const char *path);
+
+// The same as texts on the heap, which the caller frees; null for nothing.
+char *getlocation(const char *path);
+char *getusrlocaletc(const char *path);

@@ -2,9 +2,18 @@
 
 #include "lib/ulib/text.h"
 
+#include <algorithm>
+
+static name_table rows_of(name_table table)
+{
+    const auto last = std::find_if(table.begin(), table.end(),
+                                   [](const name_num &row) { return row.name.data() == nullptr; });
+    return {table.begin(), last};
+}
+
 std::int32_t parsenametonum(name_table table, std::string_view name)
 {
-    for (const name_num &row : table)
+    for (const name_num &row : rows_of(table))
         if (same_word(row.name, name))
             return row.number;
     return 0;
@@ -12,7 +21,7 @@ std::int32_t parsenametonum(name_table table, std::string_view name)
 
 std::string_view parsenumtoname(name_table table, std::int32_t number)
 {
-    for (const name_num &row : table)
+    for (const name_num &row : rows_of(table))
         if (row.number == number)
             return row.name;
     return null_name;

@@ -11,9 +11,10 @@ struct name_num {
     std::int32_t number = 0;
 };
 
+// Ends with its span, or before that at a row of a null name.
 using name_table = std::span<const name_num>;
 
-// The name of a number that is in no row: the empty text, with an end mark.
+// The name of a number that is in no row: the empty text, with a NUL terminator.
 inline constexpr std::string_view null_name = "";
 
 // The number of the first row whose name equals `name`, ASCII case ignored; 0 when no row does.

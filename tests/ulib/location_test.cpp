@@ -36,7 +36,7 @@ class Location : public testing::Test
     std::optional<std::string> located(std::string_view text, const char *path) const
     {
         profile(text);
-        return getlocation(path);
+        return installed_path(path);
     }
 };
 
@@ -52,22 +52,22 @@ TEST_F(Location, StandsInFrontOfThePath)
                       "/b"),
               "/b");
     EXPECT_EQ(located({"install_location=/a\0x\n", 22}, "/b"), "/a/b");
-    EXPECT_EQ(getlocation(nullptr), std::nullopt);
+    EXPECT_EQ(installed_path(nullptr), std::nullopt);
     std::filesystem::remove(file);
-    EXPECT_EQ(getlocation("/b"), "/b") << "without the file";
+    EXPECT_EQ(installed_path("/b"), "/b") << "without the file";
     std::filesystem::create_directory(file);
-    EXPECT_EQ(getlocation("/b"), "/b") << "with a folder in its place";
+    EXPECT_EQ(installed_path("/b"), "/b") << "with a folder in its place";
 }
 
 TEST_F(Location, MapsUsrLocalEtc)
 {
     profile("install_location=/a/\ninstall_locusrlocaletc= \n");
-    EXPECT_EQ(getusrlocaletc("/usr/local/etc/x"), "/a/usr/local/etc/x");
+    EXPECT_EQ(installed_local_path("/usr/local/etc/x"), "/a/usr/local/etc/x");
     profile("install_location=/a\ninstall_locusrlocaletc=/e/\n");
-    EXPECT_EQ(getusrlocaletc("/usr/local/etc/x"), "/e//x");
-    EXPECT_EQ(getusrlocaletc("/USR/Local/ETCx"), "/e/x");
-    EXPECT_EQ(getusrlocaletc("/usr/local/et"), "/usr/local/et");
-    EXPECT_EQ(getusrlocaletc(nullptr), std::nullopt);
+    EXPECT_EQ(installed_local_path("/usr/local/etc/x"), "/e//x");
+    EXPECT_EQ(installed_local_path("/USR/Local/ETCx"), "/e/x");
+    EXPECT_EQ(installed_local_path("/usr/local/et"), "/usr/local/et");
+    EXPECT_EQ(installed_local_path(nullptr), std::nullopt);
 }
 
 TEST_F(Location, HasLimits)

@@ -6,6 +6,7 @@
 #include "lib/ulib/report.h"
 
 #include <cstdarg>
+#include <cstring>
 
 // Tells about the file or the key that was not to be had.
 __attribute__((format(printf, 2, 0))) static void tell(events event, const char *format, ...)
@@ -35,5 +36,19 @@ int get_token(const char *key, std::string *destination)
         return 0;
     }
     tell(EVENT_NO_ENTRY, "libtoken: No token found %s", key == nullptr ? "" : key);
+    return 1;
+}
+
+int get_token(const char *key, char *destination)
+{
+    std::string value;
+    if (destination == nullptr || get_token(key, &value) != 0)
+        return 1;
+    std::memcpy(destination, value.c_str(), value.size() + 1);
+    return 0;
+}
+
+int get_token(const char * /*key*/, std::nullptr_t)
+{
     return 1;
 }

@@ -2,6 +2,7 @@
 // lib/frag/tree/symbol.h, and read back by key.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 // Merges the file at `path` into the current tree, as importenv does. Returns 0, or 1 behind
@@ -12,3 +13,5 @@ int load_tokens(const char *path);
 // `destination` as it was: for a null `destination`, or without a value behind
 // "libtoken: No token found KEY" (event 11503).
 int get_token(const char *key, std::string *destination);
+int get_token(const char *key, char *destination); // with room for the value and a NUL
+int get_token(const char *key, std::nullptr_t);

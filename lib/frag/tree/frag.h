@@ -83,6 +83,12 @@ void free_fraglist(frag **head);
 // A new unlinked node named by `name` as it stands, all else empty. The caller owns it.
 frag *newsymfrag(std::string_view name);
 
+// The same with the first `length` bytes of `text` as its name.
+inline frag *newsymfrag(const char *text, std::size_t length)
+{
+    return newsymfrag(std::string_view(text, length));
+}
+
 // Stores `plain` in escaped form as the node's name.
 void renamefrag(frag *node, const char *plain);
 

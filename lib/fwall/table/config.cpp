@@ -54,7 +54,7 @@ int cfg_setpfile(const char *path)
     table_path.reset();
     if (path == nullptr)
         return 0;
-    table_path = getusrlocaletc(path);
+    table_path = installed_local_path(path);
     return table_path ? 0 : 1;
 }
 

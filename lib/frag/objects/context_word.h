@@ -1,0 +1,105 @@
+// The walks of netobj.h, netobj_text.h and pattern.h for callbacks that take a word of their
+// caller's as their last argument: it is handed to each call as it is.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+#include "lib/frag/objects/netobj.h"
+#include "lib/frag/objects/netobj_text.h"
+#include "lib/frag/objects/pattern.h"
+
+// A callback that hands `word` on to `callback`.
+template <typename Function, typename Word>
+object_callback object_callback_with(Function callback, Word word)
+{
+    return [callback, word](frag **db, frag *obj, const char *type) {
+        return callback(db, obj, type, word);
+    };
+}
+
+template <typename Function, typename Word>
+text_callback text_callback_with(Function callback, Word word)
+{
+    return
+        [callback, word](frag *element, const char *text) { return callback(element, text, word); };
+}
+
+template <typename Function, typename Word>
+int enum_group(frag **db, frag *obj, Function callback, Word word)
+{
+    return enum_group(db, obj, object_callback_with(callback, word));
+}
+
+template <typename Function, typename Word>
+int enum_list(frag **db, frag **list, Function callback, Word word)
+{
+    return enum_list(db, list, object_callback_with(callback, word));
+}
+
+template <typename Function, typename Word>
+int enum_netobj(frag **db, const char *key, Function callback, Word word)
+{
+    return enum_netobj(db, key, text_callback_with(callback, word));
+}
+
+template <typename Function, typename Word>
+int enum_netobj6(frag **db, frag *obj, const char *key, Function callback, Word word)
+{
+    return enum_netobj6(db, obj, key, text_callback_with(callback, word));
+}
+
+template <typename Function, typename Word>
+int enum_netobj42(frag **db, const char *key, Function callback, Word word)
+{
+    return enum_netobj42(db, key, text_callback_with(callback, word));
+}
+
+template <typename Function, typename Word>
+int enum_netgroup(frag **db, frag *group, const char *key, Function callback, Word word)
+{
+    return enum_netgroup(db, group, key, text_callback_with(callback, word));
+}
+
+template <typename Function, typename Word>
+int enum_netlist(frag **db, frag *list, const char *name, Function callback, Word word)
+{
+    return enum_netlist(db, list, name, text_callback_with(callback, word));
+}
+
+// The text callback of netobj_to_netperm, which needs no word.
+template <typename Word> int n2n_func(frag *element, const char *text, Word)
+{
+    return n2n_func(element, text);
+}
+
+// Texts that are rewritten in place: each of the forms is at most 31 bytes long, which is the room
+// that a single pattern needs.
+inline int convert_pat(char *text)
+{
+    if (text == nullptr)
+        return convert_pat(static_cast<std::string *>(nullptr));
+    std::string rewritten = text;
+    const int result = convert_pat(&rewritten);
+    std::memcpy(text, rewritten.c_str(), rewritten.size() + 1);
+    return result;
+}
+
+inline int convert_pat(std::nullptr_t)
+{
+    return convert_pat(static_cast<std::string *>(nullptr));
+}
+
+template <typename Function, typename Word>
+int enum_pattern(frag **db, char *text, Function callback, Word word, const char *tag,
+                 const char **typeout)
+{
+    const object_callback calls = object_callback_with(callback, word);
+    if (text == nullptr)
+        return enum_pattern(db, static_cast<std::string *>(nullptr), calls, tag, typeout);
+    std::string rewritten = text;
+    const int result = enum_pattern(db, &rewritten, calls, tag, typeout);
+    if (result == 1)
+        std::memcpy(text, rewritten.c_str(), rewritten.size() + 1);
+    return result;
+}

@@ -44,7 +44,7 @@ bool importer::machine::go(state next)
 // Skips white space; false at the end of the piece.
 bool importer::machine::skip_white()
 {
-    while (!at_end() && is_wscrlf(at_pos()))
+    while (!at_end() && WHITE_SPACE.has(at_pos()))
         ++pos;
     return !at_end();
 }
@@ -172,7 +172,10 @@ frag **importer::machine::siblings() const
 void importer::machine::link_new(frag *node)
 {
     node->parent = parent;
-    push_front(siblings(), node);
+    if (parent != nullptr && parent->names == nullptr)
+        node->next = std::exchange(parent->child, node); // as push_front, which looks for an index
+    else
+        push_front(siblings(), node);
     skip = false;
 }
 
@@ -276,7 +279,7 @@ bool importer::machine::flat_name()
 // The counted end of a flat value loses its white space; the text keeps it.
 static void trim_counted_end(frag *node)
 {
-    while (node->vlen > 0 && is_wscrlf(node->value[node->vlen - 1]))
+    while (node->vlen > 0 && WHITE_SPACE.has(node->value[node->vlen - 1]))
         --node->vlen;
 }
 
@@ -337,7 +340,7 @@ std::size_t importer::machine::resolve_plain_key(std::string_view line, std::siz
 bool importer::machine::take_flat_line()
 {
     std::size_t start = pos;
-    while (start < piece.size() && is_wscrlf(piece[start]))
+    while (start < piece.size() && WHITE_SPACE.has(piece[start]))
         ++start;
     // Said before the line's end is looked for: a line may hold any number of elements.
     if (start < piece.size() && (piece[start] == '<' || piece[start] == '['))
@@ -366,8 +369,99 @@ bool importer::machine::take_flat_line()
 
 // ---- section notation
 
+// Moves over white space, and gives the line that follows without its end; an empty view if the
+// piece ends before it.
+std::string_view importer::machine::plain_line()
+{
+    while (!at_end() && WHITE_SPACE.has(at_pos()))
+        pass_plain(pos + 1);
+    const std::size_t end = piece.find('\n', pos);
+    return end == std::string_view::npos ? std::string_view() : piece.substr(pos, end - pos);
+}
+
+// Moves to `end`, and keeps the count of lines in step where it was.
+void importer::machine::pass_plain(std::size_t end)
+{
+    if (counted == pos) {
+        if (piece[end - 1] == '\n')
+            next_line();
+        counted = end;
+    }
+    pos = end;
+}
+
+void importer::machine::resolve_section_part(std::string_view part)
+{
+    cur = find_named(part);
+    if (cur == nullptr) {
+        cur = newsymfrag(part);
+        link_past_trie(cur);
+    }
+}
+
+// A line that is a header alone, with the last one's path in mind.
+bool importer::machine::take_section_header(std::string_view line)
+{
+    static constexpr byte_set STOPS("\0\\]=_"sv);
+    static constexpr byte_set NO_STARTS("[ \t\r\n");
+    const std::size_t close = line.find_first_of("\0]=\r"sv);
+    if (close + 1 != line.size() || line[close] != ']')
+        return false;
+    std::size_t part = std::max<std::size_t>(follow_last_line(line), 1);
+    while (part <= close) {
+        const std::size_t end = STOPS.find_in(line, part);
+        if (end - part > NAME_PART_SIZE || NO_STARTS.has(line[part]))
+            break;
+        resolve_section_part(line.substr(part, end - part));
+        last_path.push_back({cur, end});
+        parent = cur;
+        part = end + 1;
+    }
+    last_key.assign(line, 0, line.size());
+    if (part <= close)
+        return false;
+    pass_plain(pos + line.size());
+    return true;
+}
+
+// A line of one plain name and its value.
+bool importer::machine::take_section_key(std::string_view line)
+{
+    static constexpr byte_set STOPS("\0\\]=_"sv);
+    const std::size_t end = STOPS.find_in(line, 0);
+    if (end > NAME_PART_SIZE || end == line.size() || line[end] != '=' ||
+        line.find_first_of("\\\r", end) != std::string_view::npos)
+        return false;
+    resolve_section_part(line.substr(0, end));
+    begin_value(frag_notation::SECTION);
+    const std::size_t line_end = pos + line.size();
+    pos += end + 1;
+    store(line_end);
+    counted = ++pos;
+    next_line();
+    end_value();
+    return true;
+}
+
+// A whole plain line of the section notation in one go, as take_flat_line does it. Not while a
+// trie does not know all nodes: then a name that was found before may not be found again.
+bool importer::machine::take_section_line()
+{
+    // Looked for at a line's start only: a line may hold any number of parts.
+    const bool is_start = at_pos() == '\n' || (pos > 0 && piece[pos - 1] == '\n');
+    if (!is_start || has_unentered || name_line != 0)
+        return false;
+    const std::string_view line = plain_line();
+    if (line.empty())
+        return false;
+    return line[0] == '[' ? take_section_header(line) : take_section_key(line);
+}
+
 bool importer::machine::sect_name()
 {
+    if (name_length == 0)
+        while (!at_end() && take_section_line()) {
+        }
     while (name_length == 0) {
         if (!skip_white())
             return false;

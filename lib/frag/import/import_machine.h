@@ -45,6 +45,8 @@ class byte_set
     std::array<bool, 256> has_{};
 };
 
+inline constexpr byte_set WHITE_SPACE(" \t\r\n");
+
 struct importer::machine {
     machine(frag **tree_head, int keep_values);
 
@@ -107,9 +109,19 @@ struct importer::machine {
     frag *find_named(std::string_view part) const;
     void resolve_flat_part(std::string_view part);
     void close_element(std::string_view tag);
+    void leave_element();
     void open_element(std::string_view tag);
     void leave_empty_element(frag *enclosing);
     bool take_flat_line();
+    bool take_plain_text();
+    bool take_plain_tag();
+    bool take_plain_end(std::size_t start);
+    void pass_plain(std::size_t end);
+    std::string_view plain_line();
+    bool take_section_line();
+    bool take_section_header(std::string_view line);
+    bool take_section_key(std::string_view line);
+    void resolve_section_part(std::string_view part);
     std::size_t follow_last_line(std::string_view line);
     std::size_t resolve_plain_key(std::string_view line, std::size_t part);
 

@@ -34,20 +34,28 @@ static bool is_named_in_tag(const frag *node, std::string_view tag)
     return node->name == tag || fragcmp(node->name, std::string(tag).c_str()) == 0;
 }
 
+// Behind the end tag of cur.
+void importer::machine::leave_element()
+{
+    if (cur->value == nullptr && cur->child == nullptr)
+        set_frag_value(cur, "", 0);
+    cur = cur->parent;
+    parent = cur != nullptr ? cur->parent : nullptr;
+    if (cur != nullptr)
+        vlen = static_cast<std::size_t>(cur->vlen);
+}
+
 // An end tag closes cur if it bears its name; any other is passed over.
 void importer::machine::close_element(std::string_view tag)
 {
     if (cur != nullptr && is_named_in_tag(cur, tag)) {
-        if (cur->value == nullptr && cur->child == nullptr)
-            set_frag_value(cur, "", 0);
-        cur = cur->parent;
-        parent = cur != nullptr ? cur->parent : nullptr;
+        leave_element();
     } else {
         tell(&import_observer::ignored, line_here());
+        if (cur != nullptr)
+            vlen = static_cast<std::size_t>(cur->vlen);
     }
     name_line = 0;
-    if (cur != nullptr)
-        vlen = static_cast<std::size_t>(cur->vlen);
     ++pos;
 }
 
@@ -98,8 +106,70 @@ void importer::machine::leave_empty_element(frag *enclosing)
     now = &machine::line_start;
 }
 
+// The end tag that begins at `start`, behind its slash, of cur by its exact name.
+bool importer::machine::take_plain_end(std::size_t start)
+{
+    static constexpr byte_set STOPS(" \t\r\n>");
+    if (cur == nullptr)
+        return false;
+    std::size_t end = start;
+    for (const char *stored = cur->name; *stored != '\0'; ++stored, ++end)
+        if (end >= piece.size() || piece[end] != *stored || STOPS.has(*stored))
+            return false;
+    if (end >= piece.size() || piece[end] != '>' || end - start >= TAG_NAME_SIZE)
+        return false;
+    leave_element();
+    pass_plain(end + 1);
+    return true;
+}
+
+// The tag at hand: a start tag without attributes, or the end tag of cur.
+bool importer::machine::take_plain_tag()
+{
+    static constexpr byte_set STOPS("\0 \t\r\n>/_!"sv);
+    const std::size_t start = pos + 1;
+    if (start >= piece.size())
+        return false;
+    if (piece[start] == '/')
+        return take_plain_end(start + 1);
+    const std::size_t end = STOPS.find_in(piece.substr(0, start + TAG_NAME_SIZE), start);
+    if (end == start || end >= piece.size() || piece[end] != '>')
+        return false;
+    parent = cur;
+    cur = newsymfrag(piece.substr(start, end - start));
+    link_past_trie(cur);
+    vlen = 0;
+    set_origin(cur, make_origin(line_here(), frag_notation::TAGS));
+    pass_plain(end + 1);
+    return true;
+}
+
+// White space and text up to the next tag. False if the tag is not in the piece.
+bool importer::machine::take_plain_text()
+{
+    static constexpr byte_set STOPS("<\n");
+    while (!at_end() && WHITE_SPACE.has(at_pos()))
+        pass_plain(pos + 1);
+    if (at_end())
+        return false;
+    if (at_pos() == '<')
+        return true;
+    const std::size_t end = STOPS.find_in(piece, pos);
+    if (cur == nullptr || skip || end >= piece.size() || piece[end] != '<')
+        return false;
+    if (vlen == 0)
+        value_origin = make_origin(line_here(), frag_notation::TAGS);
+    const bool is_counted = counted == pos;
+    store(end);
+    counted = is_counted ? end : counted;
+    return true;
+}
+
 bool importer::machine::text_skip()
 {
+    // Most of a file are plain tags and texts of one line: the states see what is left.
+    while (take_plain_text() && take_plain_tag()) {
+    }
     if (!skip_white())
         return false;
     if (at_pos() != '<') {

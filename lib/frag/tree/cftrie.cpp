@@ -103,34 +103,39 @@ int fnewchild(frag *node)
     return 0;
 }
 
-// Reverses one list, clears its counts and tries, and notes the lists below.
-static void finish_list(frag **head, std::vector<frag **> &open_lists)
+static void finish_node(frag *node)
 {
-    frag *reversed = nullptr;
-    for (frag *node = *head; node != nullptr;) {
-        frag *next = node->next;
-        node->next = reversed;
-        reversed = node;
-        node->flags &= ~FRAG_COUNT_MASK;
-        if (node->index != nullptr)
-            cffreetree(&node->index);
-        if (node->names != nullptr)
-            free_name_index(std::exchange(node->names, nullptr));
-        if (node->child != nullptr)
-            open_lists.push_back(&node->child);
-        node = next;
-    }
-    *head = reversed;
+    node->flags &= ~FRAG_COUNT_MASK;
+    if (node->index != nullptr)
+        cffreetree(&node->index);
+    if (node->names != nullptr)
+        free_name_index(std::exchange(node->names, nullptr));
 }
 
+// Each list is reversed as its nodes are left, those below first: the newest node to the oldest,
+// which is how they lie in memory.
 int fnewcleanup(frag **head)
 {
+    struct open_list {
+        frag **head;
+        frag *rest;
+        frag *reversed = nullptr;
+    };
     drop_name_indexes();
-    std::vector<frag **> open_lists{head};
-    while (!open_lists.empty()) {
-        frag **list = open_lists.back();
-        open_lists.pop_back();
-        finish_list(list, open_lists);
+    std::vector<open_list> open{{head, *head}};
+    while (!open.empty()) {
+        open_list &list = open.back();
+        frag *node = list.rest;
+        if (node == nullptr) {
+            *list.head = list.reversed;
+            open.pop_back();
+            continue;
+        }
+        list.rest = std::exchange(node->next, list.reversed);
+        list.reversed = node;
+        finish_node(node);
+        if (node->child != nullptr)
+            open.push_back({&node->child, node->child});
     }
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "lib/frag/export/export.h"
 
 #include <array>
+#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,19 +13,56 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 
-static bool write_bytes(std::FILE *stream, const char *bytes, std::size_t length)
+namespace
 {
-    return std::fwrite(bytes, 1, length, stream) == length;
-}
 
-// The line's end takes the place behind the counted bytes, and a NUL takes it again.
-static bool write_value(std::FILE *stream, frag *node)
+// Gathers lines for a stream, so that a line costs no call of it.
+class line_buffer
+{
+  public:
+    explicit line_buffer(std::FILE *stream) : stream_(stream), bytes_(SIZE) {}
+
+    void add(std::string_view text)
+    {
+        if (text.size() > SIZE - used_)
+            flush();
+        if (text.size() > SIZE) {
+            write(text);
+            return;
+        }
+        std::memcpy(bytes_.data() + used_, text.data(), text.size());
+        used_ += text.size();
+    }
+
+    void flush() { write({bytes_.data(), std::exchange(used_, 0)}); }
+
+    // Nothing is written behind a write that fell short.
+    bool is_short() const { return is_short_; }
+
+  private:
+    static constexpr std::size_t SIZE = 1 << 16;
+
+    void write(std::string_view text)
+    {
+        is_short_ = is_short_ || std::fwrite(text.data(), 1, text.size(), stream_) != text.size();
+    }
+
+    std::FILE *stream_;
+    std::vector<char> bytes_;
+    std::size_t used_ = 0;
+    bool is_short_ = false;
+};
+
+} // namespace
+
+static void add_line(line_buffer &lines, std::string_view key, const frag *node)
 {
     const auto length = static_cast<std::size_t>(node->vlen);
-    node->value[length] = '\n';
-    const bool is_written = write_bytes(stream, node->value, length + 1);
-    node->value[length] = '\0';
-    return is_written;
+    lines.add(key);
+    lines.add({node->value, length});
+    lines.add("\n");
+    if (node->value[length] != '\0') // read first: most values end there and stay untouched
+        node->value[length] = '\0';
 }
 
 int outffile(std::FILE *stream, frag *first, int /*version*/, int position)
@@ -34,8 +72,9 @@ int outffile(std::FILE *stream, frag *first, int /*version*/, int position)
         key = std::string(fragkeyname(first->parent)) + "_";
     key.resize(static_cast<std::size_t>(position));
 
+    line_buffer lines(stream);
     std::vector<std::pair<frag *, std::size_t>> open{{first, key.size()}};
-    while (!open.empty()) {
+    while (!open.empty() && !lines.is_short()) {
         const auto [node, above] = open.back();
         if (node == nullptr) {
             open.pop_back();
@@ -48,13 +87,13 @@ int outffile(std::FILE *stream, frag *first, int /*version*/, int position)
         const std::size_t length = key.size();
         key += '=';
         if (node->value != nullptr)
-            if (!write_bytes(stream, key.data(), key.size()) || !write_value(stream, node))
-                return 1;
+            add_line(lines, key, node);
         key[length] = '_';
         if (node->child != nullptr && length < LONGEST_PARENT_KEY)
             open.emplace_back(node->child, key.size());
     }
-    return 0;
+    lines.flush();
+    return lines.is_short() ? 1 : 0;
 }
 
 // The stream for a path, or the standard output, but only once: it is closed after its use.

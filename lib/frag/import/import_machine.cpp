@@ -182,8 +182,9 @@ void importer::machine::link_new(frag *node)
 // Links a node in a notation that leaves the trie out.
 void importer::machine::link_past_trie(frag *node)
 {
+    // A trie of the nodes so far is what a trie from the start would be.
+    has_unentered = (parent != nullptr && make_due_trie(parent)) || has_unentered;
     link_new(node);
-    has_unentered = has_unentered || (parent != nullptr && parent->index != nullptr);
 }
 
 // The node of a name, which is a single part, below parent or at the top.
@@ -243,7 +244,7 @@ void importer::machine::resolve_flat_part(std::string_view part)
         cur = newsymfrag(part);
         link_new(cur);
         if (parent != nullptr)
-            fnewchild(cur);
+            count_new_child(cur);
     }
     cur->flags |= flags;
 }
@@ -365,173 +366,4 @@ bool importer::machine::take_flat_line()
     end_value();
     trim_counted_end(cur);
     return true;
-}
-
-// ---- section notation
-
-// Moves over white space, and gives the line that follows without its end; an empty view if the
-// piece ends before it.
-std::string_view importer::machine::plain_line()
-{
-    while (!at_end() && WHITE_SPACE.has(at_pos()))
-        pass_plain(pos + 1);
-    const std::size_t end = piece.find('\n', pos);
-    return end == std::string_view::npos ? std::string_view() : piece.substr(pos, end - pos);
-}
-
-// Moves to `end`, and keeps the count of lines in step where it was.
-void importer::machine::pass_plain(std::size_t end)
-{
-    if (counted == pos) {
-        if (piece[end - 1] == '\n')
-            next_line();
-        counted = end;
-    }
-    pos = end;
-}
-
-void importer::machine::resolve_section_part(std::string_view part)
-{
-    cur = find_named(part);
-    if (cur == nullptr) {
-        cur = newsymfrag(part);
-        link_past_trie(cur);
-    }
-}
-
-// A line that is a header alone, with the last one's path in mind.
-bool importer::machine::take_section_header(std::string_view line)
-{
-    static constexpr byte_set STOPS("\0\\]=_"sv);
-    static constexpr byte_set NO_STARTS("[ \t\r\n");
-    const std::size_t close = line.find_first_of("\0]=\r"sv);
-    if (close + 1 != line.size() || line[close] != ']')
-        return false;
-    std::size_t part = std::max<std::size_t>(follow_last_line(line), 1);
-    while (part <= close) {
-        const std::size_t end = STOPS.find_in(line, part);
-        if (end - part > NAME_PART_SIZE || NO_STARTS.has(line[part]))
-            break;
-        resolve_section_part(line.substr(part, end - part));
-        last_path.push_back({cur, end});
-        parent = cur;
-        part = end + 1;
-    }
-    last_key.assign(line, 0, line.size());
-    if (part <= close)
-        return false;
-    pass_plain(pos + line.size());
-    return true;
-}
-
-// A line of one plain name and its value.
-bool importer::machine::take_section_key(std::string_view line)
-{
-    static constexpr byte_set STOPS("\0\\]=_"sv);
-    const std::size_t end = STOPS.find_in(line, 0);
-    if (end > NAME_PART_SIZE || end == line.size() || line[end] != '=' ||
-        line.find_first_of("\\\r", end) != std::string_view::npos)
-        return false;
-    resolve_section_part(line.substr(0, end));
-    begin_value(frag_notation::SECTION);
-    const std::size_t line_end = pos + line.size();
-    pos += end + 1;
-    store(line_end);
-    counted = ++pos;
-    next_line();
-    end_value();
-    return true;
-}
-
-// A whole plain line of the section notation in one go, as take_flat_line does it. Not while a
-// trie does not know all nodes: then a name that was found before may not be found again.
-bool importer::machine::take_section_line()
-{
-    // Looked for at a line's start only: a line may hold any number of parts.
-    const bool is_start = at_pos() == '\n' || (pos > 0 && piece[pos - 1] == '\n');
-    if (!is_start || has_unentered || name_line != 0)
-        return false;
-    const std::string_view line = plain_line();
-    if (line.empty())
-        return false;
-    return line[0] == '[' ? take_section_header(line) : take_section_key(line);
-}
-
-bool importer::machine::sect_name()
-{
-    if (name_length == 0)
-        while (!at_end() && take_section_line()) {
-        }
-    while (name_length == 0) {
-        if (!skip_white())
-            return false;
-        begin_name();
-        if (at_pos() != '[')
-            break;
-        ++pos;
-        parent = nullptr;
-    }
-    static constexpr byte_set STOPS("\0\\]=_"sv);
-    std::string_view taken;
-    if (!take_name(STOPS, NAME_PART_SIZE, taken))
-        return false;
-    is_name_cut = is_name_cut || !STOPS.has(at_pos());
-    pos = STOPS.find_in(piece, pos); // a longer name loses its end
-    if (at_end()) {
-        if (name_length == 0)
-            name_length = taken.copy(name.data(), taken.size());
-        return false;
-    }
-    if (std::exchange(is_name_cut, false))
-        tell(&import_observer::name_cut, line_here(), taken);
-    cur = find_named(taken);
-    if (cur == nullptr) {
-        cur = newsymfrag(taken);
-        link_past_trie(cur);
-    }
-    clear_name();
-    const char stop = piece[pos++];
-    if (stop == '\\' || stop == ']' || stop == '_') {
-        parent = cur;
-        if (stop == ']') {
-            end_name();
-            name_line = 0;
-        }
-        return !at_end();
-    }
-    begin_value(frag_notation::SECTION);
-    return go(&machine::sect_value);
-}
-
-bool importer::machine::sect_value()
-{
-    static constexpr byte_set STOPS("\n\r\\");
-    store_until(STOPS);
-    if (at_end())
-        return false;
-    const char stop = piece[pos++];
-    if (stop == '\r')
-        return !at_end();
-    if (stop == '\\')
-        return go(&machine::sect_eol);
-    end_value();
-    return go(&machine::sect_name);
-}
-
-// Behind a backslash: the rest of the line does not count.
-bool importer::machine::sect_eol()
-{
-    static constexpr byte_set STOPS("\n\0"sv);
-    pos = STOPS.find_in(piece, pos);
-    if (at_end())
-        return false;
-    ++pos;
-    return go(&machine::sect_indent);
-}
-
-bool importer::machine::sect_indent()
-{
-    while (!at_end() && is_ws(at_pos()))
-        ++pos;
-    return !at_end() && go(&machine::sect_value);
 }

@@ -87,19 +87,30 @@ int cffreetree(cfnode **index)
     return 0;
 }
 
+// One above the full count says that the trie is due.
+void count_new_child(frag *node)
+{
+    frag *parent = node->parent;
+    if (parent->index != nullptr)
+        cfset(&parent->index, node->name, node);
+    else if ((parent->flags & FRAG_COUNT_MASK) <= FRAG_COUNT_FULL)
+        parent->flags += FRAG_COUNT_ONE;
+}
+
+bool make_due_trie(frag *parent)
+{
+    if (parent->index == nullptr && (parent->flags & FRAG_COUNT_MASK) > FRAG_COUNT_FULL)
+        for (frag *child = parent->child; child != nullptr; child = child->next)
+            cfset(&parent->index, child->name, child);
+    return parent->index != nullptr;
+}
+
 int fnewchild(frag *node)
 {
     if (node == nullptr || node->parent == nullptr)
         return 1;
-    frag *parent = node->parent;
-    if ((parent->flags & FRAG_COUNT_MASK) < FRAG_COUNT_FULL) {
-        parent->flags += FRAG_COUNT_ONE;
-    } else if (parent->index == nullptr) {
-        for (frag *child = parent->child; child != nullptr; child = child->next)
-            cfset(&parent->index, child->name, child);
-    } else {
-        cfset(&parent->index, node->name, node);
-    }
+    count_new_child(node);
+    make_due_trie(node->parent);
     return 0;
 }
 

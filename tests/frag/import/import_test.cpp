@@ -176,7 +176,8 @@ TEST(Import, IntoATreeThatIsThere)
                   {"[b]\nx=8\nz=4\nx=9\n", "c(1)=1 b{y=3 x=2 z=4} a=1"},
                   {"<b><x>8</x></b>", old + "a=1 b_x=8"},
                   {"<d/>a=8\nc=9\n", old + "a=8 d"},
-                  {"<d e='2'/>a=8\n", old + "a=8 d_attrs_e=2"}},
+                  {"<d e='2'/>a=8\n", old + "a=8 d_attrs_e=2"},
+                  {"<d e='2'>x</d>", old + "a=1 d=x{attrs_e=2}"}},
                  before, 1);
 }
 

@@ -226,10 +226,11 @@ frag *copy_node(const frag *from, const notation_row &row, frag *parent)
     frag *made = newsymfrag(fitting_name(from, row));
     made->parent = parent;
     made->flags = from->flags;
-    if (from->value != nullptr) {
-        const std::string value = fitting_value(from, row);
+    if (from->value == nullptr)
+        return made;
+    const std::string value = fitting_value(from, row);
+    if (row.form != notation::tags || from->child == nullptr || !value.empty())
         set_frag_value(made, value.data(), value.size());
-    }
     return made;
 }
 

@@ -1,0 +1,22 @@
+// help [VERB]: the pages that the table of options gives.
+#include "flatctl/options.h"
+#include "flatctl/text_write.h"
+#include "flatctl/verbs.h"
+
+int run_help(const request &asked)
+{
+    if (asked.operands.empty()) {
+        put(overview_text());
+        return STATUS_FINE;
+    }
+    std::string name = asked.operands[0];
+    if (asked.operands.size() > 1)
+        name += " " + asked.operands[1];
+    const verb_row *verb = find_verb(name);
+    if (verb == nullptr) {
+        tell("no verb '" + shown_line(name) + "'");
+        return STATUS_USAGE;
+    }
+    put(verb_help_text(*verb));
+    return STATUS_FINE;
+}

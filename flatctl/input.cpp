@@ -1,0 +1,111 @@
+#include "flatctl/input.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "flatctl/options.h"
+#include "flatctl/text_write.h"
+#include "flatlink/driver.h"
+#include "lib/ulib/bounds.h"
+#include "lib/ulib/location.h"
+
+// Address space for the work on an input, when the command line gives none: a tree takes less than
+// four times its file.
+static constexpr std::uint64_t MEMORY_BASE = 256 << 20;
+static constexpr std::uint64_t MEMORY_PER_BYTE = 4;
+static constexpr std::uint64_t UNKNOWN_SIZE = 1 << 30; // of a pipe
+
+static std::uint64_t memory_for(const input &opened, const request &asked)
+{
+    if (asked.memory_mib != 0)
+        return static_cast<std::uint64_t>(asked.memory_mib) << 20;
+    const bool is_file = S_ISREG(opened.status.st_mode);
+    const auto size = static_cast<std::uint64_t>(opened.status.st_size);
+    return MEMORY_BASE + MEMORY_PER_BYTE * (is_file ? size : UNKNOWN_SIZE);
+}
+
+std::string open_input(const std::string &path, const request &asked, input &opened)
+{
+    opened.path = path;
+    opened.shown = path == "-" ? "standard input" : shown(path);
+    opened.fd = descriptor(path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
+                                       : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!opened.fd || fstat(opened.fd.get(), &opened.status) != 0)
+        return opened.shown + ": " + std::strerror(errno);
+    if (S_ISDIR(opened.status.st_mode))
+        return opened.shown + ": " + std::strerror(EISDIR);
+    opened.limits = {memory_for(opened, asked), asked.time_limit_s, asked.resolve};
+    return {};
+}
+
+std::string open_database(const std::string &path, const request &asked, input &opened)
+{
+    if (path == "-")
+        return open_input(path, asked, opened);
+    std::string installed;
+    if (const int error = find_location(path.c_str(), installed))
+        return std::string("the installation's profile: ") + std::strerror(error);
+    if (installed != path && !asked.quiet)
+        tell("reading " + shown(installed) + ", as flatlink would");
+    return open_input(installed, asked, opened);
+}
+
+bool load_input(const input &database)
+{
+    const int error = load_database(database.fd.get());
+    if (error != 0)
+        std::fprintf(stderr, "%s\n", std::strerror(error));
+    return error == 0;
+}
+
+int derive_in_child(const input &database, const known_world &world, child_port &port)
+{
+    enter_world(world, port);
+    start_bounds();
+    if (!load_input(database))
+        return STATUS_UNREADABLE;
+    derive_from_tree(false);
+    const bool is_whole = report_bounds();
+    std::FILE *out = port.stream(frame_kind::data);
+    write_records(out);
+    std::fclose(out);
+    return is_whole ? STATUS_FINE : STATUS_FOUND;
+}
+
+void side_frames::tell_message(std::string_view line) const
+{
+    if (!is_quiet_)
+        tell(of_.shown + ": " + shown_line(line));
+}
+
+void side_frames::take(frame_kind kind, std::string_view bytes)
+{
+    if (kind == frame_kind::name && bytes.find('=') == std::string_view::npos) {
+        unanswered_ += unanswered_.empty() ? " " : ", ";
+        unanswered_ += shown_line(bytes);
+    }
+    if (kind != frame_kind::message)
+        return;
+    for (const char c : bytes) {
+        if (c != '\n') {
+            message_ += c;
+            continue;
+        }
+        tell_message(message_);
+        message_.clear();
+    }
+}
+
+int side_frames::end(const child_result &result)
+{
+    if (!message_.empty())
+        tell_message(message_);
+    if (!unanswered_.empty() && !is_quiet_)
+        tell(of_.shown + ": not known here:" + unanswered_ + " (see --names, --routes, --resolve)");
+    if (result.end == child_end::done)
+        return result.detail;
+    tell(of_.shown + ": " + words_for(result));
+    return STATUS_FOUND;
+}

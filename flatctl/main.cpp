@@ -1,0 +1,42 @@
+// flatctl VERB ...: the operator's view of a conversion and of the access checks. Asks the code
+// that converts and decides; changes no file unless the command line names one to be written.
+#include <cstdio>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+#include "flatctl/options.h"
+#include "flatctl/secrets.h"
+#include "flatctl/text_write.h"
+
+static int run(const std::vector<std::string> &words)
+{
+    if (words.empty()) {
+        std::fputs(overview_text().c_str(), stderr);
+        return STATUS_USAGE;
+    }
+    request asked;
+    if (const std::string error = parse_options(words, asked); !error.empty()) {
+        tell(error);
+        return STATUS_USAGE;
+    }
+    if (asked.version)
+        put("flatctl " FLATLINK_VERSION "\n");
+    else if (asked.help)
+        put(asked.verb != nullptr ? verb_help_text(*asked.verb) : overview_text());
+    else
+        return asked.verb->run(asked);
+    return STATUS_FINE;
+}
+
+int main(int argc, char **argv)
+{
+    (void)umask(0077); // what is written holds secrets
+    choose_secret_key();
+    const int status = run({argv + (argc > 0 ? 1 : 0), argv + argc});
+    // A result that did not arrive is none.
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return status;
+    std::perror("flatctl: standard output");
+    return STATUS_UNREADABLE;
+}

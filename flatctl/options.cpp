@@ -1,0 +1,254 @@
+#include "flatctl/options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <numeric>
+#include <optional>
+
+#include "flatctl/text_write.h"
+#include "flatctl/verbs.h"
+
+namespace
+{
+
+constexpr std::string_view COLORS[] = {"auto", "always", "never"};
+constexpr std::string_view FORMATS[] = {"text", "json", "jsonl", "sarif"};
+
+constexpr verb_row VERBS[] = {
+    {"preview", VERB_PREVIEW, "DB", 1, 1, "print what flatlink would write, and touch nothing",
+     run_preview},
+    {"help", VERB_HELP, "[VERB]", 0, 2, "explain a verb", run_help},
+};
+
+constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
+constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
+
+constexpr option_row OPTIONS[] = {
+    {"--against", "FLAT", VERB_PREVIEW, "show what would change in flat data, record by record",
+     &request::against},
+    {"--names", "FILE", ASKS_NAMES, "take host names from FILE, in the format of /etc/hosts",
+     &request::names},
+    {"--routes", "FILE", ASKS_NAMES, "take routes from FILE: lines of ADDRESS and own address",
+     &request::routes},
+    {"--resolve", "", ASKS_NAMES, "ask this host for names and routes; otherwise none is known",
+     &request::resolve},
+    {"--reveal", "", VERB_PREVIEW, "show secrets on a terminal", &request::reveal},
+    {"--memory", "MIB", READS_DATABASE, "address space for the work on an input",
+     &request::memory_mib},
+    {"--time-limit", "SECONDS", READS_DATABASE, "processor time for it (600)",
+     &request::time_limit_s},
+    {"--format", "FORMAT", VERB_CHECK | VERB_CONVERT | VERB_EXPLAIN_ACCESS,
+     "text, json, jsonl or sarif", &request::format, FORMATS},
+    {"--color", "WHEN", VERB_ALL, "auto (on a terminal, unless NO_COLOR is set), always or never",
+     &request::color, COLORS},
+    {"--quiet", "", VERB_ALL, "say nothing: the exit status is the answer (-q)", &request::quiet},
+    {"-q", "", VERB_ALL, "", &request::quiet},
+    {"--help", "", VERB_ALL, "show this page (-h)", &request::help},
+    {"-h", "", VERB_ALL, "", &request::help},
+    {"--version", "", VERB_ALL, "show the version", &request::version},
+};
+
+constexpr std::string_view FIRST_LINES =
+    "flatlink replaces its argument; flatctl touches no file unless it is told to write one.\n";
+
+constexpr std::string_view LAST_LINES =
+    "Exit status: 0 fine, 1 errors found or refused, 2 usage, 3 cannot read or write, 4 internal.\n"
+    "A file named - is the standard input.\n";
+
+} // namespace
+
+std::span<const verb_row> verb_rows()
+{
+    return VERBS;
+}
+
+std::span<const option_row> option_rows()
+{
+    return OPTIONS;
+}
+
+const verb_row *find_verb(std::string_view name)
+{
+    const auto *found = std::ranges::find(VERBS, name, &verb_row::name);
+    return found == std::end(VERBS) ? nullptr : found;
+}
+
+// ---- the nearest word
+
+// How many letters must be changed, left out, put in, or swapped with the next.
+static std::size_t distance(std::string_view a, std::string_view b)
+{
+    std::vector<std::size_t> before_last, last(b.size() + 1), now(b.size() + 1);
+    std::iota(last.begin(), last.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        now[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            now[j] = std::min({last[j] + 1, now[j - 1] + 1, last[j - 1] + (a[i - 1] != b[j - 1])});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                now[j] = std::min(now[j], before_last[j - 2] + 1);
+        }
+        before_last = last;
+        std::swap(last, now);
+    }
+    return last[b.size()];
+}
+
+std::string_view nearest_word(std::string_view word, std::span<const std::string_view> words)
+{
+    constexpr std::size_t LONGEST = 40; // nobody means a verb by more
+    std::string_view nearest;
+    std::size_t least = std::max<std::size_t>(2, word.size() / 3) + 1;
+    for (const std::string_view known : words) {
+        const std::size_t steps = word.size() > LONGEST ? least : distance(word, known);
+        if (steps < least) {
+            least = steps;
+            nearest = known;
+        }
+    }
+    return nearest;
+}
+
+template <typename rows>
+static std::string not_known(std::string_view what, std::string_view word, const rows &known)
+{
+    std::vector<std::string_view> names;
+    for (const auto &row : known)
+        names.push_back(row.name);
+    std::string text = std::string(what) + " '" + shown_line(word) + "'";
+    if (const std::string_view nearest = nearest_word(word, names); !nearest.empty())
+        text += "; did you mean " + std::string(nearest) + "?";
+    return text;
+}
+
+// ---- parser
+
+static std::string store_number(const option_row &option, std::string_view value, request &asked)
+{
+    std::int32_t number = 0;
+    const auto [end, error] = std::from_chars(value.begin(), value.end(), number);
+    if (error != std::errc() || end != value.end() || number < 1)
+        return std::string(option.name) + " needs a number from 1 on, not '" + shown_line(value) +
+               "'";
+    asked.*std::get<std::int32_t request::*>(option.target) = number;
+    return {};
+}
+
+static std::string store_argument(const option_row &option, std::string_view value, request &asked)
+{
+    if (std::holds_alternative<std::int32_t request::*>(option.target))
+        return store_number(option, value, asked);
+    const auto &choices = option.choices;
+    if (!choices.empty() && std::ranges::find(choices, value) == choices.end()) {
+        std::string text = std::string(option.name) + " takes";
+        for (const std::string_view choice : choices)
+            text += (choice == choices.front() ? " " : ", ") + std::string(choice);
+        return text + ", not '" + shown_line(value) + "'";
+    }
+    asked.*std::get<std::string request::*>(option.target) = value;
+    return {};
+}
+
+// Takes the option at `words[at]`, and its argument from there or from the next word, to which `at`
+// then moves.
+static std::string take_option(std::span<const std::string> words, std::size_t &at, request &asked)
+{
+    const std::string_view word = words[at];
+    const std::size_t equals = word.starts_with("--") ? word.find('=') : std::string_view::npos;
+    const std::string_view name = word.substr(0, equals);
+    const auto *option = std::ranges::find(OPTIONS, name, &option_row::name);
+    if (option == std::end(OPTIONS))
+        return not_known("no option", name, OPTIONS);
+    if (asked.verb != nullptr && (option->verbs & asked.verb->bit) == 0)
+        return std::string(asked.verb->name) + " takes no " + std::string(name);
+    if (const auto *flag = std::get_if<bool request::*>(&option->target)) {
+        asked.*(*flag) = true;
+        return equals == std::string_view::npos ? "" : std::string(name) + " takes no argument";
+    }
+    if (equals != std::string_view::npos)
+        return store_argument(*option, word.substr(equals + 1), asked);
+    if (at + 1 == words.size())
+        return std::string(name) + " needs an argument: " + std::string(option->argument);
+    return store_argument(*option, words[++at], asked);
+}
+
+static bool is_option(std::string_view word)
+{
+    return word.size() > 1 && word[0] == '-';
+}
+
+// Finds the verb among the words in front, of which it takes one or two off.
+static std::string take_verb(std::span<const std::string> &words, request &asked)
+{
+    const auto two_words =
+        words.size() > 1 ? find_verb(words[0] + " " + words[1]) : static_cast<verb_row *>(nullptr);
+    asked.verb = two_words != nullptr ? two_words : find_verb(words[0]);
+    if (asked.verb == nullptr)
+        return not_known("no verb", words[0], VERBS);
+    words = words.subspan(two_words != nullptr ? 2 : 1);
+    return {};
+}
+
+std::string parse_options(std::span<const std::string> words, request &asked)
+{
+    if (!words.empty() && !is_option(words[0]))
+        if (std::string error = take_verb(words, asked); !error.empty())
+            return error;
+    bool options_ended = false;
+    for (std::size_t at = 0; at < words.size(); ++at) {
+        if (!options_ended && words[at] == "--") {
+            options_ended = true;
+        } else if (options_ended || !is_option(words[at])) {
+            asked.operands.push_back(words[at]);
+        } else if (std::string error = take_option(words, at, asked); !error.empty()) {
+            return error;
+        }
+    }
+    if (asked.help || asked.version)
+        return {};
+    if (asked.verb == nullptr)
+        return "a verb is missing";
+    if (asked.operands.size() < asked.verb->least_operands)
+        return std::string(asked.verb->name) + " needs " + std::string(asked.verb->operands);
+    if (asked.operands.size() > asked.verb->most_operands)
+        return std::string(asked.verb->name) + " takes no '" +
+               shown_line(asked.operands[asked.verb->most_operands]) + "'";
+    return {};
+}
+
+// ---- help
+
+static std::string padded(std::string_view word, std::size_t width)
+{
+    std::string text(word);
+    text.resize(std::max(width, text.size() + 1), ' ');
+    return text;
+}
+
+std::string overview_text()
+{
+    std::string text = "usage: flatctl VERB [OPTION...] OPERAND...\n\n";
+    text += FIRST_LINES;
+    text += "\n";
+    for (const verb_row &row : VERBS)
+        text += "  " + padded(std::string(row.name) + " " + std::string(row.operands), 30) +
+                std::string(row.summary) + "\n";
+    text += "\nflatctl help VERB shows the options of a verb.\n";
+    text += LAST_LINES;
+    return text;
+}
+
+std::string verb_help_text(const verb_row &verb)
+{
+    std::string text = "usage: flatctl " + std::string(verb.name) + " [OPTION...] " +
+                       std::string(verb.operands) + "\n\n";
+    text += std::string(verb.summary) + ".\n";
+    text += FIRST_LINES;
+    text += "\n";
+    for (const option_row &row : OPTIONS)
+        if ((row.verbs & verb.bit) != 0 && !row.help.empty())
+            text += "  " + padded(std::string(row.name) + " " + std::string(row.argument), 22) +
+                    std::string(row.help) + "\n";
+    text += "\n";
+    text += LAST_LINES;
+    return text;
+}

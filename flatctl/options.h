@@ -1,0 +1,109 @@
+// The command line of flatctl as tables. Parser, help texts and the hint at the nearest word read
+// the same rows, so an option that parses is an option that the help shows.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+// Exit statuses, the same for every verb.
+enum exit_status : int {
+    STATUS_FINE = 0,       // fine, permitted, same
+    STATUS_FOUND = 1,      // findings of level error, denied, different, refused
+    STATUS_USAGE = 2,      // the command line makes no sense
+    STATUS_UNREADABLE = 3, // something cannot be read or written
+    STATUS_FAULT = 4,      // flatctl contradicts itself
+};
+
+struct verb_row;
+
+// What the command line asks for.
+struct request {
+    const verb_row *verb = nullptr;
+    std::vector<std::string> operands;
+
+    std::string against; // flat data to compare with
+    std::string client;  // ADDRESS or ADDRESS=NAME
+    std::string color = "auto";
+    std::string dest; // HOST:PORT
+    std::string format = "text";
+    std::string identity; // of the client, as the firewall knows it; without its '~'
+    std::string kind = "auto";
+    std::string names;  // path of a file in hosts format
+    std::string only;   // codes, with commas between them
+    std::string output; // path
+    std::string proxy;
+    std::string routes; // path of a file with an address and the own address towards it a line
+    std::string to;
+    std::int32_t memory_mib = 0; // for each input's child; 0: told by the input's size
+    std::int32_t time_limit_s = 600;
+    bool in_place = false;
+    bool lossy = false;
+    bool quiet = false;
+    bool resolve = false;
+    bool reveal = false;
+    bool strict = false;
+    bool verify = false;
+    bool yes = false;
+
+    bool help = false;
+    bool version = false;
+};
+
+enum verb_bit : unsigned {
+    VERB_CHECK = 1,
+    VERB_PREVIEW = 2,
+    VERB_CONVERT = 4,
+    VERB_UNDO = 8,
+    VERB_EXPLAIN_ACCESS = 16,
+    VERB_HELP = 32,
+    VERB_ALL = ~0U,
+};
+
+// A verb. `name` may have two words.
+struct verb_row {
+    std::string_view name;
+    verb_bit bit;
+    std::string_view operands; // as the usage line shows them
+    std::size_t least_operands;
+    std::size_t most_operands;
+    std::string_view summary;
+    int (*run)(const request &); // returns an exit_status
+};
+
+// Where an option's argument goes; a number is from 1 on.
+using option_target =
+    std::variant<bool request::*, std::string request::*, std::int32_t request::*>;
+
+// An option. One with two names has a row for each; the second has no help text and is not listed.
+struct option_row {
+    std::string_view name; // with its dashes
+    std::string_view argument;
+    unsigned verbs; // verb_bits that take it
+    std::string_view help;
+    option_target target;
+    std::span<const std::string_view> choices = {}; // empty: any text
+};
+
+// All rows, in the order of the help.
+std::span<const verb_row> verb_rows();
+std::span<const option_row> option_rows();
+
+// Reads a command line without the program's name. Returns the empty text, or what is wrong with
+// it, in one line; `asked` holds what was read so far. `--` ends the options, and an option's
+// argument follows it or stands behind a '='.
+std::string parse_options(std::span<const std::string> words, request &asked);
+
+// The verb of that name; null for none.
+const verb_row *find_verb(std::string_view name);
+
+// The row whose word is nearest to `word`, by single-letter changes and swaps; empty if none is
+// near enough to be meant.
+std::string_view nearest_word(std::string_view word, std::span<const std::string_view> words);
+
+// The page of all verbs, and that of one with its options.
+std::string overview_text();
+std::string verb_help_text(const verb_row &verb);

@@ -1,0 +1,106 @@
+// preview DB: the bytes that flatlink would write over the database, or with --against what they
+// would change in flat data that is in use. The database is read, and nothing else happens.
+#include <cstdio>
+#include <unistd.h>
+
+#include "flatctl/flat_diff.h"
+#include "flatctl/input.h"
+#include "flatctl/options.h"
+#include "flatctl/secrets.h"
+#include "flatctl/text_write.h"
+#include "flatctl/verbs.h"
+
+namespace
+{
+
+// The result on its way to the standard output: as it is, or fit for a terminal.
+class preview_output
+{
+  public:
+    explicit preview_output(bool is_revealed)
+        : is_terminal_(isatty(STDOUT_FILENO) != 0), is_revealed_(is_revealed)
+    {
+    }
+
+    void take(std::string_view bytes)
+    {
+        if (!is_terminal_) {
+            put(bytes);
+            return;
+        }
+        for (const char c : bytes) {
+            if (c != '\n') {
+                line_ += c;
+                continue;
+            }
+            put(shown_setting(line_, is_revealed_) + "\n");
+            line_.clear();
+        }
+    }
+
+  private:
+    bool is_terminal_;
+    bool is_revealed_;
+    std::string line_;
+};
+
+} // namespace
+
+// Compares in a child, since the old data comes from outside.
+static int compare_with(const input &old_data, const std::string &derived, const request &asked)
+{
+    side_frames side(old_data, asked.quiet);
+    const auto work = [&](child_port &port) {
+        std::string text;
+        char block[65536];
+        ssize_t got = 0;
+        while ((got = read(old_data.fd.get(), block, sizeof block)) > 0)
+            text.append(block, static_cast<std::size_t>(got));
+        if (got < 0) {
+            std::perror("read");
+            return static_cast<int>(STATUS_UNREADABLE);
+        }
+        const std::vector<flat_change> changes = compare_flat(text, derived);
+        for (const flat_change &change : changes)
+            port.send(frame_kind::data, shown_change(change, asked.reveal));
+        return static_cast<int>(changes.empty() ? STATUS_FINE : STATUS_FOUND);
+    };
+    const child_result result = run_child(old_data.limits, old_data.fd.get(), work,
+                                          [&](frame_kind kind, std::string_view bytes) {
+                                              if (kind == frame_kind::data && !asked.quiet)
+                                                  put(bytes);
+                                              side.take(kind, bytes);
+                                          });
+    return side.end(result);
+}
+
+int run_preview(const request &asked)
+{
+    known_world world;
+    input database, old_data;
+    std::string error = read_world(asked, world);
+    if (error.empty())
+        error = open_database(asked.operands[0], asked, database);
+    if (error.empty() && !asked.against.empty())
+        error = open_input(asked.against, asked, old_data);
+    if (!error.empty()) {
+        tell(error);
+        return STATUS_UNREADABLE;
+    }
+    preview_output output(asked.reveal);
+    side_frames side(database, asked.quiet);
+    std::string derived;
+    const child_result result = run_child(
+        database.limits, database.fd.get(),
+        [&](child_port &port) { return derive_in_child(database, world, port); },
+        [&](frame_kind kind, std::string_view bytes) {
+            if (kind == frame_kind::data && !asked.against.empty())
+                derived += bytes;
+            else if (kind == frame_kind::data && !asked.quiet)
+                output.take(bytes);
+            side.take(kind, bytes);
+        });
+    const int status = side.end(result);
+    return status != STATUS_FINE || asked.against.empty() ? status
+                                                          : compare_with(old_data, derived, asked);
+}

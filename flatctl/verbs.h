@@ -1,0 +1,8 @@
+// The verbs, one source each. Every function takes the parsed command line, prints its result to
+// the standard output and all else to the standard error stream, and returns an exit_status.
+#pragma once
+
+struct request;
+
+int run_help(const request &asked);
+int run_preview(const request &asked);

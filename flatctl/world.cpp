@@ -1,0 +1,205 @@
+#include "flatctl/world.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <netdb.h>
+#include <set>
+#include <sstream>
+#include <unistd.h>
+
+#include "flatctl/options.h"
+#include "flatctl/run_child.h"
+#include "flatctl/text_write.h"
+#include "lib/kdev/platform/platform.h"
+#include "lib/kdev/platform/route_message.h"
+#include "lib/ulib/name_service.h"
+#include "lib/ulib/text.h"
+
+// ---- files
+
+// Calls `take` with the words of each line that has any; it returns false for a line of another
+// form. A '#' begins a comment. Returns what is wrong, with path and line.
+template <typename taker> static std::string read_words(const std::string &path, taker take)
+{
+    std::ifstream file(path);
+    int number = 1;
+    for (std::string line; std::getline(file, line); ++number) {
+        std::istringstream text(line.substr(0, line.find('#')));
+        std::vector<std::string> words;
+        for (std::string word; text >> word;)
+            words.push_back(word);
+        if (!words.empty() && !take(words))
+            return shown(path) + ":" + std::to_string(number) +
+                   ": not of the form that is expected";
+    }
+    return file.eof() ? "" : shown(path) + ": " + std::strerror(errno);
+}
+
+static bool take_address(const std::string &word, u32 &addr_be)
+{
+    return inet_pton(AF_INET, word.c_str(), &addr_be) == 1;
+}
+
+std::string read_world(const request &asked, known_world &world)
+{
+    world.may_resolve = asked.resolve;
+    std::string error;
+    if (!asked.names.empty())
+        error = read_words(asked.names, [&](const std::vector<std::string> &words) {
+            u32 addr_be = 0;
+            if (!take_address(words[0], addr_be)) // a line for the other family
+                return words[0].find(':') != std::string::npos;
+            for (std::size_t i = 1; i < words.size(); ++i)
+                world.hosts.push_back({lower_case(words[i]), addr_be});
+            return words.size() > 1;
+        });
+    if (!asked.routes.empty() && error.empty())
+        error = read_words(asked.routes, [&](const std::vector<std::string> &words) {
+            known_world::route route{};
+            const bool is_pair = words.size() == 2 && take_address(words[0], route.towards_be) &&
+                                 take_address(words[1], route.own_be);
+            world.routes.push_back(route);
+            return is_pair;
+        });
+    return error;
+}
+
+// ---- names
+
+static const known_world *known = nullptr;
+static const child_port *port = nullptr;
+
+// Each question is told once; a look-up of the same name may come a thousand times.
+static void tell_question(const std::string &name, bool is_answered, u32 addr_be)
+{
+    static std::set<std::string> told;
+    if (told.insert(name).second)
+        port->send(frame_kind::name, is_answered ? name + "=" + dotted(addr_be) : name);
+}
+
+static hostent *answer_of(const char *name, u32 addr_be)
+{
+    static std::string own_name;
+    static u32 own_addr_be;
+    static std::array<char *, 2> list;
+    static std::array<char *, 1> no_aliases;
+    static hostent answer;
+    own_name = name;
+    own_addr_be = addr_be;
+    list = {reinterpret_cast<char *>(&own_addr_be), nullptr};
+    answer = {own_name.data(), no_aliases.data(), AF_INET, sizeof own_addr_be, list.data()};
+    return &answer;
+}
+
+static hostent *told_answer(const std::string &question, hostent *answer)
+{
+    u32 addr_be = 0;
+    const bool is_answered = answer != nullptr && answer->h_length == sizeof addr_be &&
+                             answer->h_addr_list[0] != nullptr;
+    if (is_answered)
+        std::memcpy(&addr_be, answer->h_addr_list[0], sizeof addr_be);
+    tell_question(question, is_answered, addr_be);
+    return answer;
+}
+
+static hostent *host_by_name(const char *name)
+{
+    // A dotted address answers for itself, and no one is asked.
+    if (name[0] != '\0' && name[std::strspn(name, "0123456789.")] == '\0')
+        return gethostbyname(name);
+    const auto found = std::ranges::find(known->hosts, lower_case(std::string_view(name)),
+                                         &known_world::host::name);
+    if (found != known->hosts.end())
+        return told_answer(name, answer_of(name, found->addr_be));
+    return told_answer(name, known->may_resolve ? gethostbyname(name) : nullptr);
+}
+
+static hostent *host_by_address(const void *addr, socklen_t size, int family)
+{
+    u32 addr_be = 0;
+    if (family != AF_INET || size != sizeof addr_be)
+        return nullptr;
+    std::memcpy(&addr_be, addr, sizeof addr_be);
+    const auto found = std::ranges::find(known->hosts, addr_be, &known_world::host::addr_be);
+    if (found != known->hosts.end())
+        return told_answer(dotted(addr_be), answer_of(found->name.c_str(), addr_be));
+    return told_answer(dotted(addr_be),
+                       known->may_resolve ? gethostbyaddr(addr, size, family) : nullptr);
+}
+
+// ---- routes
+
+static u32 asked_route_be = 0;
+static bool is_route_known = false;
+
+// A look-up of a route among those of the file.
+static ssize_t write_route(int, byte_view message)
+{
+    if (message.size() != sizeof(route_question)) {
+        errno = EPERM; // a change
+        return -1;
+    }
+    asked_route_be = load<route_question>(message, 0).dst.sin_addr.s_addr;
+    is_route_known = std::ranges::find(known->routes, asked_route_be,
+                                       &known_world::route::towards_be) != known->routes.end();
+    tell_question("route to " + dotted(asked_route_be), false, 0);
+    if (is_route_known)
+        return static_cast<ssize_t>(message.size());
+    errno = ESRCH;
+    return -1;
+}
+
+static ssize_t read_route(int, byte_area area)
+{
+    const auto found =
+        std::ranges::find(known->routes, asked_route_be, &known_world::route::towards_be);
+    route_answer answer{};
+    answer.head.length = sizeof answer;
+    answer.head.version = ROUTE_VERSION;
+    answer.head.type = ROUTE_GET;
+    answer.head.flags = ROUTE_UP | ROUTE_DONE;
+    answer.head.addrs = HAS_DST | HAS_GATEWAY | HAS_NETMASK | HAS_INTERFACE | HAS_SOURCE;
+    answer.head.pid = getpid();
+    answer.head.seq = gettid();
+    answer.dst = route_address(asked_route_be);
+    answer.netmask = route_address(NOT_AN_ADDRESS);
+    answer.source = route_address(found->own_be);
+    store(area, 0, answer);
+    return sizeof answer;
+}
+
+static int no_device(int error)
+{
+    errno = error;
+    return -1;
+}
+
+static constexpr platform_calls FILE_PLATFORM = {
+    .fw_open = [](int) { return no_device(ENOENT); },
+    .fw_ioctl = [](int, int, unsigned long, byte_area) { return no_device(EBADF); },
+    .fw_close = [](int) { return 0; },
+    .vpn_open = [] { return no_device(ENOENT); },
+    .vpn_ioctl = [](int, unsigned long, byte_area) { return no_device(EBADF); },
+    .vpn_close = [](int) { return 0; },
+    .route_open = [] { return 0; },
+    .route_write = write_route,
+    .route_read = read_route,
+    .route_close = [](int) { return 0; },
+};
+
+void enter_world(const known_world &world, const child_port &to)
+{
+    static constexpr name_service_calls NAMES = {
+        .host_by_name = host_by_name,
+        .host_by_address = host_by_address,
+        .service_by_name = getservbyname,
+    };
+    known = &world;
+    port = &to;
+    name_service = &NAMES;
+    if (!world.may_resolve || !world.routes.empty())
+        platform = &FILE_PLATFORM;
+}

@@ -1,0 +1,33 @@
+// The names and routes that the work on an input knows: those of files, or this host's, or none.
+// Without --resolve nothing is asked, so an answer depends on what the command line names alone.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "lib/ulib/address.h"
+
+struct request;
+class child_port;
+
+struct known_world {
+    struct host {
+        std::string name; // in lower case
+        u32 addr_be;
+    };
+    struct route {
+        u32 towards_be;
+        u32 own_be; // this firewall's own address on the way there
+    };
+    std::vector<host> hosts;   // in the order of the file; the first of a name answers
+    std::vector<route> routes; // the first that names the address answers
+    bool may_resolve = false;
+};
+
+// Reads what --names and --routes name. Returns the empty text, or what is wrong, in one line.
+std::string read_world(const request &asked, known_world &world);
+
+// Puts the world in the place of name service and platform, for the rest of this process. Each
+// look-up that a file or the host must answer is sent to the port as a frame of kind `name`.
+// Neither argument may end before the process.
+void enter_world(const known_world &world, const child_port &port);

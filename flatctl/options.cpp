@@ -12,11 +12,15 @@ namespace
 {
 
 constexpr std::string_view COLORS[] = {"auto", "always", "never"};
+constexpr std::string_view FORMS[] = {"flat", "sections", "tags", "numbered", "xml", "vpn"};
 constexpr std::string_view FORMATS[] = {"text", "json", "jsonl", "sarif"};
 
 constexpr verb_row VERBS[] = {
     {"preview", VERB_PREVIEW, "DB", 1, 1, "print what flatlink would write, and touch nothing",
      run_preview},
+    {"convert", VERB_CONVERT, "DB", 1, 1, "write a database in another notation, layout or form",
+     run_convert},
+    {"undo", VERB_UNDO, "DB", 1, 1, "put back what convert --in-place replaced", run_undo},
     {"help", VERB_HELP, "[VERB]", 0, 2, "explain a verb", run_help},
 };
 
@@ -24,6 +28,14 @@ constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
 constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
 
 constexpr option_row OPTIONS[] = {
+    {"--to", "FORM", VERB_CONVERT, "flat, sections, tags, numbered, xml or vpn", &request::to,
+     FORMS},
+    {"-o", "FILE", VERB_CONVERT, "write FILE, which is replaced as a whole", &request::output},
+    {"--in-place", "", VERB_CONVERT, "write over DB, and keep its old content beside it",
+     &request::in_place},
+    {"--lossy", "", VERB_CONVERT, "write even what the form does not hold whole", &request::lossy},
+    {"--verify", "", VERB_CONVERT, "read the result back in a second process, and compare",
+     &request::verify},
     {"--against", "FLAT", VERB_PREVIEW, "show what would change in flat data, record by record",
      &request::against},
     {"--names", "FILE", ASKS_NAMES, "take host names from FILE, in the format of /etc/hosts",

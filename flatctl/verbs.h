@@ -4,5 +4,7 @@
 
 struct request;
 
+int run_convert(const request &asked);
 int run_help(const request &asked);
 int run_preview(const request &asked);
+int run_undo(const request &asked);

@@ -1,3 +1,4 @@
+#include <string>
 #include "flatlink/scratch_file.h"
 
 #include <cstdlib>

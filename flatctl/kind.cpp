@@ -1,0 +1,53 @@
+#include "flatctl/kind.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "lib/frag/tree/frag.h"
+
+// First parts of the keys that the programs of the firewall read, the layouts before this one too.
+static constexpr std::string_view DATABASE_PARTS[] = {
+    "?xml",   "OS",    "auth",     "cust",   "def",           "destination", "fpf-serv",
+    "gui",    "ip",    "lpf-serv", "net",    "netobj",        "netx",        "pfedit",
+    "policy", "proxy", "rule",     "stdlog", "varnholt.conf", "version",     "vpn"};
+
+// The first that only flat data has.
+static constexpr std::string_view FLAT_PARTS[] = {"vlink", "ikePolicy", "ipsecPolicy", "mcpool",
+                                                  "link",  "pair",      "pass",        "key"};
+
+// Keys that every flat file has, and that no database needs.
+static constexpr const char *FLAT_KEYS[] = {"vpn_kernelacceleration", "ip_myhostname"};
+
+input_kind kind_of_tree(const frag *first)
+{
+    auto *head = const_cast<frag *>(first); // looked at, and not changed
+    bool is_database = false;
+    for (const frag *node = first; node != nullptr; node = node->next) {
+        if (node->child != nullptr &&
+            std::ranges::find(FLAT_PARTS, std::string_view(node->name)) != std::end(FLAT_PARTS))
+            return input_kind::flat_data;
+        is_database =
+            is_database || std::ranges::find(DATABASE_PARTS, std::string_view(node->name)) !=
+                               std::end(DATABASE_PARTS);
+    }
+    for (const char *key : FLAT_KEYS)
+        if (ffind(&head, key) != nullptr)
+            return input_kind::flat_data;
+    return is_database ? input_kind::database : input_kind::unknown;
+}
+
+bool looks_like_table(std::string_view text)
+{
+    while (!text.empty()) {
+        std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        line.remove_prefix(std::min(line.find_first_not_of(" \t\r"), line.size()));
+        if (line.empty() || line[0] == '#')
+            continue;
+        const std::size_t colon = line.find(':');
+        return colon != std::string_view::npos && colon > 0 && colon + 1 < line.size() &&
+               (line[colon + 1] == ' ' || line[colon + 1] == '\t') && line.find('=') > colon &&
+               line[0] != '[' && line[0] != '<';
+    }
+    return false;
+}

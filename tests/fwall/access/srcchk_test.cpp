@@ -34,6 +34,7 @@ TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
          "0 line 3 as nodnsquery\naddr 10.0.0.1\n"
          "11502/1 vhltcfgerr: rev_dns takes at least one argument, line 1\n"},
         {"use_name_logs yes\nhosts 10.*", "0 line 2 as mail.office.lan\naddr 10.0.0.1\n"},
+        {"use_name_logs on\nrev_dns 10.*\nhosts 10.*", "0 line 3 as nodnsquery\n"},
         {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
         {"k 1\nhosts 11.* b.lan\nk 2\ndeny-hosts ~x\nk 3\nhosts *.lan\nk 4\nhosts 10.*",
          "0 line 6 as nodnsquery\naddr 10.0.0.1\n"},
@@ -57,8 +58,8 @@ TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
 
 TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
 {
-    const auto checked = [](const char *lines, const std::string &display) {
-        const proxy_setup setup(lines);
+    const auto checked_as = [](const char *lines, const std::string &display, bool prepared) {
+        const proxy_setup setup(lines, prepared);
         scripted_platform device;
         device.vpn_open_error = 0;
         int questions = 0;
@@ -73,9 +74,15 @@ TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)
         const std::string outcome = outcome_of(setup, "10.1.2.3");
         return outcome + std::to_string(questions);
     };
-    EXPECT_EQ(checked("hosts ~bob ~carl\nhosts ~alice", "~A (home)"), "0 line 2 as ~A (home)\n1");
+    const auto checked = [&](const char *lines, const std::string &display) {
+        const std::string outcome = checked_as(lines, display, false);
+        EXPECT_EQ(checked_as(lines, display, true), outcome);
+        return outcome;
+    };
+    EXPECT_EQ(checked("hosts ~bob ~carl\nhosts 11.* ~alice", "~A (home)"),
+              "0 line 2 as ~A (home)\n1");
     EXPECT_EQ(checked("hosts ~bob ~alic ~alice2 ~Alice ~*", "~A"), "1 line - as unknown\n1");
-    EXPECT_EQ(checked("hosts ~alice", "Alice"), "1 line - as unknown\n1"); // no `~`: not known
+    EXPECT_EQ(checked("hosts ~alice ~bob", "Alice"), "1 line - as unknown\n1"); // no `~`: not known
     EXPECT_EQ(checked("hosts 10.*\nhosts ~alice", "~A"), "0 line 1 as nodnsquery\n0");
     EXPECT_EQ(checked("use_name_logs on\ndeny-hosts ~alice", "~A"), "2 line 2 as ~A\n1");
 }
@@ -133,13 +140,28 @@ TEST(SrcPatterns, ExcludeByTheUsualForms)
 
 TEST(SrcPatterns, EndWhereTheListHasGrown)
 {
-    proxy_setup setup("hosts 11.*\nk 1\nhosts 12.* -policy p\nk 2\npolicy-p: k 3\n"
+    proxy_setup setup("hosts 11.*\nk 1\nhosts 12.* -policy p\nhosts  \nk 2\npolicy-p: p 3\n"
                       "policy-p: deny-hosts 10.*",
                       true);
-    EXPECT_EQ(outcome_of(setup, "10.0.0.1"), "1 line - as unknown\n");
     EXPECT_EQ(get_policy_by_name("p"), 0);
-    EXPECT_EQ(outcome_of(setup, "10.0.0.1"), "2 line 6 as nodnsquery\n");
     EXPECT_EQ(outcome_of(setup, "12.0.0.1"), "0 line 3 as nodnsquery\n");
+    EXPECT_EQ(outcome_of(setup, "10.0.0.1"),
+              "2 line 7 as nodnsquery\n"
+              "11502/4 cfgerr: hosts takes at least one argument, line 4\n");
+    EXPECT_EQ(cfg_first("p", proxy_confp)->lineno, 6);
+    EXPECT_EQ(cfg_next("k", cfg_first("hosts", proxy_confp))->lineno, 2);
+}
+
+// A caller of permit_src_sub may have put any text there.
+TEST(PermitSrcSub, ComparesTheTextOfTheAddress)
+{
+    for (const bool prepared : {false, true}) {
+        const proxy_setup setup("hosts 10.1.* 0.0.0.0\nhosts 10.0.0.1\nhosts 10.1", prepared);
+        const sockaddr_in local = plain_address("20.0.0.1");
+        set_text(proxy_riaddr, "010.1");
+        EXPECT_EQ(permit_src_sub(&local), SRC_PERMITTED);
+        EXPECT_EQ(permit_confp->lineno, 3);
+    }
 }
 
 // The usual answers, with the rule in each record and the word to the client, are in tests/system.

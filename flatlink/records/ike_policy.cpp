@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "flatlink/records/line.h"
-#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/policy_line.h"
 #include "lib/ulib/text.h"
@@ -12,39 +11,37 @@
 namespace
 {
 
-constexpr policy_frame FRAME = {"ikePolicy", 63, 64};
-
-template <auto member, const auto &table> void store_word(ikeprop &prop, std::string_view value)
-{
-    prop.*member = static_cast<std::uint16_t>(parsenametonum(table, value));
-}
-
-void store_lifetime(ikeprop &prop, std::string_view value)
-{
-    prop.lifetime = static_cast<u32>(lenient_number(value));
-}
-
-void store_key_count(ikeprop &prop, std::string_view value)
-{
-    constexpr std::int32_t HIGHEST = std::numeric_limits<std::uint16_t>::max();
-    prop.key_count = static_cast<std::uint16_t>(std::clamp(lenient_number(value), 0, HIGHEST));
-}
-
-constexpr policy_field<ikeprop> proposal_fields[] = {
-    {"hash", store_word<&ikeprop::hash, ikehash_list>},
-    {"encryption", store_word<&ikeprop::encryption, ikeencr_list>},
-    {"diffie-helman", store_word<&ikeprop::group, ikegroup_list>},
-    {"lifetime", store_lifetime},
-    {"key_count", store_key_count},
-    {"allow-rekey", [](ikeprop &, std::string_view) {}},
+// Brought into 16 bits.
+struct key_count : decimal {
+    static void read(std::uint16_t &held, std::string_view value)
+    {
+        constexpr std::int32_t HIGHEST = std::numeric_limits<std::uint16_t>::max();
+        held = static_cast<std::uint16_t>(std::clamp(lenient_number(value), 0, HIGHEST));
+    }
 };
 
-constexpr policy_field<ikepol> policy_fields[] = {
-    {"name", [](ikepol &, std::string_view) {}}, // the name in the key is the policy's
-    {"description", [](ikepol &pol, std::string_view value) { pol.description = value; }},
+constexpr field<ikeprop> fields_of_proposal[] = {
+    {"hash", as<word_of<ikehash_list>, &ikeprop::hash>},
+    {"encryption", as<word_of<ikeencr_list>, &ikeprop::encryption>},
+    {"diffie-helman", as<word_of<ikegroup_list>, &ikeprop::group>},
+    {"lifetime", as<bounded_decimal, &ikeprop::lifetime>},
+    {"key_count", as<key_count, &ikeprop::key_count>},
+    {"allow-rekey", ignored<ikeprop>},
 };
 
-policy_finder<ikepol> finder;
+constexpr field<ikepol> fields_of_policy[] = {
+    {"name", identity<&ikepol::name>},
+    {"description", as<as_text, &ikepol::description>},
+};
+
+policy_kind<ikepol, ikeprop> kind{{.family = "ikePolicy",
+                                   .longest_proposal = 63,
+                                   .longest_policy = 64,
+                                   .names_policy_of_proposal = false},
+                                  ikepolicy,
+                                  fields_of_policy,
+                                  fields_of_proposal,
+                                  {}};
 
 bool is_complete(const ikeprop &prop)
 {
@@ -53,32 +50,17 @@ bool is_complete(const ikeprop &prop)
 
 } // namespace
 
-static int store_line(std::string_view rest, const char *&message)
-{
-    policy_line line;
-    if (!read_policy_line(rest, FRAME, line, message))
-        return 1;
-    ikepol &pol = policy_named(ikepolicy, finder, line.name);
-    if (line.is_proposal) {
-        if (store_policy_field(proposal_fields, proposal_numbered(pol, line.number), line))
-            return 0;
-    } else if (store_policy_field(policy_fields, pol, line)) {
-        return 0;
-    }
-    const int number = line.is_proposal ? line.number : pol.seq;
-    complain_of_policy_field("ikePolicy_" + std::to_string(number), line);
-    return 1;
-}
+constinit const field_table<ikepol> ikepol_fields = fields_of_policy;
+constinit const field_table<ikeprop> ikeprop_fields = fields_of_proposal;
 
 int add_partial_ikepol(std::string_view rest)
 {
-    return within_memory(POLICY_NAME_FAILURE,
-                         [rest](const char *&message) { return store_line(rest, message); });
+    return add_policy_line(kind, rest);
 }
 
 void finish_ikepols()
 {
-    finder.forget();
+    kind.finder.forget();
     for (const auto &pol : ikepolicy) {
         finish_proposals(pol->props, is_complete);
         pol->by_number.forget();
@@ -90,20 +72,5 @@ void finish_ikepols()
 
 void save_ikepols(std::FILE *stream, const record_stack<ikepol> &list)
 {
-    int number = 0;
-    for (const auto &pol : list) {
-        const std::string prefix = numbered("ikePolicy", ++number);
-        const record_writer out(stream, prefix);
-        out.text("name", pol->name);
-        out.text("description", pol->description);
-        int prop_number = 0;
-        for (const auto &prop : pol->props) {
-            const record_writer prop_out(stream, numbered(prefix + "prop", ++prop_number));
-            prop_out.text("hash", parsenumtoname(ikehash_list, prop->hash));
-            prop_out.text("encryption", parsenumtoname(ikeencr_list, prop->encryption));
-            prop_out.text("diffie-helman", parsenumtoname(ikegroup_list, prop->group));
-            prop_out.number("lifetime", prop->lifetime);
-            prop_out.number("key_count", prop->key_count);
-        }
-    }
+    save_policies(stream, list, kind);
 }

@@ -4,10 +4,15 @@
 #include <cstdio>
 #include <string_view>
 
+#include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+// The fields of a policy and of a proposal, in the order of their lines.
+extern const field_table<ikepol> ikepol_fields;
+extern const field_table<ikeprop> ikeprop_fields;
+
 // Takes one line without "ikePolicy_". Returns 0 when it was used, 1 when not; a line with an
-// empty value or without an equals sign is passed over in silence.
+// empty value or without an equals sign is ignored in silence.
 int add_partial_ikepol(std::string_view rest);
 
 // Drops proposals without hash, encryption or group, which is what a misspelt word leaves, and

@@ -11,24 +11,21 @@
 namespace
 {
 
-struct intf_field {
-    std::string_view key;
-    void (*store)(vpn_intf &intf, std::string_view value);
+// A name that is empty is one, too.
+struct name_text {
+    static void read(std::optional<std::string> &held, std::string_view value) { held = value; }
+    static printed print(const std::optional<std::string> &held) { return held.value_or(""); }
 };
 
-constexpr intf_field intf_fields[] = {
-    {"interface", [](vpn_intf &intf, std::string_view value) { intf.interface = value; }},
-    {"name", [](vpn_intf &intf, std::string_view value) { intf.name = value; }},
-    {"addr",
-     [](vpn_intf &intf, std::string_view value) { intf.addr = address_of(std::string(value)); }},
-    {"broadcast", [](vpn_intf &intf,
-                     std::string_view value) { intf.broadcast = address_of(std::string(value)); }},
-    {"netmask",
-     [](vpn_intf &intf, std::string_view value) { intf.netmask = network_of(std::string(value)); }},
-    {"location",
-     [](vpn_intf &intf, std::string_view value) {
-         intf.location = parsenametonum(location_list, value);
-     }},
+constexpr std::string_view NO_LOCATION = "Unknown";
+
+constexpr field<vpn_intf> fields_of_interface[] = {
+    {"name", as<name_text, &vpn_intf::name>},
+    {"interface", as<as_text, &vpn_intf::interface>},
+    {"addr", as<address, &vpn_intf::addr>},
+    {"broadcast", as<address, &vpn_intf::broadcast>},
+    {"netmask", as<network_mask, &vpn_intf::netmask>},
+    {"location", as<word_or<location_list, NO_LOCATION>, &vpn_intf::location>},
 };
 
 // List and element in one number.
@@ -99,15 +96,15 @@ int place_of(const vpn_intf &intf)
 
 } // namespace
 
+constinit const field_table<vpn_intf> interface_fields = fields_of_interface;
+
 void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view key,
                       std::string_view value)
 {
     addresses.forget();
-    (void)within_memory(SPACED_MALLOC_FAILURE, [&](const char *&) {
+    (void)within_memory(SPACED_MALLOC_FAILURE, [&](const char *&message) {
         vpn_intf &intf = interface_numbered(listno, elemno);
-        for (const intf_field &field : intf_fields)
-            if (field.key == key)
-                field.store(intf, value);
+        (void)store_field<vpn_intf>(interface_fields, intf, key, value, message);
         return 0;
     });
 }
@@ -127,15 +124,10 @@ void finish_intfs()
 void save_intfs(std::FILE *stream, const record_list<vpn_intf> &list)
 {
     for (const auto &intf : list) {
-        const record_writer out(
-            stream, numbered(numbered("netobj_list", intf->listno) + "element", intf->elemno));
-        out.text("name", intf->name.value_or(""));
-        out.text("interface", intf->interface);
-        out.address("addr", intf->addr);
-        out.address("broadcast", intf->broadcast);
-        out.address("netmask", intf->netmask);
-        const std::string_view location = parsenumtoname(location_list, intf->location);
-        out.text("location", location.empty() ? "Unknown" : location);
+        const std::string list_prefix = numbered("netobj_list", intf->listno);
+        print_fields<vpn_intf>(
+            record_writer(stream, numbered(list_prefix + "element", intf->elemno)),
+            interface_fields, *intf);
     }
 }
 

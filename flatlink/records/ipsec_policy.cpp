@@ -9,8 +9,6 @@
 namespace
 {
 
-constexpr policy_frame FRAME = {"ipsecPolicy", 127, 127};
-
 // ipsecprop::allow_flags
 enum allow_flag : std::uint16_t {
     NO_AH = 0x01,
@@ -22,48 +20,43 @@ enum allow_flag : std::uint16_t {
 
 constexpr std::uint8_t ESPNULL = 11; // of ipsecencr_list: ESP without encryption
 
-template <auto member, const auto &table> void store_word(ipsecprop &prop, std::string_view value)
-{
-    using field = std::remove_reference_t<decltype(prop.*member)>;
-    prop.*member = static_cast<field>(parsenametonum(table, value));
-}
-
-template <auto member> void store_number(ipsecprop &prop, std::string_view value)
-{
-    prop.*member = lenient_number(value);
-}
-
 template <allow_flag flag> void store_switch(ipsecprop &prop, std::string_view value)
 {
     const int others = prop.allow_flags & ~flag;
     prop.allow_flags = static_cast<std::uint16_t>(same_word(value, "Off") ? others | flag : others);
 }
 
-constexpr policy_field<ipsecprop> proposal_fields[] = {
-    {"pfs", store_word<&ipsecprop::pfs, onoff_list>},
-    {"ah_hash", store_word<&ipsecprop::ah_hash, ipsechash_list>},
-    {"esp_hash", store_word<&ipsecprop::esp_hash, ipsechash_list>},
-    {"esp_encryption", store_word<&ipsecprop::esp_encryption, ipsecencr_list>},
-    {"ipcomp_algorithm", store_word<&ipsecprop::ipcomp_algorithm, ipcomp_list>},
-    {"lifetime_minutes", store_number<&ipsecprop::lifetime_minutes>},
-    {"lifetime_mb", store_number<&ipsecprop::lifetime_mb>},
-    {"allow-ah", store_switch<NO_AH>},
-    {"allow-esp", store_switch<NO_ESP>},
-    {"allow-ippcp", store_switch<NO_IPPCP>},
-    {"allow-minutes", store_switch<NO_MINUTES>},
-    {"allow-mb", store_switch<NO_MB>},
+template <allow_flag flag> constexpr form<ipsecprop> allow{store_switch<flag>};
+
+constexpr field<ipsecprop> fields_of_proposal[] = {
+    {"pfs", as<word_of<onoff_list>, &ipsecprop::pfs>},
+    {"ah_hash", as<word_of<ipsechash_list>, &ipsecprop::ah_hash>},
+    {"esp_hash", as<word_of<ipsechash_list>, &ipsecprop::esp_hash>},
+    {"esp_encryption", as<word_of<ipsecencr_list>, &ipsecprop::esp_encryption>},
+    {"ipcomp_algorithm", as<word_of<ipcomp_list>, &ipsecprop::ipcomp_algorithm>},
+    {"lifetime_minutes", as<bounded_decimal, &ipsecprop::lifetime_minutes>},
+    {"lifetime_mb", as<bounded_decimal, &ipsecprop::lifetime_mb>},
+    {"allow-ah", allow<NO_AH>},
+    {"allow-esp", allow<NO_ESP>},
+    {"allow-ippcp", allow<NO_IPPCP>},
+    {"allow-minutes", allow<NO_MINUTES>},
+    {"allow-mb", allow<NO_MB>},
 };
 
-constexpr policy_field<ipsecpol> policy_fields[] = {
-    {"name", [](ipsecpol &, std::string_view) {}}, // the name in the key is the policy's
-    {"description", [](ipsecpol &pol, std::string_view value) { pol.description = value; }},
-    {"group",
-     [](ipsecpol &pol, std::string_view value) {
-         pol.group = static_cast<std::uint16_t>(parsenametonum(ipsecgroup_list, value));
-     }},
+constexpr field<ipsecpol> fields_of_policy[] = {
+    {"name", identity<&ipsecpol::name>},
+    {"description", as<as_text, &ipsecpol::description>},
+    {"group", as<word_of<ipsecgroup_list>, &ipsecpol::group>},
 };
 
-policy_finder<ipsecpol> finder;
+policy_kind<ipsecpol, ipsecprop> kind{{.family = "ipsecPolicy",
+                                       .longest_proposal = 127,
+                                       .longest_policy = 127,
+                                       .names_policy_of_proposal = true},
+                                      ipsecpolicy,
+                                      fields_of_policy,
+                                      fields_of_proposal,
+                                      {}};
 
 // What the lines switched off goes.
 void apply_switches(ipsecprop &prop)
@@ -111,33 +104,17 @@ void finish_policy(ipsecpol &pol)
 
 } // namespace
 
-static int store_line(std::string_view rest, const char *&message)
-{
-    policy_line line;
-    if (!read_policy_line(rest, FRAME, line, message))
-        return 1;
-    ipsecpol &pol = policy_named(ipsecpolicy, finder, line.name);
-    std::string where = "ipsecPolicy_" + std::to_string(pol.seq);
-    if (line.is_proposal) {
-        if (store_policy_field(proposal_fields, proposal_numbered(pol, line.number), line))
-            return 0;
-        where += "_prop_" + std::to_string(line.number);
-    } else if (store_policy_field(policy_fields, pol, line)) {
-        return 0;
-    }
-    complain_of_policy_field(where, line);
-    return 1;
-}
+constinit const field_table<ipsecpol> ipsecpol_fields = fields_of_policy;
+constinit const field_table<ipsecprop> ipsecprop_fields = fields_of_proposal;
 
 int add_partial_ipsecpol(std::string_view rest)
 {
-    return within_memory(POLICY_NAME_FAILURE,
-                         [rest](const char *&message) { return store_line(rest, message); });
+    return add_policy_line(kind, rest);
 }
 
 void finish_ipsecpols()
 {
-    finder.forget();
+    kind.finder.forget();
     for (const auto &pol : ipsecpolicy)
         finish_policy(*pol);
     std::erase_if(ipsecpolicy, [](const auto &pol) { return pol->propcount == 0; });
@@ -146,24 +123,6 @@ void finish_ipsecpols()
 
 void save_ipsecpols(std::FILE *stream, const record_stack<ipsecpol> &list)
 {
-    int number = 0;
-    for (const auto &pol : list) {
-        const std::string prefix = numbered("ipsecPolicy", ++number);
-        const record_writer out(stream, prefix);
-        out.text("name", pol->name);
-        out.text("description", pol->description);
-        out.text("group", parsenumtoname(ipsecgroup_list, pol->group));
-        int prop_number = 0;
-        for (const auto &prop : pol->props) {
-            const record_writer prop_out(stream, numbered(prefix + "prop", ++prop_number));
-            prop_out.text("pfs", parsenumtoname(onoff_list, prop->pfs));
-            prop_out.text("ah_hash", parsenumtoname(ipsechash_list, prop->ah_hash));
-            prop_out.text("esp_hash", parsenumtoname(ipsechash_list, prop->esp_hash));
-            prop_out.text("esp_encryption", parsenumtoname(ipsecencr_list, prop->esp_encryption));
-            prop_out.text("ipcomp_algorithm", parsenumtoname(ipcomp_list, prop->ipcomp_algorithm));
-            prop_out.number("lifetime_minutes", prop->lifetime_minutes);
-            prop_out.number("lifetime_mb", prop->lifetime_mb);
-            std::fflush(stream);
-        }
-    }
+    save_policies(stream, list, kind);
+    std::fflush(stream);
 }

@@ -4,10 +4,15 @@
 #include <cstdio>
 #include <string_view>
 
+#include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+// The fields of a policy and of a proposal, in the order of their lines.
+extern const field_table<ipsecpol> ipsecpol_fields;
+extern const field_table<ipsecprop> ipsecprop_fields;
+
 // Takes one line without "ipsecPolicy_". Returns 0 when it was used, 1 when not; a line with an
-// empty value or without an equals sign is passed over in silence.
+// empty value or without an equals sign is ignored in silence.
 int add_partial_ipsecpol(std::string_view rest);
 
 // Lets the allow switches take effect, drops proposals that offer neither AH nor ESP, and

@@ -4,23 +4,15 @@
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/numbered_line.h"
-#include "lib/ulib/text.h"
 
 namespace
 {
 
-struct key_field {
-    std::string_view key;
-    void (*store)(swkey &record, std::string_view value);
-};
-
-constexpr key_field key_fields[] = {
-    {"key", [](swkey &record, std::string_view value) { record.key = value; }},
-    {"id", [](swkey &record, std::string_view value) { record.id = value; }},
-    {"kidnum",
-     [](swkey &record, std::string_view value) { (void)scan_number(value, record.kidnum); }},
-    {"type",
-     [](swkey &record, std::string_view value) { record.type = parsenametonum(id_list, value); }},
+constexpr field<swkey> fields_of_key[] = {
+    {"type", as<word_of<id_list>, &swkey::type>},
+    {"id", as<as_text, &swkey::id>},
+    {"kidnum", as<scanned_decimal, &swkey::kidnum>},
+    {"key", as<as_text, &swkey::key>, SECRET},
 };
 
 record_index<swkey, &swkey::index> numbers;
@@ -36,23 +28,11 @@ swkey &key_numbered(std::int32_t number)
 
 } // namespace
 
+constinit const field_table<swkey> key_fields = fields_of_key;
+
 void forget_swkey_numbers()
 {
     numbers.forget();
-}
-
-static int store_line(const numbered_line &line)
-{
-    swkey &record = key_numbered(line.number);
-    for (const key_field &field : key_fields) {
-        if (field.key == line.key) {
-            field.store(record, line.value);
-            return 0;
-        }
-    }
-    complain("vpndata:Bad KEY field (" + std::string(line.key) + ") on key " +
-             std::to_string(line.number));
-    return 1;
 }
 
 void add_partial_swkey(std::string_view rest)
@@ -62,18 +42,21 @@ void add_partial_swkey(std::string_view rest)
         complain("vpndata:Key index BAD " + std::to_string(line.number));
         return;
     }
-    if (!line.value.empty())
-        (void)within_memory(MALLOC_FAILURE, [&line](const char *&) { return store_line(line); });
+    if (line.value.empty())
+        return;
+    (void)within_memory(MALLOC_FAILURE, [&line](const char *&message) {
+        if (!store_field<swkey>(key_fields, key_numbered(line.number), line.key, line.value,
+                                message))
+            complain("vpndata:Bad KEY field (" + std::string(line.key) + ") on key " +
+                     std::to_string(line.number));
+        return 0;
+    });
 }
 
 void save_swkeys(std::FILE *stream, const record_list<swkey> &list)
 {
     int number = 0;
-    for (const auto &record : list) {
-        const record_writer out(stream, numbered_padded("key", ++number));
-        out.text("type", parsenumtoname(id_list, record->type));
-        out.text("id", record->id);
-        out.number("kidnum", record->kidnum);
-        out.text("key", record->key);
-    }
+    for (const auto &record : list)
+        print_fields<swkey>(record_writer(stream, numbered_padded("key", ++number)), key_fields,
+                            *record);
 }

@@ -4,13 +4,17 @@
 #include <cstdio>
 #include <string_view>
 
+#include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+// The fields of a key, in the order of their lines.
+extern const field_table<swkey> key_fields;
+
 // Takes one line without "key_". Reports a bad number and an unknown key; a line without a value
-// is passed over in silence.
+// is ignored in silence.
 void add_partial_swkey(std::string_view rest);
 
-// What a record's number leads to no longer holds; for those who remove records.
+// Invalidates the number index; to be called after removing records.
 void forget_swkey_numbers();
 
 // Writes the records, numbered from 1 with four digits.

@@ -1,10 +1,12 @@
 #include "flatlink/records/line.h"
 
+#include <array>
+#include <charconv>
 #include <cstdarg>
 
 std::FILE *fout = nullptr;
 
-static std::string with_zeros(std::int32_t value, std::size_t least_digits)
+std::string with_zeros(std::int32_t value, std::size_t least_digits)
 {
     std::string digits = std::to_string(value < 0 ? -std::int64_t{value} : value);
     if (digits.size() < least_digits)
@@ -71,22 +73,6 @@ void record_writer::text(std::string_view key, std::string_view value) const
     put("\n");
 }
 
-void record_writer::text_if_set(std::string_view key, std::string_view value) const
-{
-    if (!value.empty())
-        text(key, value);
-}
-
-void record_writer::number(std::string_view key, std::int64_t value) const
-{
-    text(key, std::to_string(value));
-}
-
-void record_writer::padded(std::string_view key, std::int32_t value) const
-{
-    text(key, with_zeros(value, 5));
-}
-
 void record_writer::address(std::string_view key, u32 addr_be) const
 {
     text(key, dotted(addr_be));
@@ -100,4 +86,11 @@ std::string numbered(std::string_view name, std::int64_t number)
 std::string numbered_padded(std::string_view name, std::int32_t number)
 {
     return std::string(name) + "_" + with_zeros(number, 4) + "_";
+}
+
+std::string hex_text(u32 value)
+{
+    std::array<char, 8> digits;
+    const auto end = std::to_chars(digits.begin(), digits.end(), value, 16).ptr;
+    return std::string(digits.begin(), end);
 }

@@ -8,7 +8,7 @@
 
 #include "lib/ulib/address.h"
 
-// Room for one line that a loader hands to a parser, its end mark included; more is cut.
+// Room for one line that a loader hands to a parser, its NUL terminator included; more is cut.
 inline constexpr std::size_t LINE_SIZE = 8192;
 
 // The parts of key=value. The value runs to the end and may hold further equals signs.
@@ -21,7 +21,7 @@ struct line_parts {
 // Cuts at the first equals sign. The parts live as long as `line`.
 line_parts split_line(std::string_view line);
 
-// key=value behind a prefix, cut to LINE_SIZE - 1 bytes.
+// key=value after a prefix, cut to LINE_SIZE - 1 bytes.
 std::string make_line(std::string_view prefix, std::string_view key, std::string_view value);
 
 // Writes a message with a newline to the standard error stream.
@@ -45,10 +45,7 @@ class record_writer
     record_writer(std::FILE *stream, std::string prefix);
 
     void text(std::string_view key, std::string_view value) const;
-    void text_if_set(std::string_view key, std::string_view value) const; // nothing when empty
-    void number(std::string_view key, std::int64_t value) const;
-    void padded(std::string_view key, std::int32_t value) const; // five digits at least
-    void address(std::string_view key, u32 addr_be) const;       // dotted
+    void address(std::string_view key, u32 addr_be) const; // dotted
 
   private:
     std::FILE *stream_;
@@ -58,3 +55,9 @@ class record_writer
 // "NAME_N_", the prefix of a numbered record, and the same with at least four digits.
 std::string numbered(std::string_view name, std::int64_t number);
 std::string numbered_padded(std::string_view name, std::int32_t number);
+
+// A decimal number with zeros before it, up to that many digits; a sign comes on top.
+std::string with_zeros(std::int32_t value, std::size_t least_digits);
+
+// A number in hexadecimal digits, without leading zeros.
+std::string hex_text(u32 value);

@@ -1,37 +1,71 @@
-// Fields that both forms of links have. The certificate names of a peer are one row a field, in
-// the order in which they are written; parsers, writers and the sort read these rows.
+// Fields that both forms of links have: the certificate names of a peer, told once for parsers,
+// writers, the sort and the loaders, and the choice of a pool.
 #pragma once
 
 #include <string_view>
 
-#include "flatlink/records/line.h"
+#include "flatlink/records/field.h"
+#include "flatlink/records/memory_guard.h"
+#include "flatlink/records/names.h"
 #include "flatlink/records/records.h"
 
-struct peer_field {
+struct certificate_name {
     std::string_view key;
     std::string peerauth::*text;
-    std::uint8_t sort_bit; // bit of its half in the order of client links
+    std::uint8_t sort_bit;  // bit of its half in the order of client links
+    const char *object_key; // child of a VPN object in the tree that holds it
 };
 
-inline constexpr peer_field subject_fields[] = {
-    {"scn", &peerauth::scn, 0x40}, {"so", &peerauth::so, 0x10},
-    {"sou", &peerauth::sou, 0x20}, {"sc", &peerauth::sc, 0x01},
-    {"sst", &peerauth::sst, 0x02}, {"sl", &peerauth::sl, 0x04},
-    {"ssa", &peerauth::ssa, 0x08}, {"san_content", &peerauth::san_content, 0x80},
+inline constexpr certificate_name subject_names[] = {
+    {"scn", &peerauth::scn, 0x40, "scn"},
+    {"so", &peerauth::so, 0x10, "son"},
+    {"sou", &peerauth::sou, 0x20, "sou"},
+    {"sc", &peerauth::sc, 0x01, "sc"},
+    {"sst", &peerauth::sst, 0x02, "sst"},
+    {"sl", &peerauth::sl, 0x04, "sl"},
+    {"ssa", &peerauth::ssa, 0x08, "ssa"},
+    {"san_content", &peerauth::san_content, 0x80, "san-content"},
 };
 
-inline constexpr peer_field issuer_fields[] = {
-    {"icn", &peerauth::icn, 0x40}, {"io", &peerauth::io, 0x10},   {"iou", &peerauth::iou, 0x20},
-    {"ic", &peerauth::ic, 0x01},   {"ist", &peerauth::ist, 0x02}, {"il", &peerauth::il, 0x04},
-    {"isa", &peerauth::isa, 0x08},
+inline constexpr certificate_name issuer_names[] = {
+    {"icn", &peerauth::icn, 0x40, "icn"}, {"io", &peerauth::io, 0x10, "ion"},
+    {"iou", &peerauth::iou, 0x20, "iou"}, {"ic", &peerauth::ic, 0x01, "ic"},
+    {"ist", &peerauth::ist, 0x02, "ist"}, {"il", &peerauth::il, 0x04, "il"},
+    {"isa", &peerauth::isa, 0x08, "isa"},
 };
 
-// Stores a certificate name; false when `key` is none.
-bool store_certificate_name(peerauth &peer, std::string_view key, std::string_view value);
+// One row a name. `no_memory` is what a failed allocation prints, null: what the family says.
+template <const auto &names> constexpr auto name_rows(const char *no_memory)
+{
+    return [no_memory]<std::size_t... i>(std::index_sequence<i...>)
+    {
+        return std::array<field<peerauth>, sizeof...(i)>{
+            field<peerauth>{names[i].key, as<if_set<as_text>, names[i].text>, 0, no_memory}...};
+    }
+    (std::make_index_sequence<std::size(names)>());
+}
 
-// Writes the subject's names, the kind of the alternative name, and the issuer's names.
-void save_certificate_names(const record_writer &out, const peerauth &peer);
+inline constexpr std::string_view NO_SAN_CHECK = "Don't check";
 
-// Stores what a modecfg line says: any pool, none, or one by name.
-void store_modecfg(std::int32_t &mode, std::string &name, std::string_view value);
-void save_modecfg(const record_writer &out, std::int32_t mode, const std::string &name);
+// The subject's names, the kind of its alternative name, and the issuer's names.
+inline constexpr auto certificate_fields =
+    joined<peerauth>(name_rows<subject_names>(nullptr),
+                     std::array{field<peerauth>{
+                         "san_type", as<word_or<san_list, NO_SAN_CHECK>, &peerauth::san_type>}},
+                     name_rows<issuer_names>(MALLOC_FAILURE));
+
+// What a modecfg line says: any pool, none, or one by name.
+template <auto mode, auto name>
+inline constexpr form<owner_type<mode>> pool_choice{
+    [](owner_type<mode> &link, std::string_view value) {
+        const bool is_any = same_word(value, "Any");
+        const bool is_named = !is_any && !same_word(value, "None");
+        link.*name = is_named ? value : std::string_view();
+        link.*mode = is_any ? MODECFG_ANY : is_named ? MODECFG_NAMED : MODECFG_NONE;
+    },
+    [](const owner_type<mode> &link) -> printed {
+        if (link.*mode < 0)
+            return "Any";
+        return link.*mode > 0 && !(link.*name).empty() ? link.*name : "None";
+    },
+    by<mode>};

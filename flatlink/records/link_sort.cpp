@@ -177,13 +177,13 @@ static u32 remote_network_size(linkinfo &link)
 static certificate_bits bits_of(const peerauth &peer)
 {
     certificate_bits bits;
-    for (const peer_field &field : issuer_fields)
-        if (!(peer.*field.text).empty())
-            bits.issuer |= field.sort_bit;
-    for (const peer_field &field : subject_fields) {
-        const bool counts = field.text != &peerauth::san_content || peer.san_type != 0;
-        if (counts && !(peer.*field.text).empty())
-            bits.subject |= field.sort_bit;
+    for (const certificate_name &name : issuer_names)
+        if (!(peer.*name.text).empty())
+            bits.issuer |= name.sort_bit;
+    for (const certificate_name &name : subject_names) {
+        const bool counts = name.text != &peerauth::san_content || peer.san_type != 0;
+        if (counts && !(peer.*name.text).empty())
+            bits.subject |= name.sort_bit;
     }
     return bits;
 }

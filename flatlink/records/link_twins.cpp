@@ -2,7 +2,6 @@
 #include "flatlink/records/links.h"
 
 #include <algorithm>
-#include <tuple>
 #include <unordered_set>
 
 #include "flatlink/records/link_sort.h"
@@ -11,30 +10,17 @@
 namespace
 {
 
-// All that two equal links agree in. One list serves the comparison and the hash.
-auto twin_fields(const linkinfo &link)
-{
-    const peerauth &peer = link.peer;
-    return std::tie(link.gateway_addr, link.legacy, link.fixed_remote, link.xgwflags, link.logging,
-                    link.auth, link.lnetwork_type, link.lnetwork_start, link.lnetwork_delimiter,
-                    link.rnetwork_type, link.rnetwork_start, link.rnetwork_delimiter,
-                    link.modecfg_mode, link.df_bit, peer.key, peer.maxdepth, peer.san_type,
-                    peer.secret, peer.scn, peer.sou, peer.so, peer.sc, peer.sst, peer.sl, peer.ssa,
-                    peer.san_content, peer.icn, peer.iou, peer.io, peer.ic, peer.ist, peer.il,
-                    peer.isa);
-}
-
 struct twin_hash {
     std::size_t operator()(const linkinfo *link) const
     {
         constexpr std::size_t SPREAD = 0x9E3779B97F4A7C15ULL;
         std::size_t hash = 0;
-        const auto mix = [&hash](const auto &field) {
-            using field_type = std::remove_cvref_t<decltype(field)>;
-            hash = (hash ^ std::hash<field_type>()(field)) * SPREAD;
+        for (const field<linkinfo> &row : link_fields) {
+            if (row.flags & MAY_DIFFER)
+                continue;
+            hash = (hash ^ row.held.compared.hash(*link)) * SPREAD;
             hash ^= hash >> 32;
-        };
-        std::apply([&mix](const auto &...fields) { (mix(fields), ...); }, twin_fields(*link));
+        }
         return hash;
     }
 };
@@ -42,7 +28,9 @@ struct twin_hash {
 struct twin_equal {
     bool operator()(const linkinfo *a, const linkinfo *b) const
     {
-        return twin_fields(*a) == twin_fields(*b);
+        return std::all_of(link_fields.begin(), link_fields.end(), [a, b](const auto &row) {
+            return (row.flags & MAY_DIFFER) || row.held.compared.same(*a, *b);
+        });
     }
 };
 

@@ -11,129 +11,106 @@
 namespace
 {
 
-using store_function = void (*)(linkinfo &link, std::string_view value);
+// An address as it was written, with its number, which is what counts.
+template <auto number, auto text>
+constexpr form<linkinfo> address_text{
+    [](linkinfo &link, std::string_view value) {
+        const u32 addr = address_of(std::string(value));
+        link.*text = value;
+        link.*number = addr;
+    },
+    [](const linkinfo &link) { return if_set<as_text>::print(link.*text); }, by<number>};
 
-struct link_field {
-    std::string_view key;
-    store_function store;
-};
-
-template <auto member> void store_text(linkinfo &link, std::string_view value)
+bool has_gateway(const linkinfo &link)
 {
-    link.*member = value;
+    return !link.gateway.empty() && link.gateway[0] != '*' && link.fixed_remote != 0;
 }
 
-template <auto member> void store_peer_text(linkinfo &link, std::string_view value)
+// Without a fixed gateway neither its text nor what a line said about it is written.
+printed print_gateway(const linkinfo &link)
 {
-    link.peer.*member = value;
+    return has_gateway(link) ? link.gateway : "*";
 }
 
-template <auto member, const auto &table> void store_name(linkinfo &link, std::string_view value)
+printed print_fixed_remote(const linkinfo &link)
 {
-    using field = std::remove_reference_t<decltype(link.*member)>;
-    link.*member = static_cast<field>(parsenametonum(table, value));
-}
-
-template <auto member> void store_number(linkinfo &link, std::string_view value)
-{
-    using field = std::remove_reference_t<decltype(link.*member)>;
-    link.*member = static_cast<field>(take_number(value));
-}
-
-template <auto member> void store_address(linkinfo &link, std::string_view value)
-{
-    link.*member = address_of(std::string(value));
-}
-
-template <auto address, auto text> void store_both(linkinfo &link, std::string_view value)
-{
-    const u32 addr = address_of(std::string(value));
-    store_text<text>(link, value);
-    link.*address = addr;
-}
-
-void store_pool(linkinfo &link, std::string_view value)
-{
-    store_modecfg(link.modecfg_mode, link.modecfg, value);
+    return has_gateway(link) ? "On" : "Off";
 }
 
 // No line clears a bit that another line set.
-void store_enforced(linkinfo &link, std::string_view value)
-{
-    if (!same_word(value, "Optional"))
-        link.xgwflags |= XGW_ENFORCED;
-}
-
 void store_used(linkinfo &link, std::string_view value)
 {
     if (same_word(value, "On"))
         link.xgwflags |= XGW_USED;
 }
 
-void store_key(linkinfo &link, std::string_view value)
+void store_enforced(linkinfo &link, std::string_view value)
 {
-    link.peer.key = static_cast<std::int32_t>(take_number(value));
+    if (!same_word(value, "Optional"))
+        link.xgwflags |= XGW_ENFORCED;
 }
 
-void store_maxdepth(linkinfo &link, std::string_view value)
+printed print_used(const linkinfo &link)
 {
-    link.peer.maxdepth = static_cast<std::int32_t>(take_number(value));
+    return link.xgwflags & XGW_USED ? "On" : "Off";
 }
 
-void store_san_type(linkinfo &link, std::string_view value)
+printed print_enforced(const linkinfo &link)
 {
-    link.peer.san_type = parsenametonum(san_list, value);
+    if ((link.xgwflags & XGW_USED) == 0)
+        return std::nullopt;
+    return link.xgwflags & XGW_ENFORCED ? "Enforce" : "Allow";
 }
 
-constexpr link_field link_fields[] = {
-    {"lname", store_text<&linkinfo::lname>},
-    {"description", store_text<&linkinfo::description>},
+constexpr auto fields_of_link = std::to_array<field<linkinfo>>({
+    {"lname", as<if_set<as_text>, &linkinfo::lname>, MAY_DIFFER},
+    {"description", as<if_set<as_text>, &linkinfo::description>, MAY_DIFFER},
+    {"gateway",
+     {address_text<&linkinfo::gateway_addr, &linkinfo::gateway>.store, print_gateway,
+      by<&linkinfo::gateway_addr>}},
+    {"fixed_remote",
+     {as<word_of<onoff_list>, &linkinfo::fixed_remote>.store, print_fixed_remote,
+      by<&linkinfo::fixed_remote>}},
+    {"use_xgw", {store_used, print_used, by<&linkinfo::xgwflags>}},
+    {"xgwenforced", {store_enforced, print_enforced, by<&linkinfo::xgwflags>}},
+    {"auth", as<word_of<auth_list>, &linkinfo::auth>},
+    {"ikepolicy", as<if_set<as_text>, &linkinfo::ikepolicy>, MAY_DIFFER},
+    {"ipsecpolicy", as<if_set<as_text>, &linkinfo::ipsecpolicy>, MAY_DIFFER},
     {"lnetwork_start_address",
-     store_both<&linkinfo::lnetwork_start, &linkinfo::lnetwork_start_address>},
-    {"lnetwork_delimiter", store_address<&linkinfo::lnetwork_delimiter>},
-    {"lnetwork_type", store_name<&linkinfo::lnetwork_type, addrid_list>},
+     address_text<&linkinfo::lnetwork_start, &linkinfo::lnetwork_start_address>},
+    {"lnetwork_delimiter", as<address, &linkinfo::lnetwork_delimiter>},
+    {"lnetwork_type", as<word_of<addrid_list>, &linkinfo::lnetwork_type>},
     {"rnetwork_start_address",
-     store_both<&linkinfo::rnetwork_start, &linkinfo::rnetwork_start_address>},
-    {"rnetwork_delimiter", store_address<&linkinfo::rnetwork_delimiter>},
-    {"rnetwork_type", store_name<&linkinfo::rnetwork_type, addrid_list>},
-    {"gateway", store_both<&linkinfo::gateway_addr, &linkinfo::gateway>},
-    {"secret", store_peer_text<&peerauth::secret>},
-    {"modecfg", store_pool},
-    {"key", store_key},
-    {"rulenumber", store_number<&linkinfo::rulenumber>},
-    {"rulelabel", store_text<&linkinfo::rulelabel>},
-    {"san_type", store_san_type},
-    {"maxdepth", store_maxdepth},
-    {"auth", store_name<&linkinfo::auth, auth_list>},
-    {"ikepolicy", store_text<&linkinfo::ikepolicy>},
-    {"ipsecpolicy", store_text<&linkinfo::ipsecpolicy>},
-    {"logging", store_name<&linkinfo::logging, debug_list>},
-    {"legacy", store_name<&linkinfo::legacy, onoff_list>},
-    {"fixed_remote", store_name<&linkinfo::fixed_remote, onoff_list>},
-    {"xgwenforced", store_enforced},
-    {"use_xgw", store_used},
-    {"df_bit", store_name<&linkinfo::df_bit, dfbit_list>},
-    {"nesting-level", store_number<&linkinfo::nesting_level>},
-};
+     address_text<&linkinfo::rnetwork_start, &linkinfo::rnetwork_start_address>},
+    {"rnetwork_delimiter", as<address, &linkinfo::rnetwork_delimiter>},
+    {"rnetwork_type", as<word_of<addrid_list>, &linkinfo::rnetwork_type>},
+    {"modecfg", pool_choice<&linkinfo::modecfg_mode, &linkinfo::modecfg>, 0, MALLOC_FAILURE},
+    {"secret", as<if_set<as_text>, &linkinfo::peer, &peerauth::secret>, SECRET},
+    {"key", as<padded<decimal>, &linkinfo::peer, &peerauth::key>},
+});
+
+constexpr auto fields_after_names = std::to_array<field<linkinfo>>({
+    {"maxdepth", as<decimal, &linkinfo::peer, &peerauth::maxdepth>},
+    {"logging", as<word_of<debug_list>, &linkinfo::logging>},
+    {"df_bit", as<word_of<dfbit_list>, &linkinfo::df_bit>},
+    {"legacy", as<word_of<onoff_list>, &linkinfo::legacy>, NOT_WRITTEN},
+    {"rulenumber", as<decimal, &linkinfo::rulenumber>, NOT_WRITTEN | MAY_DIFFER},
+    {"rulelabel", as<as_text, &linkinfo::rulelabel>, NOT_WRITTEN | MAY_DIFFER, SILENT_FAILURE},
+    {"nesting-level", as<decimal, &linkinfo::nesting_level>, NOT_WRITTEN | MAY_DIFFER},
+});
+
+constexpr auto all_link_fields = joined<linkinfo>(
+    fields_of_link, rows_inside<&linkinfo::peer, certificate_fields>(), fields_after_names);
 
 record_index<linkinfo, &linkinfo::linkno> numbers;
 
 } // namespace
 
+constinit const field_table<linkinfo> link_fields = all_link_fields;
+
 void forget_link_numbers()
 {
     numbers.forget();
-}
-
-static bool store_field(linkinfo &link, std::string_view key, std::string_view value)
-{
-    for (const link_field &field : link_fields) {
-        if (field.key == key) {
-            field.store(link, value);
-            return true;
-        }
-    }
-    return store_certificate_name(link.peer, key, value);
 }
 
 static linkinfo *append_link(long number)
@@ -147,7 +124,7 @@ static linkinfo *append_link(long number)
 
 // Numbers have 16 bits: a line with another never finds its record. Each such line makes one, and
 // as a record without a name is dropped in the end, only the line with the name has an effect.
-// The others fill a record that nobody keeps, unless it would be the first of its low 16 bits.
+// The others fill a record that is not kept, unless it would be the first of its low 16 bits.
 static linkinfo &record_beyond_numbers(long number, std::string_view key)
 {
     static linkinfo unkept;
@@ -166,10 +143,11 @@ static linkinfo &record_of(long number, std::string_view key)
     return link != nullptr ? *link : *append_link(number);
 }
 
-static int store_line(long number, std::string_view key, std::string_view value)
+static int store_line(long number, std::string_view key, std::string_view value,
+                      const char *&message)
 {
     linkinfo &link = record_of(number, key);
-    if (!store_field(link, key, value))
+    if (!store_field<linkinfo>(link_fields, link, key, value, message))
         complain("vpndata: Unrecognized VPN field (" + std::string(key) + "=" + std::string(value) +
                  ") on vlink_" + std::to_string(number));
     return 0;
@@ -187,54 +165,15 @@ int add_partial_linkinfo(std::string_view rest)
     }
     if (line.value.empty())
         return 0;
-    return within_memory(SPACED_MALLOC_FAILURE, [number, &line](const char *&) {
-        return store_line(number, line.key.substr(1), line.value);
+    return within_memory(SPACED_MALLOC_FAILURE, [number, &line](const char *&message) {
+        return store_line(number, line.key.substr(1), line.value, message);
     });
-}
-
-// ---- the way out
-
-static void save_gateway(const record_writer &out, const linkinfo &link)
-{
-    const bool is_fixed = !link.gateway.empty() && link.gateway[0] != '*' && link.fixed_remote != 0;
-    out.text("gateway", is_fixed ? std::string_view(link.gateway) : "*");
-    out.text("fixed_remote", is_fixed ? "On" : "Off");
-    if (link.xgwflags & XGW_USED) {
-        out.text("use_xgw", "On");
-        out.text("xgwenforced", link.xgwflags & XGW_ENFORCED ? "Enforce" : "Allow");
-    } else {
-        out.text("use_xgw", "Off");
-    }
-}
-
-static void save_networks(const record_writer &out, const linkinfo &link)
-{
-    out.text_if_set("lnetwork_start_address", link.lnetwork_start_address);
-    out.address("lnetwork_delimiter", link.lnetwork_delimiter);
-    out.text("lnetwork_type", parsenumtoname(addrid_list, link.lnetwork_type));
-    out.text_if_set("rnetwork_start_address", link.rnetwork_start_address);
-    out.address("rnetwork_delimiter", link.rnetwork_delimiter);
-    out.text("rnetwork_type", parsenumtoname(addrid_list, link.rnetwork_type));
 }
 
 void save_linkinfos(std::FILE *stream, const record_list<linkinfo> &list)
 {
     int number = 0;
-    for (const auto &link : list) {
-        const record_writer out(stream, numbered("vlink", ++number));
-        out.text_if_set("lname", link->lname);
-        out.text_if_set("description", link->description);
-        save_gateway(out, *link);
-        out.text("auth", parsenumtoname(auth_list, link->auth));
-        out.text_if_set("ikepolicy", link->ikepolicy);
-        out.text_if_set("ipsecpolicy", link->ipsecpolicy);
-        save_networks(out, *link);
-        save_modecfg(out, link->modecfg_mode, link->modecfg);
-        out.text_if_set("secret", link->peer.secret);
-        out.padded("key", link->peer.key);
-        save_certificate_names(out, link->peer);
-        out.number("maxdepth", link->peer.maxdepth);
-        out.text("logging", parsenumtoname(debug_list, link->logging));
-        out.text("df_bit", parsenumtoname(dfbit_list, link->df_bit));
-    }
+    for (const auto &link : list)
+        print_fields<linkinfo>(record_writer(stream, numbered("vlink", ++number)), link_fields,
+                               *link);
 }

@@ -4,7 +4,7 @@
 
 int report_lost_line(const char *message)
 {
-    if (message != nullptr)
+    if (message != nullptr && *message != '\0')
         std::fprintf(stderr, "%s\n", message);
     return 1;
 }

@@ -7,10 +7,12 @@
 // What is printed. The texts differ by family and place; a blank more or less is part of them.
 inline constexpr const char *MALLOC_FAILURE = "vpndata:Malloc failure";
 inline constexpr const char *SPACED_MALLOC_FAILURE = "vpndata: Malloc failure";
+inline constexpr const char *RNAME_FAILURE = "vpndata:Malloc failure!";
+inline constexpr const char *SILENT_FAILURE = "";
 inline constexpr const char *POLICY_NAME_FAILURE = "vpndata: error allocating memory for polname";
 inline constexpr const char *POOL_NAME_FAILURE = "vpndata: error allocating memory for mcpname";
 
-// Prints `message`, which may be null. Allocates nothing. Returns 1.
+// Prints `message`, unless it is null or SILENT_FAILURE. Allocates nothing. Returns 1.
 int report_lost_line(const char *message);
 
 // Runs `parse`, a parser of one line or a step of one, and returns its result; 1 when an

@@ -13,5 +13,5 @@ struct numbered_line {
 inline constexpr std::int32_t HIGHEST_LINE_NUMBER = 9999;
 
 // Two digits if the third character is an underscore, else four; whatever stands where the
-// underscore belongs is passed over. The parts live as long as `rest`.
+// underscore belongs is ignored. The parts live as long as `rest`.
 numbered_line read_numbered_line(std::string_view rest);

@@ -5,7 +5,11 @@
 #include <cstdio>
 #include <string_view>
 
+#include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
+
+// The fields of an older link, in the order of their lines.
+extern const field_table<vpnlink> old_link_fields;
 
 // Takes one line without its prefix. `offset` separates the families: 0 for link, PAIR_INDEX for
 // pair, PASS_INDEX for pass lines. Returns 0 when the line was used or its key ignored, or is
@@ -13,7 +17,7 @@
 // without a value.
 int add_partial_vpnlink(std::string_view rest, std::int32_t offset);
 
-// What a link's number leads to no longer holds; for those who renumber or remove links.
+// Invalidates the number index; to be called after renumbering or removing links.
 void forget_vpnlink_numbers();
 
 // Writes the records, numbered from 1 with four digits; `prefix` is the family's word. A record

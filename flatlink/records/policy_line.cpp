@@ -67,8 +67,13 @@ bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_l
     return true;
 }
 
-void complain_of_policy_field(const std::string &where, const policy_line &line)
+void complain_of_policy_field(const policy_frame &frame, int seq, const policy_line &line)
 {
+    std::string where(frame.family);
+    if (!line.is_proposal || frame.names_policy_of_proposal)
+        where += "_" + std::to_string(seq);
+    if (line.is_proposal)
+        where += (frame.names_policy_of_proposal ? "_prop_" : "_") + std::to_string(line.number);
     complain("vpndata:Unrecognized field: " + where + "_" + std::string(line.field) + "=" +
              std::string(line.value));
 }

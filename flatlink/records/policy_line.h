@@ -8,6 +8,9 @@
 #include <string>
 #include <string_view>
 
+#include "flatlink/records/field.h"
+#include "flatlink/records/line.h"
+#include "flatlink/records/memory_guard.h"
 #include "flatlink/records/records.h"
 
 struct policy_line {
@@ -20,9 +23,10 @@ struct policy_line {
 
 // What tells the lines of one kind of policies from those of the other.
 struct policy_frame {
-    std::string_view family;      // the prefix without its underscore, for messages
-    std::size_t longest_proposal; // longest field of a proposal; more is cut
-    std::size_t longest_policy;   // the same of a policy
+    std::string_view family;       // the prefix without its underscore, for messages
+    std::size_t longest_proposal;  // longest field of a proposal; more is cut
+    std::size_t longest_policy;    // the same of a policy
+    bool names_policy_of_proposal; // in the message about an unknown field of a proposal
 };
 
 // Takes a line without its prefix apart. The views live as long as `rest`. `message` is what a
@@ -31,28 +35,8 @@ struct policy_frame {
 bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line,
                       const char *&message);
 
-// Reports an unknown field; `where` is what stands before it in the line.
-void complain_of_policy_field(const std::string &where, const policy_line &line);
-
-// One field of a policy or a proposal, and what its line does.
-template <typename record> struct policy_field {
-    std::string_view key;
-    void (*store)(record &, std::string_view value);
-};
-
-// Stores the line's field by its row; false when there is none.
-template <typename record, std::size_t rows>
-bool store_policy_field(const policy_field<record> (&fields)[rows], record &target,
-                        const policy_line &line)
-{
-    for (const auto &field : fields) {
-        if (field.key == line.field) {
-            field.store(target, line.value);
-            return true;
-        }
-    }
-    return false;
-}
+// Reports an unknown field; `seq` is the policy's.
+void complain_of_policy_field(const policy_frame &frame, int seq, const policy_line &line);
 
 // The policies of one kind by their names.
 template <typename policy> struct policy_finder {
@@ -99,6 +83,52 @@ template <typename policy> auto &proposal_numbered(policy &pol, int number)
     made->number = held;
     pol.props.push_front(std::move(made));
     return *pol.props.front();
+}
+
+// One kind of policies: its frame, its list, and the fields of policy and proposal in the order of
+// their lines.
+template <typename policy, typename proposal> struct policy_kind {
+    policy_frame frame;
+    record_stack<policy> &list;
+    field_table<policy> fields;
+    field_table<proposal> proposal_fields;
+    policy_finder<policy> finder;
+};
+
+// Takes one line without its prefix. Returns 0 when it was used, 1 when not.
+template <typename policy, typename proposal>
+int add_policy_line(policy_kind<policy, proposal> &kind, std::string_view rest)
+{
+    return within_memory(POLICY_NAME_FAILURE, [&kind, rest](const char *&message) {
+        policy_line line;
+        if (!read_policy_line(rest, kind.frame, line, message))
+            return 1;
+        policy &pol = policy_named(kind.list, kind.finder, line.name);
+        const bool is_known =
+            line.is_proposal
+                ? store_field<proposal>(kind.proposal_fields, proposal_numbered(pol, line.number),
+                                        line.field, line.value, message)
+                : store_field<policy>(kind.fields, pol, line.field, line.value, message);
+        if (!is_known)
+            complain_of_policy_field(kind.frame, pol.seq, line);
+        return is_known ? 0 : 1;
+    });
+}
+
+// Writes policies and proposals, each numbered from 1 in list order.
+template <typename policy, typename proposal>
+void save_policies(std::FILE *stream, const record_stack<policy> &list,
+                   const policy_kind<policy, proposal> &kind)
+{
+    int number = 0;
+    for (const auto &pol : list) {
+        const std::string prefix = numbered(kind.frame.family, ++number);
+        print_fields<policy>(record_writer(stream, prefix), kind.fields, *pol);
+        int prop_number = 0;
+        for (const auto &prop : pol->props)
+            print_fields<proposal>(record_writer(stream, numbered(prefix + "prop", ++prop_number)),
+                                   kind.proposal_fields, *prop);
+    }
 }
 
 // Brings the proposals of a policy into their final order and drops those that `keep` refuses. Of

@@ -1,6 +1,8 @@
 #include "flatlink/records/pools.h"
 
 #include <algorithm>
+#include <span>
+#include <vector>
 
 #include "flatlink/records/line.h"
 #include "flatlink/records/memory_guard.h"
@@ -9,50 +11,63 @@
 namespace
 {
 
-struct pool_field {
-    std::string_view key;
-    void (*store)(mcpool &pool, std::string_view value);
+constexpr field<mcpool> fields_of_pool[] = {
+    {"name", identity<&mcpool::name>},
+    {"description", as<as_text, &mcpool::description>},
+    {"mask", as<network_mask, &mcpool::mask>},
+    {"expiry", as<bounded_decimal, &mcpool::expiry>},
+    {"stale_limit", as<bounded_decimal, &mcpool::stale_limit>},
+    {"ifname", as<as_text, &mcpool::ifname>},
 };
 
-// A key that ends in a number: "addr_3".
+// An address in an entry of a pool: its key is the entry's number between stem and ending.
 struct entry_field {
-    std::string_view stem;
-    void (*store)(mcpool &pool, std::int32_t number, u32 addr);
+    std::string_view stem, ending;
+    u32 &(*place)(mcpool &pool, std::int32_t number); // makes the entry
 };
 
-template <auto member> void store_text(mcpool &pool, std::string_view value)
+// The entries of one kind: their numbers, and what each holds.
+struct entry_kind {
+    std::vector<std::int32_t> (*numbers)(const mcpool &pool);
+    std::span<const entry_field> fields;
+};
+
+template <auto entries> std::vector<std::int32_t> numbers_of(const mcpool &pool)
 {
-    pool.*member = value;
+    std::vector<std::int32_t> numbers;
+    for (const auto &entry : pool.*entries)
+        numbers.push_back(entry.first);
+    return numbers;
 }
 
-template <auto member> void store_number(mcpool &pool, std::string_view value)
+template <auto entries> u32 &server(mcpool &pool, std::int32_t number)
 {
-    pool.*member = lenient_number(value);
+    return (pool.*entries)[number];
 }
 
-constexpr pool_field pool_fields[] = {
-    {"name", [](mcpool &, std::string_view) {}}, // the name in the key is the pool's
-    {"description", store_text<&mcpool::description>},
-    {"mask",
-     [](mcpool &pool, std::string_view value) { pool.mask = network_of(std::string(value)); }},
-    {"expiry", store_number<&mcpool::expiry>},
-    {"stale_limit", store_number<&mcpool::stale_limit>},
-    {"ifname", store_text<&mcpool::ifname>},
+template <auto entries, auto member> u32 &part(mcpool &pool, std::int32_t number)
+{
+    return (pool.*entries)[number].*member;
+}
+
+constexpr entry_field range_fields[] = {
+    {"addr_", "", part<&mcpool::addr, &mcpool_range::addr>},
+    {"addr2_", "", part<&mcpool::addr, &mcpool_range::addr2>},
+};
+constexpr entry_field nbns_fields[] = {{"nbns_", "", server<&mcpool::nbns>}};
+constexpr entry_field dns_fields[] = {{"dns_", "", server<&mcpool::dns>}};
+constexpr entry_field net_fields[] = {
+    {"net_", "_addr", part<&mcpool::net, &mcpool_net::addr>},
+    {"net_", "_mask", part<&mcpool::net, &mcpool_net::mask>},
 };
 
-constexpr entry_field entry_fields[] = {
-    {"addr_", [](mcpool &pool, std::int32_t n, u32 addr) { pool.addr[n].addr = addr; }},
-    {"addr2_", [](mcpool &pool, std::int32_t n, u32 addr) { pool.addr[n].addr2 = addr; }},
-    {"nbns_", [](mcpool &pool, std::int32_t n, u32 addr) { pool.nbns[n] = addr; }},
-    {"dns_", [](mcpool &pool, std::int32_t n, u32 addr) { pool.dns[n] = addr; }},
+// In the order of their lines.
+constexpr entry_kind entry_kinds[] = {
+    {numbers_of<&mcpool::addr>, range_fields},
+    {numbers_of<&mcpool::nbns>, nbns_fields},
+    {numbers_of<&mcpool::dns>, dns_fields},
+    {numbers_of<&mcpool::net>, net_fields},
 };
-
-constexpr std::string_view NET_STEM = "net_";
-
-constexpr struct {
-    std::string_view ending;
-    u32 mcpool_net::*field;
-} net_fields[] = {{"_addr", &mcpool_net::addr}, {"_mask", &mcpool_net::mask}};
 
 record_index<mcpool, &mcpool::name> names;
 
@@ -67,55 +82,44 @@ mcpool &pool_named(const std::string &name)
     return *mcpools.back();
 }
 
-void complain_of_field(std::string_view field, std::string_view value, const std::string &where)
-{
-    complain("vpndata: Unrecognized VPN field (" + std::string(field) + "=" + std::string(value) +
-             ") on mcpool_" + where);
-}
-
 } // namespace
 
-static int store_network(mcpool &pool, std::string_view behind_stem, std::string_view value)
+constinit const field_table<mcpool> pool_fields = fields_of_pool;
+
+// Numbers with an ending after them wrap where the others are brought into their range.
+static std::int32_t take_entry_number(const entry_field &field, std::string_view &rest)
 {
-    std::string_view ending = behind_stem;
-    const auto number = static_cast<std::int32_t>(take_number(ending));
-    if (number < 0)
-        return 1;
-    for (const auto &field : net_fields) {
-        if (field.ending == ending) {
-            pool.net[number].*field.field = address_of(std::string(value));
-            return 0;
+    return field.ending.empty() ? lenient_number(rest)
+                                : static_cast<std::int32_t>(take_number(rest));
+}
+
+static int store_entry(mcpool &pool, std::string_view key, std::string_view value)
+{
+    std::string_view unknown = key;
+    std::string where = pool.name;
+    for (const entry_kind &kind : entry_kinds) {
+        for (const entry_field &field : kind.fields) {
+            std::string_view rest = key;
+            if (!take_prefix(rest, field.stem))
+                continue;
+            const std::int32_t number = take_entry_number(field, rest);
+            if (number < 0)
+                return 1;
+            if (field.ending.empty() || field.ending == rest) {
+                const u32 addr = address_of(std::string(value));
+                field.place(pool, number) = addr;
+                return 0;
+            }
+            unknown = rest;
+            where = pool.name + "_" + std::string(field.stem) + std::to_string(number);
         }
     }
-    complain_of_field(ending, value, pool.name + "_net_" + std::to_string(number));
+    complain("vpndata: Unrecognized VPN field (" + std::string(unknown) + "=" + std::string(value) +
+             ") on mcpool_" + where);
     return 1;
 }
 
-static int store_field(mcpool &pool, std::string_view key, std::string_view value)
-{
-    for (const pool_field &field : pool_fields) {
-        if (field.key == key) {
-            field.store(pool, value);
-            return 0;
-        }
-    }
-    std::string_view behind_stem = key;
-    for (const entry_field &field : entry_fields) {
-        if (!take_prefix(behind_stem, field.stem))
-            continue;
-        const std::int32_t number = lenient_number(behind_stem);
-        if (number < 0)
-            return 1;
-        field.store(pool, number, address_of(std::string(value)));
-        return 0;
-    }
-    if (take_prefix(behind_stem, NET_STEM))
-        return store_network(pool, behind_stem, value);
-    complain_of_field(key, value, pool.name);
-    return 1;
-}
-
-static int store_line(std::string_view rest, const std::string &name)
+static int store_line(std::string_view rest, const std::string &name, const char *&message)
 {
     condfprintf(fout, "<<mcpool_%.*s\n", static_cast<int>(rest.size()), rest.data());
     line_parts line;
@@ -127,7 +131,10 @@ static int store_line(std::string_view rest, const std::string &name)
     }
     if (line.value.empty())
         return 0;
-    return store_field(pool_named(name), line.key, line.value);
+    mcpool &pool = pool_named(name);
+    if (store_field<mcpool>(pool_fields, pool, line.key, line.value, message))
+        return 0;
+    return store_entry(pool, line.key, line.value);
 }
 
 int add_partial_mcpool(std::string_view rest)
@@ -135,7 +142,7 @@ int add_partial_mcpool(std::string_view rest)
     return within_memory(POOL_NAME_FAILURE, [rest](const char *&message) {
         const std::string name(rest.substr(0, rest.find('_')));
         message = SPACED_MALLOC_FAILURE;
-        return store_line(rest, name);
+        return store_line(rest, name, message);
     });
 }
 
@@ -198,37 +205,23 @@ void finish_mcpools()
 
 // ---- the way out
 
-static void save_servers(const record_writer &out, const std::string &stem,
-                         const std::map<std::int32_t, u32> &servers)
+static void save_entries(const record_writer &out, mcpool &pool, const entry_kind &kind)
 {
-    int number = 0;
-    for (const auto &entry : servers)
-        out.address(stem + std::to_string(++number), entry.second);
+    int written = 0;
+    for (const std::int32_t number : kind.numbers(pool)) {
+        const std::string digits = std::to_string(++written);
+        for (const entry_field &field : kind.fields)
+            out.address(std::string(field.stem) + digits + std::string(field.ending),
+                        field.place(pool, number));
+    }
 }
 
 void save_mcpools(std::FILE *stream, const record_list<mcpool> &list)
 {
     for (const auto &pool : list) {
         const record_writer out(stream, numbered("mcpool", pool->seq));
-        out.text("name", pool->name);
-        out.text("description", pool->description);
-        out.address("mask", pool->mask);
-        out.number("expiry", pool->expiry);
-        out.number("stale_limit", pool->stale_limit);
-        out.text("ifname", pool->ifname);
-        int number = 0;
-        for (const auto &entry : pool->addr) {
-            const std::string ending = std::to_string(++number);
-            out.address("addr_" + ending, entry.second.addr);
-            out.address("addr2_" + ending, entry.second.addr2);
-        }
-        save_servers(out, "nbns_", pool->nbns);
-        save_servers(out, "dns_", pool->dns);
-        number = 0;
-        for (const auto &entry : pool->net) {
-            const std::string stem = "net_" + std::to_string(++number);
-            out.address(stem + "_addr", entry.second.addr);
-            out.address(stem + "_mask", entry.second.mask);
-        }
+        print_fields<mcpool>(out, pool_fields, *pool);
+        for (const entry_kind &kind : entry_kinds)
+            save_entries(out, *pool, kind);
     }
 }

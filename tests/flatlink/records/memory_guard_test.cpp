@@ -68,6 +68,10 @@ TEST_F(memory, that_runs_out_costs_a_line_which_is_reported)
         {"ipsecPolicy_" + w + "_prop_1_lifetime_mb=5", of_name + "polname\n" + any},
         {"vlink_1_lname=" + w, spaced},
         {"vlink_1_gateway=" + w, spaced},
+        {"vlink_1_icn=" + w, spaced + any},
+        {"vlink_1_modecfg=" + w, spaced + any},
+        {"vlink_1_rulelabel=" + w, spaced}, // and then nothing
+        {"link_0001_rname=" + w, any + "vpndata:Malloc failure!\n"},
         {"vlink_1_" + w + "=x", spaced + "vpndata: Unrecognized"},
         {"link_0001_lname=" + w, any},
         {"key_0001_key=" + w, any},

@@ -6,6 +6,7 @@
 #include "flatlink/derive/add_link.h"
 #include "flatlink/derive/rule_walk.h"
 #include "flatlink/records/line.h"
+#include "flatlink/records/link_fields.h"
 #include "flatlink/records/links.h"
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/netobj_text.h"
@@ -40,47 +41,14 @@ struct map_row {
     std::string_view field;
 };
 
-// In the order of the lines.
+// In the order of the lines, after those of the certificate names.
 constexpr map_row vpnclient_map[] = {
-    {"vip", "modecfg"},
-    {"icn", "icn"},
-    {"ion", "io"},
-    {"iou", "iou"},
-    {"ic", "ic"},
-    {"ist", "ist"},
-    {"il", "il"},
-    {"isa", "isa"},
-    {"scn", "scn"},
-    {"son", "so"},
-    {"sou", "sou"},
-    {"sc", "sc"},
-    {"sst", "sst"},
-    {"sl", "sl"},
-    {"ssa", "ssa"},
-    {"san-content", "san_content"},
-    {"san-type", "san_type"},
     {"enforce-xgw", "xgwenforced"},
     {"use-xgw", "use_xgw"},
     {"df", "df_bit"},
 };
 
 constexpr map_row sgo_map[] = {
-    {"icn", "icn"},
-    {"ion", "io"},
-    {"iou", "iou"},
-    {"ic", "ic"},
-    {"ist", "ist"},
-    {"il", "il"},
-    {"isa", "isa"},
-    {"scn", "scn"},
-    {"son", "so"},
-    {"sou", "sou"},
-    {"sc", "sc"},
-    {"sst", "sst"},
-    {"sl", "sl"},
-    {"ssa", "ssa"},
-    {"san-content", "san_content"},
-    {"san-type", "san_type"},
     {"auth", "auth"},
     {"secret", "secret"},
     {"df", "df_bit"},
@@ -125,6 +93,15 @@ class link_feeder
     {
         for (const map_row &row : rows)
             feed_if(row.field, child_value(obj, row.key));
+    }
+
+    void feed_certificate(frag *obj) const
+    {
+        for (const certificate_name &name : issuer_names)
+            feed_if(name.key, child_value(obj, name.object_key));
+        for (const certificate_name &name : subject_names)
+            feed_if(name.key, child_value(obj, name.object_key));
+        feed_if("san_type", child_value(obj, "san-type"));
     }
 
     // The display name of the object that a child names.
@@ -199,6 +176,8 @@ static void feed_client(const link_feeder &out, frag **db, frag *vpnobj)
     out.feed("lname", std::string("~") + vpnobj->name);
     out.feed("fixed_remote", "Off");
     out.feed("auth", "Certificate based");
+    out.feed_if("modecfg", child_value(vpnobj, "vip"));
+    out.feed_certificate(vpnobj);
     out.feed_children(vpnclient_map, vpnobj);
     out.feed_name("modecfg", db, child_value(vpnobj, "vip"));
 }
@@ -213,6 +192,7 @@ static void feed_network_peer(const link_feeder &out, frag **db, frag *vpnobj,
     out.feed_if("df_bit", child_value(vpnobj, "df"));
     out.feed_name("ikepolicy", db, child_value(vpnobj, "ike"));
     out.feed_if("secret", child_value(vpnobj, "secret"));
+    out.feed_certificate(vpnobj);
     out.feed_children(sgo_map, vpnobj);
 }
 

@@ -35,7 +35,7 @@ template <typename record> struct form {
 };
 
 enum field_flag : unsigned {
-    SECRET = 1,      // to be hidden from who only looks at records
+    SECRET = 1,      // hidden where records are only looked at
     NOT_WRITTEN = 2, // read only
     MAY_DIFFER = 4,  // equal records may differ in it
 };

@@ -157,6 +157,37 @@ def check_limits(checks):
     daemon.end()
 
 
+def check_client_limits(checks):
+    """So many from one address, and so many a second; what is refused counts for neither."""
+    daemon = start("probe: address-limit 2\nprobe: accept-count 1\n").ready()
+    text = ["deny use of proxy: too many connections from 127.0.0.1 (limit 2)"]
+    clients = [Client(), Client()]
+    checks.equal("third of an address", refused(), True)
+    checks.equal("report", checks.log.texts(1500), text)
+    with connect(PORT, source="127.0.0.2") as other:
+        checks.equal("another address", other.recv(5), b"name=")
+    clients.pop().close()
+    wait_until(lambda: len(children(daemon.pid)) == 1)
+    clients.append(Client())
+    checks.equal("served again", clients[-1].state("name"), "probe")
+    checks.equal("count", daemon.counts(checks.log), ["2 of 0 copies currently active"])
+    for client in clients:
+        client.close()
+    checks.equal("end", daemon.end(), 1)
+    checks.log.clear()
+    daemon = start("probe: rate-limit 5\n").ready()
+    clients = [connect(PORT) for _ in range(8)]
+    checks.equal("eight in a second", [client.recv(5) for client in clients],
+                 [b"name="] * 5 + [b""] * 3)
+    for client in clients:
+        client.close()
+    checks.equal("reports", checks.log.texts(1500, 3),
+                 ["deny use of proxy: too many connections a second (limit 5)"] * 3)
+    time.sleep(1)
+    Client().close()
+    checks.equal("end", daemon.end(), 1)
+
+
 def check_reload(checks):
     daemon = start("probe: timeout 1\nprobe: child-limit 1\n").ready()
     first = Client()
@@ -330,8 +361,8 @@ def main():
     proxy_host.enter_with_network()
     return proxy_host.Checks(is_log_taken_at_once=True).run(
         (check_start_and_end, check_bad_ports, check_pid_file, check_descriptors, check_limits,
-         check_reload, check_killed_children, check_acceptors, check_lock_names,
-         check_no_descriptors, check_taken_port, check_many))
+         check_client_limits, check_reload, check_killed_children, check_acceptors,
+         check_lock_names, check_no_descriptors, check_taken_port, check_many))
 
 
 if __name__ == "__main__":

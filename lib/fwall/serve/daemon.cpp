@@ -3,6 +3,7 @@
 #include "lib/fwall/log/log.h"
 #include "lib/fwall/match/port.h"
 #include "lib/fwall/serve/accept_lock.h"
+#include "lib/fwall/serve/client_limits.h"
 #include "lib/fwall/serve/daemon_signals.h"
 #include "lib/fwall/serve/init.h"
 #include "lib/fwall/serve/standard_fds.h"
@@ -193,6 +194,30 @@ static void become_connection_child(const acceptor &own, int connection)
     give_signals_back();
 }
 
+static bool is_within_child_limit()
+{
+    if (proxy_child_limit <= 0 || proxy_child_count <= proxy_child_limit)
+        return true;
+    notice(EVENT_CHILD_LIMIT, 0, "deny use of proxy: too many active children (limit %d)",
+           proxy_child_limit);
+    return false;
+}
+
+// The child of a connection, 0 in that child, or -1 when it is refused or there is none.
+static pid_t fork_for(int connection)
+{
+    in_addr_t client_be = INADDR_ANY;
+    if (!is_within_child_limit() || !is_within_client_limits(connection, client_be))
+        return -1;
+    proxy_check_reload();
+    const pid_t pid = fork();
+    if (pid < 0)
+        notice(EVENT_SYSTEM, 0, "Fork failed, %s", std::strerror(errno));
+    else if (pid > 0)
+        add_client(pid, client_be);
+    return pid;
+}
+
 // The accept loop of one accepting process. Returns in its connection children.
 static void serve(acceptor &own)
 {
@@ -201,24 +226,14 @@ static void serve(acceptor &own)
         if (connection < 0)
             continue;
         ++proxy_child_count;
-        if (proxy_child_limit > 0 && proxy_child_count > proxy_child_limit) {
-            notice(EVENT_CHILD_LIMIT, 0, "deny use of proxy: too many active children (limit %d)",
-                   proxy_child_limit);
-            --proxy_child_count;
-            (void)close(connection);
-            continue;
-        }
-        proxy_check_reload();
-        const pid_t pid = fork();
+        const pid_t pid = fork_for(connection);
         if (pid == 0) {
             become_connection_child(own, connection);
             return;
         }
-        if (pid < 0) {
-            notice(EVENT_SYSTEM, 0, "Fork failed, %s", std::strerror(errno));
+        if (pid < 0)
             --proxy_child_count;
-        }
-        (void)close(connection); // the child's, or nobody's
+        (void)close(connection); // the child's, or no one's
     }
 }
 

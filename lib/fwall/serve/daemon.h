@@ -19,8 +19,8 @@
 //   "Fork failed: ..." (13510)       one accepting process less
 // and then for each connection:
 //   "Accept failed, ..." (6505)      for want of descriptors the connection is taken and closed
-//   "deny use of proxy: too many active children (limit N)" (1500), "Fork failed, ..." (13510)
-//                                    the connection is closed
+//   "deny use of proxy: too many active children (limit N)" (1500), what client_limits.h reports,
+//   "Fork failed, ..." (13510)       the connection is closed
 [[nodiscard]] int do_daemon(const char *port);
 
 // Goes on in the background: ignores SIGHUP and SIGALRM, ends the started process with status 0

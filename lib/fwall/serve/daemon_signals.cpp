@@ -1,6 +1,7 @@
 #include "lib/fwall/serve/daemon_signals.h"
 
 #include "lib/fwall/log/log.h"
+#include "lib/fwall/serve/client_limits.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/name_table.h"
 #include "lib/ulib/notice.h"
@@ -67,8 +68,10 @@ void waitwaitwait()
     const int error = errno;
     pid_t pid = 0;
     while ((pid = waitpid(-1, nullptr, WNOHANG)) > 0)
-        if (std::find(acceptors.begin(), acceptors.end(), pid) == acceptors.end())
+        if (std::find(acceptors.begin(), acceptors.end(), pid) == acceptors.end()) {
             --proxy_child_count;
+            remove_client(pid);
+        }
     install(SIGCHLD, on_child);
     errno = error;
 }

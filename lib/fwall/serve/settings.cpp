@@ -71,6 +71,8 @@ static constexpr keyword_row keywords[] = {
     {"child-limit", "needs an argument", false, set_number<proxy_child_limit>},
     {"accept-count", "needs an argument", false, set_number<proxy_accept_count>},
     {"bind-address", "needs an argument", true, set_bind_address},
+    {"address-limit", "needs an argument", false, set_number<proxy_address_limit>},
+    {"rate-limit", "needs an argument", false, set_number<proxy_rate_limit>},
 };
 
 static void apply_keyword(const keyword_row &row)

@@ -10,6 +10,8 @@ char proxy_hostname[65];
 std::int32_t proxy_child_count = 0;
 std::int32_t proxy_child_limit = 0;
 std::int32_t proxy_accept_count = 1;
+std::int32_t proxy_address_limit = 0;
+std::int32_t proxy_rate_limit = 0;
 sockaddr_in proxy_bind;
 char policy_name[64];
 const char *gPortName = nullptr;

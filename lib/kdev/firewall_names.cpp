@@ -40,6 +40,24 @@ int vfw_getsockname(int sock, sockaddr_in *addr, socklen_t *lenp)
     return take_true_name(sock, &req, req.local, addr, lenp);
 }
 
+int vfw_getends(int sock, sockaddr_in *peer, sockaddr_in *local)
+{
+    sockaddr_in far{}, near{};
+    socklen_t length = 0;
+    if (fw_plain_name(getpeername, sock, &far, &length) != 0 ||
+        fw_plain_name(getsockname, sock, &near, &length) != 0)
+        return -1;
+    fw_name_req req{};
+    req.peer = to_record(far);
+    req.local = to_record(near);
+    const int found = fw_query_names(sock, &req);
+    if (found != 0 && found != FW_NOT_REDIRECTED)
+        return -1;
+    *peer = found == 0 ? from_record(req.peer) : far;
+    *local = found == 0 ? from_record(req.local) : near;
+    return 0;
+}
+
 int vfw_getdstname(int sock, sockaddr_in *addr, socklen_t *lenp)
 {
     fw_name_req req{};

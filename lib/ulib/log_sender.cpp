@@ -95,8 +95,12 @@ void count_lost(lost_kind kind, std::uint32_t count)
     lost.load()->of[kind] += count;
 }
 
+bool has_lost(lost_kind kind)
+{
+    return lost.load()->of[kind] != 0;
+}
+
 std::uint32_t take_lost(lost_kind kind)
 {
-    lost_count &count = lost.load()->of[kind];
-    return count == 0 ? 0 : count.exchange(0);
+    return lost.load()->of[kind].exchange(0);
 }

@@ -39,5 +39,7 @@ void share_lost_counts();
 // May be called by a signal handler at any instant.
 void count_lost(lost_kind kind, std::uint32_t count = 1);
 
+bool has_lost(lost_kind kind);
+
 // Returns the count and makes it 0: who takes it tells it, or counts it again.
 std::uint32_t take_lost(lost_kind kind);

@@ -27,6 +27,7 @@ static std::atomic<const char *> log_ident = nullptr;
 static bool is_stream = false; // each line then ends with its terminator
 static int log_options = 0;
 static int log_facility = LOG_USER;
+static bool is_host_asked = false;
 static int open_calls = 0;          // that close_system_log has not undone
 static int log_mask = 0xff;         // setlogmask's, when it was last asked
 static long utc_offset_seconds = 0; // of local time, when it was last asked
@@ -70,6 +71,7 @@ static void close_socket()
 // What a handler cannot ask for.
 static void ask_host(std::time_t now)
 {
+    is_host_asked = true;
     std::tm local{};
     if (localtime_r(&now, &local) != nullptr)
         utc_offset_seconds = local.tm_gmtoff;
@@ -82,9 +84,16 @@ void open_system_log(const char *ident, int options, int facility)
     log_ident = ident;
     log_options = options;
     log_facility = facility;
-    ask_host(std::time(nullptr));
+    if (!is_host_asked)
+        ask_host(std::time(nullptr));
     if (log_socket < 0)
         open_socket();
+}
+
+void reopen_system_log()
+{
+    close_socket();
+    open_socket();
 }
 
 void close_system_log()
@@ -210,7 +219,8 @@ void vsystem_log(int priority, const char *format, va_list args)
     if ((log_options & LOG_PERROR) != 0)
         show_on(STDERR_FILENO, text, "\n");
     if (deliver(line.view())) {
-        tell_lost_lines(now);
+        if (has_lost(LOST_LINES))
+            tell_lost_lines(now);
     } else {
         if (is_log_full(errno)) // without a reader nothing is missed
             count_lost(LOST_LINES);

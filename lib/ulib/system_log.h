@@ -22,6 +22,9 @@ void open_system_log(const char *ident, int options, int facility);
 // an outer call opens it again.
 void close_system_log();
 
+// Opens the socket anew, so that a process that was forked has one of its own.
+void reopen_system_log();
+
 // Write one line, in the order of the calls.
 //   priority   syslog's, with or without a facility; setlogmask decides whether it is written
 //   format     printf's, and %m for the host's words for errno; never text from outside. What is

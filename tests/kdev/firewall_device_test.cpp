@@ -74,11 +74,17 @@ std::string names_of(const loopback_connection &c, int open_error, const scripte
     };
     add(vfw_getpeername(c.server, &end, &length));
     add(vfw_getsockname(c.server, &end, &length));
+    sockaddr_in peer = end, local = end;
+    const int code = vfw_getends(c.server, &peer, &local);
+    const std::string result = std::to_string(code) + ' ';
+    const std::string ends = result + text_of_end(peer) + ' ' + result + text_of_end(local) + ' ';
+    EXPECT_EQ(text.substr(0, result.size()), result);
+    EXPECT_TRUE(code != 0 || text == ends) << ends;
     add(vfw_getdstname(c.server, &end, &length));
     add(vfw_getbothnames(c.server, &end, &dst, &own));
     EXPECT_EQ(16u, length);
     const std::string asked = "names of 6 " + near_end(c.client) + ' ' + near_end(c.server) + '\n';
-    EXPECT_TRUE(requests(script).starts_with(open_error != 0 ? "" : asked + asked + asked));
+    EXPECT_TRUE(requests(script).starts_with(open_error != 0 ? "" : asked + asked + asked + asked));
     return text + text_of_end(dst) + ' ' + dotted(own);
 }
 

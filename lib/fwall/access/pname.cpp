@@ -18,12 +18,8 @@ int peer_addr_name(const sockaddr_in *addr, char *name, char *address, std::size
     return 0;
 }
 
-int peername(int fd, char *name, char *address, std::size_t size)
+static int take_peer(const sockaddr_in &peer, char *name, char *address, std::size_t size)
 {
-    sockaddr_in peer{};
-    socklen_t length = sizeof peer;
-    if (vfw_getpeername(fd, &peer, &length) != 0)
-        return 1;
     // A socket of another family has no address that a pattern could be compared with.
     if (peer.sin_family != AF_INET) {
         errno = EAFNOSUPPORT;
@@ -32,5 +28,21 @@ int peername(int fd, char *name, char *address, std::size_t size)
     (void)peer_addr_name(&peer, name, address, size); // can't fail
     SetSrcIPAddress(connContext, dotted(peer.sin_addr.s_addr).c_str());
     SetSrcPort(connContext, ntohs(peer.sin_port));
+    return 0;
+}
+
+int peername(int fd, char *name, char *address, std::size_t size)
+{
+    sockaddr_in peer{};
+    socklen_t length = sizeof peer;
+    return vfw_getpeername(fd, &peer, &length) == 0 ? take_peer(peer, name, address, size) : 1;
+}
+
+int endnames(int fd, char *name, char *address, std::size_t size, sockaddr_in *local)
+{
+    sockaddr_in peer{}, near{};
+    if (vfw_getends(fd, &peer, &near) != 0 || take_peer(peer, name, address, size) != 0)
+        return 1;
+    *local = near;
     return 0;
 }

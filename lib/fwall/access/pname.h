@@ -9,6 +9,9 @@
 // Returns 0, or 1 with errno when the far end can't be had; nothing is changed then.
 int peername(int fd, char *name, char *address, std::size_t size);
 
+// The same, and the true near end of the connection to `local`, which stays as it was on failure.
+int endnames(int fd, char *name, char *address, std::size_t size, sockaddr_in *local);
+
 // Writes `addr` as dotted text to `address`, and "unknown" to `name` unless that holds a text
 // already: no name service is asked.
 //   size  bytes of each buffer; what is longer is cut, and both end with a terminator. With 0

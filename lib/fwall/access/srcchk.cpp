@@ -206,14 +206,9 @@ int permit_src_sub(const sockaddr_in *local)
 
 int permit_src_chk(int fd)
 {
-    if (peername(fd, proxy_rladdr, proxy_riaddr, sizeof proxy_riaddr) != 0) {
-        notice(EVENT_NO_NAME, 0, "syserr: cannot get peer name");
-        return SRC_FAILED;
-    }
     sockaddr_in local{};
-    socklen_t length = sizeof local;
-    if (vfw_getsockname(fd, &local, &length) != 0) {
-        notice(EVENT_NO_NAME, 0, "syserr: cannot get own name");
+    if (endnames(fd, proxy_rladdr, proxy_riaddr, sizeof proxy_riaddr, &local) != 0) {
+        notice(EVENT_NO_NAME, 0, "syserr: cannot get peer name");
         return SRC_FAILED;
     }
     return permit_src_sub(&local);

@@ -21,7 +21,7 @@ inline constexpr int SRC_FAILED = -1; // an end of the connection can't be had
 // `use_name_logs` on, and no `rev_dns` for the client, its host name; else "nodnsquery". Without a
 // match it is "unknown", unless it held a text before. `permit_confp` becomes the entry that fits,
 // and stays as it was without one.
-// Failures: "syserr: cannot get peer name" and "syserr: cannot get own name" (event 6509). An entry
+// Failures: "syserr: cannot get peer name" (event 6509). An entry
 // without arguments is skipped after "cfgerr: hosts takes at least one argument, line N"
 // (event 11502).
 [[nodiscard]] int permit_src_chk(int fd);

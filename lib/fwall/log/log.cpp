@@ -21,10 +21,16 @@
 static std::atomic<Log *> the_log = nullptr;
 
 static char tag[1024]; // the system log, of which a process has one, keeps a pointer to it
+static bool is_tagged = false;
 
 void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
                std::int32_t facility)
 {
+    Log *old = the_log.load();
+    if (old != nullptr && old->renew(ident, service, logopt, facility)) {
+        (void)log_connect(&old->stdlog); // else each record goes by the path
+        return;
+    }
     V_CloseLog();
     Log *log = new (std::nothrow) Log(ident, service, logopt, facility);
     if (log != nullptr) {
@@ -71,9 +77,24 @@ Log::Log(const char *ident, CServiceContext *service, std::int32_t log_options,
     if (service != nullptr && text_of(service->GetProxyName()).empty())
         service->SetProxyName("unknown");
     set_text(tag, text_of(ident));
-    const char *shown = ident == nullptr ? nullptr : tag;
+    is_tagged = ident != nullptr;
+    const char *shown = is_tagged ? tag : nullptr;
     open_system_log(shown, logopt, facility);
     openlog(shown, logopt & ~LOG_NDELAY, facility); // for the proxy's own calls of syslog
+}
+
+bool Log::renew(const char *ident, CServiceContext *service, std::int32_t log_options,
+                std::int32_t log_facility)
+{
+    if (ident == nullptr || !is_tagged || std::string_view(tag) != ident || log_options != logopt ||
+        log_facility != facility ||
+        (service != nullptr && text_of(service->GetProxyName()).empty()))
+        return false;
+    mode = mode_of(service);
+    log_close(&stdlog);
+    reopen_system_log();
+    (void)log_open(&stdlog); // each send tries again
+    return true;
 }
 
 Log::~Log()

@@ -63,6 +63,12 @@ class Log : public CStdLog
     // `default_logging` for a null list. Faults go to the system log.
     static std::int32_t CheckLogConfig(cfgrec *list);
 
+    // Becomes what a new object of these arguments is, with sockets of its own, when only the mode
+    // may differ; false otherwise, and then nothing has changed. Costs a process that was just
+    // forked less than a new object.
+    bool renew(const char *ident, CServiceContext *service, std::int32_t log_options,
+               std::int32_t log_facility);
+
     std::int32_t logopt;
     std::int32_t facility; // 0 if what was given is none
 };

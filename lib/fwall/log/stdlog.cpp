@@ -135,19 +135,23 @@ static DaemonMsg record_of_loss(const DaemonMsg &sent, std::uint32_t count)
     return record;
 }
 
+// Not part of its caller, whose stack would hold a second record for every report.
+[[gnu::noinline]] static void tell_loss(const DaemonMsg &sent, const stdlog_conn &conn)
+{
+    const std::uint32_t count = take_lost(LOST_RECORDS);
+    const DaemonMsg loss = record_of_loss(sent, count);
+    if (count > 0 && !log_send_at_once(&loss, sizeof loss, conn))
+        count_lost(LOST_RECORDS, count);
+}
+
 int CStdLog::log_daemonmsg(const DaemonMsg &record)
 {
     if ((mode & LOG_MODE_STDLOG) == 0)
         return 1;
     const outcome result = transmit(&record, sizeof record, stdlog);
-    if (result != outcome::sent) {
+    if (result != outcome::sent)
         count_lost(LOST_RECORDS);
-        return result == outcome::not_open ? 0 : 1;
-    }
-    if (const std::uint32_t count = take_lost(LOST_RECORDS); count > 0) {
-        const DaemonMsg loss = record_of_loss(record, count);
-        if (!log_send_at_once(&loss, sizeof loss, stdlog))
-            count_lost(LOST_RECORDS, count);
-    }
-    return 1;
+    else if (has_lost(LOST_RECORDS))
+        tell_loss(record, stdlog);
+    return result == outcome::not_open ? 0 : 1;
 }

@@ -105,21 +105,18 @@ TEST(PermitSrcAddrChk, KeepsTheLastMatchWithoutANewOne)
 
 TEST(PermitSrcChk, FailsWithoutBothEnds)
 {
-    for (const int good_requests : {0, 1}) {
-        const proxy_setup setup("hosts *");
-        scripted_platform device;
-        const loopback_connection pair;
-        device.on_fw_ioctl = [&](unsigned long, byte_area) {
-            errno = static_cast<int>(device.fw_requests.size()) <= good_requests ? ENOENT : EIO;
-            return -1;
-        };
-        EXPECT_EQ(permit_src_chk(pair.server), -1);
-        EXPECT_EQ(report_log::reports[0], good_requests == 0
-                                              ? "6509/0 syserr: cannot get peer name"
-                                              : "6509/0 syserr: cannot get own name");
-        EXPECT_EQ(permit_confp, nullptr);
-        EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", true), 0);
-    }
+    const proxy_setup setup("hosts *");
+    scripted_platform device;
+    const loopback_connection pair;
+    device.on_fw_ioctl = [&](unsigned long, byte_area) {
+        errno = EIO;
+        return -1;
+    };
+    EXPECT_EQ(permit_src_chk(pair.server), -1);
+    EXPECT_EQ(report_log::reports[0], "6509/0 syserr: cannot get peer name");
+    EXPECT_EQ(permit_confp, nullptr);
+    EXPECT_EQ(device.fw_requests.size(), 1U); // one question tells both ends
+    EXPECT_EQ(rule_src_chk(pair.server, nullptr, "bob", true), 0);
 }
 
 // What makes a table large must be settled without a closer look.

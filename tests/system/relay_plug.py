@@ -313,7 +313,9 @@ def check_start(checks):
         checks.equal(label, told("-daemon", str(port)), (1, "", f"plug-relay: {fault}"))
         wait_until(checks.log.records)
         checks.equal(f"{label}: record", [record.text for record in checks.log.records()], [fault])
-        checks.equal(f"{label}: nothing left", children(os.getpid()), [])
+        # A sanitizer's helper that was denied its look at a child stays behind as a zombie.
+        checks.equal(f"{label}: nothing left",
+                     [pid for pid in children(os.getpid()) if proxy_host.state(pid) != "Z"], [])
 
 
 def outside_server():

@@ -17,7 +17,7 @@ if(FLATLINK_SANITIZE)
 endif()
 if(FLATLINK_FUZZ)
   list(APPEND house_sanitizers -fsanitize=address,undefined)
-  set(house_sanitizer_flags -fsanitize=fuzzer-no-link)
+  set(house_sanitizer_flags -fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
 endif()
 
 # Flags are a target's own: nothing of them reaches whoever links it.

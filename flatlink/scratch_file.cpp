@@ -1,5 +1,5 @@
-#include <string>
 #include "flatlink/scratch_file.h"
+#include <string>
 
 #include <cstdlib>
 #include <fcntl.h>

@@ -7,9 +7,9 @@
 #include "lib/fwall/table/policy_table.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/fixed_text.h"
-#include "tests/ulib/scripted_names.h"
 #include "tests/fwall/table_file.h"
 #include "tests/ulib/report_log.h"
+#include "tests/ulib/scripted_names.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

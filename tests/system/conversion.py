@@ -380,6 +380,19 @@ class Hostile(Case):
     def test_nested_and_long_files(self):
         self.check_all(hostile.nested_and_long_files(50_000 if ns.is_sanitized else 1_000_000))
 
+    @unittest.skipIf("--sanitized" in sys.argv, "to reach every bound would take an hour")
+    def test_bounds(self):
+        for label, content, links in hostile.bounded_runs():
+            with self.subTest(label=label):
+                write(DATABASE, content.encode())
+                run = convert(DATABASE)
+                self.assertEqual(1 if links is None else 0, run.returncode, run.stderr)
+                if links is None:
+                    self.assertIn(b"flatlink: more than ", run.stderr)
+                    self.assertEqual(content.encode(), read(DATABASE))
+                else:
+                    self.assertEqual(links, read(DATABASE).count(b"_lname="))
+
     def test_objects_that_lead_back_or_grow(self):
         levels, width = (8, 5000) if ns.is_sanitized else (60, 100_000)
         self.check_all(hostile.growing_objects(levels, width))

@@ -149,3 +149,31 @@ def growing_objects(levels, width):
            "rule_pffwd_2_src=net_pattern_l\nrule_pffwd_2_dst=net_vpnnetwork_p1\n").encode(), True)
     yield ("destination that is its own address", SECRET + (
         BASE + "net_destobj_d_addr=net_destobj_d\nrule_pffwd_1_dst=net_destobj_d\n").encode(), True)
+
+
+def bounded_runs():
+    """Databases at the bounds of a run, as (label, bytes, links; None: more than a bound allows)."""
+    side = range(1, 501)
+    network = "net_ipaddr_far"
+    hub = "net_ipaddr_hub_addr=10.1.1.1\n" + peer("hub", network, includes_gateway="on")
+    rule = "rule_pffwd_{0}_src={1}\nrule_pffwd_{0}_dst={2}\n".format
+    both = "".join(f"net_ipaddr_a{i}_addr=10.3.{i // 250}.{i % 250}\n" for i in side) + \
+        "".join(group(name, [("ipaddr", f"net_ipaddr_a{i}") for i in side]) for name in "ab")
+    yield ("plain rules before the peer's", BASE + hub + both +
+           "".join(rule(i, "net_group_a", "net_group_b") for i in range(2, 90)) +
+           rule(90, "net_group_a", "net_vpnnetwork_hub"), 2 + 2 * len(side))
+    for count in (16_383, 16_384):  # four links each
+        yield (f"{count} sites", BASE + "".join(
+            f"net_ipaddr_g{i}_addr=20.0.{i >> 8}.{i & 255}\nnet_ipaddr_n{i}_addr=21.0.{i >> 8}.{i & 255}\n" +
+            peer(f"s{i}", f"net_ipaddr_n{i}", f"net_ipaddr_g{i}", "on") +
+            rule(i + 2, "net_ipaddr_pc", f"net_vpnnetwork_s{i}") for i in range(count)),
+            4 * count if count < 16_384 else None)
+    for depth in (400, 401):
+        yield (f"{depth} nested groups", BASE + hub +
+               "".join(group_of_group(i, i + 1) for i in range(1, depth)) +
+               group(f"g{depth}", [("ipaddr", "net_ipaddr_pc")]) +
+               rule(2, "net_group_g1", "net_vpnnetwork_hub"), 4 if depth == 400 else None)
+    key = "net_ipaddr_" + "_".join("a" * 1000)
+    yield ("doubling groups of long keys", BASE + key + "_addr=10.1.1.1\n" +
+           "".join(group(f"g{i}", [("group", f"net_group_g{i + 1}")] * 2) for i in range(1, 40)) +
+           group("g40", [("ipaddr", key)]) + "rule_pffwd_1_dst=net_group_g1\n", None)

@@ -3,8 +3,9 @@
 #include <string>
 #include <string_view>
 
+#include "flatlink/derive/link_lines.h"
+#include "flatlink/derive/link_pairs.h"
 #include "flatlink/derive/rule_walk.h"
-#include "flatlink/derive/trusted_link.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/pools.h"
 #include "lib/frag/objects/netobj.h"

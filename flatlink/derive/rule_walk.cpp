@@ -2,13 +2,12 @@
 
 #include <cstring>
 
-#include "flatlink/derive/add_link.h"
-#include "flatlink/derive/trusted_link.h"
+#include "flatlink/derive/link_pairs.h"
+#include "flatlink/derive/peer.h"
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/ulib/text.h"
 
@@ -19,15 +18,10 @@ std::int32_t nestinglevel = 0;
 
 void start_rule_walk()
 {
-    start_links();
+    start_link_pairs();
     rulenumber = 0;
     vpn_fremote = nullptr;
     vpn_flocal = nullptr;
-}
-
-bool is_empty_group(const char *type)
-{
-    return text_of(type) == "emptygroup";
 }
 
 int enum_rule_list(frag **db, frag *list, const object_callback &callback)
@@ -109,100 +103,4 @@ int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags)
     if (fout != nullptr)
         std::fflush(fout);
     return 0;
-}
-
-namespace
-{
-
-enum class side_kind { PLAIN, GROUP, VPN_OBJECT, DESTINATION };
-
-constexpr struct {
-    std::string_view type;
-    side_kind kind;
-} side_kinds[] = {
-    {"group", side_kind::GROUP},
-    {"vpnnetwork", side_kind::VPN_OBJECT},
-    {"vpnclient", side_kind::VPN_OBJECT},
-    {"destobj", side_kind::DESTINATION},
-};
-
-} // namespace
-
-static side_kind kind_of(const frag *obj)
-{
-    const std::string_view type = type_of_key(obj);
-    for (const auto &row : side_kinds)
-        if (same_word(row.type, type))
-            return row.kind;
-    return side_kind::PLAIN;
-}
-
-// An entry of a destination list stands for the object that its address names.
-static frag *resolve_destination(frag **db, frag *dst)
-{
-    if (kind_of(dst) != side_kind::DESTINATION && !is_of_type(dst->parent, "destobj"))
-        return dst;
-    const char *name = child_value(dst, "addr");
-    if (name == nullptr) {
-        condfprintf(fout, "Dst destobj not found\n");
-        return dst;
-    }
-    condfprintf(fout, "Dst destobj %s\n", name);
-    frag *obj = find_object(db, name, dst);
-    return obj != nullptr ? obj : dst;
-}
-
-static void check_destination_group(frag **db, frag *src, frag *dst)
-{
-    enum_group(db, dst, [src](frag **tree, frag *obj, const char *type) {
-        return vpn_enum_link_dst(tree, obj, type, src);
-    });
-}
-
-// Pairs of plain objects come by the million: counts the steps of one, with its trace.
-static bool may_check_pair(const frag *dst, const char *type)
-{
-    constexpr std::size_t TRACE_SIZE = 24;
-    return take_steps(1 + text_steps(TRACE_SIZE + std::strlen(type)), dst);
-}
-
-int vpn_check_link_pair(frag **db, frag *src, frag *dst)
-{
-    if (src == nullptr || dst == nullptr)
-        return 0;
-    const side_kind source = kind_of(src);
-    if (source == side_kind::GROUP) {
-        condfprintf(fout, "Src group check %s\n", fragname(src));
-        enum_group(db, src, [dst](frag **tree, frag *obj, const char *type) {
-            return vpn_enum_link_src(tree, obj, type, dst);
-        });
-        return 0;
-    }
-    dst = resolve_destination(db, dst);
-    const char *type = type_of_key(dst);
-    if (!may_check_pair(dst, type))
-        return 0;
-    const bool is_source_vpn = source == side_kind::VPN_OBJECT;
-    condfputs(fout, is_source_vpn ? "Src VPN with dest " : "Dst ", type,
-              is_source_vpn ? "\n" : " check\n");
-    const side_kind destination = kind_of(dst);
-    if (destination == side_kind::GROUP)
-        check_destination_group(db, src, dst);
-    else if (is_source_vpn && destination == side_kind::VPN_OBJECT)
-        vpn_add_chained_links(db, src, dst);
-    else if (is_source_vpn)
-        vpn_add_link(db, src, dst);
-    else if (destination == side_kind::VPN_OBJECT)
-        vpn_add_link(db, dst, src);
-    return 0;
-}
-
-int vpn_enum_link_src(frag **db, frag *obj, const char *type, frag *dst)
-{
-    return is_empty_group(type) ? 0 : vpn_check_link_pair(db, obj, dst);
-}
-
-int vpn_enum_link_dst(frag **db, frag *obj, const char *type, frag *src)
-{
-    return is_empty_group(type) ? 0 : vpn_check_link_pair(db, src, obj);
 }

@@ -28,15 +28,3 @@ int enum_rule_list(frag **db, frag *list, const object_callback &callback);
 // The callback for a rule: sets the rule's state, finds its two sides and judges the pair. A side
 // that is not found is traced. `flags` holds PROXY_RULE for a proxy rule. Returns 0.
 int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags);
-
-// Judges one pair of objects: opens groups on either side, source first, and makes the links that
-// a VPN object implies. Null on either side: nothing. Returns 0.
-int vpn_check_link_pair(frag **db, frag *src, frag *dst);
-
-// For the members of a group on the source and on the destination side; `dst` and `src` are the
-// other side. Members of the type emptygroup are skipped. Return 0.
-int vpn_enum_link_src(frag **db, frag *obj, const char *type, frag *dst);
-int vpn_enum_link_dst(frag **db, frag *obj, const char *type, frag *src);
-
-// True for a member that stands for an empty group.
-bool is_empty_group(const char *type);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "flatlink/derive/link_pairs.h"
 #include "flatlink/derive/rule_walk.h"
 #include "flatlink/driver.h"
 #include "flatlink/records/decoder.h"

@@ -1,4 +1,4 @@
-// From a VPN object and what stands on the other side of its rule to pairs of endpoints.
+// What a VPN object says of itself: its gateway, its network, and the names that links show.
 #pragma once
 
 struct frag;
@@ -8,19 +8,12 @@ struct frag;
 extern frag *vpn_flocal;
 extern frag *vpn_fremote;
 
-// Makes the links of `vpnobj`, a vpnnetwork or a vpnclient, with `peer`: gateway and network, or
-// any address, each against the firewall and against the peer. The gateway is left out when the
-// object says include-sgo off. Returns 1 when neither gateway nor network was found, which is
-// traced, else 0.
-int vpn_add_link(frag **db, frag *vpnobj, frag *peer);
-
-// Makes the links of two VPN objects: the gateway and the network of each become the peers of the
-// other. A vpnclient has none to offer. Returns 1 when `second` is a vpnnetwork without a gateway.
-int vpn_add_chained_links(frag **db, frag *first, frag *second);
-
 // The gateway object of a vpnnetwork, null for any other object and, traced, when it is missing.
 // *flagout becomes 1 if the gateway counts as an endpoint, else 0. Makes the pseudo objects.
 frag *find_sgo_ip(frag **db, frag *obj, int *flagout);
+
+// The network behind a vpnnetwork, null if it names none.
+frag *network_of_peer(frag **db, frag *obj);
 
 // The display name of the object at `key`, `key` itself if there is none, "" for null. Text in
 // the tree or the argument.

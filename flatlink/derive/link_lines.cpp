@@ -1,34 +1,26 @@
-#include "flatlink/derive/trusted_link.h"
+#include "flatlink/derive/link_lines.h"
 
-#include <array>
 #include <span>
 
-#include "flatlink/derive/add_link.h"
+#include "flatlink/derive/peer.h"
 #include "flatlink/derive/rule_walk.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/link_fields.h"
 #include "flatlink/records/links.h"
 #include "lib/frag/objects/netobj.h"
-#include "lib/frag/objects/netobj_text.h"
 #include "lib/frag/objects/object_run.h"
-#include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
 std::int32_t linkno = 0;
 
-static peer_path remote_peers;    // that the current link lies inside of
-static long nested_peers = 0;     // opened in this run
 static long unnumbered_links = 0; // implied by this run beyond MAX_LINKS
 
-void start_links()
+void start_link_numbers()
 {
     linkno = 0;
-    remote_peers = {};
-    nested_peers = 0;
     unnumbered_links = 0;
 }
 
@@ -54,19 +46,10 @@ constexpr map_row sgo_map[] = {
     {"df", "df_bit"},
 };
 
-// Types of remote sides that can be turned into an address text.
-constexpr std::string_view REMOTE_TYPES[] = {"ipnet", "ipaddr", "iprange", "dns", "pattern"};
-
 constexpr struct {
     std::string_view object_type;
     std::string_view network_type;
 } network_types[] = {{"ipnet", "Subnet"}, {"ipaddr", "Host"}, {"iprange", "Range"}};
-
-// One side of a link, expanded to a single network.
-struct link_side {
-    std::string text;
-    const char *type;
-};
 
 // Feeds the fields of one link, one line each.
 class link_feeder
@@ -115,36 +98,12 @@ class link_feeder
     std::string prefix_;
 };
 
-std::string cut_text(std::string_view text)
-{
-    return std::string(text.substr(0, LINK_TEXT_SIZE));
-}
-
-std::string key_of(const frag *obj)
-{
-    return obj == nullptr ? "<NULL>" : cut_text(fragkeyname(obj));
-}
-
-std::string link_name(frag *vpnobj)
-{
-    const char *name = child_value(vpnobj, "name");
-    return name != nullptr ? cut_text(name) : key_of(vpnobj);
-}
-
 std::string_view network_type(const char *object_type)
 {
     for (const auto &row : network_types)
         if (same_word(row.object_type, object_type))
             return row.network_type;
     return "DNSname";
-}
-
-bool is_remote_type(const char *type)
-{
-    for (const std::string_view usable : REMOTE_TYPES)
-        if (same_word(usable, type))
-            return true;
-    return false;
 }
 
 } // namespace
@@ -218,8 +177,8 @@ static bool may_make_link(frag *vpnobj)
     return take_steps(steps, vpnobj);
 }
 
-static void make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
-                      const link_side &local)
+void make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
+               const link_side &local)
 {
     if (!has_number_left(vpnobj) || !may_make_link(vpnobj))
         return;
@@ -237,112 +196,4 @@ static void make_link(frag **db, frag *vpnobj, const std::string &name, const li
     out.feed_if("rulelabel", rulelabel);
     if (nestinglevel != 0)
         out.feed("nesting-level", std::to_string(nestinglevel));
-}
-
-// ---- a peer as the remote side of another
-
-static void note_nested_peers(const frag *remote)
-{
-    const std::string place = walk_place(remote);
-    if (nestinglevel >= MAX_PEER_NESTING)
-        note_bound("peers inside of each other", MAX_PEER_NESTING, place, nestinglevel + 1);
-    else
-        note_bound("visits of peers inside of others", MAX_NESTED_PEERS, place, nested_peers + 1);
-}
-
-// Makes the links of the inner peer first. One that lies inside of itself is reported and skipped,
-// unless a group lies between: that ends the circle at its own second visit.
-static bool add_nested_links(frag **db, frag *remote, frag *local)
-{
-    if (remote_peers.leads_back_to(remote)) {
-        report_recursive(remote);
-        return false;
-    }
-    if (nestinglevel >= MAX_PEER_NESTING || nested_peers >= MAX_NESTED_PEERS) {
-        report_deep(remote);
-        note_nested_peers(remote);
-        return false;
-    }
-    ++nested_peers;
-    ++nestinglevel;
-    remote_peers.enter(remote);
-    vpn_add_link(db, remote, local);
-    remote_peers.leave();
-    --nestinglevel;
-    return true;
-}
-
-// ---- the expansion
-
-// Keys are found out from the top of the tree, so that a deep object costs as many steps.
-static bool may_expand(const frag *vpnobj, const frag *remote, const frag *local)
-{
-    long long steps = 30;
-    for (const frag *node : {vpnobj, remote, local})
-        for (; node != nullptr; node = node->parent)
-            ++steps;
-    return take_steps(steps, vpnobj);
-}
-
-int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
-{
-    if (!may_expand(vpnobj, remote, local))
-        return 1;
-    const std::string name = link_name(vpnobj);
-    const std::string local_key = key_of(local);
-    const std::string remote_key = key_of(remote);
-    condfprintf(fout, "TRACE trusted(%s(%s), %s)\n", remote_key.c_str(), name.c_str(),
-                local_key.c_str());
-    if (vpnobj == nullptr || remote == nullptr || local == nullptr)
-        return 1;
-
-    link_side remote_side{{}, type_of_key(remote)};
-    const object_callback add_remote = [vpnobj, local](frag **tree, frag *obj, const char *type) {
-        return vpn_enum_add_trust(tree, obj, type, {vpnobj, local});
-    };
-    if (same_word(remote_side.type, "group")) {
-        enum_group(db, remote, add_remote);
-        return 0;
-    }
-    if (same_word(remote_side.type, "vpnnetwork")) {
-        if (!add_nested_links(db, remote, local))
-            return 1;
-        int includes_gateway = 1;
-        if (find_sgo_ip(db, remote, &includes_gateway) == nullptr)
-            return 1;
-        remote_side.type = "ipaddr";
-    }
-    if (!is_remote_type(remote_side.type))
-        return 1;
-
-    std::string &remote_text = netobj_to_netperm(db, remote_key.c_str());
-    if (enum_pattern(db, &remote_text, add_remote, "VPNremotepat", &remote_side.type) == 0)
-        return 0;
-    remote_side.text = cut_text(remote_text);
-
-    link_side local_side{{}, type_of_key(local)};
-    const object_callback add_local = [vpnobj, remote](frag **tree, frag *obj, const char *type) {
-        return vpn_enum_add_trust_dst(tree, obj, type, {vpnobj, remote});
-    };
-    std::string &local_text = netobj_to_netperm(db, local_key.c_str());
-    if (enum_pattern(db, &local_text, add_local, "VPNlocalpat", &local_side.type) == 0)
-        return 0;
-    local_side.text = local_text;
-    make_link(db, vpnobj, name, remote_side, local_side);
-    return 0;
-}
-
-int vpn_enum_add_trust(frag **db, frag *obj, const char *type, const trust_context &context)
-{
-    if (!is_empty_group(type) && obj != nullptr)
-        vpn_add_trusted_link(db, context.vpnobj, obj, context.fixed);
-    return 0;
-}
-
-int vpn_enum_add_trust_dst(frag **db, frag *obj, const char * /*type*/,
-                           const trust_context &context)
-{
-    if (obj != nullptr)
-        vpn_add_trusted_link(db, context.vpnobj, context.fixed, obj);
-    return 0;
 }

@@ -1,6 +1,7 @@
-#include "flatlink/derive/trusted_link.h"
+#include "flatlink/derive/link_pairs.h"
 
-#include "flatlink/derive/add_link.h"
+#include "flatlink/derive/link_lines.h"
+#include "flatlink/derive/peer.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/ulib/bounds.h"
 #include "tests/flatlink/conversion_test.h"

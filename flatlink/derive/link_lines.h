@@ -1,0 +1,42 @@
+// Where a link is made: a pair of single networks is fed to the line parser field by field, as if
+// it stood in a flat file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+struct frag;
+
+// Number of the last link made in this run.
+extern std::int32_t linkno;
+
+// Puts the count of links back to the start of a run.
+void start_link_numbers();
+
+// Longest working text of a link: names, keys and addresses. A longer one is cut, and a cut key is
+// what is looked up.
+inline constexpr std::size_t LINK_TEXT_SIZE = 128;
+
+// Links of one run: their numbers have 16 bits. Two lists of patterns, one on each side of a rule,
+// multiply to any number.
+inline constexpr std::int32_t MAX_LINKS = 65'535;
+
+// An address text in its two parts, "address:mask" or "first-last"; the second is empty for a
+// single address and for a name, whatever marks it holds.
+struct address_parts {
+    std::string first;
+    std::string second;
+};
+address_parts split_address(const std::string &text);
+
+// One side of a link, expanded to a single network.
+struct link_side {
+    std::string text;
+    const char *type;
+};
+
+// Makes one link of `vpnobj`, whose name is `name`, with the state of the rule being walked. Beyond
+// MAX_LINKS, or without steps left, it is left out, which is noted as a bound.
+void make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
+               const link_side &local);

@@ -1,0 +1,60 @@
+#include "flatlink/derive/peer.h"
+
+#include "flatlink/records/line.h"
+#include "lib/frag/objects/netobj.h"
+#include "lib/frag/objects/object_run.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/ulib/text.h"
+
+frag *vpn_flocal = nullptr;
+frag *vpn_fremote = nullptr;
+
+static void make_pseudo_objects(frag **db)
+{
+    if (vpn_flocal == nullptr) {
+        fset(db, "net_ipaddr_localhost_addr", "127.0.0.1");
+        vpn_flocal = ffind(db, "net_ipaddr_localhost");
+        objects_changed();
+        if (vpn_flocal == nullptr)
+            condfprintf(fout, "vpn_flocal is NULL\n");
+    }
+    if (vpn_fremote == nullptr) {
+        fset(db, "net_pattern_any_pat", "*");
+        vpn_fremote = ffind(db, "net_pattern_any");
+        objects_changed();
+        if (vpn_fremote == nullptr)
+            condfprintf(fout, "vpn_fremote is NULL\n");
+    }
+}
+
+frag *find_sgo_ip(frag **db, frag *obj, int *flagout)
+{
+    make_pseudo_objects(db);
+    *flagout = same_word(text_of(child_value(obj, "include-sgo")), "off") ? 0 : 1;
+    if (!is_of_type(obj, "vpnnetwork"))
+        return nullptr;
+    const char *key = child_value(obj, "ip-address");
+    frag *gateway = find_object(db, key, obj);
+    if (gateway == nullptr)
+        condfprintf(fout, "find_sgo_ip cannot find sgo (%s)\n", key != nullptr ? key : "NULL");
+    return gateway;
+}
+
+frag *network_of_peer(frag **db, frag *obj)
+{
+    return find_object(db, child_value(obj, "network"), obj);
+}
+
+const char *name_of_object(frag **db, const char *key)
+{
+    const char *name = child_value(ffind(db, key), "name");
+    if (name != nullptr)
+        return name;
+    return key != nullptr ? key : "";
+}
+
+const char *name_of_sgo_object(frag **db, frag *obj)
+{
+    const char *addr = child_value(ffind(db, child_value(obj, "ip-address")), "addr");
+    return addr != nullptr ? addr : "";
+}

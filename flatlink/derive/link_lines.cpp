@@ -3,7 +3,7 @@
 #include <span>
 
 #include "flatlink/derive/peer.h"
-#include "flatlink/derive/rule_walk.h"
+#include "flatlink/derive/run_state.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/link_fields.h"
 #include "flatlink/records/links.h"
@@ -13,16 +13,6 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
-
-std::int32_t linkno = 0;
-
-static long unnumbered_links = 0; // implied by this run beyond MAX_LINKS
-
-void start_link_numbers()
-{
-    linkno = 0;
-    unnumbered_links = 0;
-}
 
 namespace
 {
@@ -160,11 +150,11 @@ static bool has_number_left(const frag *vpnobj)
 {
     if (linkno < MAX_LINKS)
         return true;
-    if (++unnumbered_links == 1)
+    if (++derivation.unnumbered_links == 1)
         SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
                 "vhltcfgerr: The rules imply more than %d links; the rest is left out.", MAX_LINKS);
-    note_bound("links", MAX_LINKS, unnumbered_links == 1 ? walk_place(vpnobj) : "",
-               MAX_LINKS + unnumbered_links);
+    note_bound("links", MAX_LINKS, derivation.unnumbered_links == 1 ? walk_place(vpnobj) : "",
+               MAX_LINKS + derivation.unnumbered_links);
     return false;
 }
 

@@ -8,12 +8,6 @@
 
 struct frag;
 
-// Number of the last link made in this run.
-extern std::int32_t linkno;
-
-// Puts the count of links back to the start of a run.
-void start_link_numbers();
-
 // Longest working text of a link: names, keys and addresses. A longer one is cut, and a cut key is
 // what is looked up.
 inline constexpr std::size_t LINK_TEXT_SIZE = 128;

@@ -6,7 +6,7 @@
 
 #include "flatlink/derive/link_lines.h"
 #include "flatlink/derive/peer.h"
-#include "flatlink/derive/rule_walk.h"
+#include "flatlink/derive/run_state.h"
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/netobj_text.h"
@@ -16,16 +16,6 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
-
-static peer_path remote_peers; // that the current link lies inside of
-static long nested_peers = 0;  // opened in this run
-
-void start_link_pairs()
-{
-    start_link_numbers();
-    remote_peers = {};
-    nested_peers = 0;
-}
 
 // ---- the two sides of a rule
 
@@ -207,27 +197,28 @@ static void note_nested_peers(const frag *remote)
     if (nestinglevel >= MAX_PEER_NESTING)
         note_bound("peers inside of each other", MAX_PEER_NESTING, place, nestinglevel + 1);
     else
-        note_bound("visits of peers inside of others", MAX_NESTED_PEERS, place, nested_peers + 1);
+        note_bound("visits of peers inside of others", MAX_NESTED_PEERS, place,
+                   derivation.nested_peers + 1);
 }
 
 // Makes the links of the inner peer first. One that lies inside of itself is reported and skipped,
 // unless a group lies between: that ends the circle at its own second visit.
 static bool add_nested_links(frag **db, frag *remote, frag *local)
 {
-    if (remote_peers.leads_back_to(remote)) {
+    if (derivation.remote_peers.leads_back_to(remote)) {
         report_recursive(remote);
         return false;
     }
-    if (nestinglevel >= MAX_PEER_NESTING || nested_peers >= MAX_NESTED_PEERS) {
+    if (nestinglevel >= MAX_PEER_NESTING || derivation.nested_peers >= MAX_NESTED_PEERS) {
         report_deep(remote);
         note_nested_peers(remote);
         return false;
     }
-    ++nested_peers;
+    ++derivation.nested_peers;
     ++nestinglevel;
-    remote_peers.enter(remote);
+    derivation.remote_peers.enter(remote);
     vpn_add_link(db, remote, local);
-    remote_peers.leave();
+    derivation.remote_peers.leave();
     --nestinglevel;
     return true;
 }

@@ -12,9 +12,6 @@ struct frag;
 inline constexpr std::int32_t MAX_PEER_NESTING = 12;
 inline constexpr long MAX_NESTED_PEERS = 200'000;
 
-// Puts all counts of links and peers back to the start of a run.
-void start_link_pairs();
-
 // Judges one pair of objects: opens groups on either side, source first, and makes the links that
 // a VPN object implies. Null on either side: nothing. Returns 0.
 int vpn_check_link_pair(frag **db, frag *src, frag *dst);

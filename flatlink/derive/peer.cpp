@@ -1,13 +1,11 @@
 #include "flatlink/derive/peer.h"
 
+#include "flatlink/derive/run_state.h"
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
-
-frag *vpn_flocal = nullptr;
-frag *vpn_fremote = nullptr;
 
 static void make_pseudo_objects(frag **db)
 {

@@ -3,11 +3,6 @@
 
 struct frag;
 
-// The firewall itself as a local endpoint, and any address as a remote one: objects of the tree,
-// made on first need and kept for the rest of the run. Null until then.
-extern frag *vpn_flocal;
-extern frag *vpn_fremote;
-
 // The gateway object of a vpnnetwork, null for any other object and, traced, when it is missing.
 // *flagout becomes 1 if the gateway counts as an endpoint, else 0. Makes the pseudo objects.
 frag *find_sgo_ip(frag **db, frag *obj, int *flagout);

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "flatlink/derive/link_pairs.h"
-#include "flatlink/derive/peer.h"
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/objects/pattern.h"
@@ -11,17 +10,9 @@
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/ulib/text.h"
 
-std::int32_t rulenumber = 0;
-const char *rulelabel = nullptr;
-std::int32_t ruleloglevel = 0;
-std::int32_t nestinglevel = 0;
-
 void start_rule_walk()
 {
-    start_link_pairs();
-    rulenumber = 0;
-    vpn_fremote = nullptr;
-    vpn_flocal = nullptr;
+    derivation = derivation_state();
 }
 
 int enum_rule_list(frag **db, frag *list, const object_callback &callback)

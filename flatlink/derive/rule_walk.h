@@ -1,24 +1,18 @@
 // The walk over the rules, which finds those that concern a VPN: a rule with a VPN object on one
-// side implies links. The state of the rule being walked is kept here, since links are made many
-// calls deeper.
+// side implies links.
 #pragma once
 
 #include <cstdint>
 
+#include "flatlink/derive/run_state.h"
 #include "lib/frag/objects/netobj.h"
 
 struct frag;
 
-// Of the rule being walked.
-extern std::int32_t rulenumber;   // PROXY_RULE set: a proxy rule
-extern const char *rulelabel;     // text in the tree; null: none
-extern std::int32_t ruleloglevel; // words of debug_list, as a number
-extern std::int32_t nestinglevel; // peers that the current link lies inside of
-
 // Marks the number of a proxy rule, so that its links go behind those of all packet filter rules.
 inline constexpr std::uint32_t PROXY_RULE = 0x40000000;
 
-// Puts the state of the walk, and the counts of links, back to the start of a run.
+// Puts the state of the derivation back to the start of a run.
 void start_rule_walk();
 
 // Calls back for each child of `list` in sorted order, with the type "rule"; results do not count.

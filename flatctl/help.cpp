@@ -1,4 +1,5 @@
-// help [VERB]: the pages that the table of options gives.
+// help [VERB|CODE]: the pages that the tables of options and findings give.
+#include "flatctl/findings.h"
 #include "flatctl/options.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
@@ -12,9 +13,13 @@ int run_help(const request &asked)
     std::string name = asked.operands[0];
     if (asked.operands.size() > 1)
         name += " " + asked.operands[1];
+    if (const finding_row *row = find_code(name)) {
+        put(finding_help_text(*row));
+        return STATUS_FINE;
+    }
     const verb_row *verb = find_verb(name);
     if (verb == nullptr) {
-        tell("no verb '" + shown_line(name) + "'");
+        tell("no verb or code '" + shown_line(name) + "'");
         return STATUS_USAGE;
     }
     put(verb_help_text(*verb));

@@ -2,10 +2,12 @@
 
 #include "flatctl/text_write.h"
 
-json_writer::json_writer(std::FILE *stream, std::string_view schema) : stream_(stream)
+json_writer::json_writer(std::FILE *stream, std::string_view schema)
+    : stream_(stream), is_own_(!schema.empty())
 {
     std::fputc('{', stream_);
-    text("schema", "flatctl/" + std::string(schema));
+    if (is_own_)
+        text("schema", "flatctl/" + std::string(schema));
 }
 
 void json_writer::put_text(std::string_view value)
@@ -76,7 +78,7 @@ json_writer &json_writer::close(char bracket)
 
 void json_writer::finish()
 {
-    if (saw_latin1_)
+    if (saw_latin1_ && is_own_)
         boolean("latin1", true);
     std::fputs("}\n", stream_);
 }

@@ -12,7 +12,8 @@
 class json_writer
 {
   public:
-    // `schema` names verb and version, such as "check/1". The stream stays the caller's.
+    // `schema` names verb and version, such as "check/1"; empty for a format that is defined
+    // elsewhere, which gets no field of ours. The stream stays the caller's.
     json_writer(std::FILE *stream, std::string_view schema);
 
     // A value of each kind. `name` is the field's name inside of an object, empty in an array.
@@ -29,6 +30,7 @@ class json_writer
     void put_text(std::string_view value);
 
     std::FILE *stream_;
+    bool is_own_; // has a schema
     bool is_first_ = true;
     bool saw_latin1_ = false;
 };

@@ -15,19 +15,24 @@ constexpr std::string_view COLORS[] = {"auto", "always", "never"};
 constexpr std::string_view FORMS[] = {"flat", "sections", "tags", "numbered", "xml", "vpn"};
 constexpr std::string_view FORMATS[] = {"text", "json", "jsonl", "sarif"};
 
+constexpr std::size_t MANY = 10000; // more than a command line holds
+
 constexpr verb_row VERBS[] = {
+    {"check", VERB_CHECK, "DB...", 1, MANY, "tell what is wrong with a database", run_check},
     {"preview", VERB_PREVIEW, "DB", 1, 1, "print what flatlink would write, and touch nothing",
      run_preview},
     {"convert", VERB_CONVERT, "DB", 1, 1, "write a database in another notation, layout or form",
      run_convert},
     {"undo", VERB_UNDO, "DB", 1, 1, "put back what convert --in-place replaced", run_undo},
-    {"help", VERB_HELP, "[VERB]", 0, 2, "explain a verb", run_help},
+    {"help", VERB_HELP, "[VERB|CODE]", 0, 2, "explain a verb, or a finding", run_help},
 };
 
 constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
 constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
 
 constexpr option_row OPTIONS[] = {
+    {"--only", "CODES", VERB_CHECK, "tell these findings alone: D111,D112", &request::only},
+    {"--strict", "", VERB_CHECK, "take warnings for errors", &request::strict},
     {"--to", "FORM", VERB_CONVERT, "flat, sections, tags, numbered, xml or vpn", &request::to,
      FORMS},
     {"-o", "FILE", VERB_CONVERT, "write FILE, which is replaced as a whole", &request::output},
@@ -244,7 +249,8 @@ std::string overview_text()
     for (const verb_row &row : VERBS)
         text += "  " + padded(std::string(row.name) + " " + std::string(row.operands), 30) +
                 std::string(row.summary) + "\n";
-    text += "\nflatctl help VERB shows the options of a verb.\n";
+    text += "\nflatctl help VERB shows the options of a verb, flatctl help CODE what a finding "
+            "means.\n";
     text += LAST_LINES;
     return text;
 }

@@ -4,6 +4,7 @@
 
 struct request;
 
+int run_check(const request &asked);
 int run_convert(const request &asked);
 int run_help(const request &asked);
 int run_preview(const request &asked);

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """operator.py FLATLINK FLATCTL SOURCE_DIR: whole runs of the operator's command."""
 import glob
+import json
 import os
 import subprocess
 import sys
@@ -57,6 +58,26 @@ class Preview(Case):
             run = subprocess.run([FLATCTL, "preview", DATABASE], stdout=full, check=False,
                                  stderr=subprocess.PIPE)
         self.assertEqual(3, run.returncode, run.stderr)
+
+
+class Check(Case):
+    def test_formats_and_status(self):
+        write(DATABASE, b"ip_hostname=gate\nip_hostname=\xe9\x1b[2J\n")
+        for args, status in (([], 0), (["--strict"], 1), (["--only", "D101", "--strict"], 0)):
+            run = flatctl("check", *args, DATABASE)
+            self.assertEqual(status, run.returncode, run.stdout)
+            self.assertNotIn(b"\x1b", run.stdout)
+        found = json.loads(flatctl("check", "--format", "json", DATABASE).stdout)
+        self.assertEqual("flatctl/check/1", found["schema"])
+        self.assertEqual([("D111", 1)], [(f["code"], f["line"]) for f in found["findings"]])
+        lines = flatctl("check", "--format", "jsonl", DATABASE).stdout.splitlines()
+        self.assertEqual(["D111"], [json.loads(line)["code"] for line in lines])
+        sarif = json.loads(flatctl("check", "--format", "sarif", DATABASE).stdout)
+        self.assertEqual("D111", sarif["runs"][0]["results"][0]["ruleId"])
+        self.assertIn(b"the later value counts", flatctl("help", "D111").stdout)
+        self.assertEqual(2, flatctl("help", "D999").returncode)
+        self.assertEqual(1, flatctl("check", "/etc/passwd").returncode)
+        self.assertEqual(3, flatctl("check", "/nowhere", DATABASE).returncode)
 
 
 class Convert(Case):

@@ -1,0 +1,283 @@
+#include "flatctl/check_database.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <unistd.h>
+
+#include "flatctl/kind.h"
+#include "flatctl/options.h"
+#include "flatctl/secrets.h"
+#include "flatctl/text_write.h"
+#include "flatlink/driver.h"
+#include "flatlink/records/line.h"
+#include "lib/frag/import/import.h"
+#include "lib/frag/import/observer.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/frag_text.h"
+#include "lib/frag/tree/origin.h"
+#include "lib/frag/tree/symbol.h"
+#include "lib/ulib/bounds.h"
+#include "lib/ulib/report.h"
+
+// ---- the pipe
+
+std::string packed_finding(const finding &found)
+{
+    std::string bytes;
+    for (const std::string &part :
+         {std::string(found.row->code), std::to_string(found.line), std::to_string(found.column),
+          std::to_string(found.related_line), found.detail})
+        bytes += part + '\0';
+    return bytes + found.quoted;
+}
+
+bool unpack_finding(std::string_view bytes, finding &found)
+{
+    constexpr std::size_t PARTS = 5;
+    std::string parts[PARTS];
+    for (std::string &part : parts) {
+        const std::size_t end = bytes.find('\0');
+        if (end == std::string_view::npos)
+            return false;
+        part = bytes.substr(0, end);
+        bytes.remove_prefix(end + 1);
+    }
+    found = {find_code(parts[0]),
+             std::atoi(parts[1].c_str()),
+             std::atoi(parts[2].c_str()),
+             std::atoi(parts[3].c_str()),
+             parts[4],
+             std::string(bytes)};
+    return found.row != nullptr;
+}
+
+namespace
+{
+
+// Gathers what one input gives. The calls of the import and of reports have no other place.
+class checker
+{
+  public:
+    checker(const input &database, const child_port &port) : database_(database), port_(port) {}
+
+    int run();
+    void add(std::string_view code, std::int32_t line, std::string detail,
+             std::int32_t related_line = 0);
+
+  private:
+    bool read_text();
+    void watch_import();
+    bool check_kind();
+    void check_nodes();
+    void check_spelling(const frag *node);
+    void check_access();
+    void derive();
+    void send_all();
+
+    const input &database_;
+    const child_port &port_;
+    std::string text_;
+    std::vector<finding> found_;
+    std::map<std::string_view, std::size_t> counts_; // by code
+    bool has_secret_ = false;
+};
+
+checker *current = nullptr; // of this process
+
+std::string key_of(const frag *node)
+{
+    return fragkeyname(node);
+}
+
+// Bytes without NUL, for the pipe.
+std::string without_zeros(std::string_view bytes)
+{
+    std::string text(bytes);
+    std::ranges::replace(text, '\0', ' ');
+    return text;
+}
+
+constexpr import_observer OBSERVER = {
+    .context = nullptr,
+    .value_replaced =
+        [](void *, const frag *node, std::int32_t old_line, std::int32_t new_line) {
+            current->add("D111", old_line, key_of(node), new_line);
+        },
+    .value_kept =
+        [](void *, const frag *node, std::int32_t line, std::int32_t ignored_line) {
+            current->add("D116", ignored_line, key_of(node), line);
+        },
+    .lines_joined = [](void *, std::int32_t first,
+                       std::int32_t last) { current->add("D110", first, "", last); },
+    .name_cut =
+        [](void *, std::int32_t line, std::string_view kept) {
+            current->add("D113", line, without_zeros(kept.substr(0, SHOWN_LINE_MAX)));
+        },
+    .ignored = [](void *, std::int32_t line) { current->add("D117", line, ""); },
+    .unfinished = [](void *, std::int32_t line) { current->add("D118", line, ""); },
+};
+
+bool tap_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format, va_list args)
+{
+    char text[1024]; // a longer report is cut
+    (void)std::vsnprintf(text, sizeof text, format, args);
+    current->add("D210", 0, text);
+    return true;
+}
+
+void checker::add(std::string_view code, std::int32_t line, std::string detail,
+                  std::int32_t related_line)
+{
+    const finding_row *row = find_code(code);
+    if (++counts_[row->code] <= FINDINGS_MAX)
+        found_.push_back({row, line, 1, related_line, std::move(detail), ""});
+}
+
+bool checker::read_text()
+{
+    char block[65536];
+    ssize_t got = 0;
+    if (S_ISREG(database_.status.st_mode))
+        text_.reserve(static_cast<std::size_t>(database_.status.st_size));
+    while ((got = uninterrupted([&] { return read(database_.fd.get(), block, sizeof block); })) > 0)
+        text_.append(block, static_cast<std::size_t>(got));
+    if (got < 0)
+        std::perror("read");
+    return got == 0;
+}
+
+// A key or a value that holds the blank that was meant to stand beside it.
+void checker::check_spelling(const frag *node)
+{
+    const frag_notation notation = origin_notation(node);
+    if (notation != frag_notation::FLAT && notation != frag_notation::SECTION)
+        return;
+    const std::size_t length = std::strlen(node->name);
+    const bool key_ends_blank = length > 0 && is_ws(node->name[length - 1]);
+    if (key_ends_blank || (node->value != nullptr && is_ws(node->value[0])))
+        add("D112", origin_line(node), key_of(node));
+}
+
+void checker::check_nodes()
+{
+    for (const frag *node = def_database; node != nullptr; node = node->next) {
+        if (node->name[0] != '#')
+            continue;
+        const frag *first = node; // the value that the line set
+        while (first->value == nullptr && first->child != nullptr)
+            first = first->child;
+        add("D114", origin_line(first), key_of(first));
+    }
+    std::vector<const frag *> open{def_database};
+    while (!open.empty()) {
+        const frag *node = open.back();
+        open.pop_back();
+        for (; node != nullptr; node = node->next) {
+            check_spelling(node);
+            has_secret_ = has_secret_ || (node->value != nullptr && is_secret_key(node->name));
+            if (node->child != nullptr)
+                open.push_back(node->child);
+        }
+    }
+}
+
+// False when there is nothing more to be checked.
+bool checker::check_kind()
+{
+    constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+    if (text_.starts_with(BYTE_ORDER_MARK))
+        add("D115", 1, "");
+    const input_kind kind = kind_of_tree(def_database);
+    if (kind != input_kind::database) { // what else was found is about no database
+        found_.clear();
+        counts_.clear();
+    }
+    if (kind == input_kind::unknown)
+        add("D101", 0, "");
+    if (kind == input_kind::flat_data)
+        add("D102", 0, "");
+    return kind == input_kind::database;
+}
+
+void checker::check_access()
+{
+    const mode_t mode = database_.status.st_mode;
+    if (!S_ISREG(mode) && database_.path != "-")
+        add("D103", 0, "");
+    constexpr mode_t OTHERS_READ = 044, OTHERS_WRITE = 022;
+    if (S_ISREG(mode) &&
+        ((has_secret_ && (mode & OTHERS_READ) != 0) || (mode & OTHERS_WRITE) != 0)) {
+        char text[16];
+        (void)std::snprintf(text, sizeof text, "mode %04o", mode & 07777);
+        add("D601", 0, text);
+    }
+}
+
+void checker::derive()
+{
+    def_database = upgradeTo42(def_database);
+    fout = nullptr;
+    derive_from_tree(false);
+    for (const struck_bound &bound : struck_bounds())
+        add("D501", 0,
+            bound.what + ", of which there may be " + std::to_string(bound.limit) + ", at " +
+                without_zeros(bound.where));
+}
+
+// In the order of their lines, each with its line's text, which one pass over the input finds.
+void checker::send_all()
+{
+    std::ranges::stable_sort(found_, {}, &finding::line);
+    std::size_t begin = 0;
+    std::int32_t line = 1;
+    for (finding &one : found_) {
+        for (; line < one.line && begin < text_.size(); ++line)
+            begin = std::min(text_.find('\n', begin), text_.size() - 1) + 1;
+        if (one.line != 0 && begin < text_.size()) {
+            const std::string_view all = std::string_view(text_).substr(begin);
+            const std::string_view quoted = all.substr(0, all.find('\n'));
+            one.quoted = quoted.substr(0, SHOWN_LINE_MAX + 1);
+            if (one.row->code == "D112")
+                one.column =
+                    static_cast<std::int32_t>(std::min(quoted.find('='), quoted.size())) + 1;
+        }
+        port_.send(frame_kind::record, packed_finding(one));
+    }
+    for (const auto &[code, count] : counts_)
+        if (count > FINDINGS_MAX)
+            std::fprintf(stderr, "%zu findings %s, of which %zu are shown\n", count,
+                         std::string(code).c_str(), FINDINGS_MAX);
+}
+
+int checker::run()
+{
+    if (!read_text())
+        return STATUS_UNREADABLE;
+    current = this;
+    import_watch = &OBSERVER;
+    importer reader(&def_database, 0);
+    reader.feed(text_);
+    reader.finish();
+    import_watch = nullptr;
+    report_tap = tap_report;
+    start_bounds();
+    check_nodes();
+    const bool is_database = check_kind();
+    check_access();
+    if (is_database)
+        derive();
+    send_all();
+    return STATUS_FINE;
+}
+
+} // namespace
+
+int check_in_child(const input &database, const known_world &world, child_port &port)
+{
+    enter_world(world, port);
+    return checker(database, port).run();
+}

@@ -1,0 +1,16 @@
+// The check of one database: runs inside of a child, and sends what it finds.
+#pragma once
+
+#include "flatctl/findings.h"
+#include "flatctl/input.h"
+
+// Reads, brings to the current layout and derives, as a conversion does, and sends findings as
+// frames of kind `record`. Returns an exit_status, which tells whether the work came to its end,
+// not what it found.
+int check_in_child(const input &database, const known_world &world, child_port &port);
+
+// A finding on its way through the pipe.
+std::string packed_finding(const finding &found);
+
+// False for what is none.
+bool unpack_finding(std::string_view bytes, finding &found);

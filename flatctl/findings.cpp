@@ -1,0 +1,83 @@
+#include "flatctl/findings.h"
+
+#include <algorithm>
+
+using enum finding_level;
+
+static constexpr finding_row rows[] = {
+    {"D101", error, "no line is a key of a firewall configuration",
+     "a conversion leaves the default settings, and nothing of the input", "check the path",
+     "root:x:0:0:root:/root:/bin/sh"},
+    {"D102", error, "it is flat VPN data already",
+     "a conversion of it loses every link, policy and pool", "convert the database it came from",
+     "vlink_1_lname=~plant"},
+    {"D103", error, "it is a device or a pipe", "flatlink refuses to put a file in its place",
+     "give the path of a file", ""},
+    {"D110", warning, "a line without '=' runs on into the next",
+     "both lines together are one key, which no program asks for",
+     "add the '=' or take the line out", "ip_hostname\nip_domainname=plant.invalid"},
+    {"D111", warning, "a key is given twice", "the later value counts, and this one is lost",
+     "take one of the lines out", "ip_hostname=gate\nip_hostname=tower"},
+    {"D112", error, "a blank stands beside the '='",
+     "key or value hold the blank, and are not found or not understood", "write KEY=VALUE",
+     "ip_hostname =gate"},
+    {"D113", error, "a part of a key is too long",
+     "it is cut, and what is behind the cut is taken for the value", "use a shorter name", ""},
+    {"D114", warning, "a key begins with '#'",
+     "nothing is a comment in this notation: the line is a key that no program asks for",
+     "take the line out", "#ip_hostname=gate\nip_domainname=plant.invalid"},
+    {"D115", warning, "the input begins with a byte order mark",
+     "the mark is a part of the first key, which is not found then", "save it without the mark",
+     "\xEF\xBB\xBFip_hostname=gate\nip_domainname=plant.invalid"},
+    {"D116", note, "an empty value does not replace the one before",
+     "the earlier value of the key counts", "take one of the lines out",
+     "ip_hostname=gate\nip_hostname="},
+    {"D117", warning, "an end tag or a text belongs to no element", "it is ignored",
+     "compare it with its start tag", "<ip><hostname>gate</hostname></net></ip>"},
+    {"D118", warning, "the input ends inside of a key, tag or comment", "all of that is lost",
+     "complete it", "ip_domainname=plant.invalid\nip_hostname"},
+    {"D210", error, "objects lead back to themselves, or nest too deep",
+     "what is inside is left out of the links", "take one of the references out", ""},
+    {"D404", warning, "the reader of a record refuses a line", "the field keeps its default",
+     "see what the message names", ""},
+    {"D501", error, "it implies more than a conversion may make",
+     "flatlink leaves the database as it is", "see what the message names", ""},
+    {"D502", error, "the work on it ended early", "the findings are not complete",
+     "report it together with the input", ""},
+    {"D601", warning, "others can read its secrets, or write it",
+     "the keys of links are known, or chosen, by more than its owner", "chmod 600", ""},
+    {"D602", note, "the result depends on a name or a route of the host",
+     "sizes and order of links can differ where the answer does",
+     "give the answer with --names or --routes, or ask with --resolve", ""},
+};
+
+std::span<const finding_row> finding_rows()
+{
+    return rows;
+}
+
+const finding_row *find_code(std::string_view code)
+{
+    const auto *found = std::ranges::find(rows, code, &finding_row::code);
+    return found == std::end(rows) ? nullptr : found;
+}
+
+std::string_view level_name(finding_level level)
+{
+    constexpr std::string_view NAMES[] = {"error", "warning", "note"};
+    return NAMES[static_cast<int>(level)];
+}
+
+std::string finding_help_text(const finding_row &row)
+{
+    std::string text = std::string(row.code) + ": " + std::string(level_name(row.level)) + "\n\n";
+    text.append("  What it is    ").append(row.text).append(".\n");
+    text.append("  What follows  ").append(row.follows).append(".\n");
+    text.append("  How to mend   ").append(row.mend).append(".\n");
+    if (row.smallest.empty())
+        return text;
+    text += "\nSmallest input:\n\n    ";
+    for (const char c : row.smallest)
+        text.append(1, c).append(c == '\n' ? "    " : "");
+    return text + "\n";
+}

@@ -1,0 +1,41 @@
+// What a check can find, one row a code: the texts of a finding and the page of `help CODE` are
+// made of it. A code keeps its meaning for good and is never given to another finding.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class finding_level { error, warning, note };
+
+struct finding_row {
+    std::string_view code;
+    finding_level level;
+    std::string_view text;    // what is wrong, in one sentence without its end
+    std::string_view follows; // what the system does with it
+    std::string_view mend;    // how to put it right
+    std::string_view
+        smallest; // an input that has it and no other finding; empty where it takes more
+};
+
+std::span<const finding_row> finding_rows();
+const finding_row *find_code(std::string_view code); // null for none
+std::string_view level_name(finding_level level);
+
+// The page of `help CODE`.
+std::string finding_help_text(const finding_row &row);
+
+// One place where a row applies.
+struct finding {
+    const finding_row *row = nullptr;
+    std::int32_t line = 0;         // from 1; 0 for the whole input
+    std::int32_t column = 1;       // from 1
+    std::int32_t related_line = 0; // 0 for none
+    std::string detail;            // the key, or what else tells this one from others; not escaped
+    std::string quoted;            // the line, cut to what is shown; not escaped
+};
+
+// Findings of each code are kept up to this number, and counted beyond it.
+inline constexpr std::size_t FINDINGS_MAX = 1000;

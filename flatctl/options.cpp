@@ -24,6 +24,8 @@ constexpr verb_row VERBS[] = {
     {"convert", VERB_CONVERT, "DB", 1, 1, "write a database in another notation, layout or form",
      run_convert},
     {"undo", VERB_UNDO, "DB", 1, 1, "put back what convert --in-place replaced", run_undo},
+    {"explain access", VERB_EXPLAIN_ACCESS, "TABLE", 1, 1,
+     "tell why a proxy lets a client through, or does not", run_explain_access},
     {"help", VERB_HELP, "[VERB|CODE]", 0, 2, "explain a verb, or a finding", run_help},
 };
 
@@ -31,6 +33,12 @@ constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
 constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
 
 constexpr option_row OPTIONS[] = {
+    {"--proxy", "NAME", VERB_EXPLAIN_ACCESS, "the proxy's name in the table", &request::proxy},
+    {"--client", "ADDRESS[=NAME]", VERB_EXPLAIN_ACCESS, "who connects", &request::client},
+    {"--dest", "HOST:PORT", VERB_EXPLAIN_ACCESS, "where the client wants to go", &request::dest},
+    {"--options", "FILE", VERB_EXPLAIN_ACCESS,
+     "options of the proxy's hosts lines: lines of -OPTION, none|one|list|rest, EXPANSION",
+     &request::options},
     {"--only", "CODES", VERB_CHECK, "tell these findings alone: D111,D112", &request::only},
     {"--strict", "", VERB_CHECK, "take warnings for errors", &request::strict},
     {"--to", "FORM", VERB_CONVERT, "flat, sections, tags, numbered, xml or vpn", &request::to,

@@ -30,11 +30,11 @@ struct request {
     std::string color = "auto";
     std::string dest; // HOST:PORT
     std::string format = "text";
-    std::string identity; // of the client, as the firewall knows it; without its '~'
     std::string kind = "auto";
-    std::string names;  // path of a file in hosts format
-    std::string only;   // codes, with commas between them
-    std::string output; // path
+    std::string names;   // path of a file in hosts format
+    std::string only;    // codes, with commas between them
+    std::string options; // path of a file with the options of a proxy
+    std::string output;  // path
     std::string proxy;
     std::string routes; // path of a file with an address and the own address towards it a line
     std::string to;

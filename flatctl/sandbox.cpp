@@ -64,6 +64,9 @@ constexpr int CALLS_OF_A_COMPUTATION[] = {
 #endif
 };
 
+// What a library needs that opens its input by a path, which is that of a file of memory then.
+constexpr int CALLS_FOR_MEMORY_FILES[] = {SYS_memfd_create, SYS_openat};
+
 // What the name service and the look-up of routes need on top.
 constexpr int CALLS_OF_A_RESOLVER[] = {
     SYS_openat,      SYS_socket,
@@ -97,7 +100,7 @@ void allow(std::vector<sock_filter> &program, int call)
     program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
 }
 
-void filter_calls(bool may_resolve)
+void filter_calls(const sandbox_limits &limits)
 {
     if (OWN_ARCHITECTURE == 0)
         return;
@@ -109,7 +112,10 @@ void filter_calls(bool may_resolve)
     };
     for (const int call : CALLS_OF_A_COMPUTATION)
         allow(program, call);
-    if (may_resolve)
+    if (limits.may_use_memory_files)
+        for (const int call : CALLS_FOR_MEMORY_FILES)
+            allow(program, call);
+    if (limits.may_resolve)
         for (const int call : CALLS_OF_A_RESOLVER)
             allow(program, call);
     program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM));
@@ -203,6 +209,6 @@ bool enter_sandbox(const sandbox_limits &limits)
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         return false;
     lock_file_system(limits.may_resolve);
-    filter_calls(limits.may_resolve);
+    filter_calls(limits);
     return true;
 }

@@ -5,9 +5,10 @@
 #include <cstdint>
 
 struct sandbox_limits {
-    std::uint64_t memory_bytes = 0; // of address space; not enforced under AddressSanitizer
-    std::int32_t time_s = 0;        // of processor time; SIGXCPU ends the process after it
-    bool may_resolve = false;       // leave sockets and the reading of files to the name service
+    std::uint64_t memory_bytes = 0;    // of address space; not enforced under AddressSanitizer
+    std::int32_t time_s = 0;           // of processor time; SIGXCPU ends the process after it
+    bool may_use_memory_files = false; // make files of memory, and open them by their descriptors
+    bool may_resolve = false;          // leave sockets and the reading of files to the name service
 };
 
 // Enters for good. A refused system call fails with EPERM, an open of a file with EACCES or EPERM.

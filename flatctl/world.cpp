@@ -67,6 +67,16 @@ std::string read_world(const request &asked, known_world &world)
     return error;
 }
 
+void read_services(known_world &world)
+{
+    while (const servent *entry = getservent()) {
+        world.services.push_back({entry->s_name, entry->s_proto, entry->s_port});
+        for (char *const *alias = entry->s_aliases; *alias != nullptr; ++alias)
+            world.services.push_back({*alias, entry->s_proto, entry->s_port});
+    }
+    endservent();
+}
+
 // ---- names
 
 static const known_world *known = nullptr;
@@ -128,6 +138,19 @@ static hostent *host_by_address(const void *addr, socklen_t size, int family)
         return told_answer(dotted(addr_be), answer_of(found->name.c_str(), addr_be));
     return told_answer(dotted(addr_be),
                        known->may_resolve ? gethostbyaddr(addr, size, family) : nullptr);
+}
+
+static servent *service_by_name(const char *name, const char *protocol)
+{
+    static servent answer;
+    for (const known_world::service &service : known->services) {
+        if (service.name != name || (protocol != nullptr && service.protocol != protocol))
+            continue;
+        answer = {const_cast<char *>(service.name.c_str()), nullptr, service.port_be,
+                  const_cast<char *>(service.protocol.c_str())}; // for readers alone
+        return &answer;
+    }
+    return nullptr;
 }
 
 // ---- routes
@@ -195,7 +218,7 @@ void enter_world(const known_world &world, const child_port &to)
     static constexpr name_service_calls NAMES = {
         .host_by_name = host_by_name,
         .host_by_address = host_by_address,
-        .service_by_name = getservbyname,
+        .service_by_name = service_by_name,
     };
     known = &world;
     port = &to;

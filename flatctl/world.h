@@ -19,10 +19,20 @@ struct known_world {
         u32 towards_be;
         u32 own_be; // this firewall's own address on the way there
     };
-    std::vector<host> hosts;   // in the order of the file; the first of a name answers
-    std::vector<route> routes; // the first that names the address answers
+    struct service {
+        std::string name;
+        std::string protocol;
+        int port_be;
+    };
+    std::vector<host> hosts;       // in the order of the file; the first of a name answers
+    std::vector<route> routes;     // the first that names the address answers
+    std::vector<service> services; // in the order of the host's list
     bool may_resolve = false;
 };
+
+// Takes the names of services from this host's list of them, which asks no one else: tables name
+// ports by them.
+void read_services(known_world &world);
 
 // Reads what --names and --routes name. Returns the empty text, or what is wrong, in one line.
 std::string read_world(const request &asked, known_world &world);

@@ -80,6 +80,21 @@ class Check(Case):
         self.assertEqual(3, flatctl("check", "/nowhere", DATABASE).returncode)
 
 
+class ExplainAccess(Case):
+    def test_service_names_and_status(self):
+        write(DATABASE, b"relay: permit-hosts 127.0.0.1\nrelay: destination *\nrelay: ports smtp\n")
+        for dest, status in (("10.1.1.1:25", 0), ("10.1.1.1:80", 1), ("nowhere.invalid:25", 1),
+                             ("10.1.1.1", 2)):
+            run = flatctl("explain", "access", "--proxy", "relay", "--client", "127.0.0.1", "--dest",
+                          dest, DATABASE)
+            self.assertEqual(status, run.returncode, run.stdout + run.stderr)
+        run = flatctl("explain", "access", "--format", "json", "--proxy", "relay", "--client",
+                      "10.1.1.1", DATABASE)
+        self.assertEqual(("deny", 1), (json.loads(run.stdout)["verdict"], run.returncode))
+        self.assertEqual("relay: permit-hosts 10.1.1.1 127.0.0.1",
+                         json.loads(run.stdout)["turn"][0]["to"])
+
+
 class Convert(Case):
     OUT = ns.WORK + "/out"
     FORMS = ("flat", "sections", "tags", "numbered", "xml")

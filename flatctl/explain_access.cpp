@@ -1,0 +1,268 @@
+// explain access: the verdict of a proxy's checks for one client and one destination, what was
+// compared on the way, and the smallest change that turns it.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <list>
+#include <sstream>
+
+#include "flatctl/access_change.h"
+#include "flatctl/access_run.h"
+#include "flatctl/input.h"
+#include "flatctl/json_write.h"
+#include "flatctl/options.h"
+#include "flatctl/text_write.h"
+#include "flatctl/verbs.h"
+#include "lib/fwall/access/access_watch.h"
+#include "lib/fwall/access/policy.h"
+#include "lib/ulib/report.h"
+
+namespace
+{
+
+// The options of a proxy, as its file lists them.
+struct option_list {
+    std::list<std::string> texts; // which the rows point to
+    std::vector<policy_option> rows;
+};
+
+struct explanation {
+    const request &asked;
+    input table;
+    known_world world;
+    option_list options;
+    access_question_asked question;
+};
+
+// ---- the command line
+
+std::string read_options(const std::string &path, option_list &options)
+{
+    constexpr std::string_view KINDS[] = {"none", "one", "list", "rest"};
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string name, kind, expansion;
+        if (!(words >> name))
+            continue;
+        words >> kind;
+        std::getline(words >> std::ws, expansion);
+        const auto *found = std::ranges::find(KINDS, std::string_view(kind));
+        if (found == std::end(KINDS) || name[0] != '-')
+            return shown(path) + ": not an option and its kind: " + shown_line(line);
+        options.texts.push_back(name);
+        const char *option = options.texts.back().c_str();
+        options.texts.push_back(expansion);
+        options.rows.push_back({option, static_cast<policy_kind>(found - KINDS),
+                                expansion.empty() ? nullptr : options.texts.back().c_str()});
+    }
+    options.rows.push_back({});
+    return file.eof() ? "" : shown(path) + ": " + std::strerror(errno);
+}
+
+bool is_host_text(std::string_view text)
+{
+    return !text.empty() && text.size() < 256 && std::ranges::all_of(text, [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+               c == '.' || c == '-' || c == '_';
+    });
+}
+
+std::string read_client(explanation &run)
+{
+    const std::string &text = run.asked.client;
+    const std::string address = text.substr(0, text.find('='));
+    if (inet_pton(AF_INET, address.c_str(), &run.question.client_be) != 1)
+        return "--client needs an address: 10.1.2.3 or 10.1.2.3=NAME";
+    if (address.size() == text.size())
+        return {};
+    const std::string name = text.substr(address.size() + 1);
+    run.world.hosts.insert(run.world.hosts.begin(), {name, run.question.client_be});
+    return is_host_text(name) ? "" : "--client: the name is none";
+}
+
+std::string read_destination(explanation &run)
+{
+    const std::string &text = run.asked.dest;
+    if (text.empty())
+        return {};
+    const std::size_t colon = text.rfind(':');
+    const std::string port = colon == std::string::npos ? "" : text.substr(colon + 1);
+    run.question.host = text.substr(0, colon);
+    run.question.port = std::atoi(port.c_str());
+    const bool is_port = !port.empty() && port.size() <= 5 && run.question.port <= 65535 &&
+                         port.find_first_not_of("0123456789") == std::string::npos;
+    return is_port && is_host_text(run.question.host) ? "" : "--dest needs HOST:PORT";
+}
+
+// ---- in the child
+
+bool tap_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format, va_list args)
+{
+    char text[1024]; // a longer report is cut
+    (void)std::vsnprintf(text, sizeof text, format, args);
+    std::string line = text;
+    // The table is a file of this process's memory, of no use to the reader.
+    if (const std::size_t at = line.find("/proc/self/fd/"); at != std::string::npos)
+        line.erase(at, line.find(' ', at) + 1 - at);
+    std::fprintf(stderr, "%s\n", line.c_str());
+    return true;
+}
+
+std::string stage_text(const access_verdict &verdict)
+{
+    constexpr const char *NAMES[] = {"client", "terms", "destination", "port"};
+    return NAMES[static_cast<int>(verdict.stage)];
+}
+
+std::string answer_of(const access_step &step)
+{
+    switch (static_cast<access_reason>(step.reason)) {
+    case access_reason::no_look_up:
+        return "may not be looked up";
+    case access_reason::not_known:
+        return "the firewall knows no identity";
+    case access_reason::no_arguments:
+        return "has no argument";
+    case access_reason::compared:
+        break;
+    }
+    return step.fits ? "fits" : "no";
+}
+
+std::string title_of(const explanation &run, const access_verdict &verdict)
+{
+    std::string text = verdict.permitted ? "permit  " : "deny  ";
+    text += dotted(run.question.client_be);
+    if (!run.question.host.empty())
+        text += " -> " + run.question.host + ":" + std::to_string(run.question.port);
+    return text + " through " + run.question.proxy;
+}
+
+void print_text(const explanation &run, const access_verdict &verdict,
+                const std::vector<table_change> &changes, std::FILE *out)
+{
+    std::string text = title_of(run, verdict) + "\n";
+    for (std::size_t i = 0; i < verdict.steps.size(); ++i) {
+        const access_step &step = verdict.steps[i];
+        const bool is_decided_next = i + 1 < verdict.steps.size() && step.fits &&
+                                     verdict.steps[i + 1].is_decision &&
+                                     verdict.steps[i + 1].line == step.line;
+        if (is_decided_next)
+            continue; // said by the decision
+        text += "  line " + std::to_string(step.line) + "  " + shown(step.keyword) + " ";
+        text += shown_line(step.item);
+        if (step.is_decision)
+            text += step.fits ? "  fits, and permits" : "  fits, and denies";
+        else
+            text += (step.with.empty() ? "  " : "  with " + shown_line(step.with) + ": ") +
+                    answer_of(step);
+        text += "\n";
+    }
+    if (verdict.no_address)
+        text += "  no address of the destination is known: that denies\n";
+    else if (verdict.line == 0)
+        text += "  no entry decides about the " + stage_text(verdict) +
+                (verdict.permitted ? ": that permits\n" : ": that denies\n");
+    for (const table_change &change : changes)
+        text += std::string("  would turn it  ") + (change.is_new ? "before line " : "line ") +
+                std::to_string(change.line) + "   " + shown_line(change.text) + "\n";
+    if (!changes.empty())
+        text += std::string("                 (evaluated: ") +
+                (verdict.permitted ? "deny)\n" : "permit)\n");
+    std::fwrite(text.data(), 1, text.size(), out);
+}
+
+void print_json(const access_verdict &verdict, const std::vector<table_change> &changes,
+                std::FILE *stream)
+{
+    json_writer out(stream, "explain-access/1");
+    out.text("verdict", verdict.permitted ? "permit" : "deny");
+    out.text("stage", stage_text(verdict)).number("line", verdict.line).open("walk", '[');
+    for (const access_step &step : verdict.steps) {
+        out.open("", '{').number("line", step.line).text("keyword", step.keyword);
+        out.text("item", step.item);
+        if (step.is_decision)
+            out.text("decides", step.fits ? "permit" : "deny");
+        else
+            out.text("with", step.with).text("answer", answer_of(step));
+        out.close('}');
+    }
+    out.close(']').open("turn", '[');
+    for (const table_change &change : changes)
+        out.open("", '{')
+            .number("line", change.line)
+            .boolean("new", change.is_new)
+            .text("to", change.text)
+            .close('}');
+    out.close(']').finish();
+}
+
+int explain_in_child(const explanation &run, child_port &port)
+{
+    enter_world(run.world, port);
+    report_tap = tap_report;
+    std::string table;
+    char block[65536];
+    ssize_t got = 0;
+    while ((got = uninterrupted([&] { return read(run.table.fd.get(), block, sizeof block); })) > 0)
+        table.append(block, static_cast<std::size_t>(got));
+    const access_verdict verdict = run_access(table, run.question);
+    if (!verdict.is_known)
+        return STATUS_FOUND;
+    if (verdict.differs) {
+        std::fputs("the checks decide otherwise when they are watched\n", stderr);
+        return STATUS_FAULT;
+    }
+    report_tap = [](const UNIQUE_DATA_T &, int, const char *, va_list) {
+        return true;
+    }; // tried changes report nothing
+    const std::vector<table_change> changes = changes_that_turn(table, run.question, verdict);
+    std::FILE *out = port.stream(frame_kind::data);
+    if (run.asked.format == "json")
+        print_json(verdict, changes, out);
+    else
+        print_text(run, verdict, changes, out);
+    std::fclose(out);
+    return verdict.permitted ? STATUS_FINE : STATUS_FOUND;
+}
+
+} // namespace
+
+int run_explain_access(const request &asked)
+{
+    explanation run{asked, {}, {}, {}, {}};
+    std::string error = asked.proxy.empty() || asked.client.empty()
+                            ? "explain access needs --client and --proxy"
+                            : read_client(run);
+    if (error.empty())
+        error = read_destination(run);
+    if (!error.empty()) {
+        tell(error);
+        return STATUS_USAGE;
+    }
+    error = read_world(asked, run.world);
+    if (error.empty() && !asked.options.empty())
+        error = read_options(asked.options, run.options);
+    if (error.empty())
+        error = open_input(asked.operands[0], asked, run.table);
+    if (!error.empty()) {
+        tell(error);
+        return STATUS_UNREADABLE;
+    }
+    read_services(run.world);
+    run.question.proxy = asked.proxy;
+    run.question.options = run.options.rows.empty() ? nullptr : run.options.rows.data();
+    run.table.limits.may_use_memory_files = true;
+    side_frames side(run.table, asked.quiet);
+    const child_result result = run_child(
+        run.table.limits, run.table.fd.get(),
+        [&](child_port &port) { return explain_in_child(run, port); },
+        [&](frame_kind kind, std::string_view bytes) {
+            if (kind == frame_kind::data && !asked.quiet)
+                put(bytes);
+            side.take(kind, bytes);
+        });
+    return side.end(result);
+}

@@ -1,0 +1,137 @@
+// Verdicts of the checks on tables as texts, and the changes that turn them.
+#include "flatctl/access_change.h"
+
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "lib/ulib/report.h"
+
+namespace
+{
+
+struct no_reports {
+    no_reports()
+    {
+        report_tap = [](const UNIQUE_DATA_T &, int, const char *, va_list) { return true; };
+    }
+    ~no_reports() { report_tap = nullptr; }
+};
+
+access_question_asked question(const char *client, const char *host, int port)
+{
+    return {"relay", address_of(client), host, port, nullptr};
+}
+
+// "permit 3" or "deny port 0": the line that decides, and the stage where it is denied.
+std::string text_of(const access_verdict &verdict)
+{
+    constexpr const char *STAGES[] = {"client ", "terms ", "destination ", "port "};
+    if (!verdict.is_known)
+        return "none";
+    return (verdict.permitted ? "permit " : std::string("deny ") + STAGES[int(verdict.stage)]) +
+           std::to_string(verdict.line) + (verdict.differs ? " differs" : "");
+}
+
+std::string text_of(const std::vector<table_change> &changes)
+{
+    std::string text;
+    for (const table_change &change : changes)
+        text +=
+            (change.is_new ? "+" : "~") + std::to_string(change.line) + " " + change.text + "\n";
+    return text;
+}
+
+// What is proposed must turn the verdict when it is made, and none of it can be left out.
+void expect_turning(const std::string &table, const access_question_asked &asked,
+                    const access_verdict &before, const std::vector<table_change> &changes)
+{
+    EXPECT_NE(run_access(changed_table(table, changes), asked).permitted, before.permitted);
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        std::vector<table_change> fewer = changes;
+        fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(i));
+        EXPECT_EQ(run_access(changed_table(table, fewer), asked).permitted, before.permitted);
+    }
+}
+
+} // namespace
+
+TEST(Access, VerdictsAndChanges)
+{
+    static const struct {
+        const char *table, *client, *host;
+        int port;
+        const char *verdict, *changes;
+    } cases[] = {
+        {"relay: hosts 10.*\n", "10.1.1.1", "", 0, "permit 1", "+1 relay: deny-hosts 10.1.1.1\n"},
+        {"relay: hosts 10.*\n", "11.1.1.1", "", 0, "deny client 0",
+         "~1 relay: hosts 11.1.1.1 10.*\n"},
+        {"relay: deny-hosts 10.*\n*: timeout 5", "10.1.1.1", "", 0, "deny client 1",
+         "+1 relay: permit-hosts 10.1.1.1\n"},
+        {"relay: timeout 5\n", "10.1.1.1", "", 0, "deny client 0",
+         "+2 relay: permit-hosts 10.1.1.1\n"},
+        {"relay: hosts * -policy p\npolicy-p: timeout 5\n", "10.1.1.1", "10.2.2.2", 25,
+         "deny destination 0", "+3 policy-p: permit-destination 10.2.2.2\n"},
+        {"relay: hosts *\nrelay: deny-destination 10.*\nrelay: ports 80\n", "1.1.1.1", "10.2.2.2",
+         25, "deny destination 2",
+         "~2 relay: deny-destination !10.2.2.2 10.*\n~3 relay: ports 25 80\n"},
+        {"relay: hosts *\nrelay: destination !10.* *\n", "1.1.1.1", "10.2.2.2", 25,
+         "deny destination 2", "~2 relay: destination 10.2.2.2 !10.* *\n"},
+        {"relay: hosts *\nrelay: destination *\nrelay: ports !25 *\n", "1.1.1.1", "10.2.2.2", 25,
+         "deny port 3", "~3 relay: ports 25 !25 *\n"},
+        {"relay: hosts *\nrelay: afw-dest 10.* 25 x\nrelay: destination *\n", "1.1.1.1", "10.2.2.2",
+         25, "deny destination 2", ""}, // nothing overrules it
+        {"relay: hosts * -policy\n", "1.1.1.1", "", 0, "deny terms 1", ""},
+        {"other: hosts *\n", "1.1.1.1", "", 0, "none", "+2 relay: permit-hosts 1.1.1.1\n"},
+    };
+    const no_reports quiet;
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.table);
+        const auto asked = question(row.client, row.host, row.port);
+        const access_verdict verdict = run_access(row.table, asked);
+        EXPECT_EQ(text_of(verdict), row.verdict);
+        const auto changes = changes_that_turn(row.table, asked, verdict);
+        EXPECT_EQ(text_of(changes), row.changes);
+        if (!changes.empty())
+            expect_turning(row.table, asked, verdict, changes);
+    }
+}
+
+TEST(Access, RandomTables)
+{
+    const no_reports quiet;
+    std::mt19937 random(7);
+    const auto pick = [&](std::initializer_list<const char *> words) {
+        return std::string(words.begin()[random() % words.size()]);
+    };
+    const auto address = [&] { return pick({"10.1.1.1", "10.1.1.2", "10.2.1.1", "11.1.1.1"}); };
+    const auto item = [&] {
+        return pick({"", "", "!"}) + pick({"10.*", "10.1.*", "*", "11.1.1.1"});
+    };
+    int proposed = 0;
+    for (int round = 0; round < 1500; ++round) {
+        std::string table = "policy-p: timeout 1\n";
+        for (unsigned lines = random() % 8; lines-- > 0;) {
+            const std::string name = pick({"relay", "*", "policy-p"});
+            const std::string prefix = pick({"", "", "permit-", "deny-"});
+            const std::string kind = pick({"hosts", "destination", "destination", "ports"});
+            table += name + ": " + prefix + kind + " ";
+            if (kind == "hosts")
+                table += pick({"10.*", "*", "10.1.1.1"}) + pick({"", " -policy p"});
+            else
+                table +=
+                    kind == "ports" ? pick({"25", "!25", "80 25", "*"}) : item() + " " + item();
+            table += "\n";
+        }
+        table += "relay: timeout 5\n";
+        SCOPED_TRACE(table);
+        const auto asked = question(address().c_str(), address().c_str(), random() % 2 ? 25 : 80);
+        const access_verdict verdict = run_access(table, asked);
+        EXPECT_FALSE(verdict.differs);
+        const auto changes = changes_that_turn(table, asked, verdict);
+        proposed += changes.empty() ? 0 : 1;
+        if (!changes.empty())
+            expect_turning(table, asked, verdict, changes);
+    }
+    EXPECT_GT(proposed, 1400);
+}

@@ -34,7 +34,7 @@ constexpr field<ikepol> fields_of_policy[] = {
     {"description", as<as_text, &ikepol::description>},
 };
 
-policy_kind<ikepol, ikeprop> kind{{.family = "ikePolicy",
+policy_family<ikepol, ikeprop> kind{{.family = "ikePolicy",
                                    .longest_proposal = 63,
                                    .longest_policy = 64,
                                    .names_policy_of_proposal = false},

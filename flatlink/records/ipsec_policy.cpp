@@ -49,7 +49,7 @@ constexpr field<ipsecpol> fields_of_policy[] = {
     {"group", as<word_of<ipsecgroup_list>, &ipsecpol::group>},
 };
 
-policy_kind<ipsecpol, ipsecprop> kind{{.family = "ipsecPolicy",
+policy_family<ipsecpol, ipsecprop> kind{{.family = "ipsecPolicy",
                                        .longest_proposal = 127,
                                        .longest_policy = 127,
                                        .names_policy_of_proposal = true},

@@ -87,7 +87,7 @@ template <typename policy> auto &proposal_numbered(policy &pol, int number)
 
 // One kind of policies: its frame, its list, and the fields of policy and proposal in the order of
 // their lines.
-template <typename policy, typename proposal> struct policy_kind {
+template <typename policy, typename proposal> struct policy_family {
     policy_frame frame;
     record_stack<policy> &list;
     field_table<policy> fields;
@@ -97,7 +97,7 @@ template <typename policy, typename proposal> struct policy_kind {
 
 // Takes one line without its prefix. Returns 0 when it was used, 1 when not.
 template <typename policy, typename proposal>
-int add_policy_line(policy_kind<policy, proposal> &kind, std::string_view rest)
+int add_policy_line(policy_family<policy, proposal> &kind, std::string_view rest)
 {
     return within_memory(POLICY_NAME_FAILURE, [&kind, rest](const char *&message) {
         policy_line line;
@@ -118,7 +118,7 @@ int add_policy_line(policy_kind<policy, proposal> &kind, std::string_view rest)
 // Writes policies and proposals, each numbered from 1 in list order.
 template <typename policy, typename proposal>
 void save_policies(std::FILE *stream, const record_stack<policy> &list,
-                   const policy_kind<policy, proposal> &kind)
+                   const policy_family<policy, proposal> &kind)
 {
     int number = 0;
     for (const auto &pol : list) {

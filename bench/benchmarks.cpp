@@ -84,7 +84,7 @@ static void walk_rules()
         [](frag **db, frag *rule, const char *) { return vpn_enum_link_rules(db, rule, 0); });
 }
 
-static void derivation(benchmark::State &state)
+static void derive(benchmark::State &state)
 {
     load_database({.sites = static_cast<std::size_t>(state.range(0))});
     for (auto _ : state) {
@@ -94,7 +94,7 @@ static void derivation(benchmark::State &state)
     }
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(derivation)
+BENCHMARK(derive)
     ->RangeMultiplier(2)
     ->Range(5'000, 20'000)
     ->Complexity()

@@ -9,10 +9,10 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
-#include "flatlink/derive/add_link.h"
 #include "flatlink/derive/context_word.h"
+#include "flatlink/derive/link_pairs.h"
+#include "flatlink/derive/peer.h"
 #include "flatlink/derive/pool_loader.h"
-#include "flatlink/derive/trusted_link.h"
 #include "flatlink/driver.h"
 #include "flatlink/flat_file.h"
 #include "flatlink/records/address_expr.h"

@@ -14,6 +14,8 @@
 #include "lib/frag/tree/symbol.h"
 #include "lib/kdev/platform/platform.h"
 
+using namespace flatlink;
+
 static void import_text(const std::string &text, frag **head)
 {
     importer reader(head, 0);

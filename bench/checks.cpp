@@ -19,6 +19,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static constexpr int LINES = 1000;
 static constexpr char CLIENT[] = "192.0.2.7";
 static char client_name[] = "mail.office.example";

@@ -15,6 +15,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 
+using namespace flatlink;
+
 // The default tree: its top level is looked up as the tool's own is.
 static void import_text(const std::string &text)
 {

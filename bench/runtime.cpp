@@ -19,6 +19,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // Sets a table of `lines` entries, every second for the proxy "p".
 static void set_table(int lines)
 {

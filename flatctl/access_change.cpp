@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -124,7 +126,8 @@ std::vector<table_change> refusal(const access_question_asked &asked, const acce
 
 } // namespace
 
-std::string changed_table(std::string_view table, const std::vector<table_change> &changes)
+std::string flatlink::changed_table(std::string_view table,
+                                    const std::vector<table_change> &changes)
 {
     std::string text;
     std::int32_t number = 0;
@@ -144,9 +147,9 @@ std::string changed_table(std::string_view table, const std::vector<table_change
     return text;
 }
 
-std::vector<table_change> changes_that_turn(std::string_view table,
-                                            const access_question_asked &question,
-                                            const access_verdict &verdict)
+std::vector<table_change> flatlink::changes_that_turn(std::string_view table,
+                                                      const access_question_asked &question,
+                                                      const access_verdict &verdict)
 {
     const auto permits = [&](const std::vector<table_change> &changes) {
         return run_access(changed_table(table, changes), question).permitted;

@@ -14,6 +14,9 @@ struct table_change {
     std::string text;  // the whole line
 };
 
+namespace flatlink
+{
+
 // Changes that turn the verdict together, none of which can be left out; empty where none was
 // found. `verdict` is that of the table as it is.
 std::vector<table_change> changes_that_turn(std::string_view table,
@@ -22,3 +25,5 @@ std::vector<table_change> changes_that_turn(std::string_view table,
 
 // The table with the changes made.
 std::string changed_table(std::string_view table, const std::vector<table_change> &changes);
+
+} // namespace flatlink

@@ -17,6 +17,8 @@
 #include "lib/ulib/descriptor.h"
 #include "lib/ulib/fixed_text.h"
 
+using namespace flatlink;
+
 static access_verdict *watched = nullptr;
 
 static std::string keyword_of(const cfgrec *entry)
@@ -119,7 +121,7 @@ static void check_destination(const access_question_asked &question, access_verd
         verdict.line = 0;
 }
 
-access_verdict run_access(std::string_view table, const access_question_asked &question)
+access_verdict flatlink::run_access(std::string_view table, const access_question_asked &question)
 {
     access_verdict verdict;
     if (!load_table(table, question.proxy))

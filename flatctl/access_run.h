@@ -43,7 +43,12 @@ struct access_verdict {
     std::vector<access_step> steps;
 };
 
+namespace flatlink
+{
+
 // Evaluates the checks that a proxy makes, in their order. Reports go to the standard error stream
 // with `table_name` in the place of the table's path. Ends the process as a proxy does for an entry
 // that it cannot work with.
 access_verdict run_access(std::string_view table, const access_question_asked &question);
+
+} // namespace flatlink

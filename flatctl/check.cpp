@@ -10,6 +10,8 @@
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -199,7 +201,7 @@ void print_all(const std::vector<checked_input> &all, const level_counts &counts
 
 } // namespace
 
-int run_check(const request &asked)
+int flatlink::run_check(const request &asked)
 {
     known_world world;
     if (const std::string error = read_world(asked, world); !error.empty()) {

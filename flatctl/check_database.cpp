@@ -23,9 +23,11 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 
+using namespace flatlink;
+
 // ---- the pipe
 
-std::string packed_finding(const finding &found)
+std::string flatlink::packed_finding(const finding &found)
 {
     std::string bytes;
     for (const std::string &part :
@@ -35,7 +37,7 @@ std::string packed_finding(const finding &found)
     return bytes + found.quoted;
 }
 
-bool unpack_finding(std::string_view bytes, finding &found)
+bool flatlink::unpack_finding(std::string_view bytes, finding &found)
 {
     constexpr std::size_t PARTS = 5;
     std::string parts[PARTS];
@@ -276,7 +278,7 @@ int checker::run()
 
 } // namespace
 
-int check_in_child(const input &database, const known_world &world, child_port &port)
+int flatlink::check_in_child(const input &database, const known_world &world, child_port &port)
 {
     enter_world(world, port);
     return checker(database, port).run();

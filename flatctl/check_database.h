@@ -4,6 +4,9 @@
 #include "flatctl/findings.h"
 #include "flatctl/input.h"
 
+namespace flatlink
+{
+
 // Reads, brings to the current layout and derives, as a conversion does, and sends findings as
 // frames of kind `record`. Returns an exit_status, which tells whether the work came to its end,
 // not what it found.
@@ -14,3 +17,5 @@ std::string packed_finding(const finding &found);
 
 // False for what is none.
 bool unpack_finding(std::string_view bytes, finding &found);
+
+} // namespace flatlink

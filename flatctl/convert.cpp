@@ -17,6 +17,8 @@
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/bounds.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -246,7 +248,7 @@ int convert(conversion &run)
 
 } // namespace
 
-int run_convert(const request &asked)
+int flatlink::run_convert(const request &asked)
 {
     conversion run{asked, find_form(asked.to), {}, {}, {}, {}, {}, 0, {}, false};
     if (run.form == nullptr || asked.in_place == !asked.output.empty()) {

@@ -18,6 +18,8 @@
 #include "lib/fwall/access/policy.h"
 #include "lib/ulib/report.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -230,7 +232,7 @@ int explain_in_child(const explanation &run, child_port &port)
 
 } // namespace
 
-int run_explain_access(const request &asked)
+int flatlink::run_explain_access(const request &asked)
 {
     explanation run{asked, {}, {}, {}, {}};
     std::string error = asked.proxy.empty() || asked.client.empty()

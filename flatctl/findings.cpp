@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace flatlink;
+
 using enum finding_level;
 
 static constexpr finding_row rows[] = {
@@ -51,24 +53,24 @@ static constexpr finding_row rows[] = {
      "give the answer with --names or --routes, or ask with --resolve", ""},
 };
 
-std::span<const finding_row> finding_rows()
+std::span<const finding_row> flatlink::finding_rows()
 {
     return rows;
 }
 
-const finding_row *find_code(std::string_view code)
+const finding_row *flatlink::find_code(std::string_view code)
 {
     const auto *found = std::ranges::find(rows, code, &finding_row::code);
     return found == std::end(rows) ? nullptr : found;
 }
 
-std::string_view level_name(finding_level level)
+std::string_view flatlink::level_name(finding_level level)
 {
     constexpr std::string_view NAMES[] = {"error", "warning", "note"};
     return NAMES[static_cast<int>(level)];
 }
 
-std::string finding_help_text(const finding_row &row)
+std::string flatlink::finding_help_text(const finding_row &row)
 {
     std::string text = std::string(row.code) + ": " + std::string(level_name(row.level)) + "\n\n";
     text.append("  What it is    ").append(row.text).append(".\n");

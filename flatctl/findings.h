@@ -20,12 +20,17 @@ struct finding_row {
         smallest; // an input that has it and no other finding; empty where it takes more
 };
 
+namespace flatlink
+{
+
 std::span<const finding_row> finding_rows();
 const finding_row *find_code(std::string_view code); // null for none
 std::string_view level_name(finding_level level);
 
 // The page of `help CODE`.
 std::string finding_help_text(const finding_row &row);
+
+} // namespace flatlink
 
 // One place where a row applies.
 struct finding {

@@ -8,6 +8,8 @@
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -126,7 +128,8 @@ std::vector<flat_field> without(const std::vector<flat_field> &fields,
 
 } // namespace
 
-std::vector<flat_change> compare_flat(std::string_view old_text, std::string_view new_text)
+std::vector<flat_change> flatlink::compare_flat(std::string_view old_text,
+                                                std::string_view new_text)
 {
     const std::vector<flat_record> before = records_of(old_text);
     const std::vector<flat_record> after = records_of(new_text);
@@ -160,7 +163,7 @@ std::vector<flat_change> compare_flat(std::string_view old_text, std::string_vie
     return changes;
 }
 
-std::string shown_change(const flat_change &change, bool is_revealed)
+std::string flatlink::shown_change(const flat_change &change, bool is_revealed)
 {
     std::string text = {change.kind, ' '};
     text += change.family + " " + shown_line(change.identity) + "\n";

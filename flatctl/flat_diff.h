@@ -19,8 +19,13 @@ struct flat_change {
     std::vector<flat_field> was, now; // fields that differ, for '~'; all fields otherwise
 };
 
+namespace flatlink
+{
+
 // In the order of the new text, with what it lacks at the end.
 std::vector<flat_change> compare_flat(std::string_view old_text, std::string_view new_text);
 
 // The change as lines for people, secrets hidden.
 std::string shown_change(const flat_change &change, bool is_revealed);
+
+} // namespace flatlink

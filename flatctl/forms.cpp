@@ -20,6 +20,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -113,18 +115,18 @@ const tree_form &tree_form_of(const form_row &form)
 
 } // namespace
 
-std::span<const form_row> form_rows()
+std::span<const form_row> flatlink::form_rows()
 {
     return rows;
 }
 
-const form_row *find_form(std::string_view name)
+const form_row *flatlink::find_form(std::string_view name)
 {
     const auto *found = std::ranges::find(rows, name, &form_row::name);
     return found == std::end(rows) ? nullptr : found;
 }
 
-int load_any_form(int fd)
+int flatlink::load_any_form(int fd)
 {
     const int error = import_open_env(fd);
     canon_xml(&def_database);
@@ -197,7 +199,7 @@ static tree_comparison compare_records(std::string_view text, std::size_t most)
 
 // ---- any form
 
-std::string text_in_form(const form_row &form, bool is_fitted)
+std::string flatlink::text_in_form(const form_row &form, bool is_fitted)
 {
     if (!form.is_tree)
         return vpn_text();
@@ -207,7 +209,8 @@ std::string text_in_form(const form_row &form, bool is_fitted)
     return written_by([&](std::FILE *stream) { row.write(stream, &copy.head); });
 }
 
-tree_comparison compare_with_text(const form_row &form, std::string_view text, std::size_t most)
+tree_comparison flatlink::compare_with_text(const form_row &form, std::string_view text,
+                                            std::size_t most)
 {
     if (!form.is_tree)
         return compare_records(text, most);

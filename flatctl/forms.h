@@ -16,6 +16,9 @@ struct form_row {
     bool rebuilds; // lists are ordered and counted in its own way
 };
 
+namespace flatlink
+{
+
 std::span<const form_row> form_rows();
 const form_row *find_form(std::string_view name);
 
@@ -30,3 +33,5 @@ std::string text_in_form(const form_row &form, bool is_fitted);
 
 // What the text does not hold of the default tree, or of its own records, when it is read back.
 tree_comparison compare_with_text(const form_row &form, std::string_view text, std::size_t most);
+
+} // namespace flatlink

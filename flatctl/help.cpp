@@ -4,7 +4,9 @@
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
-int run_help(const request &asked)
+using namespace flatlink;
+
+int flatlink::run_help(const request &asked)
 {
     if (asked.operands.empty()) {
         put(overview_text());

@@ -11,6 +11,8 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
 
+using namespace flatlink;
+
 // Address space for the work on an input, when the command line gives none: a tree takes less than
 // four times its file.
 static constexpr std::uint64_t MEMORY_BASE = 256 << 20;
@@ -26,7 +28,7 @@ static std::uint64_t memory_for(const input &opened, const request &asked)
     return MEMORY_BASE + MEMORY_PER_BYTE * (is_file ? size : UNKNOWN_SIZE);
 }
 
-std::string open_input(const std::string &path, const request &asked, input &opened)
+std::string flatlink::open_input(const std::string &path, const request &asked, input &opened)
 {
     opened.path = path;
     opened.shown = path == "-" ? "standard input" : shown(path);
@@ -40,7 +42,7 @@ std::string open_input(const std::string &path, const request &asked, input &ope
     return {};
 }
 
-std::string open_database(const std::string &path, const request &asked, input &opened)
+std::string flatlink::open_database(const std::string &path, const request &asked, input &opened)
 {
     if (path == "-")
         return open_input(path, asked, opened);
@@ -52,7 +54,7 @@ std::string open_database(const std::string &path, const request &asked, input &
     return open_input(installed, asked, opened);
 }
 
-bool load_input(const input &database)
+bool flatlink::load_input(const input &database)
 {
     const int error = load_database(database.fd.get());
     if (error != 0)
@@ -60,7 +62,7 @@ bool load_input(const input &database)
     return error == 0;
 }
 
-int derive_in_child(const input &database, const known_world &world, child_port &port)
+int flatlink::derive_in_child(const input &database, const known_world &world, child_port &port)
 {
     enter_world(world, port);
     start_bounds();

@@ -19,6 +19,9 @@ struct input {
     sandbox_limits limits; // for the work on it
 };
 
+namespace flatlink
+{
+
 // Opens `path`, "-" for the standard input. Returns the empty text, or what is wrong, in one line.
 std::string open_input(const std::string &path, const request &asked, input &opened);
 
@@ -28,6 +31,8 @@ std::string open_database(const std::string &path, const request &asked, input &
 
 // Reads the database into the default tree, inside of a child; a failure goes to its error stream.
 [[nodiscard]] bool load_input(const input &database);
+
+} // namespace flatlink
 
 // What every verb does with the frames of its children that are not its own: messages go to the
 // standard error stream, line by line and escaped, behind the input's name; look-ups are gathered.
@@ -51,7 +56,12 @@ class side_frames
     std::string unanswered_;
 };
 
+namespace flatlink
+{
+
 // Loads and derives inside of a child; the lines of the records go out as frames of kind `data`.
 // Returns the status of the work: STATUS_FOUND when a bound left something out, and a message says
 // which.
 int derive_in_child(const input &database, const known_world &world, child_port &port);
+
+} // namespace flatlink

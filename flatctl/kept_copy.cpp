@@ -14,6 +14,8 @@
 #include "flatlink/plain_file.h"
 #include "flatlink/replace_file.h"
 
+using namespace flatlink;
+
 static constexpr mode_t OWNER_ONLY = 0600;
 static constexpr std::string_view STAMP = ".00000000-000000~"; // a '0' for each digit
 
@@ -75,7 +77,7 @@ static bool copy_bytes(int from, int to)
     }
 }
 
-std::string keep_copy(const plain_file &file, std::string &kept)
+std::string flatlink::keep_copy(const plain_file &file, std::string &kept)
 {
     std::string name;
     descriptor copy = make_copy(file, name);
@@ -107,7 +109,7 @@ static bool holds_content(const plain_file &file, std::string_view content)
     }
 }
 
-std::string replace_and_compare(const plain_file &file, std::string_view content)
+std::string flatlink::replace_and_compare(const plain_file &file, std::string_view content)
 {
     replacement done = replacement::none;
     // Should the file have to be written in place, its content can be made once more.
@@ -121,7 +123,7 @@ std::string replace_and_compare(const plain_file &file, std::string_view content
     return holds_content(file, content) ? "" : name + ": other bytes are in it than were written";
 }
 
-std::string newest_copy(const plain_file &file)
+std::string flatlink::newest_copy(const plain_file &file)
 {
     std::string newest;
     const std::unique_ptr<DIR, int (*)(DIR *)> folder(

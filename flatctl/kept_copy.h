@@ -7,6 +7,9 @@
 
 struct plain_file;
 
+namespace flatlink
+{
+
 // Copies the content of `file` and flushes the copy to the disk. Returns the empty text with the
 // copy's name in `kept`, or what went wrong.
 std::string keep_copy(const plain_file &file, std::string &kept);
@@ -17,3 +20,5 @@ std::string replace_and_compare(const plain_file &file, std::string_view content
 
 // The newest copy in the folder of the file, by its name there; empty if there is none.
 std::string newest_copy(const plain_file &file);
+
+} // namespace flatlink

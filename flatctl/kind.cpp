@@ -5,6 +5,8 @@
 
 #include "lib/frag/tree/frag.h"
 
+using namespace flatlink;
+
 // First parts of the keys that the programs of the firewall read, the layouts before this one too.
 static constexpr std::string_view DATABASE_PARTS[] = {
     "?xml",   "OS",    "auth",     "cust",   "def",           "destination", "fpf-serv",
@@ -18,7 +20,7 @@ static constexpr std::string_view FLAT_PARTS[] = {"vlink", "ikePolicy", "ipsecPo
 // Keys that every flat file has, and that no database needs.
 static constexpr const char *FLAT_KEYS[] = {"vpn_kernelacceleration", "ip_myhostname"};
 
-input_kind kind_of_tree(const frag *first)
+input_kind flatlink::kind_of_tree(const frag *first)
 {
     auto *head = const_cast<frag *>(first); // looked at, and not changed
     bool is_database = false;
@@ -36,7 +38,7 @@ input_kind kind_of_tree(const frag *first)
     return is_database ? input_kind::database : input_kind::unknown;
 }
 
-bool looks_like_table(std::string_view text)
+bool flatlink::looks_like_table(std::string_view text)
 {
     while (!text.empty()) {
         std::string_view line = text.substr(0, text.find('\n'));

@@ -11,7 +11,12 @@ enum class input_kind {
     unknown,   // no key of a firewall configuration
 };
 
+namespace flatlink
+{
+
 input_kind kind_of_tree(const frag *first);
 
 // Whether a text is a netperm-table: its first line that is no comment is NAME: and a keyword.
 bool looks_like_table(std::string_view text);
+
+} // namespace flatlink

@@ -9,6 +9,8 @@
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
 
+using namespace flatlink;
+
 static int run(const std::vector<std::string> &words)
 {
     if (words.empty()) {

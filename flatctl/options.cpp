@@ -8,6 +8,8 @@
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -82,17 +84,17 @@ constexpr std::string_view LAST_LINES =
 
 } // namespace
 
-std::span<const verb_row> verb_rows()
+std::span<const verb_row> flatlink::verb_rows()
 {
     return VERBS;
 }
 
-std::span<const option_row> option_rows()
+std::span<const option_row> flatlink::option_rows()
 {
     return OPTIONS;
 }
 
-const verb_row *find_verb(std::string_view name)
+const verb_row *flatlink::find_verb(std::string_view name)
 {
     const auto *found = std::ranges::find(VERBS, name, &verb_row::name);
     return found == std::end(VERBS) ? nullptr : found;
@@ -118,7 +120,8 @@ static std::size_t distance(std::string_view a, std::string_view b)
     return last[b.size()];
 }
 
-std::string_view nearest_word(std::string_view word, std::span<const std::string_view> words)
+std::string_view flatlink::nearest_word(std::string_view word,
+                                        std::span<const std::string_view> words)
 {
     constexpr std::size_t LONGEST = 40; // nobody means a verb by more
     std::string_view nearest;
@@ -213,7 +216,7 @@ static std::string take_verb(std::span<const std::string> &words, request &asked
     return {};
 }
 
-std::string parse_options(std::span<const std::string> words, request &asked)
+std::string flatlink::parse_options(std::span<const std::string> words, request &asked)
 {
     if (!words.empty() && !is_option(words[0]))
         if (std::string error = take_verb(words, asked); !error.empty())
@@ -249,7 +252,7 @@ static std::string padded(std::string_view word, std::size_t width)
     return text;
 }
 
-std::string overview_text()
+std::string flatlink::overview_text()
 {
     std::string text = "usage: flatctl VERB [OPTION...] OPERAND...\n\n";
     text += FIRST_LINES;
@@ -263,7 +266,7 @@ std::string overview_text()
     return text;
 }
 
-std::string verb_help_text(const verb_row &verb)
+std::string flatlink::verb_help_text(const verb_row &verb)
 {
     std::string text = "usage: flatctl " + std::string(verb.name) + " [OPTION...] " +
                        std::string(verb.operands) + "\n\n";

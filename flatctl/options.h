@@ -88,6 +88,9 @@ struct option_row {
     std::span<const std::string_view> choices = {}; // empty: any text
 };
 
+namespace flatlink
+{
+
 // All rows, in the order of the help.
 std::span<const verb_row> verb_rows();
 std::span<const option_row> option_rows();
@@ -107,3 +110,5 @@ std::string_view nearest_word(std::string_view word, std::span<const std::string
 // The page of all verbs, and that of one with its options.
 std::string overview_text();
 std::string verb_help_text(const verb_row &verb);
+
+} // namespace flatlink

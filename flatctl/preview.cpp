@@ -10,6 +10,8 @@
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -74,7 +76,7 @@ static int compare_with(const input &old_data, const std::string &derived, const
     return side.end(result);
 }
 
-int run_preview(const request &asked)
+int flatlink::run_preview(const request &asked)
 {
     known_world world;
     input database, old_data;

@@ -11,6 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -213,9 +215,9 @@ static child_result end_of(int status)
                                     : child_result{child_end::exited, WEXITSTATUS(status)};
 }
 
-child_result run_child(const sandbox_limits &limits, int input_fd,
-                       const std::function<int(child_port &)> &work,
-                       const std::function<void(frame_kind, std::string_view)> &take)
+child_result flatlink::run_child(const sandbox_limits &limits, int input_fd,
+                                 const std::function<int(child_port &)> &work,
+                                 const std::function<void(frame_kind, std::string_view)> &take)
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
@@ -239,7 +241,7 @@ child_result run_child(const sandbox_limits &limits, int input_fd,
     return result.end == child_end::exited ? end_of(status) : result;
 }
 
-std::string words_for(const child_result &result)
+std::string flatlink::words_for(const child_result &result)
 {
     switch (result.end) {
     case child_end::done:

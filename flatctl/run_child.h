@@ -55,6 +55,9 @@ struct child_result {
     int detail = 0;
 };
 
+namespace flatlink
+{
+
 // In words, behind the name of an input.
 std::string words_for(const child_result &result);
 
@@ -66,3 +69,5 @@ std::string words_for(const child_result &result);
 child_result run_child(const sandbox_limits &limits, int input_fd,
                        const std::function<int(child_port &)> &work,
                        const std::function<void(frame_kind, std::string_view)> &take);
+
+} // namespace flatlink

@@ -13,6 +13,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -195,7 +197,7 @@ void set_limit(__rlimit_resource resource, std::uint64_t soft, std::uint64_t har
 
 } // namespace
 
-bool enter_sandbox(const sandbox_limits &limits)
+bool flatlink::enter_sandbox(const sandbox_limits &limits)
 {
     set_limit(RLIMIT_CORE, 0, 0); // an image would hold secrets
     if (limits.time_s > 0) {

@@ -11,7 +11,12 @@ struct sandbox_limits {
     bool may_resolve = false;          // leave sockets and the reading of files to the name service
 };
 
+namespace flatlink
+{
+
 // Enters for good. A refused system call fails with EPERM, an open of a file with EACCES or EPERM.
 // A kernel without one of the means leaves the others. Returns false, and errno, only if the
 // process could still gain privileges.
 [[nodiscard]] bool enter_sandbox(const sandbox_limits &limits);
+
+} // namespace flatlink

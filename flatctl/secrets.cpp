@@ -7,7 +7,9 @@
 
 #include "flatctl/text_write.h"
 
-bool is_secret_key(std::string_view key)
+using namespace flatlink;
+
+bool flatlink::is_secret_key(std::string_view key)
 {
     const std::string_view name = key.substr(key.find_last_of('_') + 1);
     if (name == "secret" || name == "anonsecret" || name == "preshrd")
@@ -17,13 +19,13 @@ bool is_secret_key(std::string_view key)
 
 static std::array<char, 16> run_key;
 
-void choose_secret_key()
+void flatlink::choose_secret_key()
 {
     (void)getrandom(run_key.data(), run_key.size(), 0); // so few bytes always come at once
 }
 
 // So short a part of a hash under an unknown key tells equal from different, and no more.
-std::string hidden_secret(std::string_view value)
+std::string flatlink::hidden_secret(std::string_view value)
 {
     const std::string keyed = std::string(run_key.begin(), run_key.end()) + std::string(value);
     const std::size_t hash = std::hash<std::string>{}(keyed);
@@ -32,7 +34,7 @@ std::string hidden_secret(std::string_view value)
     return text.data();
 }
 
-std::string shown_setting(std::string_view line, bool is_revealed)
+std::string flatlink::shown_setting(std::string_view line, bool is_revealed)
 {
     const std::size_t equals = line.find('=');
     if (is_revealed || equals + 1 >= line.size() || !is_secret_key(line.substr(0, equals)))

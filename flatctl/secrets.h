@@ -4,6 +4,9 @@
 #include <string>
 #include <string_view>
 
+namespace flatlink
+{
+
 // Whether the value of a key is one: of a line of the flat data, or of a key of a database.
 bool is_secret_key(std::string_view key);
 
@@ -15,3 +18,5 @@ std::string hidden_secret(std::string_view value);
 
 // A line of key=value that ends nowhere, escaped and with its secret hidden.
 std::string shown_setting(std::string_view line, bool is_revealed);
+
+} // namespace flatlink

@@ -6,6 +6,8 @@
 
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 static constexpr unsigned FIRST_PLAIN = 0x20;
 static constexpr unsigned DELETE = 0x7F; // with the upper control range behind it, up to
 static constexpr unsigned FIRST_LATIN = 0xA0;
@@ -36,7 +38,7 @@ std::string shown(std::string_view bytes)
     return text;
 }
 
-std::string shown_line(std::string_view bytes)
+std::string flatlink::shown_line(std::string_view bytes)
 {
     if (bytes.size() <= SHOWN_LINE_MAX)
         return shown(bytes);
@@ -58,12 +60,12 @@ std::string palette::painted(ink meaning, std::string_view text) const
     return std::string(STARTS[static_cast<int>(meaning)]).append(text).append("\033[0m");
 }
 
-void put(std::string_view text)
+void flatlink::put(std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), stdout); // the stream keeps a failure in mind
 }
 
-void tell(std::string_view text)
+void flatlink::tell(std::string_view text)
 {
     std::fflush(stdout);
     std::fprintf(stderr, "flatctl: %.*s\n", static_cast<int>(text.size()), text.data());

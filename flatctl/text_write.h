@@ -10,7 +10,13 @@ std::string shown(std::string_view bytes);
 
 // The same, cut to so many bytes of input, with "..." where something is missing.
 inline constexpr std::size_t SHOWN_LINE_MAX = 200;
+
+namespace flatlink
+{
+
 std::string shown_line(std::string_view bytes);
+
+} // namespace flatlink
 
 // What a word in the output means; it carries the meaning without its colour too.
 enum class ink { error, warning, note, code };
@@ -29,7 +35,12 @@ class palette
     bool is_on_;
 };
 
+namespace flatlink
+{
+
 // Writes to the standard output, and a line of flatctl's own to the standard error stream, behind
 // "flatctl: ". `text` is shown as it stands: escape first what came from outside.
 void put(std::string_view text);
 void tell(std::string_view text);
+
+} // namespace flatlink

@@ -9,6 +9,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -155,13 +157,13 @@ class comparison
 
 } // namespace
 
-tree_comparison compare_trees(const frag *before, const frag *after, bool is_rearranged,
-                              std::size_t most)
+tree_comparison flatlink::compare_trees(const frag *before, const frag *after, bool is_rearranged,
+                                        std::size_t most)
 {
     return comparison(is_rearranged, most).run(before, after);
 }
 
-std::size_t count_values(const frag *first)
+std::size_t flatlink::count_values(const frag *first)
 {
     std::size_t count = 0;
     (void)any_node(first, [&](const frag *node) {

@@ -19,6 +19,9 @@ struct tree_comparison {
     std::size_t rearranged = 0; // nodes that are new or in another place, where that is expected
 };
 
+namespace flatlink
+{
+
 // Compares names, access bits, values to the end of their text, and the order of nodes. A node that
 // one side lacks is one difference with all below it; it counts only with a value in it, for a
 // configuration is its values.
@@ -29,3 +32,5 @@ tree_comparison compare_trees(const frag *before, const frag *after, bool is_rea
 
 // How many nodes of a list and all below it have a value.
 std::size_t count_values(const frag *first);
+
+} // namespace flatlink

@@ -8,6 +8,8 @@
 #include "flatctl/verbs.h"
 #include "flatlink/plain_file.h"
 
+using namespace flatlink;
+
 // The content of the copy. False when it cannot be read whole.
 static bool read_copy(const plain_file &file, const std::string &name, std::string &content)
 {
@@ -49,7 +51,7 @@ static std::string put_back(const std::string &path, std::string &copy, std::str
     return {};
 }
 
-int run_undo(const request &asked)
+int flatlink::run_undo(const request &asked)
 {
     std::string copy, replaced;
     const std::string error = put_back(asked.operands[0], copy, replaced);

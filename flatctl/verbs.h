@@ -4,9 +4,14 @@
 
 struct request;
 
+namespace flatlink
+{
+
 int run_check(const request &asked);
 int run_convert(const request &asked);
 int run_explain_access(const request &asked);
 int run_help(const request &asked);
 int run_preview(const request &asked);
 int run_undo(const request &asked);
+
+} // namespace flatlink

@@ -18,6 +18,8 @@
 #include "lib/ulib/name_service.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 // ---- files
 
 // Calls `take` with the words of each line that has any; it returns false for a line of another
@@ -43,7 +45,7 @@ static bool take_address(const std::string &word, u32 &addr_be)
     return inet_pton(AF_INET, word.c_str(), &addr_be) == 1;
 }
 
-std::string read_world(const request &asked, known_world &world)
+std::string flatlink::read_world(const request &asked, known_world &world)
 {
     world.may_resolve = asked.resolve;
     std::string error;
@@ -67,7 +69,7 @@ std::string read_world(const request &asked, known_world &world)
     return error;
 }
 
-void read_services(known_world &world)
+void flatlink::read_services(known_world &world)
 {
     while (const servent *entry = getservent()) {
         world.services.push_back({entry->s_name, entry->s_proto, entry->s_port});
@@ -213,7 +215,7 @@ static constexpr platform_calls FILE_PLATFORM = {
     .route_close = [](int) { return 0; },
 };
 
-void enter_world(const known_world &world, const child_port &to)
+void flatlink::enter_world(const known_world &world, const child_port &to)
 {
     static constexpr name_service_calls NAMES = {
         .host_by_name = host_by_name,

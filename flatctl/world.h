@@ -30,6 +30,9 @@ struct known_world {
     bool may_resolve = false;
 };
 
+namespace flatlink
+{
+
 // Takes the names of services from this host's list of them, which asks no one else: tables name
 // ports by them.
 void read_services(known_world &world);
@@ -41,3 +44,5 @@ std::string read_world(const request &asked, known_world &world);
 // look-up that a file or the host must answer is sent to the port as a frame of kind `name`.
 // Neither argument may end before the process.
 void enter_world(const known_world &world, const child_port &port);
+
+} // namespace flatlink

@@ -17,6 +17,8 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -206,7 +208,7 @@ static int write_database(const run_files &files, std::string_view text)
     return 1;
 }
 
-int convert_database(const char *path)
+int flatlink::convert_database(const char *path)
 {
     run_files files{path, {}, {}, {}};
     start_bounds();

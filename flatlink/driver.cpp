@@ -30,6 +30,8 @@
 #include "lib/ulib/location.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 const char *network_database = nullptr;
 
 // ---- loading
@@ -56,7 +58,7 @@ frag *populateDef42TreeFromEnv(const char *path)
     return def_database;
 }
 
-int load_database(int fd)
+int flatlink::load_database(int fd)
 {
     const int error = import_open_env(fd);
     def_database = upgradeTo42(def_database);
@@ -118,7 +120,7 @@ static void load_host()
         my_def_interface = router;
 }
 
-void derive_from_tree(bool reload)
+void flatlink::derive_from_tree(bool reload)
 {
     const object_run walks;
     const steady_lists steady;
@@ -135,7 +137,7 @@ void derive_from_tree(bool reload)
     (void)post_decode();
 }
 
-void derive_records(const char *path, bool reload)
+void flatlink::derive_records(const char *path, bool reload)
 {
     if (reload)
         free_fraglist(&def_database);
@@ -186,7 +188,7 @@ static void write_host_names(std::FILE *stream)
     out.text("domainname", ip_domainname);
 }
 
-void write_records(std::FILE *stream)
+void flatlink::write_records(std::FILE *stream)
 {
     write_settings(stream);
     save_swkeys(stream, swkeys);

@@ -11,6 +11,9 @@ inline constexpr const char *SCRATCH_FILE = "/tmp/vpndata.txt";
 // Path of the database, or of the file that the next save opens; borrowed, null for none.
 extern const char *network_database;
 
+namespace flatlink
+{
+
 // Reads an open database into the default tree, in the current layout. Returns 0, or the errno of
 // a read that failed; then the tree is not whole.
 [[nodiscard]] int load_database(int fd);
@@ -22,15 +25,22 @@ void derive_from_tree(bool reload);
 // Writes the lines of all records to a stream that stays open; it is the caller's to check.
 void write_records(std::FILE *stream);
 
+} // namespace flatlink
+
 // Derives all records from the database and saves them after their trace in SCRATCH_FILE.
 //   path    the database, which outlives the call; null: the one set before, or the default
 //   reload  read the file again, and keep host names, interfaces and the default router
 // Returns the result of the save. A database that is not there counts as empty.
 int read_vpndata(const char *path, bool reload);
 
+namespace flatlink
+{
+
 // The derivation alone, with its trace to `fout`, which may be null. Arguments as above, `path` not
 // null; nothing is saved.
 void derive_records(const char *path, bool reload);
+
+} // namespace flatlink
 
 // Writes the records to `fout`, or if that is null over `network_database`, which becomes `path`
 // if unset; closes the file. Returns 0 when all was written, else non-zero, with a message on the

@@ -8,6 +8,8 @@
 
 #include "lib/ulib/descriptor.h"
 
+using namespace flatlink;
+
 static constexpr mode_t MODE_BITS = 07777;
 
 static fault read_names(int fd, std::vector<std::string> &names)
@@ -64,7 +66,7 @@ static fault copy_extended(int from, int to)
     return {};
 }
 
-fault copy_attributes(int from, const struct stat &status, int to)
+fault flatlink::copy_attributes(int from, const struct stat &status, int to)
 {
     struct stat now {
     };

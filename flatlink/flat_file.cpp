@@ -10,6 +10,8 @@
 #include "flatlink/records/line.h"
 #include "flatlink/records/post_decode.h"
 
+using namespace flatlink;
+
 char *vpn_getline(char *buffer, int size, std::FILE *stream)
 {
     if (std::fgets(buffer, size, stream) == nullptr)

@@ -4,6 +4,8 @@
 #include "flatlink/conversion.h"
 #include "flatlink/run_guard.h"
 
+using namespace flatlink;
+
 static int run(const char *path)
 try {
     return convert_database(path);

@@ -10,6 +10,8 @@
 
 #include "lib/ulib/descriptor.h"
 
+using namespace flatlink;
+
 // Powers of two, of many pages: the space doubles until one growth in many thousand lines is left.
 static constexpr std::size_t FIRST_PIECE = std::size_t{1} << 16;
 static constexpr std::size_t LARGEST_PIECE = std::size_t{1} << 22;

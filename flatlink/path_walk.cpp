@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <string_view>
 
+using namespace flatlink;
+
 static constexpr int MAX_LINKS = 40; // as the kernel counts them
 static constexpr int FOLDER_FLAGS = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 static constexpr const char *REFUSED_FOLDERS[] = {"/dev", "/proc"};
 
-bool is_same_file(const struct stat &a, const struct stat &b)
+bool flatlink::is_same_file(const struct stat &a, const struct stat &b)
 {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
@@ -72,7 +74,7 @@ static fault enter_start(path_end &end, std::string &path)
     return is_absolute || !end.folder ? enter(end, is_absolute ? "/" : ".") : fault{};
 }
 
-fault walk_path(const char *path, path_end &end)
+fault flatlink::walk_path(const char *path, path_end &end)
 {
     std::string rest = path;
     if (rest.empty())

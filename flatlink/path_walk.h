@@ -13,6 +13,9 @@ struct path_end {
     std::string name;  // in that folder, where there may be nothing; "." when the path ends in '/'
 };
 
+namespace flatlink
+{
+
 // Walks `path` from name to name and fills `end`. The last name need not exist; ENOENT means that
 // a folder is missing. A path over /dev or /proc, in any guise, is refused: what lies there stands
 // for something else, such as an open descriptor, which cannot be replaced by a file.
@@ -20,3 +23,5 @@ fault walk_path(const char *path, path_end &end);
 
 // Whether both are the same file, whatever its contents.
 bool is_same_file(const struct stat &a, const struct stat &b);
+
+} // namespace flatlink

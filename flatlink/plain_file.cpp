@@ -4,6 +4,8 @@
 #include <string_view>
 #include <sys/file.h>
 
+using namespace flatlink;
+
 static constexpr int OPEN_FLAGS = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 static fault check_kind(const struct stat &status)
@@ -36,7 +38,7 @@ static bool is_write_refused(int error)
     return error == EACCES || error == EPERM || error == EROFS || error == ETXTBSY;
 }
 
-fault open_plain_file(const char *path, plain_file &file)
+fault flatlink::open_plain_file(const char *path, plain_file &file)
 {
     if (const fault found = walk_path(path, file.place))
         return found;
@@ -58,7 +60,7 @@ fault open_plain_file(const char *path, plain_file &file)
     return check_kind(file.status);
 }
 
-fault lock_plain_file(const plain_file &file)
+fault flatlink::lock_plain_file(const plain_file &file)
 {
     if (!file.fd)
         return {};
@@ -85,7 +87,7 @@ static int look_at_place(const path_end &place, struct stat &status)
     });
 }
 
-fault check_unchanged(const plain_file &file)
+fault flatlink::check_unchanged(const plain_file &file)
 {
     struct stat now {
     };
@@ -98,7 +100,7 @@ fault check_unchanged(const plain_file &file)
     return is_unchanged ? fault{} : fault{0, "it has just been changed by another program"};
 }
 
-fault is_file_at(const char *path, const plain_file &file, bool &is_same)
+fault flatlink::is_file_at(const char *path, const plain_file &file, bool &is_same)
 {
     struct stat there {
     };

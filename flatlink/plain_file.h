@@ -15,6 +15,9 @@ struct plain_file {
     int write_error = 0; // errno that opening it for writing gave: `fd` can only be read
 };
 
+namespace flatlink
+{
+
 // Opens `path`, without waiting for anything, and fills `file`. A file that is not there is no
 // fault unless its folder is missing too, which is ENOENT; anything but a plain file is one.
 fault open_plain_file(const char *path, plain_file &file);
@@ -29,3 +32,5 @@ fault check_unchanged(const plain_file &file);
 
 // Whether `path`, of which the last name is no link, is this file, or would be, once it is there.
 fault is_file_at(const char *path, const plain_file &file, bool &is_same);
+
+} // namespace flatlink

@@ -7,6 +7,8 @@
 
 #include "flatlink/file_attributes.h"
 
+using namespace flatlink;
+
 static constexpr mode_t OWNER_ONLY = 0600;
 static constexpr mode_t BY_UMASK = 0666;
 static constexpr std::size_t MAX_NAME_PART = 200; // of 255 bytes that a name may have
@@ -169,8 +171,8 @@ static bool is_disallowed(const fault &found)
     return std::find(std::begin(errors), std::end(errors), found.error) != std::end(errors);
 }
 
-fault replace_file(const plain_file &file, std::string_view content, fault (*save_copy)(),
-                   replacement &done)
+fault flatlink::replace_file(const plain_file &file, std::string_view content, fault (*save_copy)(),
+                             replacement &done)
 {
     done = replacement::none;
     if (file.write_error != 0)

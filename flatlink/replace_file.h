@@ -13,6 +13,9 @@ enum class replacement {
     damaged,  // the file was written in place, and not to the end
 };
 
+namespace flatlink
+{
+
 // Replaces `file`, or makes it, by a new one that is flushed to the disk and renamed over it, with
 // the same owner, mode and extended attributes. Where that is not allowed (no right in the folder,
 // an owner that cannot be given, a file mounted by itself), it is written in place.
@@ -21,3 +24,5 @@ enum class replacement {
 // Returns the fault, and what was done in `done`, if there is one.
 fault replace_file(const plain_file &file, std::string_view content, fault (*save_copy)(),
                    replacement &done);
+
+} // namespace flatlink

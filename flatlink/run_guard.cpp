@@ -11,16 +11,18 @@
 
 #include "flatlink/scratch_file.h"
 
+using namespace flatlink;
+
 static const char *guarded_path = nullptr;
 static bool has_ended = false;
 static bool lacked_memory = false;
 
-bool ran_out_of_memory()
+bool flatlink::ran_out_of_memory()
 {
     return lacked_memory;
 }
 
-void report_out_of_memory()
+void flatlink::report_out_of_memory()
 {
     std::fprintf(stderr, "flatlink: out of memory; %s was not changed\n", guarded_path);
 }
@@ -82,7 +84,7 @@ static void check_end()
         end_early();
 }
 
-void guard_run(const char *path)
+void flatlink::guard_run(const char *path)
 {
     guarded_path = path;
     fill_standard_streams();
@@ -95,7 +97,7 @@ void guard_run(const char *path)
     std::atexit(check_end);
 }
 
-int end_run(int status)
+int flatlink::end_run(int status)
 {
     has_ended = true;
     return status;

@@ -2,6 +2,9 @@
 // stream says that the database was not changed.
 #pragma once
 
+namespace flatlink
+{
+
 // To be called first, with the path that messages name, which outlives the run.
 //   - What is written to a standard stream that the caller closed goes nowhere, not into a file
 //     that was opened later.
@@ -19,3 +22,5 @@ void report_out_of_memory();
 
 // Lifts the guard once both files are as they shall be, or a fault was reported. Returns `status`.
 int end_run(int status);
+
+} // namespace flatlink

@@ -11,6 +11,8 @@
 #include "flatlink/driver.h"
 #include "flatlink/mapped_output.h"
 
+using namespace flatlink;
+
 static constexpr mode_t OWNER_ONLY = 0600;
 
 namespace
@@ -69,14 +71,14 @@ static int close_output(void *)
     return is_closed && error == 0 ? 0 : -1;
 }
 
-void cut_scratch_file()
+void flatlink::cut_scratch_file()
 {
     if (output.fd >= 0)
         output.file.cut();
 }
 
 // Not waited for, should it be a pipe.
-std::FILE *open_scratch_file()
+std::FILE *flatlink::open_scratch_file()
 {
     const int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     descriptor file(uninterrupted([&] { return open(SCRATCH_FILE, flags, OWNER_ONLY); }));
@@ -94,17 +96,17 @@ std::FILE *open_scratch_file()
     return stream;
 }
 
-int scratch_file_error()
+int flatlink::scratch_file_error()
 {
     return output.error;
 }
 
-descriptor hold_scratch_file()
+descriptor flatlink::hold_scratch_file()
 {
     return descriptor(fcntl(output.fd, F_DUPFD_CLOEXEC, 0));
 }
 
-fault flush_scratch_file(const descriptor &held)
+fault flatlink::flush_scratch_file(const descriptor &held)
 {
     if (!is_own_file(held.get()) || uninterrupted([&] { return fsync(held.get()); }) != 0)
         return {errno};
@@ -119,7 +121,7 @@ static void report_owner(uid_t owner)
                  name.c_str(), name.c_str());
 }
 
-void report_scratch_file(int error)
+void flatlink::report_scratch_file(int error)
 {
     struct stat status {
     };

@@ -7,6 +7,9 @@
 #include "flatlink/fault.h"
 #include "lib/ulib/descriptor.h"
 
+namespace flatlink
+{
+
 // Opens SCRATCH_FILE for writing, empty, locked and with mode 0600, made anew or taken over from
 // an earlier run of this user. At most one stream is open at a time. Returns null with errno when
 // it cannot be had safely: ELOOP for a link, EPERM for a file of another user or one that is not
@@ -33,3 +36,5 @@ fault flush_scratch_file(const descriptor &held);
 // Tells on the standard error stream why the scratch file could not be opened or written: `error`
 // in words, or whose file it is and what to do.
 void report_scratch_file(int error);
+
+} // namespace flatlink

@@ -12,6 +12,8 @@
 
 #include <unistd.h>
 
+using namespace flatlink;
+
 static constexpr auto EVENT_CLIENT = static_cast<events>(4000);
 
 int main(int argc, char **argv)

@@ -30,6 +30,8 @@
 #include <string_view>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // Longest line, without its end: what a client types by hand, and a bound on what is held for it.
 static constexpr std::size_t LINE_MAX_BYTES = 1000;
 

@@ -35,6 +35,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 using steady = std::chrono::steady_clock;
 
 static constexpr auto EVENT_RELAY_END = static_cast<events>(4001);

@@ -13,6 +13,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // `result` is that of a system call: 0, or -1 with errno.
 static bool is_done(const char *what, long result)
 {

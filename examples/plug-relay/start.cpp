@@ -16,6 +16,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static constexpr int STATUS_USAGE = 2;
 
 static constexpr char USAGE[] =

@@ -25,6 +25,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static volatile sig_atomic_t ended = 0;
 
 // Appends one byte so that it can be shown anywhere.

@@ -14,6 +14,8 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -98,7 +100,7 @@ std::string_view network_type(const char *object_type)
 
 } // namespace
 
-address_parts split_address(const std::string &text)
+address_parts flatlink::split_address(const std::string &text)
 {
     std::size_t pos = text.find_first_not_of("0123456789.");
     if (pos == std::string::npos || (text[pos] != ':' && text[pos] != '-'))
@@ -167,8 +169,8 @@ static bool may_make_link(frag *vpnobj)
     return take_steps(steps, vpnobj);
 }
 
-void make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
-               const link_side &local)
+void flatlink::make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
+                         const link_side &local)
 {
     if (!has_number_left(vpnobj) || !may_make_link(vpnobj))
         return;

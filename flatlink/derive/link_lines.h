@@ -22,7 +22,13 @@ struct address_parts {
     std::string first;
     std::string second;
 };
+
+namespace flatlink
+{
+
 address_parts split_address(const std::string &text);
+
+} // namespace flatlink
 
 // One side of a link, expanded to a single network.
 struct link_side {
@@ -30,7 +36,12 @@ struct link_side {
     const char *type;
 };
 
+namespace flatlink
+{
+
 // Makes one link of `vpnobj`, whose name is `name`, with the state of the rule being walked. Beyond
 // MAX_LINKS, or without steps left, it is left out, which is noted as a bound.
 void make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
                const link_side &local);
+
+} // namespace flatlink

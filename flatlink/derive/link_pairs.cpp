@@ -17,9 +17,11 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 // ---- the two sides of a rule
 
-bool is_empty_group(const char *type)
+bool flatlink::is_empty_group(const char *type)
 {
     return text_of(type) == "emptygroup";
 }

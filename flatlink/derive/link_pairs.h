@@ -21,8 +21,13 @@ int vpn_check_link_pair(frag **db, frag *src, frag *dst);
 int vpn_enum_link_src(frag **db, frag *obj, const char *type, frag *dst);
 int vpn_enum_link_dst(frag **db, frag *obj, const char *type, frag *src);
 
+namespace flatlink
+{
+
 // True for a member that stands for an empty group.
 bool is_empty_group(const char *type);
+
+} // namespace flatlink
 
 // Makes the links of `vpnobj`, a vpnnetwork or a vpnclient, with `peer`: gateway and network, or
 // any address, each against the firewall and against the peer. The gateway is left out when the

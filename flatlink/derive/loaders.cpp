@@ -12,6 +12,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 

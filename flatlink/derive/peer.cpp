@@ -7,6 +7,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 static void make_pseudo_objects(frag **db)
 {
     if (vpn_flocal == nullptr) {
@@ -38,7 +40,7 @@ frag *find_sgo_ip(frag **db, frag *obj, int *flagout)
     return gateway;
 }
 
-frag *network_of_peer(frag **db, frag *obj)
+frag *flatlink::network_of_peer(frag **db, frag *obj)
 {
     return find_object(db, child_value(obj, "network"), obj);
 }

@@ -7,8 +7,13 @@ struct frag;
 // *flagout becomes 1 if the gateway counts as an endpoint, else 0. Makes the pseudo objects.
 frag *find_sgo_ip(frag **db, frag *obj, int *flagout);
 
+namespace flatlink
+{
+
 // The network behind a vpnnetwork, null if it names none.
 frag *network_of_peer(frag **db, frag *obj);
+
+} // namespace flatlink
 
 // The display name of the object at `key`, `key` itself if there is none, "" for null. Text in
 // the tree or the argument.

@@ -18,6 +18,8 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 

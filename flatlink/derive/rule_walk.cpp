@@ -10,7 +10,9 @@
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/ulib/text.h"
 
-void start_rule_walk()
+using namespace flatlink;
+
+void flatlink::start_rule_walk()
 {
     derivation = derivation_state();
 }

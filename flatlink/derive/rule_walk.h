@@ -12,8 +12,13 @@ struct frag;
 // Marks the number of a proxy rule, so that its links go behind those of all packet filter rules.
 inline constexpr std::uint32_t PROXY_RULE = 0x40000000;
 
+namespace flatlink
+{
+
 // Puts the state of the derivation back to the start of a run.
 void start_rule_walk();
+
+} // namespace flatlink
 
 // Calls back for each child of `list` in sorted order, with the type "rule"; results do not count.
 // Returns 1 when `list` is null, else 0.

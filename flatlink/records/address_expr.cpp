@@ -6,6 +6,8 @@
 #include "lib/ulib/text.h"
 #include "lib/ulib/token.h"
 
+using namespace flatlink;
+
 std::string sraddrmask_fill(const std::string &text, const std::string &filler)
 {
     constexpr int PARTS = 4;

@@ -14,6 +14,8 @@
 #include "lib/ulib/addr_mask.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -8,6 +8,8 @@
 #include "flatlink/records/policy_line.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -35,13 +37,13 @@ constexpr field<ikepol> fields_of_policy[] = {
 };
 
 policy_family<ikepol, ikeprop> kind{{.family = "ikePolicy",
-                                   .longest_proposal = 63,
-                                   .longest_policy = 64,
-                                   .names_policy_of_proposal = false},
-                                  ikepolicy,
-                                  fields_of_policy,
-                                  fields_of_proposal,
-                                  {}};
+                                     .longest_proposal = 63,
+                                     .longest_policy = 64,
+                                     .names_policy_of_proposal = false},
+                                    ikepolicy,
+                                    fields_of_policy,
+                                    fields_of_proposal,
+                                    {}};
 
 bool is_complete(const ikeprop &prop)
 {
@@ -50,8 +52,8 @@ bool is_complete(const ikeprop &prop)
 
 } // namespace
 
-constinit const field_table<ikepol> ikepol_fields = fields_of_policy;
-constinit const field_table<ikeprop> ikeprop_fields = fields_of_proposal;
+constinit const field_table<ikepol> flatlink::ikepol_fields = fields_of_policy;
+constinit const field_table<ikeprop> flatlink::ikeprop_fields = fields_of_proposal;
 
 int add_partial_ikepol(std::string_view rest)
 {

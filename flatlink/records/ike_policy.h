@@ -7,9 +7,14 @@
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+namespace flatlink
+{
+
 // The fields of a policy and of a proposal, in the order of their lines.
 extern const field_table<ikepol> ikepol_fields;
 extern const field_table<ikeprop> ikeprop_fields;
+
+} // namespace flatlink
 
 // Takes one line without "ikePolicy_". Returns 0 when it was used, 1 when not; a line with an
 // empty value or without an equals sign is ignored in silence.

@@ -8,6 +8,8 @@
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -96,7 +98,7 @@ int place_of(const vpn_intf &intf)
 
 } // namespace
 
-constinit const field_table<vpn_intf> interface_fields = fields_of_interface;
+constinit const field_table<vpn_intf> flatlink::interface_fields = fields_of_interface;
 
 void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view key,
                       std::string_view value)

@@ -8,8 +8,13 @@
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+namespace flatlink
+{
+
 // The fields of an interface, in the order of their lines.
 extern const field_table<vpn_intf> interface_fields;
+
+} // namespace flatlink
 
 // Finds or makes the record of that list and element, and stores one field. An unknown key makes
 // the record all the same. An empty value is stored like any other: as no address, or as a name.

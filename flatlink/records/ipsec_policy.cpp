@@ -6,6 +6,8 @@
 #include "flatlink/records/policy_line.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -50,13 +52,13 @@ constexpr field<ipsecpol> fields_of_policy[] = {
 };
 
 policy_family<ipsecpol, ipsecprop> kind{{.family = "ipsecPolicy",
-                                       .longest_proposal = 127,
-                                       .longest_policy = 127,
-                                       .names_policy_of_proposal = true},
-                                      ipsecpolicy,
-                                      fields_of_policy,
-                                      fields_of_proposal,
-                                      {}};
+                                         .longest_proposal = 127,
+                                         .longest_policy = 127,
+                                         .names_policy_of_proposal = true},
+                                        ipsecpolicy,
+                                        fields_of_policy,
+                                        fields_of_proposal,
+                                        {}};
 
 // What the lines switched off goes.
 void apply_switches(ipsecprop &prop)
@@ -104,8 +106,8 @@ void finish_policy(ipsecpol &pol)
 
 } // namespace
 
-constinit const field_table<ipsecpol> ipsecpol_fields = fields_of_policy;
-constinit const field_table<ipsecprop> ipsecprop_fields = fields_of_proposal;
+constinit const field_table<ipsecpol> flatlink::ipsecpol_fields = fields_of_policy;
+constinit const field_table<ipsecprop> flatlink::ipsecprop_fields = fields_of_proposal;
 
 int add_partial_ipsecpol(std::string_view rest)
 {

@@ -5,6 +5,8 @@
 #include "flatlink/records/names.h"
 #include "flatlink/records/numbered_line.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -28,9 +30,9 @@ swkey &key_numbered(std::int32_t number)
 
 } // namespace
 
-constinit const field_table<swkey> key_fields = fields_of_key;
+constinit const field_table<swkey> flatlink::key_fields = fields_of_key;
 
-void forget_swkey_numbers()
+void flatlink::forget_swkey_numbers()
 {
     numbers.forget();
 }
@@ -53,7 +55,7 @@ void add_partial_swkey(std::string_view rest)
     });
 }
 
-void save_swkeys(std::FILE *stream, const record_list<swkey> &list)
+void flatlink::save_swkeys(std::FILE *stream, const record_list<swkey> &list)
 {
     int number = 0;
     for (const auto &record : list)

@@ -4,9 +4,11 @@
 #include <charconv>
 #include <cstdarg>
 
+using namespace flatlink;
+
 std::FILE *fout = nullptr;
 
-std::string with_zeros(std::int32_t value, std::size_t least_digits)
+std::string flatlink::with_zeros(std::int32_t value, std::size_t least_digits)
 {
     std::string digits = std::to_string(value < 0 ? -std::int64_t{value} : value);
     if (digits.size() < least_digits)
@@ -14,7 +16,7 @@ std::string with_zeros(std::int32_t value, std::size_t least_digits)
     return value < 0 ? "-" + digits : digits;
 }
 
-line_parts split_line(std::string_view line)
+line_parts flatlink::split_line(std::string_view line)
 {
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos)
@@ -22,7 +24,8 @@ line_parts split_line(std::string_view line)
     return {line.substr(0, equals), line.substr(equals + 1), true};
 }
 
-std::string make_line(std::string_view prefix, std::string_view key, std::string_view value)
+std::string flatlink::make_line(std::string_view prefix, std::string_view key,
+                                std::string_view value)
 {
     std::string line;
     line.reserve(prefix.size() + key.size() + value.size() + 1);
@@ -32,7 +35,7 @@ std::string make_line(std::string_view prefix, std::string_view key, std::string
     return line;
 }
 
-void complain(const std::string &message)
+void flatlink::complain(const std::string &message)
 {
     std::fprintf(stderr, "%s\n", message.c_str());
 }
@@ -48,7 +51,7 @@ void condfprintf(std::FILE *stream, const char *format, ...)
     std::fflush(stream);
 }
 
-void condfputs(std::FILE *stream, const char *before, const char *text, const char *after)
+void flatlink::condfputs(std::FILE *stream, const char *before, const char *text, const char *after)
 {
     if (stream == nullptr)
         return;
@@ -78,17 +81,17 @@ void record_writer::address(std::string_view key, u32 addr_be) const
     text(key, dotted(addr_be));
 }
 
-std::string numbered(std::string_view name, std::int64_t number)
+std::string flatlink::numbered(std::string_view name, std::int64_t number)
 {
     return std::string(name) + "_" + std::to_string(number) + "_";
 }
 
-std::string numbered_padded(std::string_view name, std::int32_t number)
+std::string flatlink::numbered_padded(std::string_view name, std::int32_t number)
 {
     return std::string(name) + "_" + with_zeros(number, 4) + "_";
 }
 
-std::string hex_text(u32 value)
+std::string flatlink::hex_text(u32 value)
 {
     std::array<char, 8> digits;
     const auto end = std::to_chars(digits.begin(), digits.end(), value, 16).ptr;

@@ -18,6 +18,9 @@ struct line_parts {
     bool has_equals = false;
 };
 
+namespace flatlink
+{
+
 // Cuts at the first equals sign. The parts live as long as `line`.
 line_parts split_line(std::string_view line);
 
@@ -27,12 +30,19 @@ std::string make_line(std::string_view prefix, std::string_view key, std::string
 // Writes a message with a newline to the standard error stream.
 void complain(const std::string &message);
 
+} // namespace flatlink
+
 // Formatted output with a flush; nothing for a null stream. The trace of a run goes this way.
 void condfprintf(std::FILE *stream, const char *format, ...) __attribute__((format(printf, 2, 3)));
+
+namespace flatlink
+{
 
 // The same for a text between two others, without the flush: lines of which there are millions wait
 // in the stream's buffer for the next line that flushes.
 void condfputs(std::FILE *stream, const char *before, const char *text, const char *after);
+
+} // namespace flatlink
 
 // The stream of the trace and of the next save; null: no trace, and the save opens a file.
 extern std::FILE *fout;
@@ -52,6 +62,9 @@ class record_writer
     std::string prefix_;
 };
 
+namespace flatlink
+{
+
 // "NAME_N_", the prefix of a numbered record, and the same with at least four digits.
 std::string numbered(std::string_view name, std::int64_t number);
 std::string numbered_padded(std::string_view name, std::int32_t number);
@@ -61,3 +74,5 @@ std::string with_zeros(std::int32_t value, std::size_t least_digits);
 
 // A number in hexadecimal digits, without leading zeros.
 std::string hex_text(u32 value);
+
+} // namespace flatlink

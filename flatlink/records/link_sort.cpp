@@ -12,6 +12,8 @@
 #include "lib/kdev/vpn_device.h"
 #include "lib/ulib/name_service.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -50,7 +52,7 @@ struct certificate_bits {
 
 static int failed_lookup = 0;
 
-int lookup_error()
+int flatlink::lookup_error()
 {
     return failed_lookup;
 }
@@ -102,7 +104,7 @@ static u32 address_towards(u32 gateway_addr)
     return place->second;
 }
 
-void forget_lookups()
+void flatlink::forget_lookups()
 {
     known_names.clear();
     known_routes.clear();

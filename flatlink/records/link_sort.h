@@ -17,9 +17,14 @@ void vpn_clientsort();
 // is no IPv4 address. Blocks; each name is looked up once until forget_lookups.
 u32 getdnsname(const char *name);
 
+namespace flatlink
+{
+
 // errno of the first look-up of a name or a route that could not be made, for want of memory or
 // descriptors; 0 for none. Its answer was taken to be that there is none.
 int lookup_error();
 
 // Drops the answers of the name service and the routes, and the error: a new run asks anew.
 void forget_lookups();
+
+} // namespace flatlink

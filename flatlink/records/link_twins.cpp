@@ -7,6 +7,8 @@
 #include "flatlink/records/link_sort.h"
 #include "flatlink/records/names.h"
 
+using namespace flatlink;
+
 namespace
 {
 

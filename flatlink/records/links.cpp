@@ -8,6 +8,8 @@
 #include "flatlink/records/names.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -106,9 +108,9 @@ record_index<linkinfo, &linkinfo::linkno> numbers;
 
 } // namespace
 
-constinit const field_table<linkinfo> link_fields = all_link_fields;
+constinit const field_table<linkinfo> flatlink::link_fields = all_link_fields;
 
-void forget_link_numbers()
+void flatlink::forget_link_numbers()
 {
     numbers.forget();
 }

@@ -8,9 +8,14 @@
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+namespace flatlink
+{
+
 // The fields of a link, in the order of their lines. A new field is a member of linkinfo, and its
 // row here.
 extern const field_table<linkinfo> link_fields;
+
+} // namespace flatlink
 
 // Takes one line without "vlink_" and echoes it to the trace. Finds or makes the record of its
 // number and stores one field. Returns 0 when the line was used, or ignored for its empty value,
@@ -37,5 +42,10 @@ inline bool same_string(const char *a, const char *b)
 // Writes the records, numbered from 1 in list order.
 void save_linkinfos(std::FILE *stream, const record_list<linkinfo> &list);
 
+namespace flatlink
+{
+
 // Invalidates the number index; to be called after renumbering or removing records.
 void forget_link_numbers();
+
+} // namespace flatlink

@@ -2,7 +2,9 @@
 
 #include <cstdio>
 
-int report_lost_line(const char *message)
+using namespace flatlink;
+
+int flatlink::report_lost_line(const char *message)
 {
     if (message != nullptr && *message != '\0')
         std::fprintf(stderr, "%s\n", message);

@@ -12,6 +12,9 @@ inline constexpr const char *SILENT_FAILURE = "";
 inline constexpr const char *POLICY_NAME_FAILURE = "vpndata: error allocating memory for polname";
 inline constexpr const char *POOL_NAME_FAILURE = "vpndata: error allocating memory for mcpname";
 
+namespace flatlink
+{
+
 // Prints `message`, unless it is null or SILENT_FAILURE. Allocates nothing. Returns 1.
 int report_lost_line(const char *message);
 
@@ -25,3 +28,5 @@ template <typename function> int within_memory(const char *message, function par
         return report_lost_line(message);
     }
 }
+
+} // namespace flatlink

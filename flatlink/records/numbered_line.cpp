@@ -3,7 +3,9 @@
 #include "flatlink/records/line.h"
 #include "lib/ulib/text.h"
 
-numbered_line read_numbered_line(std::string_view rest)
+using namespace flatlink;
+
+numbered_line flatlink::read_numbered_line(std::string_view rest)
 {
     const std::size_t digits = rest.size() > 2 && rest[2] == '_' ? 2 : 4;
     numbered_line line;

@@ -12,6 +12,11 @@ struct numbered_line {
 
 inline constexpr std::int32_t HIGHEST_LINE_NUMBER = 9999;
 
+namespace flatlink
+{
+
 // Two digits if the third character is an underscore, else four; whatever stands where the
 // underscore belongs is ignored. The parts live as long as `rest`.
 numbered_line read_numbered_line(std::string_view rest);
+
+} // namespace flatlink

@@ -10,6 +10,8 @@
 #include "flatlink/records/numbered_line.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -165,9 +167,9 @@ void complain_of_field(const numbered_line &line, std::int32_t index)
 
 } // namespace
 
-constinit const field_table<vpnlink> old_link_fields = all_old_link_fields;
+constinit const field_table<vpnlink> flatlink::old_link_fields = all_old_link_fields;
 
-void forget_vpnlink_numbers()
+void flatlink::forget_vpnlink_numbers()
 {
     numbers.forget();
 }

@@ -8,8 +8,13 @@
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+namespace flatlink
+{
+
 // The fields of an older link, in the order of their lines.
 extern const field_table<vpnlink> old_link_fields;
+
+} // namespace flatlink
 
 // Takes one line without its prefix. `offset` separates the families: 0 for link, PAIR_INDEX for
 // pair, PASS_INDEX for pass lines. Returns 0 when the line was used or its key ignored, or is
@@ -17,8 +22,13 @@ extern const field_table<vpnlink> old_link_fields;
 // without a value.
 int add_partial_vpnlink(std::string_view rest, std::int32_t offset);
 
+namespace flatlink
+{
+
 // Invalidates the number index; to be called after renumbering or removing links.
 void forget_vpnlink_numbers();
+
+} // namespace flatlink
 
 // Writes the records, numbered from 1 with four digits; `prefix` is the family's word. A record
 // without an authentication algorithm of phase two gets its default, HMAC MD5.

@@ -4,6 +4,8 @@
 #include "flatlink/records/memory_guard.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -44,8 +46,8 @@ static key_kind read_proposal_key(std::string_view key, std::size_t longest, pol
     return key_kind::PROPOSAL;
 }
 
-bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line,
-                      const char *&message)
+bool flatlink::read_policy_line(std::string_view rest, const policy_frame &frame, policy_line &line,
+                                const char *&message)
 {
     const line_parts parts = split_line(rest);
     if (!parts.has_equals || parts.value.empty())
@@ -67,7 +69,7 @@ bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_l
     return true;
 }
 
-void complain_of_policy_field(const policy_frame &frame, int seq, const policy_line &line)
+void flatlink::complain_of_policy_field(const policy_frame &frame, int seq, const policy_line &line)
 {
     std::string where(frame.family);
     if (!line.is_proposal || frame.names_policy_of_proposal)

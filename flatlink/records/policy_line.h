@@ -29,6 +29,9 @@ struct policy_frame {
     bool names_policy_of_proposal; // in the message about an unknown field of a proposal
 };
 
+namespace flatlink
+{
+
 // Takes a line without its prefix apart. The views live as long as `rest`. `message` is what a
 // failed allocation would print, and another once the name is taken. Returns false for a line that
 // is of no use; only one that cannot be read is reported.
@@ -37,6 +40,8 @@ bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_l
 
 // Reports an unknown field; `seq` is the policy's.
 void complain_of_policy_field(const policy_frame &frame, int seq, const policy_line &line);
+
+} // namespace flatlink
 
 // The policies of one kind by their names.
 template <typename policy> struct policy_finder {
@@ -50,6 +55,9 @@ template <typename policy> struct policy_finder {
         highest_seq = 0;
     }
 };
+
+namespace flatlink
+{
 
 // The policy of that name, made if there is none, with the next number in order of appearance. A
 // number that has run over to 0 is not the highest, so that all later policies get it, too.
@@ -85,6 +93,8 @@ template <typename policy> auto &proposal_numbered(policy &pol, int number)
     return *pol.props.front();
 }
 
+} // namespace flatlink
+
 // One kind of policies: its frame, its list, and the fields of policy and proposal in the order of
 // their lines.
 template <typename policy, typename proposal> struct policy_family {
@@ -94,6 +104,9 @@ template <typename policy, typename proposal> struct policy_family {
     field_table<proposal> proposal_fields;
     policy_finder<policy> finder;
 };
+
+namespace flatlink
+{
 
 // Takes one line without its prefix. Returns 0 when it was used, 1 when not.
 template <typename policy, typename proposal>
@@ -150,3 +163,5 @@ template <typename policy> void finish_policy_order(record_stack<policy> &list)
     for (const auto &pol : list)
         pol->seq = 0;
 }
+
+} // namespace flatlink

@@ -8,6 +8,8 @@
 #include "flatlink/records/memory_guard.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -84,7 +86,7 @@ mcpool &pool_named(const std::string &name)
 
 } // namespace
 
-constinit const field_table<mcpool> pool_fields = fields_of_pool;
+constinit const field_table<mcpool> flatlink::pool_fields = fields_of_pool;
 
 // Numbers with an ending after them wrap where the others are brought into their range.
 static std::int32_t take_entry_number(const entry_field &field, std::string_view &rest)

@@ -7,8 +7,13 @@
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+namespace flatlink
+{
+
 // The fields of a pool, in the order of their lines; those of its entries follow.
 extern const field_table<mcpool> pool_fields;
+
+} // namespace flatlink
 
 // Takes one line without "mcpool_" and echoes it to the trace. Returns 0 when the line was used or
 // had an empty value, and 1 when not: after the report of a bad format or of an unknown key, and

@@ -14,6 +14,8 @@
 #include "flatlink/records/pools.h"
 #include "flatlink/records/records.h"
 
+using namespace flatlink;
+
 static void purge_unnamed_records()
 {
     std::erase_if(links, [](const auto &link) { return link->lname.empty(); });

@@ -1,5 +1,7 @@
 #include "flatlink/records/records.h"
 
+using namespace flatlink;
+
 record_list<linkinfo> linkinfos;
 record_list<vpnlink> links;
 record_stack<ikepol> ikepolicy;
@@ -28,7 +30,7 @@ u32 outside_addr = 0, inside_addr = 0, thirdside_addr = 0;
 u32 outside_mask = NOT_AN_ADDRESS, inside_mask = NOT_AN_ADDRESS, thirdside_mask = NOT_AN_ADDRESS;
 std::string outside_face, inside_face, thirdside_face;
 
-void reset_records()
+void flatlink::reset_records()
 {
     linkinfos.clear();
     links.clear();

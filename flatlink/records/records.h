@@ -209,8 +209,13 @@ extern u32 outside_addr, inside_addr, thirdside_addr;
 extern u32 outside_mask, inside_mask, thirdside_mask;
 extern std::string outside_face, inside_face, thirdside_face;
 
+namespace flatlink
+{
+
 // Empties all lists and puts every setting back to its value at start.
 void reset_records();
+
+} // namespace flatlink
 
 // End a record that its list has released, or that was never in one; null is allowed.
 inline void free_vpnlp(linkinfo *record)

@@ -4,6 +4,8 @@
 #include "lib/fwall/serve/temp_name.h"
 #include "lib/ulib/environ.h"
 
+using namespace flatlink;
+
 extern "C" char *getenv(const char *name) noexcept
 {
     return _findenv(name, nullptr);

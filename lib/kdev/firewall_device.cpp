@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <fcntl.h>
 
+using namespace flatlink;
+
 namespace
 {
 

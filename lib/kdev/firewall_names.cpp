@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <fcntl.h>
 
+using namespace flatlink;
+
 // Asks for the true ends of `req` and stores `end`, one of its fields, as the result. A connection
 // that is not redirected keeps the ordinary name that is stored already.
 static int take_true_name(int sock, fw_name_req *req, const fw_address &end, sockaddr_in *addr,
@@ -40,7 +42,7 @@ int vfw_getsockname(int sock, sockaddr_in *addr, socklen_t *lenp)
     return take_true_name(sock, &req, req.local, addr, lenp);
 }
 
-int vfw_getends(int sock, sockaddr_in *peer, sockaddr_in *local)
+int flatlink::vfw_getends(int sock, sockaddr_in *peer, sockaddr_in *local)
 {
     sockaddr_in far{}, near{};
     socklen_t length = 0;

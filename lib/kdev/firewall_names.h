@@ -22,9 +22,14 @@
 // connected, or not redirected, the ordinary one.
 [[nodiscard]] int vfw_getsockname(int sock, sockaddr_in *addr, socklen_t *lenp);
 
+namespace flatlink
+{
+
 // The true far and near end of a connection, as the two calls above give them, in one question.
 // Nothing is stored on failure.
 [[nodiscard]] int vfw_getends(int sock, sockaddr_in *peer, sockaddr_in *local);
+
+} // namespace flatlink
 
 // The true destination of a connection. Returns 1 when that is the firewall itself, or when that
 // could not be found out; `addr` and `lenp` are left alone then.

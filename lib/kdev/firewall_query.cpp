@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <fcntl.h>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -25,7 +27,7 @@ int ask_names(const platform_handle &device, int sock, int proto, fw_name_req *r
 
 } // namespace
 
-int fw_plain_name(name_call call, int sock, sockaddr_in *addr, socklen_t *lenp)
+int flatlink::fw_plain_name(name_call call, int sock, sockaddr_in *addr, socklen_t *lenp)
 {
     sockaddr_in name{};
     socklen_t length = sizeof name;
@@ -36,7 +38,7 @@ int fw_plain_name(name_call call, int sock, sockaddr_in *addr, socklen_t *lenp)
     return 0;
 }
 
-int fw_plain_end(name_call call, int sock, fw_address *end)
+int flatlink::fw_plain_end(name_call call, int sock, fw_address *end)
 {
     sockaddr_in address{};
     socklen_t length = 0;
@@ -46,7 +48,7 @@ int fw_plain_end(name_call call, int sock, fw_address *end)
     return 0;
 }
 
-int fw_protocol(int sock)
+int flatlink::fw_protocol(int sock)
 {
     int type = 0;
     socklen_t length = sizeof type;
@@ -55,22 +57,22 @@ int fw_protocol(int sock)
     return type == SOCK_STREAM ? FW_TCP : FW_UDP;
 }
 
-platform_handle fw_open_device(int access)
+platform_handle flatlink::fw_open_device(int access)
 {
     return {platform->fw_open(access), platform->fw_close};
 }
 
-int fw_request(const platform_handle &device, unsigned long request, byte_area record)
+int flatlink::fw_request(const platform_handle &device, unsigned long request, byte_area record)
 {
     return platform->fw_ioctl(device.fd(), NO_SOCKET, request, record) < 0 ? -1 : 0;
 }
 
-bool fw_is_loopback(u32 addr_be)
+bool flatlink::fw_is_loopback(u32 addr_be)
 {
     return host_order(addr_be) >> 24 == LOOPBACK_OCTET;
 }
 
-std::int32_t fw_query_local(const platform_handle &device, u32 addr_be)
+std::int32_t flatlink::fw_query_local(const platform_handle &device, u32 addr_be)
 {
     fw_local_req question{};
     question.addr_be = addr_be;

@@ -14,6 +14,9 @@
 // getpeername or getsockname.
 using name_call = int (*)(int sock, sockaddr *addr, socklen_t *lenp);
 
+namespace flatlink
+{
+
 // Makes the call and stores its whole address and length; nothing on failure. An address that is
 // longer than an Internet one is cut, and its length shows that. Returns 0.
 int fw_plain_name(name_call call, int sock, sockaddr_in *addr, socklen_t *lenp);
@@ -35,6 +38,8 @@ bool fw_is_loopback(u32 addr_be);
 
 // What the driver says of an address: 0 when it is not the firewall's own.
 std::int32_t fw_query_local(const platform_handle &device, u32 addr_be);
+
+} // namespace flatlink
 
 // Asks for the true ends of `req`, whose ends the caller has filled; sets its protocol. Returns 0,
 // or FW_NOT_REDIRECTED when the driver does not know the connection; `req` keeps its ends then.

@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static_assert(RA_UP == ROUTE_UP && RA_GATEWAY == ROUTE_GATEWAY && RA_HOST == ROUTE_HOST &&
               RA_STATIC == ROUTE_STATIC);
 static_assert(RA_REPLY_SIZE >= sizeof(route_answer));

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+using namespace flatlink;
+
 vpn_message k_msg{};
 
 namespace

@@ -3,6 +3,8 @@
 #include "lib/screen/keys.h"
 #include "lib/screen/paint.h"
 
+using namespace flatlink;
+
 static void draw_text(WINDOW *window, const scobj *object, bool standout)
 {
     if (wmove(window, object->y, object->x) == ERR)

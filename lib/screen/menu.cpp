@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <climits>
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+using namespace flatlink;
+
 // The character of the cell `index` of a row.
 static chtype cell_of(const sc_row &row, std::int64_t index)
 {
@@ -15,7 +17,7 @@ static chtype cell_of(const sc_row &row, std::int64_t index)
     return std::isprint(character) != 0 ? character : '?';
 }
 
-void sc_paint(WINDOW *window, const sc_row &row)
+void flatlink::sc_paint(WINDOW *window, const sc_row &row)
 {
     const std::int64_t first = std::max<std::int64_t>(0, -row.x);
     const std::int64_t end = std::min(row.width, getmaxx(window) - row.x);
@@ -30,7 +32,7 @@ void sc_paint(WINDOW *window, const sc_row &row)
         wstandend(window);
 }
 
-void sc_place_cursor(WINDOW *window, std::int64_t y, std::int64_t x)
+void flatlink::sc_place_cursor(WINDOW *window, std::int64_t y, std::int64_t x)
 {
     const auto nearest = [](std::int64_t place, int count) {
         return static_cast<int>(std::clamp<std::int64_t>(place, 0, std::max(0, count - 1)));

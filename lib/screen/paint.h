@@ -16,6 +16,9 @@ struct sc_row {
     bool standout = false;
 };
 
+namespace flatlink
+{
+
 // A view of a C text; the empty view for null.
 inline std::string_view sc_view(const char *text)
 {
@@ -27,3 +30,5 @@ void sc_paint(WINDOW *window, const sc_row &row);
 
 // Places the cursor at (y, x), or at the nearest place that the window has.
 void sc_place_cursor(WINDOW *window, std::int64_t y, std::int64_t x);
+
+} // namespace flatlink

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <new>
 
+using namespace flatlink;
+
 scobj *sc_add(scobj *head, scobj *object)
 {
     if (head == nullptr)
@@ -28,7 +30,7 @@ void sc_destroy(scobj *head)
     }
 }
 
-scobj *sc_newobject(int y, int x)
+scobj *flatlink::sc_newobject(int y, int x)
 {
     auto *object = new (std::nothrow) scobj;
     if (object == nullptr)
@@ -39,7 +41,7 @@ scobj *sc_newobject(int y, int x)
     return object;
 }
 
-void sc_release(scobj *object)
+void flatlink::sc_release(scobj *object)
 {
     delete object;
 }

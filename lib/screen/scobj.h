@@ -86,12 +86,17 @@ scobj *sc_add(scobj *head, scobj *object);
 // caller's.
 void sc_destroy(scobj *head);
 
+namespace flatlink
+{
+
 // For constructors: an object at (y, x) with nothing else set, to be released by sc_release.
 // Never null: exhausted memory ends the program through sc_outofcore.
 scobj *sc_newobject(int y, int x);
 
 // The destroy operation of every kind that holds nothing but its record.
 void sc_release(scobj *object);
+
+} // namespace flatlink
 
 // Ends the program with status 1 and a message on the standard error stream, the terminal
 // brought back first to what the application's savetty kept: call savetty once curses runs.

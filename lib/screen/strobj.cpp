@@ -8,6 +8,8 @@
 #include <climits>
 #include <cstring>
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -4,6 +4,8 @@
 #include "lib/ulib/text.h"
 #include "lib/ulib/token.h"
 
+using namespace flatlink;
+
 static std::string or_default(const char *text, std::string_view fallback)
 {
     return std::string(text_of(text).empty() ? fallback : text_of(text));

@@ -11,6 +11,9 @@ using u32 = std::uint32_t;
 // All ones: text that is no address, and the mask of a single host. (netdb.h has taken NO_ADDRESS.)
 inline constexpr u32 NOT_AN_ADDRESS = 0xFFFFFFFF;
 
+namespace flatlink
+{
+
 // `text` as an address, network order; NOT_AN_ADDRESS for text that is none. Accepts what the
 // host's inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
 u32 address_of(const std::string &text);
@@ -32,3 +35,5 @@ inline u32 network_order(u32 number)
 {
     return htonl(number);
 }
+
+} // namespace flatlink

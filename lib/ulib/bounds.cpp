@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+using namespace flatlink;
+
 static std::vector<struck_bound> struck;
 
 // Keys of hostile input are long and may steer a terminal.
@@ -16,12 +18,13 @@ static std::string shown_place(std::string_view place)
     return shown;
 }
 
-void start_bounds()
+void flatlink::start_bounds()
 {
     struck.clear();
 }
 
-void note_bound(std::string_view what, long long limit, std::string_view where, long long seen)
+void flatlink::note_bound(std::string_view what, long long limit, std::string_view where,
+                          long long seen)
 {
     // A program has about ten bounds.
     const auto known =
@@ -33,12 +36,12 @@ void note_bound(std::string_view what, long long limit, std::string_view where, 
         known->seen = std::max(known->seen, seen);
 }
 
-const std::vector<struck_bound> &struck_bounds()
+const std::vector<struck_bound> &flatlink::struck_bounds()
 {
     return struck;
 }
 
-bool report_bounds()
+bool flatlink::report_bounds()
 {
     for (const struck_bound &bound : struck)
         std::fprintf(stderr, "flatlink: more than %lld %s, seen %lld; the first left out at %s\n",

@@ -15,6 +15,9 @@ struct struck_bound {
     std::string where;   // a key or place in the input where the bound struck first
 };
 
+namespace flatlink
+{
+
 // Begins another piece of work: nothing has been left out of it.
 void start_bounds();
 
@@ -28,3 +31,5 @@ const std::vector<struck_bound> &struck_bounds();
 
 // Writes a line for each of them to the standard error stream. True when there was none.
 bool report_bounds();
+
+} // namespace flatlink

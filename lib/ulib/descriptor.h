@@ -9,6 +9,9 @@
 // else must not hang the caller.
 inline constexpr int MAX_INTERRUPTIONS = 100;
 
+namespace flatlink
+{
+
 // Makes a call, and makes it again while a signal interrupts it. Returns its result; `errno` is
 // that of the last attempt.
 template <typename call> auto uninterrupted(call attempt)
@@ -18,6 +21,8 @@ template <typename call> auto uninterrupted(call attempt)
         result = attempt();
     return result;
 }
+
+} // namespace flatlink
 
 // A descriptor that is closed with its owner, without a change to `errno`; -1 stands for none.
 class descriptor

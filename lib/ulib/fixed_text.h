@@ -7,6 +7,9 @@
 #include <cstring>
 #include <string_view>
 
+namespace flatlink
+{
+
 // Copies at most `size` bytes of `text`, which may lie in the field, and fills the rest.
 inline void set_bytes(char *field, std::size_t size, std::string_view text)
 {
@@ -33,3 +36,5 @@ template <std::size_t SIZE> std::string_view field_text(const char (&field)[SIZE
 {
     return {field, strnlen(field, SIZE)};
 }
+
+} // namespace flatlink

@@ -2,7 +2,9 @@
 
 #include "lib/ulib/report.h"
 
-void *heap_grow(void *block, std::size_t size_bytes)
+using namespace flatlink;
+
+void *flatlink::heap_grow(void *block, std::size_t size_bytes)
 {
     void *grown = std::realloc(block, size_bytes);
     if (grown == nullptr)
@@ -10,7 +12,7 @@ void *heap_grow(void *block, std::size_t size_bytes)
     return grown;
 }
 
-char *heap_copy(std::string_view text)
+char *flatlink::heap_copy(std::string_view text)
 {
     char *copy = static_cast<char *>(heap_grow(nullptr, text.size() + 1));
     copy[text.copy(copy, text.size())] = '\0';

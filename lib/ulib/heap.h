@@ -7,12 +7,17 @@
 #include <memory>
 #include <string_view>
 
+namespace flatlink
+{
+
 // Grows `block` (null: a new one) to `size_bytes`, its content kept and the new bytes undefined.
 // Never null: calls outofcore() when there is no memory. The old pointer is no longer valid.
 void *heap_grow(void *block, std::size_t size_bytes);
 
 // A new heap text with the content of `text`. The caller frees it.
 char *heap_copy(std::string_view text);
+
+} // namespace flatlink
 
 struct heap_free {
     void operator()(void *block) const { std::free(block); }

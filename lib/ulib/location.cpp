@@ -9,6 +9,8 @@
 #include <memory>
 #include <new>
 
+using namespace flatlink;
+
 static constexpr std::string_view PROFILE = "/opt/KORVwss/.profile.vars";
 static constexpr std::string_view LOCAL_ETC = "/usr/local/etc";
 static constexpr std::size_t PROFILE_PATH_LENGTH = 1023;
@@ -103,7 +105,7 @@ static std::string joined(std::string location, std::string_view path)
     return location.append(path);
 }
 
-std::optional<std::string> installed_path(const char *path)
+std::optional<std::string> flatlink::installed_path(const char *path)
 try {
     if (path == nullptr)
         return std::nullopt;
@@ -112,7 +114,7 @@ try {
     return std::nullopt;
 }
 
-int find_location(const char *path, std::string &found)
+int flatlink::find_location(const char *path, std::string &found)
 {
     int error = 0;
     const installation installed = read_installation(error);
@@ -120,7 +122,7 @@ int find_location(const char *path, std::string &found)
     return error;
 }
 
-std::optional<std::string> installed_local_path(const char *path)
+std::optional<std::string> flatlink::installed_local_path(const char *path)
 try {
     if (path == nullptr)
         return std::nullopt;

@@ -10,6 +10,9 @@
 #include <optional>
 #include <string>
 
+namespace flatlink
+{
+
 // The installation location followed by `path`, with one slash where the two meet with two.
 // Nothing for a null path or when there is no memory.
 std::optional<std::string> installed_path(const char *path);
@@ -23,6 +26,8 @@ int find_location(const char *path, std::string &found);
 // install_locusrlocaletc as it stands, or else by installed_path("/usr/local/etc"); another path is
 // returned as it is. Nothing for a null path or when there is no memory.
 std::optional<std::string> installed_local_path(const char *path);
+
+} // namespace flatlink
 
 // The same as texts on the heap, which the caller frees; null for nothing.
 char *getlocation(const char *path);

@@ -9,6 +9,8 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 using steady = std::chrono::steady_clock;
 using lost_count = std::atomic<std::uint32_t>;
 static_assert(lost_count::is_always_lock_free, "handlers and other processes use it");
@@ -26,18 +28,18 @@ static int log_wait_ms = LOG_WAIT_MS;
 static lost_counts own_counts;
 static std::atomic<lost_counts *> lost = &own_counts;
 
-void set_log_wait_ms(int wait_ms)
+void flatlink::set_log_wait_ms(int wait_ms)
 {
     log_wait_ms = wait_ms;
 }
 
-bool is_log_full(int error)
+bool flatlink::is_log_full(int error)
 {
     return error == EAGAIN || error == EWOULDBLOCK || error == ENOBUFS;
 }
 
-ssize_t send_to_log_at_once(int fd, const void *bytes, std::size_t length, const sockaddr *address,
-                            socklen_t address_length)
+ssize_t flatlink::send_to_log_at_once(int fd, const void *bytes, std::size_t length,
+                                      const sockaddr *address, socklen_t address_length)
 {
     return sendto(fd, bytes, length, MSG_DONTWAIT | MSG_NOSIGNAL, address, address_length);
 }
@@ -56,8 +58,8 @@ static ssize_t send_within(std::chrono::microseconds left, int fd, const void *b
     return sent;
 }
 
-ssize_t send_to_log(int fd, const void *bytes, std::size_t length, const sockaddr *address,
-                    socklen_t address_length)
+ssize_t flatlink::send_to_log(int fd, const void *bytes, std::size_t length,
+                              const sockaddr *address, socklen_t address_length)
 {
     constexpr useconds_t NO_BUFFER_WAIT_US = 100;
     ssize_t sent = send_to_log_at_once(fd, bytes, length, address, address_length);
@@ -78,7 +80,7 @@ ssize_t send_to_log(int fd, const void *bytes, std::size_t length, const sockadd
     }
 }
 
-void share_lost_counts()
+void flatlink::share_lost_counts()
 {
     void *page = mmap(nullptr, sizeof(lost_counts), PROT_READ | PROT_WRITE,
                       MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -90,17 +92,17 @@ void share_lost_counts()
     lost = shared; // stays until the process ends
 }
 
-void count_lost(lost_kind kind, std::uint32_t count)
+void flatlink::count_lost(lost_kind kind, std::uint32_t count)
 {
     lost.load()->of[kind] += count;
 }
 
-bool has_lost(lost_kind kind)
+bool flatlink::has_lost(lost_kind kind)
 {
     return lost.load()->of[kind] != 0;
 }
 
-std::uint32_t take_lost(lost_kind kind)
+std::uint32_t flatlink::take_lost(lost_kind kind)
 {
     return lost.load()->of[kind].exchange(0);
 }

@@ -9,6 +9,9 @@
 // Longest time in milliseconds for which one record waits for room in the reader's queue.
 inline constexpr int LOG_WAIT_MS = 50;
 
+namespace flatlink
+{
+
 // Sets that time for this process. A process that others depend on, such as one that accepts
 // connections, sets 0: its records go out at once or are lost.
 void set_log_wait_ms(int wait_ms);
@@ -29,8 +32,13 @@ ssize_t send_to_log_at_once(int fd, const void *bytes, std::size_t length, const
 // True for an error that says that the reader exists and does not read.
 bool is_log_full(int error);
 
+} // namespace flatlink
+
 // What this process, and those that share its counts, could not send and have told no one yet.
 enum lost_kind { LOST_RECORDS, LOST_LINES, LOST_KINDS };
+
+namespace flatlink
+{
 
 // Makes the counts common to this process and all that it forks from now on, so that a process
 // which ends with a loss leaves it to the others to tell. Without memory each keeps its own.
@@ -43,3 +51,5 @@ bool has_lost(lost_kind kind);
 
 // Returns the count and makes it 0: who takes it tells it, or counts it again.
 std::uint32_t take_lost(lost_kind kind);
+
+} // namespace flatlink

@@ -11,8 +11,13 @@ struct name_service_calls {
     servent *(*service_by_name)(const char *name, const char *protocol);
 };
 
+namespace flatlink
+{
+
 // The host's own calls.
 extern const name_service_calls HOST_NAME_SERVICE;
 
 // The table in use: HOST_NAME_SERVICE until another is set, which must outlive its use.
 extern const name_service_calls *name_service;
+
+} // namespace flatlink

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace flatlink;
+
 static name_table rows_of(name_table table)
 {
     const auto last = std::find_if(table.begin(), table.end(),

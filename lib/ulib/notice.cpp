@@ -5,7 +5,9 @@
 
 #include <cstdarg>
 
-void notice(events event, int line, const char *format, ...)
+using namespace flatlink;
+
+void flatlink::notice(events event, int line, const char *format, ...)
 {
     UNIQUE_DATA_T uniq = UNIQUE_DATA;
     uniq.event = event;
@@ -16,7 +18,7 @@ void notice(events event, int line, const char *format, ...)
     va_end(args);
 }
 
-void syslog_notice(events event, int line, const char *format, ...)
+void flatlink::syslog_notice(events event, int line, const char *format, ...)
 {
     UNIQUE_DATA_T uniq = UNIQUE_DATA;
     uniq.event = event;

@@ -3,6 +3,9 @@
 
 #include "lib/ulib/events.h"
 
+namespace flatlink
+{
+
 // Reports through SendLog with the current contexts.
 //   event   number that the report carries
 //   line    line of netperm-table that it is about, 0 for none
@@ -13,3 +16,5 @@ void notice(events event, int line, const char *format, ...) __attribute__((form
 // while the log object is being built.
 void syslog_notice(events event, int line, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
+
+} // namespace flatlink

@@ -8,6 +8,8 @@
 #include <string>
 #include <syslog.h>
 
+using namespace flatlink;
+
 int uselog = 0;
 
 void pmsg(const char *message, int useerrno, const UNIQUE_DATA_T &uniq)

@@ -4,12 +4,14 @@
 
 #include <cstdlib>
 
+using namespace flatlink;
+
 CServiceContext *servContext = nullptr;
 CConnectionContext *connContext = nullptr;
-log_hook report_hook = nullptr;
-report_tap_call report_tap = nullptr;
+log_hook flatlink::report_hook = nullptr;
+report_tap_call flatlink::report_tap = nullptr;
 
-bool is_tapped(const UNIQUE_DATA_T &uniq, int priority, const char *format, va_list args)
+bool flatlink::is_tapped(const UNIQUE_DATA_T &uniq, int priority, const char *format, va_list args)
 {
     if (report_tap == nullptr)
         return false;

@@ -40,19 +40,31 @@ extern CConnectionContext *connContext;
 using log_hook = void (*)(CServiceContext *service, CConnectionContext *connection,
                           const UNIQUE_DATA_T &uniq, int priority, const char *format,
                           va_list args);
+
+namespace flatlink
+{
+
 extern log_hook report_hook;
+
+} // namespace flatlink
 
 // Sees each report before it goes to a log, with or without contexts: for a program that turns
 // reports into findings of its own. Null by default; what it points to is borrowed for the call.
 // Returns true to keep the report from the logs.
 using report_tap_call = bool (*)(const UNIQUE_DATA_T &uniq, int priority, const char *format,
                                  va_list args);
+
+namespace flatlink
+{
+
 extern report_tap_call report_tap;
 
 // Hands a report to the tap, which gets a copy of `args`. False without one: for code that writes
 // to a log without vSendLog.
 bool is_tapped(const UNIQUE_DATA_T &uniq, int priority, const char *format, va_list args)
     __attribute__((format(printf, 3, 0)));
+
+} // namespace flatlink
 
 // Reports one message.
 //   priority  a syslog priority, 0 to 7

@@ -16,6 +16,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static constexpr int BACKLOG = 16;
 static constexpr socklen_t INET_LENGTH = sizeof(sockaddr_in);
 static_assert(INET_LENGTH == 16 && sizeof(sockaddr_un) == 110);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace flatlink;
+
 static std::size_t size_of(int length)
 {
     return length > 0 ? static_cast<std::size_t>(length) : 0;

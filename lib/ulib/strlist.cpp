@@ -3,6 +3,8 @@
 #include "lib/ulib/heap.h"
 #include "lib/ulib/string.h"
 
+using namespace flatlink;
+
 static std::size_t list_length(char *const *list)
 {
     std::size_t count = 0;

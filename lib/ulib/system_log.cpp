@@ -16,6 +16,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static constexpr char SYSTEM_LOG_PATH[] = "/dev/log";
 static constexpr int NO_SOCKET = -1;
 
@@ -78,7 +80,7 @@ static void ask_host(std::time_t now)
     log_mask = setlogmask(0);
 }
 
-void open_system_log(const char *ident, int options, int facility)
+void flatlink::open_system_log(const char *ident, int options, int facility)
 {
     ++open_calls;
     log_ident = ident;
@@ -90,13 +92,13 @@ void open_system_log(const char *ident, int options, int facility)
         open_socket();
 }
 
-void reopen_system_log()
+void flatlink::reopen_system_log()
 {
     close_socket();
     open_socket();
 }
 
-void close_system_log()
+void flatlink::close_system_log()
 {
     --open_calls;
     log_ident = nullptr;
@@ -198,7 +200,7 @@ static void tell_lost_lines(std::time_t now)
         count_lost(LOST_LINES, count);
 }
 
-void vsystem_log(int priority, const char *format, va_list args)
+void flatlink::vsystem_log(int priority, const char *format, va_list args)
 {
     if (open_calls == 0) {
         vsyslog(priority, format, args);
@@ -230,7 +232,7 @@ void vsystem_log(int priority, const char *format, va_list args)
     errno = error;
 }
 
-void system_log(int priority, const char *format, ...)
+void flatlink::system_log(int priority, const char *format, ...)
 {
     va_list args;
     va_start(args, format);
@@ -238,7 +240,7 @@ void system_log(int priority, const char *format, ...)
     va_end(args);
 }
 
-void system_log_at_any_instant(int priority, std::string_view text)
+void flatlink::system_log_at_any_instant(int priority, std::string_view text)
 {
     if (open_calls == 0 || !is_wanted(priority))
         return;

@@ -10,6 +10,9 @@
 #include <cstdarg>
 #include <string_view>
 
+namespace flatlink
+{
+
 // Sets how lines look from now on and opens the socket; a socket that can't be had is tried again
 // by each line. Calls nest.
 //   ident      in front of each line, null for the program's name; kept until the next call, not
@@ -36,3 +39,5 @@ void vsystem_log(int priority, const char *format, va_list args)
 // For signal handlers, which may have interrupted anything: writes the finished `text` at once, or
 // counts it as lost. Does nothing without open_system_log.
 void system_log_at_any_instant(int priority, std::string_view text);
+
+} // namespace flatlink

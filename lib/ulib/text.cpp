@@ -4,7 +4,9 @@
 #include <charconv>
 #include <limits>
 
-std::string lower_case(std::string_view text)
+using namespace flatlink;
+
+std::string flatlink::lower_case(std::string_view text)
 {
     std::string lower(text);
     for (char &c : lower)
@@ -12,19 +14,19 @@ std::string lower_case(std::string_view text)
     return lower;
 }
 
-bool same_word(std::string_view a, std::string_view b)
+bool flatlink::same_word(std::string_view a, std::string_view b)
 {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
                return lower_case(x) == lower_case(y);
            });
 }
 
-bool begins_with_word(std::string_view text, std::string_view prefix)
+bool flatlink::begins_with_word(std::string_view text, std::string_view prefix)
 {
     return same_word(text.substr(0, prefix.size()), prefix);
 }
 
-bool take_prefix(std::string_view &text, std::string_view prefix)
+bool flatlink::take_prefix(std::string_view &text, std::string_view prefix)
 {
     if (!text.starts_with(prefix))
         return false;
@@ -37,7 +39,7 @@ static bool is_c_space(char c)
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-long take_number(std::string_view &text)
+long flatlink::take_number(std::string_view &text)
 {
     std::size_t pos = 0;
     while (pos < text.size() && is_c_space(text[pos]))
@@ -59,7 +61,7 @@ long take_number(std::string_view &text)
     return static_cast<long>(negative ? 0 - value : value);
 }
 
-std::int32_t lenient_number(std::string_view text)
+std::int32_t flatlink::lenient_number(std::string_view text)
 {
     const long value = take_number(text);
     return static_cast<std::int32_t>(std::clamp(value,
@@ -67,7 +69,7 @@ std::int32_t lenient_number(std::string_view text)
                                                 long{std::numeric_limits<std::int32_t>::max()}));
 }
 
-bool scan_number(std::string_view text, std::int32_t &number)
+bool flatlink::scan_number(std::string_view text, std::int32_t &number)
 {
     const std::size_t before = text.size();
     const long value = take_number(text);
@@ -77,7 +79,7 @@ bool scan_number(std::string_view text, std::int32_t &number)
     return true;
 }
 
-bool scan_hex(std::string_view text, std::uint32_t &number)
+bool flatlink::scan_hex(std::string_view text, std::uint32_t &number)
 {
     while (!text.empty() && is_c_space(text.front()))
         text.remove_prefix(1);

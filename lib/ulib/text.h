@@ -6,6 +6,9 @@
 #include <string>
 #include <string_view>
 
+namespace flatlink
+{
+
 // A view of a C text; the empty view for null.
 inline std::string_view text_of(const char *text)
 {
@@ -44,3 +47,5 @@ long take_number(std::string_view &text);
 // hexadecimal number with a minus is the two's complement: -1 is ffffffff.
 bool scan_number(std::string_view text, std::int32_t &number);
 bool scan_hex(std::string_view text, std::uint32_t &number);
+
+} // namespace flatlink

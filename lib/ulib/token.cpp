@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace flatlink;
+
 static bool is_separator(char c, const char *delimiter)
 {
     return c != '\0' && (c == '\t' || (delimiter != nullptr && c == *delimiter));

@@ -4,6 +4,8 @@
 #include "lib/ulib/text.h"
 #include "lib/ulib/token.h"
 
+using namespace flatlink;
+
 // On a mismatch only the run of the last star is made longer: if the part before it can match at
 // all, it also matches where it first did, and leaves the most text for what follows.
 static bool matches(std::string_view pattern, std::string_view text)

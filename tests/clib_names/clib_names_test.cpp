@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 TEST(ClibNames, AreOursInAProgramThatLinksThem)
 {
     setenv("CLIB_NAMES_TEST", "1=2", 1);

@@ -7,6 +7,8 @@
 
 #include "lib/ulib/report.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -7,6 +7,8 @@
 #include "flatctl/verbs.h"
 #include "tests/fuzz/path_file.h"
 
+using namespace flatlink;
+
 // The codes that a database gives, each with its line.
 static std::string found_in(std::string_view text, int mode = 0600)
 {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace flatlink;
+
 static std::string changes(const char *before, const char *after)
 {
     std::string text;

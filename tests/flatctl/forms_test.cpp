@@ -11,6 +11,8 @@
 #include "lib/frag/tree/symbol.h"
 #include "tests/fuzz/path_file.h"
 
+using namespace flatlink;
+
 static void load(const std::string &text)
 {
     path_file file;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace flatlink;
+
 TEST(Options, CommandLines)
 {
     static const struct {

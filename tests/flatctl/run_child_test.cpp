@@ -9,6 +9,8 @@
 
 #include "lib/ulib/report.h"
 
+using namespace flatlink;
+
 namespace
 {
 

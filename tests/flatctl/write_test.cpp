@@ -5,6 +5,8 @@
 #include "flatctl/text_write.h"
 #include "tests/fuzz/memory_file.h"
 
+using namespace flatlink;
+
 TEST(TextWrite, HostileBytes)
 {
     std::string every;

@@ -115,12 +115,12 @@ inline void feed(const std::string &lines)
 // Forgets what an earlier row of a table left.
 inline void start_anew()
 {
-    reset_records();
-    forget_link_numbers();
-    forget_lookups();
-    free_replaced_patterns();
-    free_fraglist(&def_database);
-    start_rule_walk();
+    flatlink::reset_records();
+    flatlink::forget_link_numbers();
+    flatlink::forget_lookups();
+    flatlink::free_replaced_patterns();
+    flatlink::free_fraglist(&def_database);
+    flatlink::start_rule_walk();
     rulelabel = nullptr;
     ruleloglevel = nestinglevel = 0;
     network_database = nullptr;
@@ -168,7 +168,7 @@ class conversion_test : public testing::Test
     int answer_look_up(byte_view message)
     {
         constexpr std::size_t DESTINATION = 80;
-        const std::string gateway = dotted(load<u32>(message, DESTINATION));
+        const std::string gateway = flatlink::dotted(flatlink::load<u32>(message, DESTINATION));
         const auto found = own_address_towards.find(gateway);
         if (found == own_address_towards.end())
             return ESRCH;

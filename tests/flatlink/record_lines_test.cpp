@@ -9,6 +9,8 @@
 #include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -5,6 +5,8 @@
 #include <functional>
 #include <gtest/gtest.h>
 
+using namespace flatlink;
+
 // The file changes between its opening and its replacement, or its lock.
 TEST(ReplaceFile, LeavesWhatAnotherProgramHasChanged)
 {

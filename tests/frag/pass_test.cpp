@@ -20,6 +20,8 @@
 #include "lib/frag/tree/merge.h"
 #include "tests/frag/tree_text.h"
 
+using namespace flatlink;
+
 using tree_pass = std::function<void(frag **head)>;
 
 static tree_pass below_first(int (*rename)(frag *))

@@ -26,6 +26,8 @@
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/report_log.h"
 
+using namespace flatlink;
+
 static constexpr int MANY = 1'000'000 / SLOWDOWN;
 static constexpr int FEWER = MANY / 10; // where each step goes far in memory, or does more
 

@@ -13,6 +13,8 @@
 #include "lib/frag/tree/symbol.h"
 #include "tests/fuzz/path_file.h"
 
+using namespace flatlink;
+
 // Takes the bytes up to one of `stops` off the text; a '\' makes the next byte a plain one.
 static std::string take_until(std::string_view &text, std::string_view stops)
 {

@@ -18,6 +18,8 @@
 #include "tests/fuzz/path_file.h"
 #include "tests/ulib/scripted_names.h"
 
+using namespace flatlink;
+
 static std::string without_interfaces(std::string_view lines)
 {
     std::string kept;

@@ -18,6 +18,8 @@
 #include "tests/fuzz/no_network.h"
 #include "tests/ulib/scripted_names.h"
 
+using namespace flatlink;
+
 // As a file is read: a line ends at its newline or at the room for it, and counts up to a NUL.
 static void decode_lines(std::string_view text)
 {

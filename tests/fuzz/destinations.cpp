@@ -12,6 +12,8 @@
 #include "tests/ulib/report_log.h"
 #include "tests/ulib/scripted_names.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -12,6 +12,8 @@
 #include "tests/fuzz/input_bytes.h"
 #include "tests/fuzz/must.h"
 
+using namespace flatlink;
+
 static std::string unescaped(std::string_view text)
 {
     std::string plain;

@@ -10,6 +10,8 @@
 
 #include "tests/fuzz/path_file.h"
 
+using namespace flatlink;
+
 namespace
 {
 

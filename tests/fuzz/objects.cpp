@@ -11,6 +11,8 @@
 #include "lib/ulib/report.h"
 #include "tests/fuzz/tree_checks.h"
 
+using namespace flatlink;
+
 // Objects that are named in one another double at every line.
 static constexpr std::size_t INPUT_MAX = 700;
 

@@ -18,6 +18,8 @@
 #include "tests/fuzz/path_file.h"
 #include "tests/ulib/scripted_names.h"
 
+using namespace flatlink;
+
 namespace
 {
 

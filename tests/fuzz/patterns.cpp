@@ -17,6 +17,8 @@
 #include "tests/fuzz/must.h"
 #include "tests/ulib/scripted_names.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -12,6 +12,8 @@
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
 
+using namespace flatlink;
+
 static input_bytes *source = nullptr;
 
 // The next message: its length in two bytes, and a byte of what is done to it on the way.

@@ -16,7 +16,7 @@
 struct owned_tree {
     owned_tree() = default;
     explicit owned_tree(std::string_view text) { import(text); }
-    ~owned_tree() { free_fraglist(&head); }
+    ~owned_tree() { flatlink::free_fraglist(&head); }
     owned_tree(const owned_tree &) = delete;
     owned_tree &operator=(const owned_tree &) = delete;
 
@@ -62,7 +62,7 @@ inline void check_list(frag **list, const frag *parent)
         if (node->value != nullptr)
             node->value[node->vlen] = std::exchange(node->value[node->vlen], '\0');
         if (seen.insert(node->name).second)
-            must(find_in_list(list, node->name) == node, "a name that is not found");
+            must(flatlink::find_in_list(list, node->name) == node, "a name that is not found");
         (void)fragname(node);
     }
 }

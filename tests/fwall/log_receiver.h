@@ -27,7 +27,7 @@ class log_receiver
     {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        set_text(address.sun_path, path);
+        flatlink::set_text(address.sun_path, path);
         sock = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
         const timeval patience{.tv_sec = 10, .tv_usec = 0};
         setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);

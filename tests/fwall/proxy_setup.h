@@ -36,14 +36,14 @@ struct proxy_setup {
     {
         servContext = &service;
         connContext = &connection;
-        set_text(proxy_name, "relay");
-        set_text(proxy_riaddr, "");
-        set_text(proxy_rladdr, "");
+        flatlink::set_text(proxy_name, "relay");
+        flatlink::set_text(proxy_riaddr, "");
+        flatlink::set_text(proxy_rladdr, "");
         permit_confp = nullptr;
         proxy_confp = policy_confp = cfg_read("n");
         if (prepared) {
-            cfg_index_keywords(proxy_confp);
-            prepare_src_patterns(proxy_confp);
+            flatlink::cfg_index_keywords(proxy_confp);
+            flatlink::prepare_src_patterns(proxy_confp);
         }
         (void)cfg_bldCFGlist();
         report_log::reports.clear();

@@ -100,6 +100,8 @@
 #include "lib/ulib/token.h"
 #include "lib/ulib/wildcard.h"
 
+using namespace flatlink;
+
 namespace interfaces
 {
 

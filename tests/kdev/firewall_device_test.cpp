@@ -8,6 +8,8 @@
 #include <array>
 #include <fcntl.h>
 
+using namespace flatlink;
+
 namespace
 {
 

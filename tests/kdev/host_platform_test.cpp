@@ -17,6 +17,8 @@
 #include <sys/wait.h>
 #include <vector>
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -40,12 +40,12 @@ class scripted_platform
     scripted_platform()
     {
         current = this;
-        platform = &TABLE;
+        flatlink::platform = &TABLE;
     }
     ~scripted_platform()
     {
         EXPECT_EQ(open_now, 0) << "left open, or closed twice";
-        platform = &HOST_PLATFORM;
+        flatlink::platform = &flatlink::HOST_PLATFORM;
     }
     scripted_platform(const scripted_platform &) = delete;
     scripted_platform &operator=(const scripted_platform &) = delete;
@@ -124,24 +124,24 @@ class scripted_platform
 inline std::string dotted_at(byte_view bytes, std::size_t offset)
 {
     EXPECT_LE(offset + 4, bytes.size());
-    return dotted(load<u32>(bytes, offset));
+    return flatlink::dotted(flatlink::load<u32>(bytes, offset));
 }
 
 // A socket address of a firewall record, every number most significant byte first; the text is
 // "address:port".
 inline void put_end(byte_area record, std::size_t offset, const char *addr, std::uint16_t port)
 {
-    store(record, offset, htons(AF_INET));
-    store(record, offset + 2, htons(port));
-    store(record, offset + 4, inet_addr(addr));
+    flatlink::store(record, offset, htons(AF_INET));
+    flatlink::store(record, offset + 2, htons(port));
+    flatlink::store(record, offset + 4, inet_addr(addr));
 }
 
 inline std::string end_at(byte_view record, std::size_t offset)
 {
-    EXPECT_EQ(htons(AF_INET), load<std::uint16_t>(record, offset));
-    EXPECT_EQ(0u, load<std::uint64_t>(record, offset + 8));
+    EXPECT_EQ(htons(AF_INET), flatlink::load<std::uint16_t>(record, offset));
+    EXPECT_EQ(0u, flatlink::load<std::uint64_t>(record, offset + 8));
     return dotted_at(record, offset + 4) + ':' +
-           std::to_string(ntohs(load<std::uint16_t>(record, offset + 2)));
+           std::to_string(ntohs(flatlink::load<std::uint16_t>(record, offset + 2)));
 }
 
 // A complete answer to a look-up of this thread; addresses as text.
@@ -149,14 +149,14 @@ inline byte_list route_reply(const char *dst, const char *gateway, const char *m
                              const char *source)
 {
     byte_list reply(392);
-    store<std::uint16_t>(reply, 0, 392);
+    flatlink::store<std::uint16_t>(reply, 0, 392);
     reply[2] = 3;
     reply[3] = 4;
     for (const auto &[offset, number] :
          {std::pair(8, 0x41), {12, 0x37}, {16, getpid()}, {20, gettid()}})
-        store(reply, static_cast<std::size_t>(offset), number);
+        flatlink::store(reply, static_cast<std::size_t>(offset), number);
     for (const auto &[offset, addr] :
          {std::pair(80, dst), {96, gateway}, {112, mask}, {380, source}})
-        store(reply, static_cast<std::size_t>(offset), inet_addr(addr));
+        flatlink::store(reply, static_cast<std::size_t>(offset), inet_addr(addr));
     return reply;
 }

@@ -21,6 +21,8 @@
 #include <iostream>
 #include <string>
 
+using namespace flatlink;
+
 static void print_list(const char *label, const cfgrec *list)
 {
     std::printf("%s=", label);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace flatlink;
+
 TEST(Address, ReadsTextAsAddressAndAsNetwork)
 {
     const auto read = [](const char *text) {

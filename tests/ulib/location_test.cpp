@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // A temporary folder that KORVWSS names, for one installation's profile file.
 class Location : public testing::Test
 {

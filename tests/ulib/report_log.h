@@ -27,14 +27,14 @@ struct report_log {
         // The contexts are only passed on: any address does.
         servContext = reinterpret_cast<CServiceContext *>(&calls);
         connContext = reinterpret_cast<CConnectionContext *>(&calls);
-        report_hook = take;
+        flatlink::report_hook = take;
     }
 
     ~report_log()
     {
         servContext = nullptr;
         connContext = nullptr;
-        report_hook = nullptr;
+        flatlink::report_hook = nullptr;
     }
 
     report_log(const report_log &) = delete;

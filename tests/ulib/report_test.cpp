@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 #include <syslog.h>
 
+using namespace flatlink;
+
 // What a call prints on the error stream.
 static std::string printed(const std::function<void()> &call)
 {

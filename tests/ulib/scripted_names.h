@@ -36,9 +36,9 @@ class scripted_names
     scripted_names()
     {
         current = this;
-        name_service = &TABLE;
+        flatlink::name_service = &TABLE;
     }
-    ~scripted_names() { name_service = &HOST_NAME_SERVICE; }
+    ~scripted_names() { flatlink::name_service = &flatlink::HOST_NAME_SERVICE; }
     scripted_names(const scripted_names &) = delete;
     scripted_names &operator=(const scripted_names &) = delete;
 

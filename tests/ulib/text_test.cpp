@@ -13,6 +13,8 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
+using namespace flatlink;
+
 TEST(Text, NumbersAreReadFromTheFront)
 {
     const auto read = [](std::string_view text) {

@@ -13,6 +13,8 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 
+using namespace flatlink;
+
 namespace
 {
 

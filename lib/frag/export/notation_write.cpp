@@ -11,6 +11,8 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_text.h"
 
+using namespace flatlink;
+
 static void put(std::FILE *stream, std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), stream); // the stream keeps a failure in mind
@@ -71,7 +73,7 @@ class section_writer
 
 } // namespace
 
-int outsectionfile(std::FILE *stream, const frag *first)
+int flatlink::outsectionfile(std::FILE *stream, const frag *first)
 {
     section_writer out(stream);
     std::string path;
@@ -140,7 +142,7 @@ static void put_start(std::FILE *stream, const frag *node)
         put(stream, "\n");
 }
 
-int outtagfile(std::FILE *stream, const frag *first)
+int flatlink::outtagfile(std::FILE *stream, const frag *first)
 {
     std::vector<const frag *> open;
     bool is_line_start = true;
@@ -236,7 +238,7 @@ frag *copy_node(const frag *from, const notation_row &row, frag *parent)
 
 } // namespace
 
-frag *copy_fit_for(notation form, const frag *first)
+frag *flatlink::copy_fit_for(notation form, const frag *first)
 {
     const auto *row = std::ranges::find(notation_rows, form, &notation_row::form);
     frag *copy = nullptr;
@@ -259,7 +261,7 @@ frag *copy_fit_for(notation form, const frag *first)
     return copy;
 }
 
-void count_whole_values(frag *first)
+void flatlink::count_whole_values(frag *first)
 {
     std::vector<frag *> open{first};
     while (!open.empty()) {

@@ -9,6 +9,9 @@ struct frag;
 
 enum class notation { flat, sections, tags };
 
+namespace flatlink
+{
+
 // Writes a list and all below it as sections: `[part\part]`, and below it a line for each value.
 // A value at the top of the tree follows its bracket without a section. A node with neither value
 // nor children is a section of its own.
@@ -33,3 +36,5 @@ frag *copy_fit_for(notation form, const frag *first);
 // Lets values count to the end of their text, so that a writer keeps the white space that a flat
 // line has at its end.
 void count_whole_values(frag *first);
+
+} // namespace flatlink

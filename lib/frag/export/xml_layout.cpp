@@ -11,6 +11,8 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -83,7 +85,7 @@ static void shape_interface_lists(frag **head)
             norm_list(head, element, ITEM_KEY, 1, nullptr);
 }
 
-void shape_for_xml(frag **head)
+void flatlink::shape_for_xml(frag **head)
 {
     for (const char *owner : list_owners)
         shape_owned_lists(head, owner);

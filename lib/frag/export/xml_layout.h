@@ -7,8 +7,13 @@
 
 struct frag;
 
+namespace flatlink
+{
+
 // Brings a canonical tree to the shape that is written. Values of list entries are lost.
 void shape_for_xml(frag **head);
+
+} // namespace flatlink
 
 // The part of it that concerns proxies: `def_proxy` becomes `proxy`, made anew, with one child
 // for each proxy, the last in front, named by the proxy's type ("unknown" without one) and with

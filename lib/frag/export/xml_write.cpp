@@ -10,6 +10,8 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 static void put(std::FILE *stream, std::string_view text)
 {
     if (!text.empty())
@@ -90,7 +92,7 @@ int outxmlfile(std::FILE *stream, frag *first, int depth)
     return std::ferror(stream) != 0 ? 1 : 0;
 }
 
-int write_xml_document(std::FILE *stream, frag **head)
+int flatlink::write_xml_document(std::FILE *stream, frag **head)
 {
     constexpr int TREE_DEPTH = 2;
     put(stream, "<?xml version=\"1.0\"?>\n<varnholt.conf>\n");

@@ -14,6 +14,11 @@ inline constexpr int DEEPEST_INDENTATION = 41; // blanks; elements below are not
 // Returns 0, or 1 if a write fell short.
 [[nodiscard]] int outxmlfile(std::FILE *stream, frag *first, int depth);
 
+namespace flatlink
+{
+
 // Writes the document around a tree, which is brought to the XML layout first.
 // Returns as outxmlfile does.
 [[nodiscard]] int write_xml_document(std::FILE *stream, frag **head);
+
+} // namespace flatlink

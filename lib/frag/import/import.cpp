@@ -15,6 +15,8 @@
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/descriptor.h"
 
+using namespace flatlink;
+
 importer::importer(frag **head, int keep) : machine_(std::make_unique<machine>(head, keep))
 {
     index_top_list(head);
@@ -36,9 +38,9 @@ void importer::finish()
     fnewcleanup(machine_->head);
 }
 
-const import_observer *import_watch = nullptr;
+const import_observer *flatlink::import_watch = nullptr;
 
-int import_open_file(int fd, frag **head, int keep)
+int flatlink::import_open_file(int fd, frag **head, int keep)
 {
     importer reader(head, keep);
     std::vector<char> block(IMPORT_BLOCK_SIZE);
@@ -80,7 +82,7 @@ int importenv(const char *path)
     return result;
 }
 
-int import_open_env(int fd)
+int flatlink::import_open_env(int fd)
 {
     frag **tree = current_tree();
     const int error = import_open_file(fd, tree, 0);

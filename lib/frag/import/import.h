@@ -32,9 +32,14 @@ inline constexpr std::size_t TAG_NAME_SIZE = 63;
 // before the import change to the reverse order and stand in front of them.
 int importffile(const char *path, frag **head, int keep);
 
+namespace flatlink
+{
+
 // The same for a file that is open for reading and stays the caller's. Returns 0, or the errno of
 // a read that failed; the tree then holds what was read before.
 [[nodiscard]] int import_open_file(int fd, frag **head, int keep);
+
+} // namespace flatlink
 
 // importffile into the current tree. importenv replaces values and then moves the value of each
 // child of `def_proxy_*` to the same name under `def_proxy_global`; importinitialenv keeps
@@ -42,8 +47,13 @@ int importffile(const char *path, frag **head, int keep);
 int importenv(const char *path);
 int importinitialenv(const char *path);
 
+namespace flatlink
+{
+
 // importenv for an open file; returns what import_open_file returns.
 [[nodiscard]] int import_open_env(int fd);
+
+} // namespace flatlink
 
 // The reader itself, for input that is not a file: hand over the bytes in pieces of any size,
 // then finish, which puts every list into file order.

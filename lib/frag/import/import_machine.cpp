@@ -10,6 +10,8 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 using namespace std::string_view_literals;
 
 importer::machine::machine(frag **tree_head, int keep_values)

@@ -14,6 +14,9 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/origin.h"
 
+namespace flatlink
+{
+
 // Makes one call of the observer, if there is one.
 template <typename... Types, typename... Values>
 void tell(void (*import_observer::*call)(void *, Types...), Values... values)
@@ -21,6 +24,8 @@ void tell(void (*import_observer::*call)(void *, Types...), Values... values)
     if (import_watch != nullptr && import_watch->*call != nullptr)
         (import_watch->*call)(import_watch->context, values...);
 }
+
+} // namespace flatlink
 
 // A set of bytes that end something; one look a byte.
 class byte_set

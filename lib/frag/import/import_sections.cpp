@@ -7,6 +7,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_text.h"
 
+using namespace flatlink;
+
 using namespace std::string_view_literals;
 
 // Moves over white space, and gives the line that follows without its end; an empty view if the

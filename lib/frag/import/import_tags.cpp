@@ -6,6 +6,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 
+using namespace flatlink;
+
 using namespace std::string_view_literals;
 
 bool importer::machine::tag_name()

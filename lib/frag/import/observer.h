@@ -35,5 +35,10 @@ struct import_observer {
     void (*unfinished)(void *context, std::int32_t line) = nullptr;
 };
 
+namespace flatlink
+{
+
 // Watches every import while it is set; null by default. The program's, which clears it again.
 extern const import_observer *import_watch;
+
+} // namespace flatlink

@@ -8,6 +8,8 @@
 #include <cstdarg>
 #include <cstring>
 
+using namespace flatlink;
+
 // Tells about the file or the key that was not to be had.
 __attribute__((format(printf, 2, 0))) static void tell(events event, const char *format, ...)
 {

@@ -3,6 +3,8 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 // One prefix at the front, or no bit.
 static unsigned take_one(std::string_view &name, unsigned accepted)
 {
@@ -15,7 +17,7 @@ static unsigned take_one(std::string_view &name, unsigned accepted)
     return 0;
 }
 
-unsigned take_access_prefixes(std::string_view &name, unsigned accepted)
+unsigned flatlink::take_access_prefixes(std::string_view &name, unsigned accepted)
 {
     unsigned flags = 0;
     while (const unsigned flag = take_one(name, accepted))

@@ -18,6 +18,8 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 int canon_netobj(frag **head, const char *key)
 {
     const frag *list = ffind(head, key);

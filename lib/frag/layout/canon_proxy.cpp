@@ -10,6 +10,8 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/origin.h"
 
+using namespace flatlink;
+
 static bool is_digit(char c)
 {
     return c >= '0' && c <= '9';

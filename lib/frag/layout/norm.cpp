@@ -15,6 +15,8 @@
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 static bool begins_with_digit(const char *name)
 {
     return *name >= '0' && *name <= '9';

@@ -9,6 +9,8 @@
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 
+using namespace flatlink;
+
 int norm41states(frag **head)
 {
     frag *proxies = ffind(head, "def_proxy");

@@ -17,6 +17,8 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 static constexpr const char *ALL_ELEMENT_KEY = "netobj_list_all%5Finterfaces_element";
 static constexpr const char *ALL_COUNT_KEY = "netobj_list_all%5Finterfaces_num_elements";
 

@@ -9,6 +9,8 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 int make_parent(frag *parent, frag *first)
 {
     for (frag *node = first; node != nullptr; node = node->next)

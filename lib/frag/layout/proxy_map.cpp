@@ -8,6 +8,8 @@
 
 #include "lib/frag/tree/frag.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -118,7 +120,8 @@ proxy_map determine_os_maprec(frag **head)
     return map_unix;
 }
 
-const proxy_map_row *find_row(proxy_map map, const char *proxy_map_row::*column, const char *text)
+const proxy_map_row *flatlink::find_row(proxy_map map, const char *proxy_map_row::*column,
+                                        const char *text)
 {
     for (const proxy_map_row &row : map)
         if (std::strcmp(row.*column, text) == 0)

@@ -25,5 +25,10 @@ extern const proxy_map map_nt;
 // name of a system, its case minded. map_unix without a value or for an unknown name.
 proxy_map determine_os_maprec(frag **head);
 
+namespace flatlink
+{
+
 // The first row with this text in a column, such as &proxy_map_row::state; null if none has it.
 const proxy_map_row *find_row(proxy_map map, const char *proxy_map_row::*column, const char *text);
+
+} // namespace flatlink

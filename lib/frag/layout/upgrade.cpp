@@ -15,6 +15,8 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 static constexpr const char *PLUG_TYPE = "plug-relay";
 
 // Memory that copies of the plug relay's settings may take in all. Each config set gets a copy,

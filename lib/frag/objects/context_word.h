@@ -9,6 +9,9 @@
 #include "lib/frag/objects/netobj_text.h"
 #include "lib/frag/objects/pattern.h"
 
+namespace flatlink
+{
+
 // A callback that hands `word` on to `callback`.
 template <typename Function, typename Word>
 object_callback object_callback_with(Function callback, Word word)
@@ -25,46 +28,48 @@ text_callback text_callback_with(Function callback, Word word)
         [callback, word](frag *element, const char *text) { return callback(element, text, word); };
 }
 
+} // namespace flatlink
+
 template <typename Function, typename Word>
 int enum_group(frag **db, frag *obj, Function callback, Word word)
 {
-    return enum_group(db, obj, object_callback_with(callback, word));
+    return enum_group(db, obj, flatlink::object_callback_with(callback, word));
 }
 
 template <typename Function, typename Word>
 int enum_list(frag **db, frag **list, Function callback, Word word)
 {
-    return enum_list(db, list, object_callback_with(callback, word));
+    return enum_list(db, list, flatlink::object_callback_with(callback, word));
 }
 
 template <typename Function, typename Word>
 int enum_netobj(frag **db, const char *key, Function callback, Word word)
 {
-    return enum_netobj(db, key, text_callback_with(callback, word));
+    return enum_netobj(db, key, flatlink::text_callback_with(callback, word));
 }
 
 template <typename Function, typename Word>
 int enum_netobj6(frag **db, frag *obj, const char *key, Function callback, Word word)
 {
-    return enum_netobj6(db, obj, key, text_callback_with(callback, word));
+    return enum_netobj6(db, obj, key, flatlink::text_callback_with(callback, word));
 }
 
 template <typename Function, typename Word>
 int enum_netobj42(frag **db, const char *key, Function callback, Word word)
 {
-    return enum_netobj42(db, key, text_callback_with(callback, word));
+    return enum_netobj42(db, key, flatlink::text_callback_with(callback, word));
 }
 
 template <typename Function, typename Word>
 int enum_netgroup(frag **db, frag *group, const char *key, Function callback, Word word)
 {
-    return enum_netgroup(db, group, key, text_callback_with(callback, word));
+    return enum_netgroup(db, group, key, flatlink::text_callback_with(callback, word));
 }
 
 template <typename Function, typename Word>
 int enum_netlist(frag **db, frag *list, const char *name, Function callback, Word word)
 {
-    return enum_netlist(db, list, name, text_callback_with(callback, word));
+    return enum_netlist(db, list, name, flatlink::text_callback_with(callback, word));
 }
 
 // The text callback of netobj_to_netperm, which needs no word.
@@ -94,7 +99,7 @@ template <typename Function, typename Word>
 int enum_pattern(frag **db, char *text, Function callback, Word word, const char *tag,
                  const char **typeout)
 {
-    const object_callback calls = object_callback_with(callback, word);
+    const object_callback calls = flatlink::object_callback_with(callback, word);
     if (text == nullptr)
         return enum_pattern(db, static_cast<std::string *>(nullptr), calls, tag, typeout);
     std::string rewritten = text;

@@ -4,17 +4,19 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 const char *type_of_key(const frag *obj)
 {
     return obj == nullptr || obj->parent == nullptr ? "unknown" : obj->parent->name;
 }
 
-bool is_of_type(const frag *obj, const char *type)
+bool flatlink::is_of_type(const frag *obj, const char *type)
 {
     return same_word(type_of_key(obj), type);
 }
 
-const char *child_value(frag *obj, const char *key)
+const char *flatlink::child_value(frag *obj, const char *key)
 {
     return obj == nullptr ? nullptr : fval(&obj->child, key);
 }

@@ -17,11 +17,16 @@ using object_callback = std::function<int(frag **db, frag *obj, const char *type
 // The name of the node above, as the tree holds it; "unknown" for null and for a top node.
 const char *type_of_key(const frag *obj);
 
+namespace flatlink
+{
+
 // True when the object's type is `type`, ASCII case ignored.
 bool is_of_type(const frag *obj, const char *type);
 
 // The value of the child `key` of an object; null if the object, the child or its value is missing.
 const char *child_value(frag *obj, const char *key);
+
+} // namespace flatlink
 
 // Visits the objects inside `obj`: the members of a group, sorted, groups among them opened; a
 // member itself stands for the list it is in; any other object is visited alone. A group that

@@ -9,6 +9,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -11,6 +11,8 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -54,17 +56,17 @@ object_run::~object_run()
     walks = walk_state();
 }
 
-void objects_changed()
+void flatlink::objects_changed()
 {
     ++walks.tree_state;
 }
 
-void set_walk_origin(const frag *node)
+void flatlink::set_walk_origin(const frag *node)
 {
     walks.origin = node;
 }
 
-std::string walk_place(const frag *obj)
+std::string flatlink::walk_place(const frag *obj)
 {
     std::string place = walks.origin == nullptr ? "" : fragkeyname(walks.origin);
     if (obj != nullptr)
@@ -72,7 +74,7 @@ std::string walk_place(const frag *obj)
     return place;
 }
 
-int open_groups()
+int flatlink::open_groups()
 {
     return walks.groups;
 }
@@ -86,7 +88,7 @@ static void start_lone_walk()
         walks.steps = walks.reports = 0;
 }
 
-bool take_steps(long long steps, const frag *obj)
+bool flatlink::take_steps(long long steps, const frag *obj)
 {
     start_lone_walk();
     const bool had_steps = has_steps();
@@ -103,13 +105,13 @@ bool take_steps(long long steps, const frag *obj)
     return false;
 }
 
-frag *find_object(frag **db, const char *key, const frag *at)
+frag *flatlink::find_object(frag **db, const char *key, const frag *at)
 {
     const auto steps = static_cast<long long>(text_of(key).size());
     return take_steps(steps, at) ? ffind(db, key) : nullptr;
 }
 
-void report_object(const char *before, const frag *obj, const char *after)
+void flatlink::report_object(const char *before, const frag *obj, const char *after)
 {
     start_lone_walk();
     if (walks.reports >= MAX_OBJECT_REPORTS)
@@ -123,12 +125,12 @@ void report_object(const char *before, const frag *obj, const char *after)
             fragkeyname(obj), after);
 }
 
-void report_recursive(const frag *obj)
+void flatlink::report_recursive(const frag *obj)
 {
     report_object("vhltcfgerr: Object ", obj, " is recursive.");
 }
 
-void report_deep(const frag *obj)
+void flatlink::report_deep(const frag *obj)
 {
     report_object("vhltcfgerr: Object ", obj, " is nested too deeply.");
 }

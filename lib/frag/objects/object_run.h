@@ -24,11 +24,16 @@ inline constexpr long long MAX_OBJECT_STEPS = 400'000'000;
 // Reports of one run about objects. Waiting for the log takes far longer than the walk.
 inline constexpr long MAX_OBJECT_REPORTS = 10'000;
 
+namespace flatlink
+{
+
 // Steps of work on so many bytes of text.
 constexpr long long text_steps(std::size_t size_bytes)
 {
     return static_cast<long long>(size_bytes / 8);
 }
+
+} // namespace flatlink
 
 // A run, from its beginning to the end of the block. While it lasts the tree changes by fset and
 // enum_pattern alone, and objects_changed follows an fset that makes objects; what groups hold is
@@ -41,6 +46,9 @@ class object_run
     object_run(const object_run &) = delete;
     object_run &operator=(const object_run &) = delete;
 };
+
+namespace flatlink
+{
 
 // Objects were made: members that led nowhere may lead to them.
 void objects_changed();
@@ -71,6 +79,8 @@ void report_object(const char *before, const frag *obj, const char *after = "");
 
 // Groups that walks are inside of at the moment.
 int open_groups();
+
+} // namespace flatlink
 
 // Counts an object as being inside of, for the length of a block.
 class open_object
@@ -111,7 +121,7 @@ class peer_path
   public:
     // True when `peer` was entered since the innermost open group was.
     bool leads_back_to(const frag *peer) const;
-    void enter(const frag *peer) { peers_.push_back({peer, open_groups()}); }
+    void enter(const frag *peer) { peers_.push_back({peer, flatlink::open_groups()}); }
     void leave() { peers_.pop_back(); }
     std::size_t depth() const { return peers_.size(); }
 

@@ -8,6 +8,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -97,7 +99,7 @@ static std::vector<std::string> words_of(std::string_view text)
 // Groups taken out of the tree, with all that a configuration may have put below them.
 static std::vector<frag_ptr> replaced_groups;
 
-void free_replaced_patterns()
+void flatlink::free_replaced_patterns()
 {
     replaced_groups.clear();
 }

@@ -20,6 +20,11 @@ int convert_pat(std::string *text);
 int enum_pattern(frag **db, std::string *text, const object_callback &callback, const char *tag,
                  const char **typeout);
 
+namespace flatlink
+{
+
 // Frees the temporary groups that later lists have replaced. Until then they stay in memory, as
 // a walk may be inside of one: call this where none is, between two rules or pools.
 void free_replaced_patterns();
+
+} // namespace flatlink

@@ -8,6 +8,8 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/node_pool.h"
 
+using namespace flatlink;
+
 static bool ends_part(char c)
 {
     return c == '\0' || c == '_';
@@ -88,7 +90,7 @@ int cffreetree(cfnode **index)
 }
 
 // One above the full count says that the trie is due.
-void count_new_child(frag *node)
+void flatlink::count_new_child(frag *node)
 {
     frag *parent = node->parent;
     if (parent->index != nullptr)
@@ -97,7 +99,7 @@ void count_new_child(frag *node)
         parent->flags += FRAG_COUNT_ONE;
 }
 
-bool make_due_trie(frag *parent)
+bool flatlink::make_due_trie(frag *parent)
 {
     if (parent->index == nullptr && (parent->flags & FRAG_COUNT_MASK) > FRAG_COUNT_FULL)
         for (frag *child = parent->child; child != nullptr; child = child->next)

@@ -36,6 +36,9 @@ int cffreetree(cfnode **index);
 // parent is missing, else 0.
 int fnewchild(frag *node);
 
+namespace flatlink
+{
+
 // The same for an import that looks names up in other ways: the trie is due from the seventeenth
 // child on, but made by make_due_trie alone.
 void count_new_child(frag *node);
@@ -43,6 +46,8 @@ void count_new_child(frag *node);
 // Makes the trie of a node that is due and has none, of the children that it has. Returns true if
 // the node has a trie now.
 bool make_due_trie(frag *parent);
+
+} // namespace flatlink
 
 // Ends an import: reverses every sibling list of the tree once, since the import puts new nodes
 // at the front, and clears counts and tries. Returns 0.

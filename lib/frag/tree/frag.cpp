@@ -13,6 +13,8 @@
 #include "lib/frag/tree/origin.h"
 #include "lib/ulib/report.h"
 
+using namespace flatlink;
+
 // A node lies in one block with the name that it is born with: trees hold millions of nodes, and
 // one allocation for both saves a third of the memory and of the time. A later name has a block
 // of its own. The name begins where the last field ends, in the bytes that round the node up.
@@ -60,7 +62,7 @@ frag *newsymfrag(std::string_view name)
     return node;
 }
 
-std::string escaped_name(std::string_view plain)
+std::string flatlink::escaped_name(std::string_view plain)
 {
     constexpr char HEX[] = "0123456789ABCDEF";
     std::string stored;
@@ -90,7 +92,8 @@ void renamefrag(frag *node, const char *plain)
         drop_name_indexes();
 }
 
-void write_frag_value(frag *node, std::size_t offset, const char *bytes, std::size_t length)
+void flatlink::write_frag_value(frag *node, std::size_t offset, const char *bytes,
+                                std::size_t length)
 {
     const std::size_t end = offset + length;
     auto *value = static_cast<char *>(std::realloc(node->value, end + 1));
@@ -103,7 +106,7 @@ void write_frag_value(frag *node, std::size_t offset, const char *bytes, std::si
     node->vlen = static_cast<std::int32_t>(end);
 }
 
-void set_frag_value(frag *node, const char *text, std::size_t length)
+void flatlink::set_frag_value(frag *node, const char *text, std::size_t length)
 {
     write_frag_value(node, 0, text, length);
 }
@@ -132,7 +135,7 @@ void freefrag(frag *node)
     }
 }
 
-void free_fraglist(frag **head)
+void flatlink::free_fraglist(frag **head)
 {
     drop_name_index(head);
     while (*head != nullptr) {

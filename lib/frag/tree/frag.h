@@ -77,8 +77,13 @@ frag *fdel(frag **head, const char *key);
 // at the node above, which may be gone.
 void freefrag(frag *node);
 
+namespace flatlink
+{
+
 // Frees a whole list, node by node, and leaves it empty.
 void free_fraglist(frag **head);
+
+} // namespace flatlink
 
 // A new unlinked node named by `name` as it stands, all else empty. The caller owns it.
 frag *newsymfrag(std::string_view name);
@@ -96,6 +101,9 @@ void renamefrag(frag *node, const char *plain);
 // Values are copied as far as `vlen` counts them, with their origins. The caller owns the copy.
 frag *copy_fragtree(frag **head, frag *parent);
 
+namespace flatlink
+{
+
 // Gives the node `length` bytes of `text` as its value, ended by a NUL; `vlen` becomes `length`.
 void set_frag_value(frag *node, const char *text, std::size_t length);
 
@@ -105,6 +113,8 @@ void write_frag_value(frag *node, std::size_t offset, const char *bytes, std::si
 
 // Escapes '_' and '%' of `plain` for a stored name.
 std::string escaped_name(std::string_view plain);
+
+} // namespace flatlink
 
 // Unlinked nodes that somebody holds for the length of a block.
 struct frag_deleter {

@@ -9,6 +9,8 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/origin.h"
 
+using namespace flatlink;
+
 // The owner of the list is known here, so that it does not matter what its first node says.
 static void drop_index_of(frag *node)
 {
@@ -16,13 +18,13 @@ static void drop_index_of(frag *node)
         free_name_index(std::exchange(node->names, nullptr));
 }
 
-frag *take_children(frag *node)
+frag *flatlink::take_children(frag *node)
 {
     drop_index_of(node);
     return std::exchange(node->child, nullptr);
 }
 
-frag *pop_front(frag *&list)
+frag *flatlink::pop_front(frag *&list)
 {
     frag *node = list;
     if (node != nullptr) {
@@ -33,13 +35,13 @@ frag *pop_front(frag *&list)
     return node;
 }
 
-void push_child(frag *parent, frag *node)
+void flatlink::push_child(frag *parent, frag *node)
 {
     node->parent = parent;
     push_front(&parent->child, node);
 }
 
-void give_children(frag *parent, frag *list)
+void flatlink::give_children(frag *parent, frag *list)
 {
     drop_index_of(parent);
     parent->child = list;
@@ -47,7 +49,7 @@ void give_children(frag *parent, frag *list)
         node->parent = parent;
 }
 
-frag *add_child(frag *parent, std::string_view name)
+frag *flatlink::add_child(frag *parent, std::string_view name)
 {
     frag *node = newsymfrag(name);
     push_child(parent, node);
@@ -56,7 +58,7 @@ frag *add_child(frag *parent, std::string_view name)
 
 // renamefrag drops the index of the parent's list, or every index if there is no parent; an
 // empty list of our own spares both.
-void rename_unlinked(frag *node, const char *plain)
+void flatlink::rename_unlinked(frag *node, const char *plain)
 {
     frag nobody;
     frag *parent = std::exchange(node->parent, &nobody);
@@ -64,35 +66,35 @@ void rename_unlinked(frag *node, const char *plain)
     node->parent = parent;
 }
 
-frag_ptr take_frag(frag **head, const char *key)
+frag_ptr flatlink::take_frag(frag **head, const char *key)
 {
     return frag_ptr(fdel(head, key));
 }
 
-void del_frag(frag **head, const char *key)
+void flatlink::del_frag(frag **head, const char *key)
 {
     freefrag(fdel(head, key));
 }
 
-void del_frag_if_empty(frag **head, const char *key)
+void flatlink::del_frag_if_empty(frag **head, const char *key)
 {
     const frag *node = ffind(head, key);
     if (node != nullptr && node->value == nullptr && node->child == nullptr)
         del_frag(head, key);
 }
 
-frag *find_or_make(frag **head, const char *key, frag *parent)
+frag *flatlink::find_or_make(frag **head, const char *key, frag *parent)
 {
     frag *node = ffind(head, key);
     return node != nullptr ? node : fsetp(head, key, nullptr, parent);
 }
 
-frag *set_number(frag **head, const char *key, std::int64_t number, frag *parent)
+frag *flatlink::set_number(frag **head, const char *key, std::int64_t number, frag *parent)
 {
     return fsetp(head, key, std::to_string(number).c_str(), parent);
 }
 
-frag *set_text_of(frag **head, const char *key, const frag *source, frag *parent)
+frag *flatlink::set_text_of(frag **head, const char *key, const frag *source, frag *parent)
 {
     const std::uint32_t origin = source->origin;
     frag *node = fsetp(head, key, source->value, parent);
@@ -100,12 +102,12 @@ frag *set_text_of(frag **head, const char *key, const frag *source, frag *parent
     return node;
 }
 
-void rename_to_number(frag *node, std::int64_t number)
+void flatlink::rename_to_number(frag *node, std::int64_t number)
 {
     renamefrag(node, std::to_string(number).c_str());
 }
 
-std::int64_t number_list(frag *first)
+std::int64_t flatlink::number_list(frag *first)
 {
     std::int64_t number = 0;
     for (frag *node = first; node != nullptr; node = node->next)
@@ -113,7 +115,7 @@ std::int64_t number_list(frag *first)
     return number;
 }
 
-std::int64_t count_list(const frag *first)
+std::int64_t flatlink::count_list(const frag *first)
 {
     std::int64_t count = 0;
     for (const frag *node = first; node != nullptr; node = node->next)
@@ -121,7 +123,7 @@ std::int64_t count_list(const frag *first)
     return count;
 }
 
-std::int64_t bytes_of_list(const frag *first)
+std::int64_t flatlink::bytes_of_list(const frag *first)
 {
     std::int64_t bytes = 0;
     std::vector<const frag *> open{first};
@@ -137,7 +139,7 @@ std::int64_t bytes_of_list(const frag *first)
     return bytes;
 }
 
-void drop_frag_value(frag *node)
+void flatlink::drop_frag_value(frag *node)
 {
     std::free(std::exchange(node->value, nullptr));
     node->vlen = 0;

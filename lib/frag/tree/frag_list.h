@@ -6,6 +6,9 @@
 
 #include "lib/frag/tree/frag.h"
 
+namespace flatlink
+{
+
 // Cuts a node's children off and returns them as a list that the caller owns.
 frag *take_children(frag *node);
 
@@ -58,3 +61,5 @@ std::int64_t bytes_of_list(const frag *first);
 
 // Frees the value; the node is then without one.
 void drop_frag_value(frag *node);
+
+} // namespace flatlink

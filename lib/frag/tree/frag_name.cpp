@@ -6,6 +6,8 @@
 
 #include "lib/frag/tree/frag.h"
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -63,7 +65,7 @@ struct key_text {
 
 } // namespace
 
-std::string_view shown_prefix(const frag *node)
+std::string_view flatlink::shown_prefix(const frag *node)
 {
     for (const access_prefix &prefix : ACCESS_PREFIXES)
         if (node->flags & prefix.flag)

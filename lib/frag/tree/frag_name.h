@@ -19,8 +19,13 @@ inline constexpr access_prefix ACCESS_PREFIXES[] = {
     {"onlyon-", 0x08},
 };
 
+namespace flatlink
+{
+
 // The prefix that a node's name shows; empty for none.
 std::string_view shown_prefix(const frag *node);
+
+} // namespace flatlink
 
 inline constexpr int FRAGNAME_SIZE = 64;      // bytes of fragname's text, its NUL included
 inline constexpr int FRAGKEYNAME_SIZE = 1024; // the same of fragkeyname

@@ -8,6 +8,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/name_index.h"
 
+using namespace flatlink;
+
 static bool is_digit(char c)
 {
     return c >= '0' && c <= '9';

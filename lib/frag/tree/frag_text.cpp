@@ -9,6 +9,8 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 static std::string_view without_leading_blanks(const char *text)
 {
     const std::string_view view = text_of(text);

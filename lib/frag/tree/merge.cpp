@@ -5,6 +5,8 @@
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 
+using namespace flatlink;
+
 namespace
 {
 

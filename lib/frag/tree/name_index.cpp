@@ -8,6 +8,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 
+using namespace flatlink;
+
 // A walk of this many nodes costs about as much as a look into a table.
 static constexpr int WALKED_NODES = 12;
 
@@ -166,7 +168,7 @@ static frag *answer_of_index(name_index *&index, frag *first, bool is_fit, std::
     return look_up(*index, name);
 }
 
-frag *find_in_list(frag **head, std::string_view name)
+frag *flatlink::find_in_list(frag **head, std::string_view name)
 {
     if (*head == nullptr)
         return nullptr;
@@ -184,7 +186,7 @@ frag *find_in_list(frag **head, std::string_view name)
     return node;
 }
 
-void push_front(frag **head, frag *node)
+void flatlink::push_front(frag **head, frag *node)
 {
     node->next = *head;
     name_index **place = place_of(head, *head != nullptr ? *head : node);
@@ -202,12 +204,12 @@ void push_front(frag **head, frag *node)
     *head = node;
 }
 
-void free_name_index(name_index *index)
+void flatlink::free_name_index(name_index *index)
 {
     delete index;
 }
 
-void drop_name_index(frag **head)
+void flatlink::drop_name_index(frag **head)
 {
     if (*head == nullptr)
         return;
@@ -221,12 +223,12 @@ void drop_name_index(frag **head)
     }
 }
 
-void drop_name_indexes()
+void flatlink::drop_name_indexes()
 {
     ++generation;
 }
 
-void index_top_list(frag **head)
+void flatlink::index_top_list(frag **head)
 {
     auto &extra = top_lists[1];
     delete extra.index;

@@ -30,6 +30,9 @@ class steady_lists
     steady_lists &operator=(const steady_lists &) = delete;
 };
 
+namespace flatlink
+{
+
 // The first node of the list with exactly this name, or null. An empty list is allowed.
 frag *find_in_list(frag **head, std::string_view name);
 
@@ -46,3 +49,5 @@ void free_name_index(name_index *index);
 // Only lists whose head cannot change its address are indexed: the children of a node, the
 // default tree, and one more top-level list that is named here. Null takes that one away again.
 void index_top_list(frag **head);
+
+} // namespace flatlink

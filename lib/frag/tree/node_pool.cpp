@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdlib>
 
+using namespace flatlink;
+
 // The address sanitizer watches the edges of each allocation, so it gets each node by itself.
 #if defined(__SANITIZE_ADDRESS__)
 #define NODES_ONE_BY_ONE 1
@@ -49,7 +51,7 @@ bool start_block()
 
 } // namespace
 
-void *take_node_room(std::size_t size)
+void *flatlink::take_node_room(std::size_t size)
 {
     if (NODES_ONE_BY_ONE || size > LARGEST)
         return std::malloc(size);
@@ -67,7 +69,7 @@ void *take_node_room(std::size_t size)
     return room;
 }
 
-void give_node_room(void *room, std::size_t size)
+void flatlink::give_node_room(void *room, std::size_t size)
 {
     if (room == nullptr)
         return;

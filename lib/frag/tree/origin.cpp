@@ -2,13 +2,15 @@
 
 #include <vector>
 
-void take_origin(frag *node, const frag *source)
+using namespace flatlink;
+
+void flatlink::take_origin(frag *node, const frag *source)
 {
     if (node->origin == 0)
         node->origin = source->origin;
 }
 
-void clear_asked(frag **head)
+void flatlink::clear_asked(frag **head)
 {
     std::vector<frag *> open{*head};
     while (!open.empty()) {

@@ -20,6 +20,9 @@ enum class frag_notation : std::uint32_t {
 
 inline constexpr std::int32_t LAST_ORIGIN_LINE = (1 << 29) - 1; // that of all later lines too
 
+namespace flatlink
+{
+
 // frag::origin for a line counted from 1.
 constexpr std::uint32_t make_origin(std::int32_t line, frag_notation notation)
 {
@@ -61,3 +64,5 @@ inline bool was_asked(const frag *node)
 // Takes the marks off a list and all below it: the passes that bring a tree to the current layout
 // ask too.
 void clear_asked(frag **head);
+
+} // namespace flatlink

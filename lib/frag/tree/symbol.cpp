@@ -2,10 +2,12 @@
 
 #include "lib/frag/tree/frag.h"
 
+using namespace flatlink;
+
 frag *def_database = nullptr;
 frag **cur_database = nullptr;
 
-frag **current_tree()
+frag **flatlink::current_tree()
 {
     if (cur_database == nullptr)
         cur_database = &def_database;

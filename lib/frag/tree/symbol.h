@@ -9,8 +9,13 @@ extern frag *def_database;
 // Address of the current tree's head; null means that nobody chose one yet.
 extern frag **cur_database;
 
+namespace flatlink
+{
+
 // The current tree: `cur_database`, which becomes the default tree if unset.
 frag **current_tree();
+
+} // namespace flatlink
 
 frag *symffind(const char *key);                   // ffind in the current tree
 frag *symfset(const char *key, const char *value); // fset in the current tree

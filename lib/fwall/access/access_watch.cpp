@@ -1,3 +1,5 @@
 #include "lib/fwall/access/access_watch.h"
 
-const access_watch_calls *access_watch = nullptr;
+using namespace flatlink;
+
+const access_watch_calls *flatlink::access_watch = nullptr;

@@ -30,6 +30,11 @@ struct access_watch_calls {
     void (*decided)(const cfgrec *entry, int argument, bool allows);
 };
 
+namespace flatlink
+{
+
 // Null: nothing is watched, which is so at the start. What is set must outlive its use. With a
 // watch, a source check compares item by item, without what was prepared of them (src_patterns.h).
 extern const access_watch_calls *access_watch;
+
+} // namespace flatlink

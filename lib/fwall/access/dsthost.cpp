@@ -10,6 +10,8 @@
 
 #include <cstring>
 
+using namespace flatlink;
+
 const char *maphostname(const char *host)
 {
     static char address[INET_ADDRSTRLEN];

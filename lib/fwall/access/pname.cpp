@@ -8,6 +8,8 @@
 
 #include <cerrno>
 
+using namespace flatlink;
+
 int peer_addr_name(const sockaddr_in *addr, char *name, char *address, std::size_t size)
 {
     if (size == 0)
@@ -38,7 +40,7 @@ int peername(int fd, char *name, char *address, std::size_t size)
     return vfw_getpeername(fd, &peer, &length) == 0 ? take_peer(peer, name, address, size) : 1;
 }
 
-int endnames(int fd, char *name, char *address, std::size_t size, sockaddr_in *local)
+int flatlink::endnames(int fd, char *name, char *address, std::size_t size, sockaddr_in *local)
 {
     sockaddr_in peer{}, near{};
     if (vfw_getends(fd, &peer, &near) != 0 || take_peer(peer, name, address, size) != 0)

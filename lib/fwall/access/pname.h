@@ -9,8 +9,13 @@
 // Returns 0, or 1 with errno when the far end can't be had; nothing is changed then.
 int peername(int fd, char *name, char *address, std::size_t size);
 
+namespace flatlink
+{
+
 // The same, and the true near end of the connection to `local`, which stays as it was on failure.
 int endnames(int fd, char *name, char *address, std::size_t size, sockaddr_in *local);
+
+} // namespace flatlink
 
 // Writes `addr` as dotted text to `address`, and "unknown" to `name` unless that holds a text
 // already: no name service is asked.

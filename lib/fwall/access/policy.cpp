@@ -14,6 +14,8 @@
 #include <new>
 #include <vector>
 
+using namespace flatlink;
+
 namespace
 {
 

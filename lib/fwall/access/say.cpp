@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // A write that raises no signal where `fd` is a socket.
 static ssize_t write_some(int fd, std::string_view bytes, int flags)
 {
@@ -76,7 +78,7 @@ static int open_regular(const char *path)
     return -1;
 }
 
-int fwall_saypart(int fd, const char *path, std::size_t max_bytes)
+int flatlink::fwall_saypart(int fd, const char *path, std::size_t max_bytes)
 {
     line_pieces file(open_regular(path));
     return say_pieces(fd, file, max_bytes);

@@ -12,6 +12,11 @@ int fwall_sayn(int fd, const char *buffer, std::size_t length);
 // errno when the file can't be opened or read or a write fails, where it stops.
 int fwall_sayfile(int fd, const char *path);
 
+namespace flatlink
+{
+
 // The same for a regular file alone, of which at most `max_bytes` are read. No path makes it wait:
 // what is no regular file is a failure with EISDIR for a folder and EINVAL for all else.
 int fwall_saypart(int fd, const char *path, std::size_t max_bytes);
+
+} // namespace flatlink

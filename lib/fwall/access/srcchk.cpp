@@ -17,6 +17,8 @@
 #include <cstring>
 #include <optional>
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -13,6 +13,8 @@
 #include <cstdio>
 #include <cstring>
 
+using namespace flatlink;
+
 // What a client that is denied is shown of the file of denial-msg.
 static constexpr std::size_t DENIAL_MAX_BYTES = 65536;
 

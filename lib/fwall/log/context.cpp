@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+using namespace flatlink;
+
 CServiceContext::CServiceContext()
 {
     install_log();

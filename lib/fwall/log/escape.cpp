@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <limits>
 
+using namespace flatlink;
+
 static bool is_plain(char c, std::string_view extra)
 {
     return c >= ' ' && c <= '~' && c != '%' && extra.find(c) == std::string_view::npos;

@@ -17,6 +17,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // Atomic for the handlers that may read it at any instant.
 static std::atomic<Log *> the_log = nullptr;
 
@@ -59,7 +61,7 @@ __attribute__((format(printf, 5, 0))) static void to_log(CServiceContext *servic
     the_log.load()->vSendLog(service, connection, &uniq, priority, format, args);
 }
 
-void install_log()
+void flatlink::install_log()
 {
     report_hook = to_log;
 }
@@ -209,7 +211,7 @@ void Log::SendLogFormatted(CServiceContext *service, CConnectionContext *connect
         make_record(*service, connection, *uniq, priority, text)); // it has reported
 }
 
-void log_at_any_instant(events event, int priority, const char *text)
+void flatlink::log_at_any_instant(events event, int priority, const char *text)
 {
     const Log *log = the_log.load();
     if (servContext == nullptr || connContext == nullptr || log == nullptr) {

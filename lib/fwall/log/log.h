@@ -21,6 +21,9 @@ void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
 // Deletes the log object, if there is one.
 void V_CloseLog();
 
+namespace flatlink
+{
+
 // For signal handlers, which may have interrupted anything: reports the finished `text` as SendLog
 // would with the current contexts, but for trouble with the log, which is not told. Does not wait:
 // what has no room is counted as lost.
@@ -28,6 +31,8 @@ void log_at_any_instant(events event, int priority, const char *text);
 
 // Makes vSendLog hand its reports to the log object. Called by the service contexts.
 void install_log();
+
+} // namespace flatlink
 
 class Log : public CStdLog
 {

@@ -12,6 +12,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 int log_open(stdlog_conn *conn)
 {
     conn->connected = false;
@@ -36,7 +38,7 @@ static const sockaddr *address_of(const stdlog_conn &conn)
     return reinterpret_cast<const sockaddr *>(&conn.address);
 }
 
-int log_connect(stdlog_conn *conn)
+int flatlink::log_connect(stdlog_conn *conn)
 {
     if (connect(conn->fd, address_of(*conn), sizeof conn->address) != 0)
         return errno;
@@ -62,7 +64,7 @@ static bool send_by(sender *send, const void *record, std::size_t length, const 
                 : send(conn.fd, record, length, address_of(conn), sizeof conn.address)) >= 0;
 }
 
-bool log_send_at_once(const void *record, std::size_t length, const stdlog_conn &conn)
+bool flatlink::log_send_at_once(const void *record, std::size_t length, const stdlog_conn &conn)
 {
     return send_by(send_to_log_at_once, record, length, conn);
 }

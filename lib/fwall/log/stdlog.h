@@ -23,10 +23,15 @@ struct stdlog_conn {
 // "Failed to create stdlog socket errno=N WORDS".
 int log_open(stdlog_conn *conn);
 
+namespace flatlink
+{
+
 // Ties an open socket to the daemon that holds the path now: records then reach it also once this
 // process has lost the right to the path, until that daemon ends. Returns 0, or the error number,
 // which changes nothing.
 int log_connect(stdlog_conn *conn);
+
+} // namespace flatlink
 
 // Closes the socket if it is open, and sets `fd` to -1.
 void log_close(stdlog_conn *conn);
@@ -39,8 +44,13 @@ int log_transmit(const void *record, std::size_t length, stdlog_conn *conn);
 // log_transmit of a record, if `mode` has the bit of the log daemon; else 1 at once.
 int log_daemonmsg(std::int32_t mode, const DaemonMsg *record, stdlog_conn *conn);
 
+namespace flatlink
+{
+
 // For signal handlers: sends over an open connection without wait or report. False when it failed.
 bool log_send_at_once(const void *record, std::size_t length, const stdlog_conn &conn);
+
+} // namespace flatlink
 
 // The connection with its mode. Opened from the start, whatever the mode.
 class CStdLog

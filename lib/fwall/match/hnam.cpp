@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+using namespace flatlink;
+
 int maskmatch(const char *pattern, const char *address)
 {
     if (std::strchr(pattern, '*') != nullptr)

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace flatlink;
+
 hostent *proxy_hostent = nullptr;
 
 static constexpr std::size_t RANGE_SIDE_MAX = 16;
@@ -57,7 +59,7 @@ static bool read_dotted(const char *text, u32 &number)
     return true;
 }
 
-host_address read_host_address(const char *text)
+host_address flatlink::read_host_address(const char *text)
 {
     host_address address{.text = text};
     if (read_dotted(text, address.number)) {
@@ -92,12 +94,12 @@ host_client::host_client(const char *host) : given(host)
         address = read_host_address(text);
 }
 
-bool is_name_pattern(std::string_view text)
+bool flatlink::is_name_pattern(std::string_view text)
 {
     return text.find_first_not_of(".*0123456789:-") != std::string_view::npos;
 }
 
-host_pattern compile_octets(const char *text)
+host_pattern flatlink::compile_octets(const char *text)
 {
     const char *rest = text;
     const octet_row value = take_octets(rest, ".:");
@@ -129,7 +131,7 @@ static bool read_range_side(std::string_view text, u32 &number)
     return true;
 }
 
-host_pattern compile_range(const char *text)
+host_pattern flatlink::compile_range(const char *text)
 {
     host_pattern pattern{.text = text, .low = 1, .high = 0, .kind = host_kind::range};
     const std::string_view sides(text);
@@ -176,7 +178,7 @@ static void find_starred_octets(host_pattern &pattern)
     pattern.kind = host_kind::octets;
 }
 
-host_pattern compile_host_pattern(const char *text, char *room)
+host_pattern flatlink::compile_host_pattern(const char *text, char *room)
 {
     const std::string_view all(text);
     if (all == "*")

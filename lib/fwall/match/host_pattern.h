@@ -27,9 +27,14 @@ struct host_address {
     bool is_dotted = false; // `text` is the dotted form of `number`: `octets` is equal to it
 };
 
+namespace flatlink
+{
+
 // Numbers are decimal and kept modulo 256; what else stands before a point is ignored. `is_number`
 // goes by scan_address (scan_address.h).
 host_address read_host_address(const char *text);
+
+} // namespace flatlink
 
 // A host to compare with: a name, or an address in dotted text.
 struct host_client {
@@ -104,6 +109,9 @@ struct host_pattern {
     }
 };
 
+namespace flatlink
+{
+
 // Whether a pattern is one of names: it has a character that is no digit and none of `.`, `*`, `:`
 // and `-`.
 bool is_name_pattern(std::string_view text);
@@ -119,3 +127,5 @@ host_pattern compile_host_pattern(const char *text, char *room);
 // range_hostmatch (hnam.h) read it. `text` is borrowed.
 host_pattern compile_octets(const char *text);
 host_pattern compile_range(const char *text);
+
+} // namespace flatlink

@@ -9,6 +9,8 @@
 #include <memory>
 #include <new>
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -8,6 +8,8 @@
 #include <arpa/inet.h>
 #include <cstdlib>
 
+using namespace flatlink;
+
 int str_to_port(const char *port)
 {
     if (isalldigits(port))

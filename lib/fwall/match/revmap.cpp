@@ -5,6 +5,8 @@
 #include "lib/ulib/name_service.h"
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 const char *revmap(const char *address)
 {
     static char name[257];

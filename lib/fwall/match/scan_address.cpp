@@ -1,5 +1,7 @@
 #include "lib/fwall/match/scan_address.h"
 
+using namespace flatlink;
+
 // A digit's value in any base, or a number that is none.
 static constexpr unsigned NO_DIGIT = 99;
 
@@ -41,7 +43,7 @@ static bool ends_address(char c)
     return c == '\0' || c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-bool scan_address(const char *text, u32 &addr_be)
+bool flatlink::scan_address(const char *text, u32 &addr_be)
 {
     if (text == nullptr)
         return false;

@@ -8,6 +8,8 @@
 #include <new>
 #include <type_traits>
 
+using namespace flatlink;
+
 static constexpr u32 ALL_BITS = 0xFFFFFFFF;
 
 namespace
@@ -38,7 +40,7 @@ struct alignas(src_pattern) src_patterns {
 
 static_assert(std::is_trivially_destructible_v<src_pattern>, "free() is the whole release");
 
-src_pattern compile_src_pattern(const char *argument, char *room)
+src_pattern flatlink::compile_src_pattern(const char *argument, char *room)
 {
     if (argument[0] == '~')
         return {.kind = src_kind::identity};
@@ -150,7 +152,7 @@ static void fill_block(src_patterns &made, cfgrec *first)
     }
 }
 
-void prepare_src_patterns(cfgrec *list)
+void flatlink::prepare_src_patterns(cfgrec *list)
 {
     cfgrec *const first = cfg_first("hosts", list);
     if (first == nullptr)
@@ -186,7 +188,8 @@ static int skip_failed(const key_test *tests, int count, const src_client &clien
     return at;
 }
 
-const src_pattern *next_candidate(src_patterns *prepared, const src_client &client, int &at)
+const src_pattern *flatlink::next_candidate(src_patterns *prepared, const src_client &client,
+                                            int &at)
 {
     const key_test *const tests = prepared->tests();
     const int count = prepared->count;
@@ -200,7 +203,7 @@ const src_pattern *next_candidate(src_patterns *prepared, const src_client &clie
     return nullptr;
 }
 
-cfgrec *last_prepared(const src_patterns *prepared)
+cfgrec *flatlink::last_prepared(const src_patterns *prepared)
 {
     return prepared->last;
 }

@@ -45,6 +45,9 @@ struct src_client {
     u32 keys[NAME_KEYS + HOST_TEXT_MAX + 1];
 };
 
+namespace flatlink
+{
+
 // Compiles the argument of a `hosts` entry; `room` is that of compile_host_pattern.
 src_pattern compile_src_pattern(const char *argument, char *room);
 
@@ -61,3 +64,5 @@ const src_pattern *next_candidate(src_patterns *prepared, const src_client &clie
 
 // The last record whose patterns these are.
 cfgrec *last_prepared(const src_patterns *prepared);
+
+} // namespace flatlink

@@ -11,6 +11,8 @@
 #include <string>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static int lock_fd = -1; // -1 without a lock
 
 static flock whole_file(short type)

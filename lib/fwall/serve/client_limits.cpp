@@ -9,6 +9,8 @@
 #include <sys/socket.h>
 #include <vector>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -67,19 +69,19 @@ static bool is_within_rate_limit()
     return false;
 }
 
-bool is_within_client_limits(int connection, in_addr_t &client_be)
+bool flatlink::is_within_client_limits(int connection, in_addr_t &client_be)
 {
     client_be = INADDR_ANY;
     return is_within_address_limit(connection, client_be) && is_within_rate_limit();
 }
 
-void add_client(pid_t child, in_addr_t client_be)
+void flatlink::add_client(pid_t child, in_addr_t client_be)
 {
     if (client_be != INADDR_ANY)
         clients.push_back({child, client_be});
 }
 
-void remove_client(pid_t child)
+void flatlink::remove_client(pid_t child)
 {
     const auto found = std::find_if(clients.begin(), clients.end(),
                                     [&](const served_client &one) { return one.child == child; });

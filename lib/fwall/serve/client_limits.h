@@ -5,6 +5,9 @@
 #include <netinet/in.h>
 #include <sys/types.h>
 
+namespace flatlink
+{
+
 // True when one more client may be served; false after a report (event 1500):
 //   "deny use of proxy: too many connections from ADDRESS (limit N)"
 //   "deny use of proxy: too many connections a second (limit N)"
@@ -16,3 +19,5 @@ bool is_within_client_limits(int connection, in_addr_t &client_be);
 // process that serves no client are ignored.
 void add_client(pid_t child, in_addr_t client_be);
 void remove_client(pid_t child);
+
+} // namespace flatlink

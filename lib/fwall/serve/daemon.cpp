@@ -26,6 +26,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 namespace
 {
 

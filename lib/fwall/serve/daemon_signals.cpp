@@ -16,6 +16,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -114,7 +116,7 @@ static void hold_signals(sigset_t *before)
     (void)sigprocmask(SIG_BLOCK, &ours, before); // cannot fail
 }
 
-void start_daemon_signals()
+void flatlink::start_daemon_signals()
 {
     hold_signals(&open_mask);
     for (const int number : held_signals)
@@ -138,17 +140,17 @@ signal_window::~signal_window()
         hold_signals(nullptr);
 }
 
-void add_acceptor(pid_t pid)
+void flatlink::add_acceptor(pid_t pid)
 {
     acceptors.push_back(pid);
 }
 
-void forget_acceptors()
+void flatlink::forget_acceptors()
 {
     acceptors.clear();
 }
 
-void give_signals_back()
+void flatlink::give_signals_back()
 {
     acceptors.clear();
     at_any_instant = 1;

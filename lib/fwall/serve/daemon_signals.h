@@ -26,8 +26,13 @@ void SetProxyCallBack(void (*callback)(int number));
 
 // For the daemon loop and the lock.
 
+namespace flatlink
+{
+
 // Installs the handlers and holds the signals back from now on.
 void start_daemon_signals();
+
+} // namespace flatlink
 
 // Lets the signals in for the length of a block, where they are held back. Keeps errno. Nothing
 // but one waiting system call belongs into the block.
@@ -40,6 +45,9 @@ class signal_window
     signal_window &operator=(const signal_window &) = delete;
 };
 
+namespace flatlink
+{
+
 // Remembers a child that is an accepting process, so that its end is not taken for a connection's.
 void add_acceptor(pid_t pid);
 
@@ -48,3 +56,5 @@ void forget_acceptors();
 
 // In a new connection child, whose work is done here: gives it its signals.
 void give_signals_back();
+
+} // namespace flatlink

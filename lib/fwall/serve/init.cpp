@@ -20,6 +20,8 @@
 #include <sys/stat.h>
 #include <syslog.h>
 
+using namespace flatlink;
+
 static constexpr int LOG_OPTIONS = LOG_PID | LOG_NDELAY;
 
 namespace

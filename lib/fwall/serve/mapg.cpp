@@ -5,6 +5,8 @@
 
 #include <grp.h>
 
+using namespace flatlink;
+
 std::int32_t mapgid(const char *name)
 {
     if (isalldigits(name))

@@ -5,6 +5,8 @@
 
 #include <pwd.h>
 
+using namespace flatlink;
+
 std::int32_t mapuid(const char *name)
 {
     if (isalldigits(name))

@@ -15,6 +15,8 @@
 #include <cstdlib>
 #include <unistd.h>
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static constexpr int STANDARD_FDS[] = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
 static constexpr int LAST_STANDARD = STDERR_FILENO;
 
@@ -11,7 +13,7 @@ static int open_null()
     return open("/dev/null", O_RDWR);
 }
 
-void fill_standard_fds()
+void flatlink::fill_standard_fds()
 {
     int fd = open_null();
     while (fd >= 0 && fd <= LAST_STANDARD) // an open takes the lowest number
@@ -20,13 +22,13 @@ void fill_standard_fds()
         (void)close(fd); // nothing was written
 }
 
-void standard_fds_to_null()
+void flatlink::standard_fds_to_null()
 {
     if (const int fd = open_null(); fd >= 0)
         standard_fds_from(fd);
 }
 
-void standard_fds_from(int fd)
+void flatlink::standard_fds_from(int fd)
 {
     for (const int standard : STANDARD_FDS)
         (void)dup2(fd, standard); // both are in range

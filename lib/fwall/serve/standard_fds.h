@@ -3,6 +3,9 @@
 // its records to a client.
 #pragma once
 
+namespace flatlink
+{
+
 // Puts /dev/null on those of the three that are closed. Without a /dev/null they stay closed.
 void fill_standard_fds();
 
@@ -11,3 +14,5 @@ void standard_fds_to_null();
 
 // Moves `fd` to all three.
 void standard_fds_from(int fd);
+
+} // namespace flatlink

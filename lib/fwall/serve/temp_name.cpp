@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // Replaces the X at the end of `name`; returns the first character replaced, or the end.
 static char *put_number(char *name)
 {
@@ -77,12 +79,12 @@ static int find_name(char *name, int (*attempt)(const char *name))
     }
 }
 
-char *make_temp_name(char *name)
+char *flatlink::make_temp_name(char *name)
 {
     return find_name(name, look_free) == 0 ? name : nullptr;
 }
 
-int make_temp_file(char *name)
+int flatlink::make_temp_file(char *name)
 {
     return find_name(name, make_file);
 }

@@ -8,9 +8,14 @@
 // The names can be guessed: only make_temp_file and O_EXCL are safe where others may write.
 #pragma once
 
+namespace flatlink
+{
+
 // A name that nothing has yet. Returns `name`, or null with errno.
 char *make_temp_name(char *name);
 
 // The same, and makes the file (mode 0600) for reading and writing. Returns its descriptor, which
 // the caller closes, or -1 with errno.
 int make_temp_file(char *name);
+
+} // namespace flatlink

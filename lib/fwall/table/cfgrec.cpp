@@ -9,6 +9,8 @@
 #include <type_traits>
 #include <vector>
 
+using namespace flatlink;
+
 // Layout of the block: this, the first record of each keyword, in the order of their keywords.
 struct cfg_index {
     cfgrec *last = nullptr; // of the list
@@ -39,8 +41,8 @@ static char *put_text(char *&place, std::string_view text)
 }
 
 // Layout of the block: the record, the vector with its null, the texts.
-cfgrec *cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t lineno, int argc,
-                 char *const *argv)
+cfgrec *flatlink::cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t lineno,
+                           int argc, char *const *argv)
 {
     static_assert(std::is_trivially_destructible_v<cfgrec>, "free() is the whole release");
     static_assert(sizeof(cfgrec) % alignof(char *) == 0, "the vector follows the record");
@@ -87,7 +89,7 @@ static cfgrec *find_from(const char *keyword, cfgrec *record)
     return record;
 }
 
-cfgrec *cfg_first(const char *keyword, cfgrec *list)
+cfgrec *flatlink::cfg_first(const char *keyword, cfgrec *list)
 {
     return cfg_has(list) ? find_from(keyword, list) : nullptr;
 }
@@ -101,7 +103,7 @@ cfgrec *cfg_next(const char *keyword, const cfgrec *record)
     return find_from(keyword, record->next);
 }
 
-cfgrec *cfg_last(cfgrec *list)
+cfgrec *flatlink::cfg_last(cfgrec *list)
 {
     for (;;) {
         if (list->index != nullptr)
@@ -112,7 +114,7 @@ cfgrec *cfg_last(cfgrec *list)
     }
 }
 
-void cfg_index_keywords(cfgrec *list)
+void flatlink::cfg_index_keywords(cfgrec *list)
 try {
     if (!cfg_has(list))
         return;

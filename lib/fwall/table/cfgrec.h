@@ -28,6 +28,9 @@ struct cfgrec {
                                  // keyword the list's last, and null for that one
 };
 
+namespace flatlink
+{
+
 // The failure marker: all bits set.
 inline cfgrec *cfg_failure()
 {
@@ -45,6 +48,8 @@ inline bool cfg_has(const cfgrec *list)
 cfgrec *cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t lineno, int argc,
                  char *const *argv);
 
+} // namespace flatlink
+
 // The first record of `list` with exactly `keyword`, or null. With a null list the walk goes on
 // where the last call of cfg_get stopped, on whatever list that was. There is one such place for
 // the whole process: after the record found, and nowhere after a call that found none.
@@ -53,6 +58,9 @@ cfgrec *cfg_get(const char *keyword, cfgrec *list);
 // The first record after `record` with exactly `keyword`, or null, also for a null `record`.
 // Leaves the place of cfg_get alone.
 cfgrec *cfg_next(const char *keyword, const cfgrec *record);
+
+namespace flatlink
+{
 
 // The first record of `list` with exactly `keyword`, or null. Leaves the place of cfg_get alone.
 cfgrec *cfg_first(const char *keyword, cfgrec *list);
@@ -65,6 +73,8 @@ cfgrec *cfg_last(cfgrec *list);
 // between those of the list or taken away; the list may grow at both its ends. Without memory the
 // list stays as it is.
 void cfg_index_keywords(cfgrec *list);
+
+} // namespace flatlink
 
 // Releases a list whose records came from cfg_make; null is allowed. A walk with cfg_get that
 // stood in it is over.

@@ -16,6 +16,8 @@
 #include <string>
 #include <unistd.h>
 
+using namespace flatlink;
+
 static constexpr int ARGUMENTS_MAX = 256;       // with the null behind them
 static constexpr int ARGUMENT_BYTES_MAX = 1024; // more than a line holds
 

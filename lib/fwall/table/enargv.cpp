@@ -2,6 +2,8 @@
 
 #include "lib/ulib/text.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <unordered_set>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -94,7 +96,7 @@ try {
     return -1;
 }
 
-void name_policy(std::string_view name)
+void flatlink::name_policy(std::string_view name)
 {
     constexpr std::string_view PREFIX = "policy-";
     constexpr std::size_t NAME_PART = 50;

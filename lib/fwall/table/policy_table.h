@@ -9,9 +9,14 @@
 inline constexpr int POLICIES_MAX = 2048;
 inline constexpr int POLICY_SLOTS = POLICIES_MAX + 1; // with the null behind the last
 
+namespace flatlink
+{
+
 // Stores "policy-NAME" in `policy_name`, under which the file has the policy: 50 characters of the
 // name.
 void name_policy(std::string_view name);
+
+} // namespace flatlink
 
 // Collects the policy names of the `hosts` entries of `proxy_confp`, each once, in their order.
 // A name must stand behind -policy as the first option of its line. The walk uses cfg_get.

@@ -1,5 +1,7 @@
 #include "lib/fwall/table/proxy.h"
 
+using namespace flatlink;
+
 char proxy_name[1024];
 char proxy_directory[1024];
 char proxy_tmpdirectory[1024];
@@ -10,8 +12,8 @@ char proxy_hostname[65];
 std::int32_t proxy_child_count = 0;
 std::int32_t proxy_child_limit = 0;
 std::int32_t proxy_accept_count = 1;
-std::int32_t proxy_address_limit = 0;
-std::int32_t proxy_rate_limit = 0;
+std::int32_t flatlink::proxy_address_limit = 0;
+std::int32_t flatlink::proxy_rate_limit = 0;
 sockaddr_in proxy_bind;
 char policy_name[64];
 const char *gPortName = nullptr;

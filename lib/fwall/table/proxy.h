@@ -17,14 +17,20 @@ extern std::int32_t proxy_rungid;  // -1 not set; nothing here changes identity
 extern std::int32_t proxy_runuid;  // -1 not set
 extern std::int32_t proxy_timeout; // seconds
 extern char proxy_hostname[65];
-extern std::int32_t proxy_child_count;   // connections that this process has running
-extern std::int32_t proxy_child_limit;   // for that number; 0 or less: no limit
-extern std::int32_t proxy_accept_count;  // accepting processes
+extern std::int32_t proxy_child_count;  // connections that this process has running
+extern std::int32_t proxy_child_limit;  // for that number; 0 or less: no limit
+extern std::int32_t proxy_accept_count; // accepting processes
+
+namespace flatlink
+{
+
 extern std::int32_t proxy_address_limit; // connections from one address; 0 or less: no limit
 extern std::int32_t proxy_rate_limit;    // connections a second; 0 or less: no limit
-extern sockaddr_in proxy_bind;           // address to listen on; the daemon sets family and port
-extern char policy_name[64];             // scratch: "policy-NAME" of the last policy read
-extern const char *gPortName;            // operand of -daemon or -port, not owned; null without
+
+} // namespace flatlink
+extern sockaddr_in proxy_bind; // address to listen on; the daemon sets family and port
+extern char policy_name[64];   // scratch: "policy-NAME" of the last policy read
+extern const char *gPortName;  // operand of -daemon or -port, not owned; null without
 
 // Entries of the proxy's name, owned; and the same list behind the options of the matched line.
 extern cfgrec *proxy_confp;

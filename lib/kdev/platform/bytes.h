@@ -12,6 +12,9 @@
 using byte_view = std::span<const std::uint8_t>;
 using byte_area = std::span<std::uint8_t>;
 
+namespace flatlink
+{
+
 // True when a field of `size` bytes at `offset` lies inside `bytes`.
 inline bool holds(byte_view bytes, std::size_t offset, std::size_t size)
 {
@@ -48,3 +51,5 @@ template <typename T> byte_view bytes_of(const T &record)
     static_assert(std::is_trivially_copyable_v<T>);
     return {reinterpret_cast<const std::uint8_t *>(&record), sizeof record};
 }
+
+} // namespace flatlink

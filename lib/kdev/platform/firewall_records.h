@@ -18,11 +18,16 @@ inline constexpr unsigned long FW_DEL_REDIRECT = 0xC00C6616; // FW_REDIRECT_SIZE
 inline constexpr std::size_t FW_TIMER_SIZE = 8;
 inline constexpr std::size_t FW_REDIRECT_SIZE = 12;
 
+namespace flatlink
+{
+
 // The number of a request tells the size of its record in the bits from 16 on.
 constexpr std::size_t fw_record_size(unsigned long request)
 {
     return request >> 16 & 0x3FFF;
 }
+
+} // namespace flatlink
 
 // Protocols of a record.
 inline constexpr std::uint16_t FW_TCP = 6;
@@ -70,12 +75,15 @@ static_assert(offsetof(fw_fsa_req, remote) == 16);
 static_assert(offsetof(fw_fsa_req, bound) == 32);
 static_assert(offsetof(fw_fsa_req, proto_be) == 48);
 
-static_assert(fw_record_size(FW_NAMES) == sizeof(fw_name_req));
-static_assert(fw_record_size(FW_LOCAL) == sizeof(fw_local_req));
-static_assert(fw_record_size(FW_FSA) == sizeof(fw_fsa_req));
-static_assert(fw_record_size(FW_UDP_TIMER) == FW_TIMER_SIZE);
-static_assert(fw_record_size(FW_ADD_REDIRECT) == FW_REDIRECT_SIZE);
-static_assert(fw_record_size(FW_DEL_REDIRECT) == FW_REDIRECT_SIZE);
+static_assert(flatlink::fw_record_size(FW_NAMES) == sizeof(fw_name_req));
+static_assert(flatlink::fw_record_size(FW_LOCAL) == sizeof(fw_local_req));
+static_assert(flatlink::fw_record_size(FW_FSA) == sizeof(fw_fsa_req));
+static_assert(flatlink::fw_record_size(FW_UDP_TIMER) == FW_TIMER_SIZE);
+static_assert(flatlink::fw_record_size(FW_ADD_REDIRECT) == FW_REDIRECT_SIZE);
+static_assert(flatlink::fw_record_size(FW_DEL_REDIRECT) == FW_REDIRECT_SIZE);
+
+namespace flatlink
+{
 
 // The host's socket address in a record's form, and back.
 inline fw_address to_record(const sockaddr_in &address)
@@ -94,3 +102,5 @@ inline sockaddr_in from_record(const fw_address &address)
     result.sin_addr.s_addr = address.addr_be;
     return result;
 }
+
+} // namespace flatlink

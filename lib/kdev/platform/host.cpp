@@ -8,6 +8,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -30,7 +32,7 @@ ssize_t read_routes(int fd, byte_area message)
 
 } // namespace
 
-const platform_calls HOST_PLATFORM = {
+const platform_calls flatlink::HOST_PLATFORM = {
     .fw_open = open_host_firewall,
     .fw_ioctl = request_host_firewall,
     .fw_close = close_host_firewall,
@@ -43,4 +45,4 @@ const platform_calls HOST_PLATFORM = {
     .route_close = ::close,
 };
 
-const platform_calls *platform = &HOST_PLATFORM;
+const platform_calls *flatlink::platform = &HOST_PLATFORM;

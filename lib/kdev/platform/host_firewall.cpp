@@ -13,6 +13,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -81,13 +83,13 @@ constexpr struct {
 
 } // namespace
 
-int open_host_firewall(int access)
+int flatlink::open_host_firewall(int access)
 {
     const int device = open(FIREWALL_DEVICE, access | O_CLOEXEC);
     return device < 0 && errno == ENOENT ? STAND_IN : device;
 }
 
-int request_host_firewall(int device, int sock, unsigned long request, byte_area record)
+int flatlink::request_host_firewall(int device, int sock, unsigned long request, byte_area record)
 {
     if (record.size() != fw_record_size(request))
         return refuse(EINVAL);
@@ -97,7 +99,7 @@ int request_host_firewall(int device, int sock, unsigned long request, byte_area
     return row == std::end(answers) ? refuse(EINVAL) : row->answer(sock, record);
 }
 
-int close_host_firewall(int device)
+int flatlink::close_host_firewall(int device)
 {
     return device == STAND_IN ? 0 : close(device);
 }

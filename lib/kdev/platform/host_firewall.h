@@ -10,6 +10,9 @@
 
 #include "lib/kdev/platform/bytes.h"
 
+namespace flatlink
+{
+
 // Opens the device, or stands in for it; the rest of its errors is passed on.
 //   access  O_RDONLY or O_RDWR
 int open_host_firewall(int access);
@@ -19,3 +22,5 @@ int open_host_firewall(int access);
 int request_host_firewall(int device, int sock, unsigned long request, byte_area record);
 
 int close_host_firewall(int device);
+
+} // namespace flatlink

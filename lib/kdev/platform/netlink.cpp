@@ -11,6 +11,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // The head, the route and the attributes follow each other without gaps.
 static_assert(offsetof(route_request, route) == NLMSG_HDRLEN);
 static_assert(offsetof(route_request, words) == NLMSG_HDRLEN + NLMSG_ALIGN(sizeof(rtmsg)));
@@ -135,7 +137,7 @@ void route_request::add(std::uint16_t type, std::uint32_t word)
     head.nlmsg_len += static_cast<std::uint32_t>(sizeof(word_attribute));
 }
 
-int ask_kernel(const route_request &request, const route_taker &take)
+int flatlink::ask_kernel(const route_request &request, const route_taker &take)
 {
     const platform_handle netlink(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE),
                                   ::close);

@@ -42,7 +42,12 @@ struct kernel_route {
 
 using route_taker = std::function<void(const kernel_route &)>;
 
+namespace flatlink
+{
+
 // Sends `request`, hands each route of the answer to `take` and waits for the kernel's verdict.
 // Returns 0, or -1 with the errno of the verdict or of the failed call. Begins again after a
 // signal.
 int ask_kernel(const route_request &request, const route_taker &take);
+
+} // namespace flatlink

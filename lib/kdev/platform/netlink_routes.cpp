@@ -16,6 +16,8 @@
 #include <unistd.h>
 #include <utility>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -245,7 +247,7 @@ int look_up(int fd, const route_order &order)
 
 } // namespace
 
-int open_netlink_routes()
+int flatlink::open_netlink_routes()
 {
     // A datagram socket that is connected to itself queues what is sent until it is read, and
     // takes nothing from others. Binding to the family alone gives it a name of its own.
@@ -260,7 +262,7 @@ int open_netlink_routes()
     return queue.release();
 }
 
-ssize_t write_netlink_routes(int fd, byte_view message)
+ssize_t flatlink::write_netlink_routes(int fd, byte_view message)
 {
     route_order order;
     if (!parse_message(message, order)) {

@@ -14,6 +14,9 @@
 
 #include <sys/types.h>
 
+namespace flatlink
+{
+
 // Opens the socket: a queue of answers that only its own writes fill. Returns a descriptor for
 // read(2) and close(2), or -1 with errno. A read of an empty queue fails with EAGAIN.
 int open_netlink_routes();
@@ -22,3 +25,5 @@ int open_netlink_routes();
 // look-up without a route and for the removal of none, EEXIST for a route that is there, EINVAL
 // for a message that is no good, else the kernel's error.
 ssize_t write_netlink_routes(int fd, byte_view message);
+
+} // namespace flatlink

@@ -7,6 +7,8 @@
 #include <memory>
 #include <net/if.h>
 
+using namespace flatlink;
+
 namespace
 {
 
@@ -21,7 +23,7 @@ bool has_address(const ifaddrs &entry, in_addr_t addr_be)
 
 } // namespace
 
-int interface_of_address(in_addr_t addr_be)
+int flatlink::interface_of_address(in_addr_t addr_be)
 {
     ifaddrs *list = nullptr;
     if (getifaddrs(&list) != 0)

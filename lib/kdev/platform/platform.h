@@ -33,9 +33,14 @@ struct platform_calls {
     int (*route_close)(int fd);
 };
 
+namespace flatlink
+{
+
 // What this host can do.
 extern const platform_calls HOST_PLATFORM;
 
 // The table in use; HOST_PLATFORM by default. The table pointed at must outlive
 // its use. Set it while no call of this library is running.
 extern const platform_calls *platform;
+
+} // namespace flatlink

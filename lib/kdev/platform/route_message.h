@@ -117,6 +117,9 @@ static_assert(offsetof(route_answer, interface) == 124);
 static_assert(offsetof(route_answer, source) == 376);
 static_assert(sizeof(route_answer) == 392);
 
+namespace flatlink
+{
+
 // An Internet address with port 0 as the messages carry it.
 inline sockaddr_in route_address(in_addr_t addr_be)
 {
@@ -125,3 +128,5 @@ inline sockaddr_in route_address(in_addr_t addr_be)
     address.sin_addr.s_addr = addr_be;
     return address;
 }
+
+} // namespace flatlink

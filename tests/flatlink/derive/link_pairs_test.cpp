@@ -7,6 +7,8 @@
 #include "tests/flatlink/conversion_test.h"
 #include "tests/ulib/report_log.h"
 
+using namespace flatlink;
+
 static const std::string objects = each_behind(
     "net_", "ipaddr_pc_addr=10.1.0.7\nipaddr_gate_addr=192.0.2.1\nipaddr_first_addr=10.2.0.5\n"
             "ipaddr_last_addr=10.2.0.9\nipaddr_base_addr=10.2.0.0\nipmask_m_addr=255.255.255.0\n"

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace flatlink;
+
 TEST(sraddrmask, reads_each_form_of_expression)
 {
     static const struct {

@@ -10,6 +10,8 @@
 #include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
 
+using namespace flatlink;
+
 // For each row some of these are values.
 static const char *const words[] = {
     "7",   "10.0.0.9", "255.255.0.0", "x",   "On",     "Off",     "Any",     "DNS",

@@ -2,6 +2,8 @@
 
 #include "tests/flatlink/conversion_test.h"
 
+using namespace flatlink;
+
 class interfaces : public conversion_test
 {
   protected:

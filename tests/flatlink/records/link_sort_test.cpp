@@ -3,6 +3,8 @@
 #include "flatlink/records/interfaces.h"
 #include "tests/flatlink/conversion_test.h"
 
+using namespace flatlink;
+
 class link_sort : public conversion_test
 {
   protected:

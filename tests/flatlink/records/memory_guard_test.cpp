@@ -10,6 +10,8 @@
 #include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
 
+using namespace flatlink;
+
 static long allocations_left = 0; // the last of them fails; 0: none does
 
 [[gnu::noinline]] void *operator new(std::size_t size)

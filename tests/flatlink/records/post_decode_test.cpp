@@ -6,6 +6,8 @@
 #include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
 
+using namespace flatlink;
+
 class finishing : public conversion_test
 {
 };

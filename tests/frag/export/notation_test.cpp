@@ -9,6 +9,8 @@
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/memory_file.h"
 
+using namespace flatlink;
+
 namespace
 {
 

@@ -11,6 +11,8 @@
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/path_file.h"
 
+using namespace flatlink;
+
 using namespace std::string_literals;
 
 struct import_row {

@@ -13,6 +13,8 @@
 #include "lib/frag/tree/origin.h"
 #include "tests/frag/tree_text.h"
 
+using namespace flatlink;
+
 // Calls `visit` for each node of a list and below it, in order.
 static void visit_all(frag *node, const std::function<void(frag *)> &visit)
 {

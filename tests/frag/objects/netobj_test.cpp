@@ -12,6 +12,8 @@
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/report_log.h"
 
+using namespace flatlink;
+
 static std::string with_reports(const std::string &visits, int result)
 {
     return visits + std::to_string(result) + "\n" + report_log::texts;

@@ -6,6 +6,8 @@
 #include "lib/frag/tree/frag_name.h"
 #include "tests/frag/tree_text.h"
 
+using namespace flatlink;
+
 TEST(ConvertPat, Cases)
 {
     static const struct {

@@ -15,6 +15,8 @@
 #include "tests/frag/effort.h"
 #include "tests/frag/tree_text.h"
 
+using namespace flatlink;
+
 TEST(Ffind, Cases)
 {
     static const struct {

@@ -7,6 +7,8 @@
 #include "tests/fuzz/path_file.h"
 #include "tests/ulib/report_log.h"
 
+using namespace flatlink;
+
 TEST(Symbols, WorkOnTheCurrentTree)
 {
     cur_database = nullptr;

@@ -6,6 +6,8 @@
 #include "tests/fwall/proxy_setup.h"
 #include "tests/kdev/scripted_platform.h"
 
+using namespace flatlink;
+
 // Each item with what it was compared with: LINE.ARGUMENT, the reason where there is
 // nothing to compare with, and whether it fits. And what decides.
 static std::string watched;

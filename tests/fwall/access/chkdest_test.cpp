@@ -2,6 +2,8 @@
 
 #include "tests/fwall/proxy_setup.h"
 
+using namespace flatlink;
+
 struct dest_setup : proxy_setup {
     explicit dest_setup(const std::string &lines) : proxy_setup(lines)
     {

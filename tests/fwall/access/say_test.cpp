@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // What is sent to a client for a file of this text.
 static std::string said(const std::string &text)
 {

@@ -6,6 +6,8 @@
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/scripted_platform.h"
 
+using namespace flatlink;
+
 // The code, the line of `permit_confp` and the name to show; then what was asked and reported.
 static std::string outcome_of(const proxy_setup &setup, const char *client)
 {

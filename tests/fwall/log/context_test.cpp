@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <memory>
 
+using namespace flatlink;
+
 static std::string cut(std::size_t length)
 {
     return std::string(length, 'x');

@@ -10,6 +10,8 @@
 #include <ctime>
 #include <syslog.h>
 
+using namespace flatlink;
+
 // Contexts, and a log object that sends to a receiver of the test and shows the system log on the
 // error stream.
 struct log_setup {

@@ -15,6 +15,8 @@
 #include <sys/wait.h>
 #include <syslog.h>
 
+using namespace flatlink;
+
 // The host has no buffer for the next sends, as many as this says.
 static int sends_without_buffer = 0;
 

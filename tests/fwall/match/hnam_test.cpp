@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace flatlink;
+
 TEST(Hostmatch, FitsByTheKindOfThePattern)
 {
     static const struct {

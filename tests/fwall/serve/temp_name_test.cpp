@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace flatlink;
+
 // Names in a folder of its own, which has one file.
 struct TempName : testing::Test {
     table_file taken{""};

@@ -9,6 +9,8 @@
 #include <memory>
 #include <sstream>
 
+using namespace flatlink;
+
 using namespace std::string_literals;
 
 struct free_list {

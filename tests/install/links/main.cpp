@@ -6,6 +6,8 @@
 #include "flatlink/records/line.h"
 #include "lib/fwall/match/hnam.h"
 
+using namespace flatlink;
+
 int main()
 {
     std::printf("%d\n", hostmatch("10.1.*", "10.1.2.3"));

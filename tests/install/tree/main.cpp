@@ -4,6 +4,8 @@
 #include "lib/frag/import/import.h"
 #include "lib/frag/tree/frag.h"
 
+using namespace flatlink;
+
 int main()
 {
     frag *tree = nullptr;

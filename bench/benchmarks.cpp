@@ -1,9 +1,4 @@
 // The conversion's stages at growing sizes, with the growth that they show.
-#include <benchmark/benchmark.h>
-#include <cstdio>
-#include <memory>
-#include <string>
-
 #include "bench/generate.h"
 #include "flatlink/derive/rule_walk.h"
 #include "flatlink/records/link_sort.h"
@@ -13,6 +8,11 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 #include "lib/kdev/platform/platform.h"
+
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <memory>
+#include <string>
 
 using namespace flatlink;
 

@@ -1,12 +1,5 @@
 // The ways between the layouts at growing sizes, with the growth that they show: what an older
 // database goes through at load, each export, and the way out and in again.
-#include <array>
-#include <benchmark/benchmark.h>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <unistd.h>
-
 #include "bench/generate.h"
 #include "lib/frag/export/export.h"
 #include "lib/frag/import/import.h"
@@ -14,6 +7,13 @@
 #include "lib/frag/layout/upgrade.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
+
+#include <array>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <unistd.h>
 
 using namespace flatlink;
 

@@ -1,10 +1,10 @@
 // make_data settings LEAVES flat|shuffled|sections|tags > FILE
 // make_data database SITES OBJECTS > FILE
+#include "bench/generate.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
-
-#include "bench/generate.h"
 
 static constexpr struct {
     std::string_view word;

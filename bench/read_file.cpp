@@ -1,14 +1,14 @@
 // read_file import|export|flat|sections|tags FILE: reads a settings file by the import, or by the
 // lower bound of its notation, and ends without freeing anything; export writes it back, too. For
 // scripts that time processes.
-#include <cstdio>
-#include <string_view>
-#include <unistd.h>
-
 #include "bench/lower_bound.h"
 #include "lib/frag/export/export.h"
 #include "lib/frag/import/import.h"
 #include "lib/frag/tree/symbol.h"
+
+#include <cstdio>
+#include <string_view>
+#include <unistd.h>
 
 static std::size_t import_file(const char *path)
 {

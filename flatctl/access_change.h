@@ -2,11 +2,11 @@
 // changed or put in, and the checks are run again on the changed text.
 #pragma once
 
+#include "flatctl/access_run.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "flatctl/access_run.h"
 
 struct table_change {
     std::int32_t line; // changed, or in front of which `text` is put in

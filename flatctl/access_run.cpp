@@ -1,10 +1,5 @@
 #include "flatctl/access_run.h"
 
-#include <cstdio>
-#include <cstring>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/chkdest.h"
 #include "lib/fwall/access/srcchk.h"
@@ -16,6 +11,11 @@
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/descriptor.h"
 #include "lib/ulib/fixed_text.h"
+
+#include <cstdio>
+#include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
 
 using namespace flatlink;
 

@@ -2,12 +2,12 @@
 // watched while they decide. Runs inside of a child that may open files of its own memory.
 #pragma once
 
+#include "lib/ulib/address.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "lib/ulib/address.h"
 
 struct policy_option;
 

@@ -1,14 +1,14 @@
 // check FILE...: all findings about each database, in one run, without touching any.
-#include <algorithm>
-#include <cstdio>
-#include <unistd.h>
-
 #include "flatctl/check_database.h"
 #include "flatctl/json_write.h"
 #include "flatctl/options.h"
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <unistd.h>
 
 using namespace flatlink;
 

@@ -1,12 +1,5 @@
 #include "flatctl/check_database.h"
 
-#include <algorithm>
-#include <cstdarg>
-#include <cstdlib>
-#include <cstring>
-#include <map>
-#include <unistd.h>
-
 #include "flatctl/kind.h"
 #include "flatctl/options.h"
 #include "flatctl/secrets.h"
@@ -22,6 +15,13 @@
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <unistd.h>
 
 using namespace flatlink;
 

@@ -1,10 +1,5 @@
 // convert: writes a database in another notation, layout or form. What the form does not hold is
 // found by reading the text back, and refused unless --lossy accepts it.
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <unistd.h>
-
 #include "flatctl/forms.h"
 #include "flatctl/input.h"
 #include "flatctl/json_write.h"
@@ -16,6 +11,11 @@
 #include "flatlink/plain_file.h"
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/bounds.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
 
 using namespace flatlink;
 

@@ -1,12 +1,5 @@
 // explain access: the verdict of a proxy's checks for one client and one destination, what was
 // compared on the way, and the smallest change that turns it.
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <fstream>
-#include <list>
-#include <sstream>
-
 #include "flatctl/access_change.h"
 #include "flatctl/access_run.h"
 #include "flatctl/input.h"
@@ -17,6 +10,13 @@
 #include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/policy.h"
 #include "lib/ulib/report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <list>
+#include <sstream>
 
 using namespace flatlink;
 

@@ -1,12 +1,12 @@
 #include "flatctl/flat_diff.h"
 
+#include "flatctl/secrets.h"
+#include "flatctl/text_write.h"
+
 #include <algorithm>
 #include <map>
 #include <span>
 #include <unordered_map>
-
-#include "flatctl/secrets.h"
-#include "flatctl/text_write.h"
 
 using namespace flatlink;
 

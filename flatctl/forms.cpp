@@ -1,9 +1,5 @@
 #include "flatctl/forms.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <vector>
-
 #include "flatctl/flat_diff.h"
 #include "flatlink/driver.h"
 #include "flatlink/flat_file.h"
@@ -19,6 +15,10 @@
 #include "lib/frag/layout/norm41.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
 
 using namespace flatlink;
 

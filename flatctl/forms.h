@@ -1,12 +1,12 @@
 // The forms that a database can be written in, each with the way back from it.
 #pragma once
 
+#include "flatctl/tree_diff.h"
+
 #include <cstdio>
 #include <span>
 #include <string>
 #include <string_view>
-
-#include "flatctl/tree_diff.h"
 
 struct frag;
 

@@ -1,15 +1,15 @@
 #include "flatctl/input.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "flatctl/options.h"
 #include "flatctl/text_write.h"
 #include "flatlink/driver.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace flatlink;
 

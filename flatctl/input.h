@@ -1,12 +1,12 @@
 // The files that a verb works on: opened before the work on them begins, and read by a child alone.
 #pragma once
 
-#include <string>
-#include <sys/stat.h>
-
 #include "flatctl/run_child.h"
 #include "flatctl/world.h"
 #include "lib/ulib/descriptor.h"
+
+#include <string>
+#include <sys/stat.h>
 
 struct request;
 

@@ -1,5 +1,9 @@
 #include "flatctl/kept_copy.h"
 
+#include "flatctl/text_write.h"
+#include "flatlink/plain_file.h"
+#include "flatlink/replace_file.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -9,10 +13,6 @@
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
-
-#include "flatctl/text_write.h"
-#include "flatlink/plain_file.h"
-#include "flatlink/replace_file.h"
 
 using namespace flatlink;
 

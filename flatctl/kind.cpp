@@ -1,9 +1,9 @@
 #include "flatctl/kind.h"
 
+#include "lib/frag/tree/frag.h"
+
 #include <algorithm>
 #include <string_view>
-
-#include "lib/frag/tree/frag.h"
 
 using namespace flatlink;
 

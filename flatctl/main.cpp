@@ -1,13 +1,13 @@
 // flatctl VERB ...: the operator's view of a conversion and of the access checks. Asks the code
 // that converts and decides; changes no file unless the command line names one to be written.
+#include "flatctl/options.h"
+#include "flatctl/secrets.h"
+#include "flatctl/text_write.h"
+
 #include <cstdio>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
-
-#include "flatctl/options.h"
-#include "flatctl/secrets.h"
-#include "flatctl/text_write.h"
 
 using namespace flatlink;
 

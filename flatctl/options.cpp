@@ -1,12 +1,12 @@
 #include "flatctl/options.h"
 
+#include "flatctl/text_write.h"
+#include "flatctl/verbs.h"
+
 #include <algorithm>
 #include <charconv>
 #include <numeric>
 #include <optional>
-
-#include "flatctl/text_write.h"
-#include "flatctl/verbs.h"
 
 using namespace flatlink;
 

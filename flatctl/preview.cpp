@@ -1,14 +1,14 @@
 // preview DB: the bytes that flatlink would write over the database, or with --against what they
 // would change in flat data that is in use. The database is read, and nothing else happens.
-#include <cstdio>
-#include <unistd.h>
-
 #include "flatctl/flat_diff.h"
 #include "flatctl/input.h"
 #include "flatctl/options.h"
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
+
+#include <cstdio>
+#include <unistd.h>
 
 using namespace flatlink;
 

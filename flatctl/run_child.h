@@ -3,13 +3,13 @@
 // through a pipe, in frames; the parent never reads a byte of the input itself.
 #pragma once
 
+#include "flatctl/sandbox.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <functional>
 #include <string>
 #include <string_view>
-
-#include "flatctl/sandbox.h"
 
 // What a frame holds.
 enum class frame_kind : std::uint8_t {

@@ -1,11 +1,11 @@
 #include "flatctl/secrets.h"
 
+#include "flatctl/text_write.h"
+
 #include <array>
 #include <cstdio>
 #include <functional>
 #include <sys/random.h>
-
-#include "flatctl/text_write.h"
 
 using namespace flatlink;
 

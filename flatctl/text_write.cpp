@@ -1,10 +1,10 @@
 #include "flatctl/text_write.h"
 
+#include "lib/ulib/text.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
-
-#include "lib/ulib/text.h"
 
 using namespace flatlink;
 

@@ -1,13 +1,13 @@
 #include "flatctl/tree_diff.h"
 
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+
 #include <algorithm>
 #include <cstring>
 #include <deque>
 #include <string_view>
 #include <unordered_map>
-
-#include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/frag_name.h"
 
 using namespace flatlink;
 

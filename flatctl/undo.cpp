@@ -1,12 +1,12 @@
 // undo DB: puts back the newest copy that `convert --in-place` kept.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "flatctl/kept_copy.h"
 #include "flatctl/options.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 #include "flatlink/plain_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace flatlink;
 

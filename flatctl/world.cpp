@@ -1,5 +1,13 @@
 #include "flatctl/world.h"
 
+#include "flatctl/options.h"
+#include "flatctl/run_child.h"
+#include "flatctl/text_write.h"
+#include "lib/kdev/platform/platform.h"
+#include "lib/kdev/platform/route_message.h"
+#include "lib/ulib/name_service.h"
+#include "lib/ulib/text.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -9,14 +17,6 @@
 #include <set>
 #include <sstream>
 #include <unistd.h>
-
-#include "flatctl/options.h"
-#include "flatctl/run_child.h"
-#include "flatctl/text_write.h"
-#include "lib/kdev/platform/platform.h"
-#include "lib/kdev/platform/route_message.h"
-#include "lib/ulib/name_service.h"
-#include "lib/ulib/text.h"
 
 using namespace flatlink;
 

@@ -2,10 +2,10 @@
 // Without --resolve nothing is asked, so an answer depends on what the command line names alone.
 #pragma once
 
+#include "lib/ulib/address.h"
+
 #include <string>
 #include <vector>
-
-#include "lib/ulib/address.h"
 
 struct request;
 class child_port;

@@ -1,11 +1,5 @@
 #include "flatlink/conversion.h"
 
-#include <cstdio>
-#include <memory>
-#include <new>
-#include <string>
-#include <string_view>
-
 #include "flatlink/driver.h"
 #include "flatlink/fault.h"
 #include "flatlink/plain_file.h"
@@ -16,6 +10,12 @@
 #include "flatlink/scratch_file.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
+
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
 
 using namespace flatlink;
 

@@ -1,9 +1,5 @@
 #include "flatlink/driver.h"
 
-#include <cstdio>
-#include <string>
-#include <string_view>
-
 #include "flatlink/derive/loaders.h"
 #include "flatlink/derive/pool_loader.h"
 #include "flatlink/derive/rule_walk.h"
@@ -29,6 +25,10 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
 #include "lib/ulib/text.h"
+
+#include <cstdio>
+#include <string>
+#include <string_view>
 
 using namespace flatlink;
 

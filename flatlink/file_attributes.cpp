@@ -1,12 +1,12 @@
 #include "flatlink/file_attributes.h"
 
+#include "lib/ulib/descriptor.h"
+
 #include <algorithm>
 #include <linux/limits.h>
 #include <string>
 #include <sys/xattr.h>
 #include <vector>
-
-#include "lib/ulib/descriptor.h"
 
 using namespace flatlink;
 

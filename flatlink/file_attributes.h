@@ -2,9 +2,9 @@
 // another.
 #pragma once
 
-#include <sys/stat.h>
-
 #include "flatlink/fault.h"
+
+#include <sys/stat.h>
 
 namespace flatlink
 {

@@ -1,14 +1,14 @@
 #include "flatlink/flat_file.h"
 
-#include <array>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-
 #include "flatlink/driver.h"
 #include "flatlink/records/decoder.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/post_decode.h"
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <string>
 
 using namespace flatlink;
 

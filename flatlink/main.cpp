@@ -1,8 +1,8 @@
 // flatlink <path>: replaces a firewall configuration database by its flat VPN data.
-#include <new>
-
 #include "flatlink/conversion.h"
 #include "flatlink/run_guard.h"
+
+#include <new>
 
 using namespace flatlink;
 

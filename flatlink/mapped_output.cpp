@@ -1,5 +1,7 @@
 #include "flatlink/mapped_output.h"
 
+#include "lib/ulib/descriptor.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -7,8 +9,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include "lib/ulib/descriptor.h"
 
 using namespace flatlink;
 

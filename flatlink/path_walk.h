@@ -2,11 +2,11 @@
 // folder and its name there, which stay the same whatever happens to the path on the way.
 #pragma once
 
-#include <string>
-#include <sys/stat.h>
-
 #include "flatlink/fault.h"
 #include "lib/ulib/descriptor.h"
+
+#include <string>
+#include <sys/stat.h>
 
 struct path_end {
     descriptor folder; // open with O_PATH

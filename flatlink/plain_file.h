@@ -1,11 +1,11 @@
 // A plain file that a run reads and may replace: opened once, with a lock against other runs.
 #pragma once
 
-#include <sys/stat.h>
-
 #include "flatlink/fault.h"
 #include "flatlink/path_walk.h"
 #include "lib/ulib/descriptor.h"
+
+#include <sys/stat.h>
 
 struct plain_file {
     path_end place;

@@ -1,11 +1,11 @@
 #include "flatlink/replace_file.h"
 
+#include "flatlink/file_attributes.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
 #include <string>
-
-#include "flatlink/file_attributes.h"
 
 using namespace flatlink;
 

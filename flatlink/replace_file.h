@@ -1,10 +1,10 @@
 // Puts new content in the place of a file: all of it or nothing.
 #pragma once
 
-#include <string_view>
-
 #include "flatlink/fault.h"
 #include "flatlink/plain_file.h"
+
+#include <string_view>
 
 // What was done, should something have failed.
 enum class replacement {

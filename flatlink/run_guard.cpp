@@ -1,5 +1,7 @@
 #include "flatlink/run_guard.h"
 
+#include "flatlink/scratch_file.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -8,8 +10,6 @@
 #include <fcntl.h>
 #include <new>
 #include <unistd.h>
-
-#include "flatlink/scratch_file.h"
 
 using namespace flatlink;
 

@@ -1,5 +1,7 @@
 #include "flatlink/scratch_file.h"
-#include <string>
+
+#include "flatlink/driver.h"
+#include "flatlink/mapped_output.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -7,9 +9,6 @@
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
-
-#include "flatlink/driver.h"
-#include "flatlink/mapped_output.h"
 
 using namespace flatlink;
 

@@ -2,10 +2,10 @@
 // lock makes sure that only one run at a time writes it.
 #pragma once
 
-#include <cstdio>
-
 #include "flatlink/fault.h"
 #include "lib/ulib/descriptor.h"
+
+#include <cstdio>
 
 namespace flatlink
 {

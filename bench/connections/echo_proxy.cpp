@@ -1,14 +1,13 @@
 // A proxy that only echoes: what the runtime costs for one connection, from the daemon loop over
 // the check of the source to one record for the log daemon.
 //   echo_proxy -daemon PORT
+#include "bench/connections/echo.h"
 #include "lib/fwall/access/srcrule.h"
 #include "lib/fwall/log/context_calls.h"
 #include "lib/fwall/serve/init.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/report.h"
-
-#include "bench/connections/echo.h"
 
 #include <unistd.h>
 

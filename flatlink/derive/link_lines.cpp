@@ -1,7 +1,5 @@
 #include "flatlink/derive/link_lines.h"
 
-#include <span>
-
 #include "flatlink/derive/peer.h"
 #include "flatlink/derive/run_state.h"
 #include "flatlink/records/line.h"
@@ -13,6 +11,8 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
+
+#include <span>
 
 using namespace flatlink;
 

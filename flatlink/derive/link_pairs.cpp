@@ -1,9 +1,5 @@
 #include "flatlink/derive/link_pairs.h"
 
-#include <cstdint>
-#include <cstring>
-#include <string>
-
 #include "flatlink/derive/link_lines.h"
 #include "flatlink/derive/peer.h"
 #include "flatlink/derive/run_state.h"
@@ -16,6 +12,10 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
+
+#include <cstdint>
+#include <cstring>
+#include <string>
 
 using namespace flatlink;
 

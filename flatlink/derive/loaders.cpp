@@ -1,8 +1,5 @@
 #include "flatlink/derive/loaders.h"
 
-#include <span>
-#include <string>
-
 #include "flatlink/records/decoder.h"
 #include "flatlink/records/ike_policy.h"
 #include "flatlink/records/interfaces.h"
@@ -11,6 +8,9 @@
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
+
+#include <span>
+#include <string>
 
 using namespace flatlink;
 

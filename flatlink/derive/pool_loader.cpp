@@ -1,8 +1,5 @@
 #include "flatlink/derive/pool_loader.h"
 
-#include <string>
-#include <string_view>
-
 #include "flatlink/derive/link_lines.h"
 #include "flatlink/derive/link_pairs.h"
 #include "flatlink/derive/rule_walk.h"
@@ -17,6 +14,9 @@
 #include "lib/ulib/address.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
+
+#include <string>
+#include <string_view>
 
 using namespace flatlink;
 

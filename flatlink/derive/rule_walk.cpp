@@ -1,7 +1,5 @@
 #include "flatlink/derive/rule_walk.h"
 
-#include <cstring>
-
 #include "flatlink/derive/link_pairs.h"
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/object_run.h"
@@ -9,6 +7,8 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/ulib/text.h"
+
+#include <cstring>
 
 using namespace flatlink;
 

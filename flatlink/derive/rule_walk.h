@@ -2,10 +2,10 @@
 // side implies links.
 #pragma once
 
-#include <cstdint>
-
 #include "flatlink/derive/run_state.h"
 #include "lib/frag/objects/netobj.h"
+
+#include <cstdint>
 
 struct frag;
 

@@ -2,9 +2,9 @@
 // implies them. Each part stands here alone; start_rule_walk puts all of it back.
 #pragma once
 
-#include <cstdint>
-
 #include "lib/frag/objects/object_run.h"
+
+#include <cstdint>
 
 struct frag;
 

@@ -1,10 +1,10 @@
 #include "flatlink/records/address_expr.h"
 
-#include <string_view>
-
 #include "lib/ulib/strlist.h"
 #include "lib/ulib/text.h"
 #include "lib/ulib/token.h"
+
+#include <string_view>
 
 using namespace flatlink;
 

@@ -1,10 +1,10 @@
 // Address expressions: "10.1.*", "10.1.2.0:255.255.255.0", "10.1.2.3-10.1.2.9".
 #pragma once
 
-#include <string>
-
 #include "flatlink/records/names.h"
 #include "lib/ulib/address.h"
+
+#include <string>
 
 // Longest part of an expression, before or behind its separator; more is cut.
 inline constexpr std::size_t ADDRESS_PART_SIZE = 31;

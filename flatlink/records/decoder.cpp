@@ -1,7 +1,5 @@
 #include "flatlink/records/decoder.h"
 
-#include <algorithm>
-
 #include "flatlink/records/ike_policy.h"
 #include "flatlink/records/interfaces.h"
 #include "flatlink/records/ipsec_policy.h"
@@ -13,6 +11,8 @@
 #include "flatlink/records/pools.h"
 #include "lib/ulib/addr_mask.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
 
 using namespace flatlink;
 

@@ -8,6 +8,10 @@
 // the members one inside of the other. What fits no codec gets functions of its own.
 #pragma once
 
+#include "flatlink/records/line.h"
+#include "lib/ulib/name_table.h"
+#include "lib/ulib/text.h"
+
 #include <array>
 #include <functional>
 #include <optional>
@@ -15,10 +19,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-
-#include "flatlink/records/line.h"
-#include "lib/ulib/name_table.h"
-#include "lib/ulib/text.h"
 
 using printed = std::optional<std::string>; // nothing: the record has no such line
 

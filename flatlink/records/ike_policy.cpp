@@ -1,12 +1,12 @@
 #include "flatlink/records/ike_policy.h"
 
-#include <algorithm>
-#include <limits>
-
 #include "flatlink/records/line.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/policy_line.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <limits>
 
 using namespace flatlink;
 

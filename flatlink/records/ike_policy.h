@@ -1,11 +1,11 @@
 // IKE (phase one) policies: the lines ikePolicy_NAME_....
 #pragma once
 
-#include <cstdio>
-#include <string_view>
-
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
+
+#include <cstdio>
+#include <string_view>
 
 namespace flatlink
 {

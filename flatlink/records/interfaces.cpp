@@ -1,12 +1,12 @@
 #include "flatlink/records/interfaces.h"
 
-#include <algorithm>
-#include <unordered_map>
-#include <utility>
-
 #include "flatlink/records/line.h"
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
 
 using namespace flatlink;
 

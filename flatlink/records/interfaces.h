@@ -1,12 +1,12 @@
 // The firewall's interfaces: the lines netobj_list_N_element_M_KEY=value.
 #pragma once
 
+#include "flatlink/records/field.h"
+#include "flatlink/records/records.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
-
-#include "flatlink/records/field.h"
-#include "flatlink/records/records.h"
 
 namespace flatlink
 {

@@ -1,11 +1,11 @@
 // Manual keys: the lines key_NN_KEY=value.
 #pragma once
 
-#include <cstdio>
-#include <string_view>
-
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
+
+#include <cstdio>
+#include <string_view>
 
 namespace flatlink
 {

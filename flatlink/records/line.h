@@ -2,11 +2,11 @@
 // one record on their way out.
 #pragma once
 
+#include "lib/ulib/address.h"
+
 #include <cstdio>
 #include <string>
 #include <string_view>
-
-#include "lib/ulib/address.h"
 
 // Room for one line that a loader hands to a parser, its NUL terminator included; more is cut.
 inline constexpr std::size_t LINE_SIZE = 8192;

@@ -2,12 +2,12 @@
 // writers, the sort and the loaders, and the choice of a pool.
 #pragma once
 
-#include <string_view>
-
 #include "flatlink/records/field.h"
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/records.h"
+
+#include <string_view>
 
 struct certificate_name {
     std::string_view key;

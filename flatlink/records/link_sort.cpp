@@ -1,16 +1,16 @@
 #include "flatlink/records/link_sort.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <tuple>
-#include <unordered_map>
-
 #include "flatlink/records/interfaces.h"
 #include "flatlink/records/link_fields.h"
 #include "flatlink/records/links.h"
 #include "flatlink/records/names.h"
 #include "lib/kdev/vpn_device.h"
 #include "lib/ulib/name_service.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <tuple>
+#include <unordered_map>
 
 using namespace flatlink;
 

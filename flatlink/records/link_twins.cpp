@@ -1,11 +1,10 @@
 // The finishing step of vlink records: order, the external gateway, and twins.
+#include "flatlink/records/link_sort.h"
 #include "flatlink/records/links.h"
+#include "flatlink/records/names.h"
 
 #include <algorithm>
 #include <unordered_set>
-
-#include "flatlink/records/link_sort.h"
-#include "flatlink/records/names.h"
 
 using namespace flatlink;
 

@@ -1,12 +1,12 @@
 #include "flatlink/records/links.h"
 
-#include <limits>
-
 #include "flatlink/records/line.h"
 #include "flatlink/records/link_fields.h"
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
 #include "lib/ulib/text.h"
+
+#include <limits>
 
 using namespace flatlink;
 

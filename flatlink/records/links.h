@@ -1,12 +1,12 @@
 // vlink records: the lines vlink_N_key=value, which make, fill and print a linkinfo.
 #pragma once
 
+#include "flatlink/records/field.h"
+#include "flatlink/records/records.h"
+
 #include <cstdio>
 #include <cstring>
 #include <string_view>
-
-#include "flatlink/records/field.h"
-#include "flatlink/records/records.h"
 
 namespace flatlink
 {

@@ -1,7 +1,5 @@
 #include "flatlink/records/old_links.h"
 
-#include <algorithm>
-
 #include "flatlink/records/line.h"
 #include "flatlink/records/link_fields.h"
 #include "flatlink/records/link_sort.h"
@@ -9,6 +7,8 @@
 #include "flatlink/records/names.h"
 #include "flatlink/records/numbered_line.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
 
 using namespace flatlink;
 

@@ -2,11 +2,11 @@
 // four digits, which hold phase one and phase two inline.
 #pragma once
 
-#include <cstdio>
-#include <string_view>
-
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
+
+#include <cstdio>
+#include <string_view>
 
 namespace flatlink
 {

@@ -4,14 +4,14 @@
 // NAME ends at the first underscore.
 #pragma once
 
-#include <algorithm>
-#include <string>
-#include <string_view>
-
 #include "flatlink/records/field.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/records.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
 
 struct policy_line {
     std::string name; // the policy's

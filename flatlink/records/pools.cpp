@@ -1,12 +1,12 @@
 #include "flatlink/records/pools.h"
 
-#include <algorithm>
-#include <span>
-#include <vector>
-
 #include "flatlink/records/line.h"
 #include "flatlink/records/memory_guard.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <span>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,11 +1,11 @@
 // Mode-config address pools: the lines mcpool_NAME_KEY=value.
 #pragma once
 
-#include <cstdio>
-#include <string_view>
-
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
+
+#include <cstdio>
+#include <string_view>
 
 namespace flatlink
 {

@@ -1,8 +1,5 @@
 #include "flatlink/records/post_decode.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "flatlink/records/ike_policy.h"
 #include "flatlink/records/interfaces.h"
 #include "flatlink/records/ipsec_policy.h"
@@ -13,6 +10,9 @@
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
 #include "flatlink/records/records.h"
+
+#include <algorithm>
+#include <utility>
 
 using namespace flatlink;
 

@@ -5,13 +5,13 @@
 // Addresses and masks are in network byte order, NOT_AN_ADDRESS for what is none.
 #pragma once
 
+#include "flatlink/records/record_list.h"
+#include "lib/ulib/address.h"
+
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
-
-#include "flatlink/records/record_list.h"
-#include "lib/ulib/address.h"
 
 // How the peer proves who it is. Certificate names: s is the subject, i the issuer.
 struct peerauth {

@@ -1,9 +1,8 @@
 #include "lib/digest/md5.h"
 
 #include <cstdio>
-#include <string>
-
 #include <gtest/gtest.h>
+#include <string>
 
 static std::string in_hex(const std::uint8_t *digest)
 {

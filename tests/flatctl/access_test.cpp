@@ -1,11 +1,9 @@
 // Verdicts of the checks on tables as texts, and the changes that turn them.
 #include "flatctl/access_change.h"
-
-#include <random>
+#include "lib/ulib/report.h"
 
 #include <gtest/gtest.h>
-
-#include "lib/ulib/report.h"
+#include <random>
 
 using namespace flatlink;
 

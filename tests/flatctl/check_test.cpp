@@ -1,11 +1,10 @@
 // Each finding on the smallest input that has it, and inputs that nearly have one.
 #include "flatctl/check_database.h"
-
-#include <gtest/gtest.h>
-
 #include "flatctl/options.h"
 #include "flatctl/verbs.h"
 #include "tests/fuzz/path_file.h"
+
+#include <gtest/gtest.h>
 
 using namespace flatlink;
 

@@ -1,15 +1,15 @@
 // What the forms hold of a tree, and what they are found to lose.
 #include "flatctl/forms.h"
 
-#include <algorithm>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include "flatctl/kind.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 #include "tests/fuzz/path_file.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace flatlink;
 

@@ -1,13 +1,13 @@
 #include "flatctl/run_child.h"
 
+#include "lib/ulib/report.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include "lib/ulib/report.h"
 
 using namespace flatlink;
 

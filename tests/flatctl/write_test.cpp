@@ -1,9 +1,9 @@
 // What is printed of hostile bytes, as text and as JSON.
-#include <gtest/gtest.h>
-
 #include "flatctl/json_write.h"
 #include "flatctl/text_write.h"
 #include "tests/fuzz/memory_file.h"
+
+#include <gtest/gtest.h>
 
 using namespace flatlink;
 

@@ -2,14 +2,6 @@
 // a host that has neither routes nor names but those that the test gives it.
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
-#include <functional>
-#include <gtest/gtest.h>
-#include <map>
-#include <string>
-#include <vector>
-
 #include "flatlink/derive/link_pairs.h"
 #include "flatlink/derive/rule_walk.h"
 #include "flatlink/driver.h"
@@ -24,6 +16,14 @@
 #include "lib/frag/tree/symbol.h"
 #include "tests/kdev/scripted_platform.h"
 #include "tests/ulib/scripted_names.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <vector>
 
 // What `body` writes to the stream that it is given.
 inline std::string written_by(const std::function<void(std::FILE *)> &body)

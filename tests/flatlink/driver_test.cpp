@@ -1,11 +1,11 @@
 #include "flatlink/driver.h"
 
+#include "tests/flatlink/conversion_test.h"
+
 #include <filesystem>
 #include <fstream>
 #include <sched.h>
 #include <sys/mount.h>
-
-#include "tests/flatlink/conversion_test.h"
 
 class driver : public conversion_test
 {

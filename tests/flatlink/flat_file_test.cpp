@@ -1,9 +1,9 @@
 #include "flatlink/flat_file.h"
 
+#include "tests/flatlink/conversion_test.h"
+
 #include <filesystem>
 #include <fstream>
-
-#include "tests/flatlink/conversion_test.h"
 
 class flat_file : public conversion_test
 {

@@ -1,13 +1,13 @@
 // What the lines of each family of records store, refuse and are written as. flat_file in
 // decoder_test.cpp has every key that is written; here is what is read another way.
-#include <fstream>
-
 #include "flatlink/records/ike_policy.h"
 #include "flatlink/records/ipsec_policy.h"
 #include "flatlink/records/keys.h"
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
+
+#include <fstream>
 
 using namespace flatlink;
 

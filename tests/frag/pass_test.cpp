@@ -1,11 +1,4 @@
 // The passes from one layout of the tree to another.
-#include <functional>
-#include <map>
-#include <set>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/export/export.h"
 #include "lib/frag/export/xml_layout.h"
 #include "lib/frag/import/import.h"
@@ -19,6 +12,12 @@
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/merge.h"
 #include "tests/frag/tree_text.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <string>
 
 using namespace flatlink;
 

@@ -1,16 +1,6 @@
 // Trees far deeper and wider than any real one, or tied in knots: no call may exhaust the stack or
 // take time that grows with the square, every pass ends and leaves a sound tree, and what would
 // grow as a product of two numbers in the file stops at a bound.
-#include <algorithm>
-#include <map>
-#include <numeric>
-#include <random>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/export/export.h"
 #include "lib/frag/export/xml_layout.h"
 #include "lib/frag/layout/canon.h"
@@ -25,6 +15,15 @@
 #include "tests/frag/effort.h"
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/report_log.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+#include <numeric>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,17 +1,16 @@
 #include "tests/frag/tree_text.h"
 
-#include <algorithm>
-#include <cstring>
-#include <fstream>
-#include <set>
-#include <sstream>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/export/export.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 #include "tests/fuzz/path_file.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <set>
+#include <sstream>
 
 using namespace flatlink;
 

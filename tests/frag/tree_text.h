@@ -5,14 +5,14 @@
 // a '_' that is part of a name, and a NUL in a value shows as '~'.
 #pragma once
 
+#include "lib/frag/tree/frag.h"
+#include "tests/fuzz/tree_checks.h"
+
 #include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include "lib/frag/tree/frag.h"
-#include "tests/fuzz/tree_checks.h"
 
 // A tree made of its text.
 struct built_tree : owned_tree {

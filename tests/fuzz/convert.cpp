@@ -1,12 +1,6 @@
 // Any bytes as a database, taken the whole way: import, upgrade, derivation, loaders, finishing,
 // and the lines that come out. The same database twice must give the same lines, but for the
 // numbers of the lists of interfaces, which go on, and the trace, which shows addresses.
-#include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <string>
-#include <string_view>
-
 #include "flatlink/driver.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/records.h"
@@ -17,6 +11,12 @@
 #include "tests/fuzz/no_network.h"
 #include "tests/fuzz/path_file.h"
 #include "tests/ulib/scripted_names.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
 
 using namespace flatlink;
 

@@ -1,15 +1,9 @@
 // Any bytes as lines of a flat file: decoded, finished, saved, and what was saved once more. The
 // first byte says whether a trace is written, whether lines come behind the finishing, and
 // whether there is a default router.
-#include "flatlink/records/decoder.h"
-
-#include <algorithm>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
 #include "flatlink/driver.h"
 #include "flatlink/flat_file.h"
+#include "flatlink/records/decoder.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/post_decode.h"
 #include "flatlink/records/records.h"
@@ -17,6 +11,11 @@
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
 #include "tests/ulib/scripted_names.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
 
 using namespace flatlink;
 

@@ -1,9 +1,5 @@
 // Entries of destinations, a line each, and a host and a port before them. What is refused stays
 // refused and what is allowed stays allowed as the entries around it say.
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "lib/fwall/access/chkdest.h"
 #include "lib/fwall/log/context.h"
 #include "lib/fwall/table/cfgrec.h"
@@ -11,6 +7,10 @@
 #include "tests/fuzz/must.h"
 #include "tests/ulib/report_log.h"
 #include "tests/ulib/scripted_names.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 using namespace flatlink;
 

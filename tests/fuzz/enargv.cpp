@@ -2,14 +2,14 @@
 // smaller arrays lose the end and nothing else.
 #include "lib/fwall/table/enargv.h"
 
+#include "tests/fuzz/must.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "tests/fuzz/must.h"
 
 namespace
 {

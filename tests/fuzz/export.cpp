@@ -3,17 +3,17 @@
 // come back as they were.
 #include "lib/frag/export/export.h"
 
-#include <cctype>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
 #include "lib/frag/export/xml_layout.h"
 #include "lib/frag/layout/canon.h"
 #include "lib/frag/layout/upgrade.h"
 #include "lib/frag/tree/symbol.h"
 #include "tests/fuzz/path_file.h"
 #include "tests/fuzz/tree_checks.h"
+
+#include <cctype>
+#include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace
 {

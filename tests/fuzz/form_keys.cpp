@@ -5,7 +5,6 @@
 #include "lib/screen/label.h"
 #include "lib/screen/menu.h"
 #include "lib/screen/strobj.h"
-
 #include "tests/screen/terminal.h"
 
 #include <algorithm>

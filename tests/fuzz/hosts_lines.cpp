@@ -3,13 +3,6 @@
 // the VPN driver knows. Patterns compiled at the check and patterns prepared before it must give
 // one answer with the same questions and reports, before and after policies are joined, and the
 // list of terms must be in its order.
-#include <algorithm>
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/srcchk.h"
 #include "lib/fwall/match/src_patterns.h"
@@ -22,6 +15,13 @@
 #include "tests/fuzz/terms_model.h"
 #include "tests/ulib/report_log.h"
 #include "tests/ulib/scripted_names.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 using namespace flatlink;
 

@@ -2,18 +2,18 @@
 // calls must agree with plain walks. The first byte says how.
 #include "lib/frag/import/import.h"
 
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/frag_sort.h"
+#include "lib/frag/tree/frag_text.h"
+#include "tests/fuzz/tree_checks.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <vector>
-
-#include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/frag_name.h"
-#include "lib/frag/tree/frag_sort.h"
-#include "lib/frag/tree/frag_text.h"
-#include "tests/fuzz/tree_checks.h"
 
 namespace
 {

@@ -1,16 +1,16 @@
 // Texts of a report and of its contexts, a line each, on their way into a record of the log daemon.
 // Whatever they hold, the record is printable where it says so, its lengths are right, and escapes
 // are whole: they lead back to the text or, where the room ended, to its beginning.
-#include <cctype>
-#include <charconv>
-#include <sys/socket.h>
-#include <vector>
-
 #include "lib/fwall/log/escape.h"
 #include "lib/fwall/log/log.h"
 #include "lib/ulib/fixed_text.h"
 #include "tests/fuzz/input_bytes.h"
 #include "tests/fuzz/must.h"
+
+#include <cctype>
+#include <charconv>
+#include <sys/socket.h>
+#include <vector>
 
 using namespace flatlink;
 

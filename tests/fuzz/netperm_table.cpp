@@ -4,11 +4,10 @@
 #include "lib/fwall/table/policy_table.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/report.h"
+#include "tests/fuzz/path_file.h"
 
 #include <cstdint>
 #include <cstring>
-
-#include "tests/fuzz/path_file.h"
 
 using namespace flatlink;
 

@@ -1,9 +1,9 @@
 // A target's world: no devices, no route to anywhere. For its names a target has scripted_names.
 #pragma once
 
-#include <cerrno>
-
 #include "lib/kdev/platform/platform.h"
+
+#include <cerrno>
 
 inline int no_such(int error)
 {

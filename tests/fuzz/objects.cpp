@@ -1,15 +1,15 @@
 // Any bytes as a database whose keys are then walked as network objects, in both forms. A walk
 // ends, leaves no mark in the tree, and finds the same twice.
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/netobj_text.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/ulib/report.h"
 #include "tests/fuzz/tree_checks.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,22 +1,21 @@
 // Reads any bytes as a flat file of the older form, with its links and keys, and writes what
 // became of it: every record is whole and in order, and what was written reads back as it was.
-#include "flatlink/records/old_links.h"
-
-#include <algorithm>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
 #include "flatlink/driver.h"
 #include "flatlink/flat_file.h"
 #include "flatlink/records/keys.h"
 #include "flatlink/records/links.h"
+#include "flatlink/records/old_links.h"
 #include "flatlink/records/records.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
 #include "tests/fuzz/path_file.h"
 #include "tests/ulib/scripted_names.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
 
 using namespace flatlink;
 

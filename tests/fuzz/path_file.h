@@ -1,12 +1,12 @@
 // A file without a name in a folder: what is written to its path can be read back at once.
 #pragma once
 
+#include "tests/fuzz/must.h"
+
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include "tests/fuzz/must.h"
 
 class path_file
 {

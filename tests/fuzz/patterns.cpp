@@ -1,12 +1,6 @@
 // Lines after twelve bytes of addresses and one that picks the name service's answer. Each is a
 // pattern for all of them as texts. What several matchers say must agree, and addresses are
 // compared with plain arithmetic.
-#include <algorithm>
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "lib/fwall/match/hnam.h"
 #include "lib/fwall/match/host_pattern.h"
 #include "lib/fwall/match/nama.h"
@@ -16,6 +10,12 @@
 #include "lib/ulib/wildcard.h"
 #include "tests/fuzz/must.h"
 #include "tests/ulib/scripted_names.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
 
 using namespace flatlink;
 

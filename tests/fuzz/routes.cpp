@@ -1,16 +1,16 @@
 // What a kernel may send about routes: by the first byte either answers on a routing socket, read
 // as they come, or datagrams of netlink. No answer is trusted further than its lengths reach.
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <sys/socket.h>
-
 #include "lib/kdev/platform/netlink.h"
 #include "lib/kdev/platform/route_message.h"
 #include "lib/kdev/route_access.h"
 #include "tests/fuzz/input_bytes.h"
 #include "tests/fuzz/must.h"
 #include "tests/fuzz/no_network.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/socket.h>
 
 using namespace flatlink;
 

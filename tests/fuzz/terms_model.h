@@ -2,14 +2,14 @@
 // policy.h with.
 #pragma once
 
+#include "lib/fwall/access/policy.h"
+#include "lib/fwall/table/policy_table.h"
+
 #include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
-
-#include "lib/fwall/access/policy.h"
-#include "lib/fwall/table/policy_table.h"
 
 inline constexpr policy_option options[] = {
     {"-none", POLICY_ARG_NONE, "deny-kind a 'b c'"},

@@ -1,17 +1,17 @@
 // A tree of a target's own, and what holds for every sound tree.
 #pragma once
 
-#include <cstddef>
-#include <string_view>
-#include <unordered_set>
-#include <utility>
-#include <vector>
-
 #include "lib/frag/import/import.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/name_index.h"
 #include "tests/fuzz/must.h"
+
+#include <cstddef>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+#include <vector>
 
 struct owned_tree {
     owned_tree() = default;

@@ -1,14 +1,6 @@
 // Every public call as a program makes it that links the libraries: this fails to build when a name
 // goes away or takes other arguments. Calls that need a device, a terminal or a process of their
 // own are linked, not run.
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-
 #include "flatlink/derive/context_word.h"
 #include "flatlink/derive/link_pairs.h"
 #include "flatlink/derive/peer.h"
@@ -99,6 +91,13 @@
 #include "lib/ulib/strlist.h"
 #include "lib/ulib/token.h"
 #include "lib/ulib/wildcard.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/socket.h>
 
 using namespace flatlink;
 

@@ -1,17 +1,17 @@
 #include "lib/frag/export/export.h"
 
-#include <array>
-#include <cstring>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "lib/frag/export/xml_write.h"
 #include "lib/frag/layout/norm41.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
 
 using namespace flatlink;
 

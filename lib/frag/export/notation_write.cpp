@@ -1,15 +1,15 @@
 #include "lib/frag/export/notation_write.h"
 
+#include "lib/frag/import/import.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/frag_text.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "lib/frag/import/import.h"
-#include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/frag_name.h"
-#include "lib/frag/tree/frag_text.h"
 
 using namespace flatlink;
 

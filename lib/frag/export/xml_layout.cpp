@@ -1,15 +1,15 @@
 #include "lib/frag/export/xml_layout.h"
 
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "lib/frag/layout/norm_list.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_text.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/ulib/text.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,14 +1,14 @@
 #include "lib/frag/export/xml_write.h"
 
-#include <algorithm>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "lib/frag/export/xml_layout.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,11 +1,5 @@
 #include "lib/frag/import/import.h"
 
-#include <cerrno>
-#include <fcntl.h>
-#include <string>
-#include <unistd.h>
-#include <vector>
-
 #include "lib/frag/import/import_machine.h"
 #include "lib/frag/import/observer.h"
 #include "lib/frag/tree/cftrie.h"
@@ -14,6 +8,12 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/descriptor.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
 
 using namespace flatlink;
 

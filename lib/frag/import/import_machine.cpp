@@ -1,14 +1,14 @@
 #include "lib/frag/import/import_machine.h"
 
-#include <cstring>
-#include <utility>
-
 #include "lib/frag/tree/cftrie.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_text.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/ulib/text.h"
+
+#include <cstring>
+#include <utility>
 
 using namespace flatlink;
 

@@ -2,17 +2,17 @@
 // them, to go on with the next piece. Private to the import.
 #pragma once
 
+#include "lib/frag/import/import.h"
+#include "lib/frag/import/observer.h"
+#include "lib/frag/tree/name_index.h"
+#include "lib/frag/tree/origin.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "lib/frag/import/import.h"
-#include "lib/frag/import/observer.h"
-#include "lib/frag/tree/name_index.h"
-#include "lib/frag/tree/origin.h"
 
 namespace flatlink
 {

@@ -1,11 +1,10 @@
 // The states of the section notation.
 #include "lib/frag/import/import_machine.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/frag_text.h"
 
 #include <algorithm>
 #include <utility>
-
-#include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/frag_text.h"
 
 using namespace flatlink;
 

@@ -1,10 +1,9 @@
 // The states of the tag notation.
 #include "lib/frag/import/import_machine.h"
-
-#include <algorithm>
-
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
+
+#include <algorithm>
 
 using namespace flatlink;
 

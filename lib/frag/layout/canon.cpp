@@ -1,11 +1,5 @@
 #include "lib/frag/layout/canon.h"
 
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "lib/frag/layout/canon_proxy.h"
 #include "lib/frag/layout/layout_tables.h"
 #include "lib/frag/tree/frag_list.h"
@@ -17,6 +11,12 @@
 #include "lib/ulib/events.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
 
 using namespace flatlink;
 

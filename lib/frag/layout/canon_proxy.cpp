@@ -1,14 +1,14 @@
 #include "lib/frag/layout/canon_proxy.h"
 
-#include <string>
-#include <string_view>
-#include <unordered_map>
-#include <utility>
-
 #include "lib/frag/layout/access_prefix.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/origin.h"
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
 
 using namespace flatlink;
 

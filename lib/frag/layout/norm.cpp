@@ -1,5 +1,12 @@
 #include "lib/frag/layout/norm.h"
 
+#include "lib/frag/layout/access_prefix.h"
+#include "lib/frag/layout/layout_tables.h"
+#include "lib/frag/tree/frag_list.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/frag_sort.h"
+#include "lib/ulib/text.h"
+
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -7,13 +14,6 @@
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include "lib/frag/layout/access_prefix.h"
-#include "lib/frag/layout/layout_tables.h"
-#include "lib/frag/tree/frag_list.h"
-#include "lib/frag/tree/frag_name.h"
-#include "lib/frag/tree/frag_sort.h"
-#include "lib/ulib/text.h"
 
 using namespace flatlink;
 

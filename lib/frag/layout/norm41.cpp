@@ -1,13 +1,13 @@
 #include "lib/frag/layout/norm41.h"
 
-#include <cstdint>
-#include <utility>
-
 #include "lib/frag/layout/norm.h"
 #include "lib/frag/layout/norm_interfaces.h"
 #include "lib/frag/layout/proxy_map.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
+
+#include <cstdint>
+#include <utility>
 
 using namespace flatlink;
 

@@ -1,5 +1,13 @@
 #include "lib/frag/layout/norm_interfaces.h"
 
+#include "lib/frag/tree/frag_list.h"
+#include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/frag_sort.h"
+#include "lib/frag/tree/frag_text.h"
+#include "lib/ulib/events.h"
+#include "lib/ulib/report.h"
+#include "lib/ulib/text.h"
+
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -8,14 +16,6 @@
 #include <unordered_set>
 #include <utility>
 #include <vector>
-
-#include "lib/frag/tree/frag_list.h"
-#include "lib/frag/tree/frag_name.h"
-#include "lib/frag/tree/frag_sort.h"
-#include "lib/frag/tree/frag_text.h"
-#include "lib/ulib/events.h"
-#include "lib/ulib/report.h"
-#include "lib/ulib/text.h"
 
 using namespace flatlink;
 

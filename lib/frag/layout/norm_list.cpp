@@ -1,13 +1,13 @@
 #include "lib/frag/layout/norm_list.h"
 
-#include <string>
-#include <vector>
-
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/ulib/text.h"
+
+#include <string>
+#include <vector>
 
 using namespace flatlink;
 

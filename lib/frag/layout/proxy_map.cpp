@@ -1,12 +1,12 @@
 #include "lib/frag/layout/proxy_map.h"
 
+#include "lib/frag/tree/frag.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
 #include <string_view>
-
-#include "lib/frag/tree/frag.h"
 
 using namespace flatlink;
 

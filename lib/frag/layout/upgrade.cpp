@@ -1,11 +1,5 @@
 #include "lib/frag/layout/upgrade.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <utility>
-
 #include "lib/frag/layout/proxy_map.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
@@ -14,6 +8,12 @@
 #include "lib/ulib/events.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <utility>
 
 using namespace flatlink;
 

@@ -2,12 +2,12 @@
 // caller's as their last argument: it is handed to each call as it is.
 #pragma once
 
-#include <cstddef>
-#include <cstring>
-
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/netobj_text.h"
 #include "lib/frag/objects/pattern.h"
+
+#include <cstddef>
+#include <cstring>
 
 namespace flatlink
 {

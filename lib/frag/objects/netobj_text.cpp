@@ -1,13 +1,13 @@
 #include "lib/frag/objects/netobj_text.h"
 
-#include <algorithm>
-#include <cstring>
-#include <string_view>
-
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
 
 using namespace flatlink;
 

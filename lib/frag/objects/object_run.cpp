@@ -1,8 +1,5 @@
 #include "lib/frag/objects/object_run.h"
 
-#include <algorithm>
-#include <unordered_map>
-
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
@@ -10,6 +7,9 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <unordered_map>
 
 using namespace flatlink;
 

@@ -1,12 +1,12 @@
 #include "lib/frag/objects/pattern.h"
 
-#include <array>
-#include <string_view>
-#include <vector>
-
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/ulib/text.h"
+
+#include <array>
+#include <string_view>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,9 +1,9 @@
 // Address patterns: partial dotted addresses with stars.
 #pragma once
 
-#include <string>
-
 #include "lib/frag/objects/netobj.h"
+
+#include <string>
 
 // Rewrites a pattern of up to four octets ("10.1.*", "10.1", "*") to "address:mask" in place.
 // Returns 0 when it did, 1 for a plain address or pair of addresses, which stays, and -1 for null

@@ -1,12 +1,12 @@
 #include "lib/frag/tree/cftrie.h"
 
-#include <new>
-#include <utility>
-#include <vector>
-
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/node_pool.h"
+
+#include <new>
+#include <utility>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,17 +1,17 @@
 #include "lib/frag/tree/frag.h"
 
+#include "lib/frag/tree/cftrie.h"
+#include "lib/frag/tree/name_index.h"
+#include "lib/frag/tree/node_pool.h"
+#include "lib/frag/tree/origin.h"
+#include "lib/ulib/report.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 #include <vector>
-
-#include "lib/frag/tree/cftrie.h"
-#include "lib/frag/tree/name_index.h"
-#include "lib/frag/tree/node_pool.h"
-#include "lib/frag/tree/origin.h"
-#include "lib/ulib/report.h"
 
 using namespace flatlink;
 

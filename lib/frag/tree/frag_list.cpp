@@ -1,13 +1,13 @@
 #include "lib/frag/tree/frag_list.h"
 
+#include "lib/frag/tree/name_index.h"
+#include "lib/frag/tree/origin.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "lib/frag/tree/name_index.h"
-#include "lib/frag/tree/origin.h"
 
 using namespace flatlink;
 

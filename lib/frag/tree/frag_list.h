@@ -2,9 +2,9 @@
 // parent links and the name indexes of the lists that it changes in step.
 #pragma once
 
-#include <cstdint>
-
 #include "lib/frag/tree/frag.h"
+
+#include <cstdint>
 
 namespace flatlink
 {

@@ -1,10 +1,10 @@
 #include "lib/frag/tree/frag_name.h"
 
+#include "lib/frag/tree/frag.h"
+
 #include <array>
 #include <cstring>
 #include <vector>
-
-#include "lib/frag/tree/frag.h"
 
 using namespace flatlink;
 

@@ -1,12 +1,12 @@
 #include "lib/frag/tree/frag_sort.h"
 
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/name_index.h"
+
 #include <cstddef>
 #include <cstring>
 #include <utility>
 #include <vector>
-
-#include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/name_index.h"
 
 using namespace flatlink;
 

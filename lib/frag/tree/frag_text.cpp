@@ -1,13 +1,13 @@
 #include "lib/frag/tree/frag_text.h"
 
-#include <cstring>
-#include <vector>
-
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/name_table.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
+
+#include <cstring>
+#include <vector>
 
 using namespace flatlink;
 

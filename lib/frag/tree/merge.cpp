@@ -1,9 +1,9 @@
 #include "lib/frag/tree/merge.h"
 
-#include <vector>
-
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
+
+#include <vector>
 
 using namespace flatlink;
 

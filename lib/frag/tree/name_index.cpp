@@ -1,12 +1,12 @@
 #include "lib/frag/tree/name_index.h"
 
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/symbol.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <vector>
-
-#include "lib/frag/tree/frag.h"
-#include "lib/frag/tree/symbol.h"
 
 using namespace flatlink;
 

@@ -7,9 +7,9 @@
 // without an origin gets that of its name. A value that the program sets has none.
 #pragma once
 
-#include <cstdint>
-
 #include "lib/frag/tree/frag.h"
+
+#include <cstdint>
 
 enum class frag_notation : std::uint32_t {
     NONE = 0, // set by the program

@@ -1,8 +1,7 @@
 // This host's platform table: device files where they stand, else its own means.
-#include "lib/kdev/platform/platform.h"
-
 #include "lib/kdev/platform/host_firewall.h"
 #include "lib/kdev/platform/netlink_routes.h"
+#include "lib/kdev/platform/platform.h"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>

@@ -1,7 +1,5 @@
 #include "flatlink/records/field.h"
 
-#include <set>
-
 #include "flatlink/records/ike_policy.h"
 #include "flatlink/records/interfaces.h"
 #include "flatlink/records/ipsec_policy.h"
@@ -9,6 +7,8 @@
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
 #include "tests/flatlink/conversion_test.h"
+
+#include <set>
 
 using namespace flatlink;
 

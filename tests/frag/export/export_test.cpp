@@ -1,18 +1,17 @@
 #include "lib/frag/export/export.h"
 
-#include <cstring>
-#include <functional>
-#include <string>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/export/xml_layout.h"
 #include "lib/frag/export/xml_write.h"
 #include "lib/frag/layout/norm_list.h"
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/memory_file.h"
 #include "tests/fuzz/path_file.h"
+
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
 
 static std::string written(const std::function<int(std::FILE *stream)> &write)
 {

@@ -1,13 +1,11 @@
-#include "lib/frag/export/notation_write.h"
-
-#include <functional>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/export/export.h"
+#include "lib/frag/export/notation_write.h"
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/memory_file.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
 
 using namespace flatlink;
 

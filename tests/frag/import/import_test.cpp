@@ -1,15 +1,14 @@
 #include "lib/frag/import/import.h"
 
-#include <cerrno>
-#include <fcntl.h>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/descriptor.h"
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/path_file.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <string>
 
 using namespace flatlink;
 

@@ -1,17 +1,16 @@
 // Where values come from, and what an import decides without a word.
 #include "lib/frag/import/observer.h"
 
-#include <fstream>
-#include <functional>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/import/import.h"
 #include "lib/frag/layout/canon.h"
 #include "lib/frag/layout/upgrade.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/origin.h"
 #include "tests/frag/tree_text.h"
+
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
 
 using namespace flatlink;
 

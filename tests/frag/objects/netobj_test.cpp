@@ -1,9 +1,6 @@
 // Network objects, as objects and as address text.
 #include "lib/frag/objects/netobj.h"
 
-#include <gtest/gtest.h>
-#include <string>
-
 #include "lib/frag/objects/netobj_text.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/objects/pattern.h"
@@ -11,6 +8,9 @@
 #include "lib/ulib/bounds.h"
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/report_log.h"
+
+#include <gtest/gtest.h>
+#include <string>
 
 using namespace flatlink;
 

@@ -1,10 +1,10 @@
 #include "lib/frag/objects/pattern.h"
 
-#include <gtest/gtest.h>
-#include <string>
-
 #include "lib/frag/tree/frag_name.h"
 #include "tests/frag/tree_text.h"
+
+#include <gtest/gtest.h>
+#include <string>
 
 using namespace flatlink;
 

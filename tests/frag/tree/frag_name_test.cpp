@@ -1,17 +1,16 @@
 // Names, keys and values as texts.
 #include "lib/frag/tree/frag_name.h"
 
-#include <climits>
-#include <cstdio>
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/tree/frag_text.h"
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/memory_file.h"
+
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 TEST(CopyFragname, Cases)
 {

@@ -1,19 +1,18 @@
 // The tree's calls: look-up with its index, changes, copies and the sort.
 #include "lib/frag/tree/frag.h"
 
-#include <algorithm>
-#include <memory>
-#include <random>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
 #include "tests/frag/effort.h"
 #include "tests/frag/tree_text.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
 
 using namespace flatlink;
 

@@ -1,11 +1,11 @@
 #include "lib/frag/tree/symbol.h"
 
-#include <gtest/gtest.h>
-
 #include "lib/frag/import/token_symbol.h"
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/path_file.h"
 #include "tests/ulib/report_log.h"
+
+#include <gtest/gtest.h>
 
 using namespace flatlink;
 

@@ -1,5 +1,3 @@
-#include <sys/mman.h> // first: headers of the host define macros that begin as our names might
-
 #include "lib/fwall/log/context.h"
 
 #include "lib/fwall/log/context_calls.h"
@@ -7,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <sys/mman.h> // first: headers of the host define macros that begin as our names might
 
 using namespace flatlink;
 

@@ -1,10 +1,10 @@
 // Whether a host fits a pattern, and the records of a database that is not there: the default
 // settings.
-#include <cstdio>
-
 #include "flatlink/driver.h"
 #include "flatlink/records/line.h"
 #include "lib/fwall/match/hnam.h"
+
+#include <cstdio>
 
 using namespace flatlink;
 

@@ -1,8 +1,8 @@
 // Prints the value of a key out of a small configuration.
-#include <cstdio>
-
 #include "lib/frag/import/import.h"
 #include "lib/frag/tree/frag.h"
+
+#include <cstdio>
 
 using namespace flatlink;
 

@@ -1,7 +1,7 @@
 // Source address bindings, datagrams and handed-through requests.
 #include "lib/kdev/firewall_device.h"
 
-#include "lib/kdev/firewall_query.h"
+#include "lib/kdev/internal/firewall_query.h"
 
 #include <cerrno>
 #include <fcntl.h>

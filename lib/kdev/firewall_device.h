@@ -7,8 +7,6 @@
 // address, the timer and the redirects. Datagrams are received there under their plain addresses.
 #pragma once
 
-#include "lib/kdev/platform/firewall_records.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <netinet/in.h>
@@ -18,6 +16,11 @@
 
 // Flag of vfw_sendto: the far end is to see another sender. Never reaches the socket.
 inline constexpr int VFW_APPARENT_SENDER = 0x02000000;
+
+// Bytes of the records that are handed through to the driver unread; the numbers of its requests
+// hold the same sizes.
+inline constexpr std::size_t FW_TIMER_SIZE = 8;
+inline constexpr std::size_t FW_REDIRECT_SIZE = 12;
 
 // Binds a socket to `addr` and asks that `remote` sees `apparent` as the sender.
 //   addr      the address 0 allows the address's reuse; with port 0 it gets the port chosen

@@ -1,7 +1,7 @@
 // The ordinary name calls with the true ends in place of the redirected ones.
 #include "lib/kdev/firewall_names.h"
 
-#include "lib/kdev/firewall_query.h"
+#include "lib/kdev/internal/firewall_query.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -3,8 +3,8 @@
 // Nothing is reported.
 #pragma once
 
-#include "lib/kdev/platform/bytes.h"
 #include "lib/ulib/address.h"
+#include "lib/ulib/bytes.h"
 
 #include <array>
 #include <cstddef>

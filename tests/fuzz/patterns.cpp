@@ -4,7 +4,7 @@
 #include "lib/fwall/match/hnam.h"
 #include "lib/fwall/match/host_pattern.h"
 #include "lib/fwall/match/nama.h"
-#include "lib/kdev/platform/bytes.h"
+#include "lib/ulib/bytes.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 #include "lib/ulib/wildcard.h"

@@ -70,7 +70,7 @@
 #include "lib/fwall/table/policy_table.h"
 #include "lib/kdev/firewall_device.h"
 #include "lib/kdev/firewall_names.h"
-#include "lib/kdev/firewall_query.h"
+#include "lib/kdev/internal/firewall_query.h"
 #include "lib/kdev/route_access.h"
 #include "lib/kdev/vpn_device.h"
 #include "lib/screen/form.h"

@@ -2,6 +2,8 @@
 // host: numbers, the address family among them, stand most significant byte first.
 #pragma once
 
+#include "lib/kdev/firewall_device.h"
+
 #include <arpa/inet.h>
 #include <cstddef>
 #include <cstdint>
@@ -13,10 +15,6 @@ inline constexpr unsigned long FW_FSA = 0xC0346612;          // fw_fsa_req
 inline constexpr unsigned long FW_UDP_TIMER = 0xC0086614;    // FW_TIMER_SIZE bytes
 inline constexpr unsigned long FW_ADD_REDIRECT = 0xC00C6615; // FW_REDIRECT_SIZE bytes
 inline constexpr unsigned long FW_DEL_REDIRECT = 0xC00C6616; // FW_REDIRECT_SIZE bytes
-
-// Records that are handed through unread, in bytes.
-inline constexpr std::size_t FW_TIMER_SIZE = 8;
-inline constexpr std::size_t FW_REDIRECT_SIZE = 12;
 
 namespace flatlink
 {

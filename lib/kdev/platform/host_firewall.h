@@ -8,7 +8,7 @@
 //   refused (EOPNOTSUPP). Pretending would send packets under an address that was not asked for.
 #pragma once
 
-#include "lib/kdev/platform/bytes.h"
+#include "lib/ulib/bytes.h"
 
 namespace flatlink
 {

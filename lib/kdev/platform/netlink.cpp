@@ -2,8 +2,8 @@
 // is trusted no further than its lengths reach: each step is checked against what was received.
 #include "lib/kdev/platform/netlink.h"
 
-#include "lib/kdev/platform/bytes.h"
 #include "lib/kdev/platform/handle.h"
+#include "lib/ulib/bytes.h"
 
 #include <algorithm>
 #include <cerrno>

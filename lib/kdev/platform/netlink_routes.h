@@ -10,7 +10,7 @@
 //   that is spread over several gateways is not found so.
 #pragma once
 
-#include "lib/kdev/platform/bytes.h"
+#include "lib/ulib/bytes.h"
 
 #include <sys/types.h>
 

@@ -1,7 +1,7 @@
 // Walks the list of interface addresses that the host gives.
 #include "lib/kdev/platform/own_address.h"
 
-#include "lib/kdev/platform/bytes.h"
+#include "lib/ulib/bytes.h"
 
 #include <ifaddrs.h>
 #include <memory>

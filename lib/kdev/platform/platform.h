@@ -4,7 +4,7 @@
 // place.
 #pragma once
 
-#include "lib/kdev/platform/bytes.h"
+#include "lib/ulib/bytes.h"
 
 #include <sys/types.h>
 

@@ -1,5 +1,5 @@
 // Opens the firewall device and puts the questions to it.
-#include "lib/kdev/firewall_query.h"
+#include "lib/kdev/internal/firewall_query.h"
 
 #include "lib/kdev/platform/platform.h"
 

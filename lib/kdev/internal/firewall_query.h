@@ -2,10 +2,10 @@
 // others. All return -1 with errno on failure, and none leaves the device open.
 #pragma once
 
-#include "lib/kdev/platform/bytes.h"
 #include "lib/kdev/platform/firewall_records.h"
 #include "lib/kdev/platform/handle.h"
 #include "lib/ulib/address.h"
+#include "lib/ulib/bytes.h"
 
 #include <cstdint>
 #include <netinet/in.h>

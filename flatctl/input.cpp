@@ -69,11 +69,12 @@ int flatlink::derive_in_child(const input &database, const known_world &world, c
     if (!load_input(database))
         return STATUS_UNREADABLE;
     derive_from_tree(false);
-    const bool is_whole = report_bounds();
+    if (!report_bounds())
+        return STATUS_FOUND; // flatlink writes nothing then
     std::FILE *out = port.stream(frame_kind::data);
     write_records(out);
     std::fclose(out);
-    return is_whole ? STATUS_FINE : STATUS_FOUND;
+    return STATUS_FINE;
 }
 
 void side_frames::tell_message(std::string_view line) const

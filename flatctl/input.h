@@ -60,8 +60,8 @@ namespace flatlink
 {
 
 // Loads and derives inside of a child; the lines of the records go out as frames of kind `data`.
-// Returns the status of the work: STATUS_FOUND when a bound left something out, and a message says
-// which.
+// Returns the status of the work: STATUS_FOUND, and no lines, when the database implies more than
+// flatlink writes; a message names the bound.
 int derive_in_child(const input &database, const known_world &world, child_port &port);
 
 } // namespace flatlink

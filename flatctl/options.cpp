@@ -29,6 +29,9 @@ constexpr verb_row VERBS[] = {
     {"explain access", VERB_EXPLAIN_ACCESS, "TABLE", 1, 1,
      "tell why a proxy lets a client through, or does not", run_explain_access},
     {"help", VERB_HELP, "[VERB|CODE]", 0, 2, "explain a verb, or a finding", run_help},
+    {"completion", VERB_COMPLETION, "bash|zsh|fish", 1, 1,
+     "print the script that completes command lines", run_completion},
+    {"manual", VERB_MANUAL, "", 0, 0, "print the manual page, for man -l -", run_manual},
 };
 
 constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;

@@ -60,6 +60,8 @@ enum verb_bit : unsigned {
     VERB_UNDO = 8,
     VERB_EXPLAIN_ACCESS = 16,
     VERB_HELP = 32,
+    VERB_COMPLETION = 64,
+    VERB_MANUAL = 128,
     VERB_ALL = ~0U,
 };
 

@@ -11,7 +11,8 @@ using namespace flatlink;
 
 bool flatlink::is_secret_key(std::string_view key)
 {
-    const std::string_view name = key.substr(key.find_last_of('_') + 1);
+    key = key.substr(0, key.find_last_not_of(" \t") + 1); // a misspelt one is a secret all the same
+    const std::string_view name = key.substr(key.find_last_of("_[\\ \t") + 1);
     if (name == "secret" || name == "anonsecret" || name == "preshrd")
         return true;
     return name == "key" && key.starts_with("key_");
@@ -34,8 +35,18 @@ std::string flatlink::hidden_secret(std::string_view value)
     return text.data();
 }
 
+// An element on a line by itself, or a part of one, that may be the text of a secret.
+static bool is_secret_element(std::string_view line)
+{
+    return line.find('<') != std::string_view::npos &&
+           (line.find("secret") != std::string_view::npos ||
+            line.find("preshrd") != std::string_view::npos);
+}
+
 std::string flatlink::shown_setting(std::string_view line, bool is_revealed)
 {
+    if (!is_revealed && is_secret_element(line))
+        return hidden_secret(line);
     const std::size_t equals = line.find('=');
     if (is_revealed || equals + 1 >= line.size() || !is_secret_key(line.substr(0, equals)))
         return shown(line);

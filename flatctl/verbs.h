@@ -8,9 +8,11 @@ namespace flatlink
 {
 
 int run_check(const request &asked);
+int run_completion(const request &asked);
 int run_convert(const request &asked);
 int run_explain_access(const request &asked);
 int run_help(const request &asked);
+int run_manual(const request &asked);
 int run_preview(const request &asked);
 int run_undo(const request &asked);
 

@@ -95,6 +95,39 @@ class ExplainAccess(Case):
                          json.loads(run.stdout)["turn"][0]["to"])
 
 
+class Corpora(Case):
+    def test_hostile_inputs_end_in_a_verdict(self):
+        """A crash of the child would be status 1 with a finding of its own."""
+        for content in CORPORA:
+            write(DATABASE, content)
+            for args in (["check"], ["preview"], ["convert", "--lossy", "--to", "tags", "-o", "/tmp/out"]):
+                run = flatctl(*args, DATABASE)
+                self.assertIn(run.returncode, (0, 1), run.stderr)
+                for stream in (run.stdout if args != ["preview"] else b"", run.stderr):
+                    self.assertNotIn(b"D502", stream)
+                    self.assertNotIn(b"ended early", stream)
+                    self.assertNotRegex(stream, rb"[\x00-\x09\x0b-\x1f\x7f]")
+
+
+class Generated(Case):
+    def test_completion(self):
+        script = flatctl("completion", "bash").stdout.decode()
+        for words, wanted in (("pre", "preview"), ("convert --to ta", "tags"),
+                              ("convert --verif", "--verify"), ("check --verif", "")):
+            words = ["flatctl", *words.split(" ")]
+            line = f"COMP_WORDS=({' '.join(words)}); COMP_CWORD={len(words) - 1}; _flatctl"
+            run = subprocess.run(["bash", "-c", f"{script}\n{line}; echo ${{COMPREPLY[*]}}"],
+                                 capture_output=True, check=True, cwd="/tmp")
+            self.assertEqual((wanted, b""), (run.stdout.decode().strip(), run.stderr))
+        for shell in ("zsh", "fish"):
+            text = flatctl("completion", shell).stdout
+            for word in (b"convert", b"verify", b"sections"):
+                self.assertIn(word, text)
+
+    def test_manual_is_the_one_of_the_tables(self):
+        self.assertEqual(MANUAL, flatctl("manual").stdout)
+
+
 class Convert(Case):
     OUT = ns.WORK + "/out"
     FORMS = ("flat", "sections", "tags", "numbered", "xml")
@@ -149,6 +182,8 @@ if __name__ == "__main__":
     flatlink_path, flatctl_path, source_dir = sys.argv[-3:]
     ns.enter("-n")
     flatctl_bytes = read(flatctl_path)
+    MANUAL = read(source_dir + "/man/flatctl.1")
+    CORPORA = [read(path) for path in sorted(glob.glob(source_dir + "/tests/fuzz/corpus/*/*"))]
     ns.furnish(flatlink_path, source_dir)
     write(FLATCTL, flatctl_bytes)
     os.chmod(FLATCTL, 0o755)

@@ -20,6 +20,9 @@
 #include <string_view>
 #include <utility>
 
+namespace flatlink
+{
+
 using printed = std::optional<std::string>; // nothing: the record has no such line
 
 // How two records are compared in one field.
@@ -131,7 +134,7 @@ template <const auto &table> struct word_of {
 struct decimal {
     template <typename number> static void read(number &held, std::string_view value)
     {
-        held = static_cast<number>(flatlink::take_number(value));
+        held = static_cast<number>(take_number(value));
     }
     static printed print(std::int64_t held) { return std::to_string(held); }
 };
@@ -139,40 +142,31 @@ struct decimal {
 struct bounded_decimal : decimal {
     template <typename number> static void read(number &held, std::string_view value)
     {
-        held = static_cast<number>(flatlink::lenient_number(value));
+        held = static_cast<number>(lenient_number(value));
     }
 };
 
 struct scanned_decimal : decimal {
-    static void read(std::int32_t &held, std::string_view value)
-    {
-        (void)flatlink::scan_number(value, held);
-    }
+    static void read(std::int32_t &held, std::string_view value) { (void)scan_number(value, held); }
 };
 
 struct hexadecimal {
-    static void read(u32 &held, std::string_view value) { (void)flatlink::scan_hex(value, held); }
-    static printed print(u32 held) { return flatlink::hex_text(held); }
+    static void read(u32 &held, std::string_view value) { (void)scan_hex(value, held); }
+    static printed print(u32 held) { return hex_text(held); }
 };
 
 // Printed with five digits at least.
 template <typename codec> struct padded : codec {
-    static printed print(std::int32_t held) { return flatlink::with_zeros(held, 5); }
+    static printed print(std::int32_t held) { return with_zeros(held, 5); }
 };
 
 struct address {
-    static void read(u32 &held, std::string_view value)
-    {
-        held = flatlink::address_of(std::string(value));
-    }
-    static printed print(u32 held) { return flatlink::dotted(held); }
+    static void read(u32 &held, std::string_view value) { held = address_of(std::string(value)); }
+    static printed print(u32 held) { return dotted(held); }
 };
 
 struct network_mask : address {
-    static void read(u32 &held, std::string_view value)
-    {
-        held = flatlink::network_of(std::string(value));
-    }
+    static void read(u32 &held, std::string_view value) { held = network_of(std::string(value)); }
 };
 
 // A word where the table has none for a number.
@@ -234,3 +228,5 @@ constexpr auto joined(const std::array<field<record>, sizes> &...parts)
     (append(parts), ...);
     return all;
 }
+
+} // namespace flatlink

@@ -9,6 +9,9 @@
 
 #include <string_view>
 
+namespace flatlink
+{
+
 struct certificate_name {
     std::string_view key;
     std::string peerauth::*text;
@@ -34,9 +37,6 @@ inline constexpr certificate_name issuer_names[] = {
     {"isa", &peerauth::isa, 0x08, "isa"},
 };
 
-namespace flatlink
-{
-
 // One row a name. `no_memory` is what a failed allocation prints, null: what the family says.
 template <const auto &names> constexpr auto name_rows(const char *no_memory)
 {
@@ -48,23 +48,21 @@ template <const auto &names> constexpr auto name_rows(const char *no_memory)
     (std::make_index_sequence<std::size(names)>());
 }
 
-} // namespace flatlink
-
 inline constexpr std::string_view NO_SAN_CHECK = "Don't check";
 
 // The subject's names, the kind of its alternative name, and the issuer's names.
 inline constexpr auto certificate_fields =
-    joined<peerauth>(flatlink::name_rows<subject_names>(nullptr),
+    joined<peerauth>(name_rows<subject_names>(nullptr),
                      std::array{field<peerauth>{
                          "san_type", as<word_or<san_list, NO_SAN_CHECK>, &peerauth::san_type>}},
-                     flatlink::name_rows<issuer_names>(MALLOC_FAILURE));
+                     name_rows<issuer_names>(MALLOC_FAILURE));
 
 // What a modecfg line says: any pool, none, or one by name.
 template <auto mode, auto name>
 inline constexpr form<owner_type<mode>> pool_choice{
     [](owner_type<mode> &link, std::string_view value) {
-        const bool is_any = flatlink::same_word(value, "Any");
-        const bool is_named = !is_any && !flatlink::same_word(value, "None");
+        const bool is_any = same_word(value, "Any");
+        const bool is_named = !is_any && !same_word(value, "None");
         link.*name = is_named ? value : std::string_view();
         link.*mode = is_any ? MODECFG_ANY : is_named ? MODECFG_NAMED : MODECFG_NONE;
     },
@@ -74,3 +72,5 @@ inline constexpr form<owner_type<mode>> pool_choice{
         return link.*mode > 0 && !(link.*name).empty() ? link.*name : "None";
     },
     by<mode>};
+
+} // namespace flatlink

@@ -13,6 +13,9 @@
 #include <string>
 #include <string_view>
 
+namespace flatlink
+{
+
 struct policy_line {
     std::string name; // the policy's
     std::string_view field;
@@ -29,9 +32,6 @@ struct policy_frame {
     bool names_policy_of_proposal; // in the message about an unknown field of a proposal
 };
 
-namespace flatlink
-{
-
 // Takes a line without its prefix apart. The views live as long as `rest`. `message` is what a
 // failed allocation would print, and another once the name is taken. Returns false for a line that
 // is of no use; only one that cannot be read is reported.
@@ -40,8 +40,6 @@ bool read_policy_line(std::string_view rest, const policy_frame &frame, policy_l
 
 // Reports an unknown field; `seq` is the policy's.
 void complain_of_policy_field(const policy_frame &frame, int seq, const policy_line &line);
-
-} // namespace flatlink
 
 // The policies of one kind by their names.
 template <typename policy> struct policy_finder {
@@ -55,9 +53,6 @@ template <typename policy> struct policy_finder {
         highest_seq = 0;
     }
 };
-
-namespace flatlink
-{
 
 // The policy of that name, made if there is none, with the next number in order of appearance. A
 // number that has run over to 0 is not the highest, so that all later policies get it, too.
@@ -93,8 +88,6 @@ template <typename policy> auto &proposal_numbered(policy &pol, int number)
     return *pol.props.front();
 }
 
-} // namespace flatlink
-
 // One kind of policies: its frame, its list, and the fields of policy and proposal in the order of
 // their lines.
 template <typename policy, typename proposal> struct policy_family {
@@ -104,9 +97,6 @@ template <typename policy, typename proposal> struct policy_family {
     field_table<proposal> proposal_fields;
     policy_finder<policy> finder;
 };
-
-namespace flatlink
-{
 
 // Takes one line without its prefix. Returns 0 when it was used, 1 when not.
 template <typename policy, typename proposal>

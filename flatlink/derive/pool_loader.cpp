@@ -15,8 +15,10 @@
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using namespace flatlink;
 
@@ -91,10 +93,13 @@ struct entry_feeder {
     }
 };
 
+// Of the pool being loaded, in the order of mcpool_net_map.
+std::vector<entry_feeder> feeders;
+
 } // namespace
 
-// Feeds one network object that is a single text. Returns 0 when the row takes it, or passes it
-// over as no address, 1 when it does not fit the row.
+// Feeds one network object that is a single text. Returns 0 when the row takes it or skips it as
+// no address, 1 when it does not fit the row.
 static int feed_object(entry_feeder &out, const std::string &text, const char *type)
 {
     const address_parts parts = split_address(text);
@@ -124,14 +129,12 @@ static int feed_object(entry_feeder &out, const std::string &text, const char *t
     return same_word(type, "dns") || same_word(type, "pattern") ? 0 : 1;
 }
 
-// Feeds what an object of a pool holds: the members of a group, the object that an entry names,
-// the patterns of a list, or the object itself. `word` is the type that a walk gives it.
-static int check_mcpool_net(frag **db, frag *obj, const char *word, entry_feeder &out)
+static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &out)
 {
     if (obj == nullptr || is_empty_group(word))
         return 1;
     const object_callback check = [&out](frag **tree, frag *member, const char *type) {
-        return check_mcpool_net(tree, member, type, out);
+        return feed_entries(tree, member, type, out);
     };
     const char *type = type_of_key(obj);
     if (same_word(type, "group")) {
@@ -145,13 +148,18 @@ static int check_mcpool_net(frag **db, frag *obj, const char *word, entry_feeder
         const char *name = child_value(obj, "network");
         if (!mark.entered || !level.entered || name == nullptr)
             return 1;
-        return check_mcpool_net(db, ffind(db, name), "mcp", out);
+        return feed_entries(db, ffind(db, name), "mcp", out);
     }
     const std::string key = std::string(fragkeyname(obj)).substr(0, OBJECT_KEY_SIZE);
     std::string &text = netobj_to_netperm(db, key.c_str());
     if (enum_pattern(db, &text, check, "MCPpat", &type) == 0)
         return 0;
     return feed_object(out, std::string(text), type);
+}
+
+int check_mcpool_net(frag **db, frag *obj, const char *word, std::uint32_t row)
+{
+    return row < feeders.size() ? feed_entries(db, obj, word, feeders[row]) : 1;
 }
 
 // A mask may be a network mask object, by its key or by its own name; if it is none, the text
@@ -185,12 +193,13 @@ int load_mcpool(frag **db, frag *pool)
     set_walk_origin(pool);
     const std::string prefix = std::string(pool->name) + "_";
     load_fields(db, pool, prefix);
-    for (const net_row &row : mcpool_net_map) {
-        entry_feeder out{row, prefix};
-        enum_rule_list(db, ffind(&pool->child, row.key),
-                       [&out](frag **tree, frag *entry, const char *word) {
-                           return check_mcpool_net(tree, entry, word, out);
+    feeders.clear();
+    for (const net_row &row : mcpool_net_map)
+        feeders.push_back({row, prefix});
+    for (std::uint32_t row = 0; row < feeders.size(); ++row)
+        enum_rule_list(db, ffind(&pool->child, mcpool_net_map[row].key),
+                       [row](frag **tree, frag *entry, const char *word) {
+                           return check_mcpool_net(tree, entry, word, row);
                        });
-    }
     return 0;
 }

@@ -22,7 +22,6 @@ STANDS_ON = {
     "lib/fwall/access": "lib/fwall/match",
     "lib/fwall/serve": "lib/fwall/access",
     "lib/clib_names": "lib/fwall/serve",
-    "lib/clib_names": "lib/fwall/serve",
     "lib/screen": "lib/ulib",
     "flatlink/records": "lib/frag/export lib/kdev",
     "flatlink/derive": "flatlink/records",

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <unistd.h>
 
 using namespace flatlink;
@@ -18,6 +19,7 @@ namespace
 struct checked_input {
     input file;
     std::vector<finding> findings;
+    std::map<const finding_row *, std::size_t> counts; // of those about the whole input
 };
 
 struct level_counts {
@@ -142,9 +144,11 @@ void print_sarif(const std::vector<checked_input> &all)
 
 // ---- one input
 
-finding whole_input(std::string_view code, std::string detail)
+void add_for_whole(checked_input &checked, std::string_view code, std::string detail)
 {
-    return {find_code(code), 0, 1, 0, std::move(detail), ""};
+    const finding_row *row = find_code(code);
+    if (++checked.counts[row] <= FINDINGS_MAX)
+        checked.findings.push_back({row, 0, 1, 0, std::move(detail), ""});
 }
 
 int check_input(const request &asked, const known_world &world, checked_input &checked)
@@ -156,7 +160,7 @@ int check_input(const request &asked, const known_world &world, checked_input &c
                 message += c;
                 continue;
             }
-            checked.findings.push_back(whole_input("D404", message));
+            add_for_whole(checked, "D404", message);
             message.clear();
         }
     };
@@ -170,13 +174,14 @@ int check_input(const request &asked, const known_world &world, checked_input &c
             if (kind == frame_kind::message)
                 take_message(bytes);
             if (kind == frame_kind::name)
-                checked.findings.push_back(whole_input("D602", std::string(bytes)));
+                add_for_whole(checked, "D602", std::string(bytes));
         });
     if (result.end != child_end::done)
-        checked.findings.push_back(whole_input(
-            result.end == child_end::no_time || result.end == child_end::no_memory ? "D501"
-                                                                                   : "D502",
-            words_for(result)));
+        add_for_whole(checked,
+                      result.end == child_end::no_time || result.end == child_end::no_memory
+                          ? "D501"
+                          : "D502",
+                      words_for(result));
     std::erase_if(checked.findings, [&](const finding &found) { return !is_wanted(asked, found); });
     return result.end == child_end::done ? result.detail : STATUS_FOUND;
 }

@@ -5,6 +5,7 @@
 #include "flatlink/driver.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/location.h"
+#include "lib/ulib/report.h"
 
 #include <cerrno>
 #include <cstring>
@@ -38,7 +39,9 @@ std::string flatlink::open_input(const std::string &path, const request &asked, 
         return opened.shown + ": " + std::strerror(errno);
     if (S_ISDIR(opened.status.st_mode))
         return opened.shown + ": " + std::strerror(EISDIR);
-    opened.limits = {memory_for(opened, asked), asked.time_limit_s, asked.resolve};
+    opened.limits = {.memory_bytes = memory_for(opened, asked),
+                     .time_s = asked.time_limit_s,
+                     .may_resolve = asked.resolve};
     return {};
 }
 
@@ -62,9 +65,19 @@ bool flatlink::load_input(const input &database)
     return error == 0;
 }
 
+// Reports that would go to the system log, which a child does not reach.
+static bool tell_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format,
+                        va_list args)
+{
+    (void)std::vfprintf(stderr, format, args);
+    (void)std::fputc('\n', stderr);
+    return true;
+}
+
 int flatlink::derive_in_child(const input &database, const known_world &world, child_port &port)
 {
     enter_world(world, port);
+    report_tap = tell_report;
     start_bounds();
     if (!load_input(database))
         return STATUS_UNREADABLE;
@@ -85,7 +98,9 @@ void side_frames::tell_message(std::string_view line) const
 
 void side_frames::take(frame_kind kind, std::string_view bytes)
 {
-    if (kind == frame_kind::name && bytes.find('=') == std::string_view::npos) {
+    constexpr std::size_t LISTED_MAX = 10;
+    if (kind == frame_kind::name && bytes.find('=') == std::string_view::npos &&
+        ++unanswered_count_ <= LISTED_MAX) {
         unanswered_ += unanswered_.empty() ? " " : ", ";
         unanswered_ += shown_line(bytes);
     }
@@ -106,7 +121,8 @@ int side_frames::end(const child_result &result)
     if (!message_.empty())
         tell_message(message_);
     if (!unanswered_.empty() && !is_quiet_)
-        tell(of_.shown + ": not known here:" + unanswered_ + " (see --names, --routes, --resolve)");
+        tell(of_.shown + ": " + std::to_string(unanswered_count_) +
+             " not known here:" + unanswered_ + " (see --names, --routes, --resolve)");
     if (result.end == child_end::done)
         return result.detail;
     tell(of_.shown + ": " + words_for(result));

@@ -52,8 +52,9 @@ class side_frames
 
     const input &of_;
     bool is_quiet_;
-    std::string message_; // begun
-    std::string unanswered_;
+    std::string message_;    // begun
+    std::string unanswered_; // the first of them
+    std::size_t unanswered_count_ = 0;
 };
 
 namespace flatlink

@@ -43,6 +43,17 @@ class Preview(Case):
                 against = flatctl("preview", "--resolve", "--against", DATABASE, path)
                 self.assertEqual((0, b""), (against.returncode, against.stdout))
 
+    def test_asks_the_host_on_demand_alone(self):
+        own = read(ns.WORK + "/samples/branch-office.conf").replace(b"gatehouse", b"peer").replace(b"larchmutual.invalid", b"invalid")
+        write(DATABASE, own)
+        hosts = ns.WORK + "/names"
+        write(hosts, b"# names\n192.0.2.77 peer.invalid\n")
+        for args, is_known in (([], False), (["--resolve"], True), (["--names", hosts], True)):
+            run = flatctl("preview", *args, DATABASE)
+            self.assertEqual(is_known, b"peer.invalid" not in run.stderr, run.stderr)
+        self.assertEqual(flatctl("preview", "--resolve", DATABASE).stdout,
+                         flatctl("preview", "--names", hosts, DATABASE).stdout)
+
     def test_status_tells_why(self):
         write(DATABASE, b"ip_hostname=gate\n")
         for status, args in ((2, []), (2, ["preview"]), (3, ["preview", "/nowhere"]),

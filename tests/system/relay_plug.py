@@ -392,26 +392,6 @@ def check_many(checks):
     checks.equal("end", daemon.end(), 1)
 
 
-def check_readme(checks):
-    """The commands of the README, as a newcomer gives them; the program's place is this build's."""
-    with open(f"{sys.argv[2]}/README.md", encoding="ascii") as file:
-        commands = re.search(r"```sh\n(.*?)```", file.read(), re.S)[1]
-    commands = commands.replace("build/release/examples/plug-relay/plug-relay", sys.argv[1])
-    environment = {key: value for key, value in os.environ.items() if key != "KORVWSS"}
-    shell = subprocess.Popen(["bash", "-e", "-c", commands], stdout=subprocess.PIPE, text=True,
-                             stderr=subprocess.DEVNULL, cwd=f"{sys.argv[2]}/../..", env=environment)
-    with open(f"{sys.argv[2]}/netperm-table", encoding="ascii") as file:
-        wanted = file.read()
-    got = ""
-    while len(got) < len(wanted) and (line := shell.stdout.readline()):
-        got += "" if line.startswith("Serving HTTP") else line
-    checks.equal("the file", got, wanted)
-    checks.equal("status", shell.wait(timeout=proxy_host.PATIENCE_S), 0)
-    for pid in children(os.getpid()):
-        os.kill(pid, signal.SIGTERM)
-        proxy_host.status_of(pid)
-
-
 def main():
     proxy_host.enter_with_network()
     checks = proxy_host.Checks(is_log_taken_at_once=True)
@@ -421,8 +401,6 @@ def main():
     result = checks.run(tries)
     server.socket.shutdown(socket.SHUT_RDWR)
     server.socket.close()
-    if checks.run([check_readme]):
-        result = 1
     return result
 
 

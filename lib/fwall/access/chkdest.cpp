@@ -28,17 +28,17 @@ namespace
 
 enum class verdict { none, allowed, refused };
 
-// A verdict, and what decided.
+// A verdict, and the item that decided.
 struct decision {
     verdict answer = verdict::none;
     const cfgrec *entry = nullptr; // null for none
-    int item = 0;                  // which one of the entry's arguments
+    int item = 0;                  // index into the entry's arguments
 };
 
-// Whether an item fits, and how that came out.
+// Whether an item fits, and what the watch is told of it.
 struct comparison {
     bool fits;
-    const char *with = nullptr; // as access_question's
+    const char *with = nullptr; // as access_question::with
     access_reason reason = access_reason::compared;
 };
 
@@ -64,7 +64,7 @@ static void tell_decided(const decision &found)
         access_watch->decided(found.entry, found.item, found.answer == verdict::allowed);
 }
 
-// The verdict of the first item that `compare` finds to fit among the entries of a keyword.
+// The verdict of the first item for which `compare` says that it fits, in the entries of a keyword.
 template <typename COMPARE>
 static decision first_verdict(const char *keyword, cfgrec *list, COMPARE compare)
 {
@@ -91,7 +91,7 @@ static bool holds_address(const char *text)
     return text[std::strspn(text, ".*0123456789")] == '\0';
 }
 
-// Unlike hostmatch, looks only at what stands before a mask.
+// Unlike hostmatch, ignores a mask and what follows it.
 static bool is_address_pattern(const char *pattern)
 {
     const char end = pattern[std::strspn(pattern, ".*-0123456789")];
@@ -206,7 +206,8 @@ int permit_dst_chk_numeric(const char *host, int port, cfgrec *list)
     return host_verdict(dst, list) == verdict::allowed ? permit_port_chk(port, list) : DST_REFUSED;
 }
 
-// The addresses of an answer. A copy: a comparison may ask again, which overwrites the answer.
+// Copies the addresses of an answer: a comparison may ask the name service again, which overwrites
+// it.
 static std::vector<std::string> addresses_of(const hostent &found)
 {
     std::vector<std::string> all;

@@ -22,7 +22,7 @@ int peer_addr_name(const sockaddr_in *addr, char *name, char *address, std::size
 
 static int take_peer(const sockaddr_in &peer, char *name, char *address, std::size_t size)
 {
-    // A socket of another family has no address that a pattern could be compared with.
+    // Other families have no address that a pattern could be compared with.
     if (peer.sin_family != AF_INET) {
         errno = EAFNOSUPPORT;
         return 1;

@@ -43,7 +43,7 @@ constexpr prefix_flag prefixes[] = {
     {"deny-", CFG_DENY},
 };
 
-// What an option makes a record of. Texts lie in the expansion's buffer or in the line.
+// The parts of an option's record. Texts are borrowed from the expansion's buffer or the line.
 struct option_record {
     std::string_view keyword;
     std::int32_t flags = 0;
@@ -53,7 +53,7 @@ struct option_record {
 
 } // namespace
 
-static constexpr int ARGUMENTS_MAX = 256; // of an expansion, with the null behind them
+static constexpr int ARGUMENTS_MAX = 256; // of an expansion, with the terminating null
 static constexpr int ARGUMENT_BYTES_MAX = 1024;
 
 [[noreturn]] static void out_of_memory()
@@ -73,7 +73,7 @@ static void take_one(const char *option, line_rest &rest, option_record &record)
     record.args.push_back(rest.take());
 }
 
-// Only the first character of a brace's argument is looked at; the rest of it is lost.
+// Of an argument that begins with a brace only that character counts; the rest is dropped.
 static void take_list(const char *option, line_rest &rest, option_record &record)
 {
     if (rest.argc == 0) {
@@ -127,8 +127,8 @@ static void take_arguments(const policy_option &option, line_rest &rest, option_
     }
 }
 
-// Reads what the option's expansion says. False when it does not fit: half of a refusal must not
-// be taken for the whole.
+// Reads the option's expansion. False when it does not fit, rather than a cut one: half of a list
+// of refusals would let the other half through.
 static bool read_expansion(const policy_option &option, char (&texts)[ARGUMENT_BYTES_MAX],
                            option_record &record)
 {
@@ -176,7 +176,7 @@ int get_policy_by_name(const char *name)
     cfgrec *list = cfg_find(name);
     if (!cfg_has(list))
         return -1;
-    // Its `hosts` lines, if any, are from now on the proxy's too.
+    // From here on its `hosts` lines, if any, belong to the proxy.
     prepare_src_patterns(list);
     if (policy_confp == nullptr)
         policy_confp = list;
@@ -208,7 +208,7 @@ static const policy_option *find_option(const policy_option *options, const char
     return nullptr;
 }
 
-// Takes the options of a line, and appends their records to `made`. Returns 0, or 1 after a report.
+// Takes the options of a line and appends their records to `made`. Returns 0, or 1 after a report.
 static int take_options(line_rest &rest, const policy_option *options, cfg_builder &made)
 {
     while (rest.argc > 0) {

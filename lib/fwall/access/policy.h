@@ -1,5 +1,5 @@
-// The terms of a connection: what stands behind the patterns of a `hosts` line becomes records of
-// `policy_confp`. In its order of precedence that list holds
+// The terms of a connection: turns what follows the patterns of a `hosts` line into records of
+// `policy_confp`. That list holds, in order of precedence,
 //   1. a record for each option of the line,
 //   2. the entries of the proxy,
 //   3. the entries of the policies named by -policy.
@@ -9,8 +9,8 @@
 
 struct cfgrec;
 
-// How an option takes arguments from the line. Any other kind takes none, and leaves those of its
-// expansion out as well.
+// How an option takes arguments from the line. Any other value takes none, and drops those of the
+// expansion as well.
 enum policy_kind : std::int32_t {
     POLICY_ARG_NONE = 0,
     POLICY_ARG_ONE = 1,  // the next
@@ -22,23 +22,23 @@ enum policy_kind : std::int32_t {
 struct policy_option {
     const char *name = nullptr; // with its `-`
     std::int32_t kind = POLICY_ARG_NONE;
-    // "[permit-|deny-]KEYWORD ARGUMENTS...", the prefix in any case of letters: the record to make,
-    // to which the arguments of the line are added. Null, or without a keyword: the keyword is the
-    // option's name without its first character.
+    // The record to make: "[permit-|deny-]KEYWORD ARGUMENTS...", the prefix in upper or lower case;
+    // the line's arguments are added to it. Null, or without a keyword: the keyword is the option's
+    // name without its first character.
     const char *expansion = nullptr;
 };
 
-// Takes the terms of a `hosts` record into `policy_confp`. The records made have the number of its
-// line and stay for the rest of the process.
+// Adds the terms of a `hosts` record to `policy_confp`. The new records have its line number and
+// stay for the rest of the process.
 //   hosts    null: nothing is done
 //   options  null: the line may have -policy only
-// Returns 0; or 1 when a -policy can't be followed or the words of an expansion, each with its
-// terminator, take more than 1024 bytes, and then no option of the line counts:
+// Returns 0; or 1 when a -policy can't be resolved, or the words of an expansion with their
+// terminators take more than 1024 bytes, and then no option of the line counts:
 //   "cfgerr: -policy needs an argument, line N"               event 11502
 //   "cfgerr: could not find policy-NAME, line N"              event 11503
 //   "cfgerr: expansion of OPTION too long, line N"            event 11502
-// Other faults are reported and passed over (event 11502); an option that lacks its argument gives
-// a record without any:
+// Other faults are reported and skipped (event 11502); an option that lacks its argument gives a
+// record without arguments:
 //   "cfgerr: unknown argument name WORD"                      the word cut at 10 characters
 //   "cfgerr: missing argument for 'OPTION', line N"
 //   "cfgerr: OPTION needs at least one argument, line N"
@@ -48,6 +48,6 @@ struct policy_option {
 // status 1.
 [[nodiscard]] int get_policy(const cfgrec *hosts, const policy_option *options);
 
-// Adds a copy of the policy's entries behind `policy_confp`. Returns 0, or -1 when the table of
-// policies does not have it or has nothing for it.
+// Appends a copy of the policy's entries to `policy_confp`. Returns 0, or -1 when the table of
+// policies lacks it or has no entries for it.
 [[nodiscard]] int get_policy_by_name(const char *name);

@@ -12,7 +12,7 @@
 
 using namespace flatlink;
 
-// A write that raises no signal where `fd` is a socket.
+// Writes without raising SIGPIPE when `fd` is a socket.
 static ssize_t write_some(int fd, std::string_view bytes, int flags)
 {
     const ssize_t sent = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | flags);
@@ -66,7 +66,7 @@ int fwall_sayfile(int fd, const char *path)
     return say_pieces(fd, file, std::numeric_limits<std::size_t>::max());
 }
 
-// -1 with errno.
+// O_NONBLOCK keeps the opening of a pipe from waiting for its writer. Returns -1 with errno.
 static int open_regular(const char *path)
 {
     const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);

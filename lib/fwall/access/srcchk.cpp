@@ -22,7 +22,7 @@ using namespace flatlink;
 namespace
 {
 
-// One walk over the `hosts` entries, and what it has asked for so far.
+// One walk over the `hosts` entries, and what it has looked up so far.
 struct src_walk {
     const sockaddr_in *local;
     host_client address{proxy_riaddr}; // as its text
@@ -34,7 +34,7 @@ struct src_walk {
     char display[VPN_DISPLAY_SIZE + 1] = {};
 };
 
-// What decides: an entry, by its argument of this number.
+// The entry that decides, and the index of the argument that fits.
 struct src_match {
     cfgrec *entry = nullptr; // null: none fits
     int argument = 0;
@@ -63,7 +63,7 @@ int inat_addr(const char *address)
     return -1;
 }
 
-// The client's name; looked up when it is first needed, and once.
+// The client's name, looked up once, on first use.
 static const host_client &name_of(src_walk &walk)
 {
     if (!walk.name) {
@@ -74,7 +74,7 @@ static const host_client &name_of(src_walk &walk)
     return *walk.name;
 }
 
-// Whether the firewall knows the client by any identity; asked when it is first needed.
+// Whether the firewall knows an identity of the client. Asks once, on first use.
 static bool has_identity(src_walk &walk)
 {
     if (!walk.identity_asked) {
@@ -82,7 +82,7 @@ static bool has_identity(src_walk &walk)
         const host_address &client = walk.address.address;
         const u32 client_be =
             client.is_dotted ? network_order(client.number) : address_of(proxy_riaddr);
-        // Without an answer the texts stay empty, and no pattern of this kind is.
+        // On failure the texts stay empty, and a pattern of identities never is: none fits.
         (void)vfw_vpnclientcheck(client_be, walk.local->sin_addr.s_addr, walk.identity,
                                  walk.display);
         if (walk.identity[0] == '\0')
@@ -101,7 +101,7 @@ static const char *name_to_show(src_walk &walk)
     return walk.host_name;
 }
 
-// What the pattern is compared with; null when there is nothing, and it can't fit.
+// The text to compare the pattern with; null when there is none and the pattern can't fit.
 static const char *compared_text(src_walk &walk, const src_pattern &pattern)
 {
     if (pattern.kind == src_kind::identity)
@@ -146,7 +146,7 @@ static void tell_watch(src_walk &walk, const src_pattern &pattern, bool fits)
     access_watch->asked({pattern.entry, pattern.argument, with, fits, reason});
 }
 
-// The match among an entry's arguments up to its first option.
+// The first match among an entry's arguments, up to its first option.
 static src_match match_in_entry(src_walk &walk, cfgrec *entry)
 {
     if (entry->argc == 0)
@@ -165,7 +165,7 @@ static src_match match_in_entry(src_walk &walk, cfgrec *entry)
     return {};
 }
 
-// The match among the entries whose patterns were prepared together.
+// The first match among the entries whose patterns were prepared together.
 static src_match match_in_prepared(src_walk &walk, src_patterns *prepared)
 {
     int at = 0;

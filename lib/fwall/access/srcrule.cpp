@@ -15,13 +15,13 @@
 
 using namespace flatlink;
 
-// What a client that is denied is shown of the file of denial-msg.
+// Limit of what a denied client is sent of the denial-msg file.
 static constexpr std::size_t DENIAL_MAX_BYTES = 65536;
 
 namespace
 {
 
-// Who is to hear of a denial: nobody, where a check has no connection.
+// The client that is told of a denial; fd -1 when a check has no connection.
 struct listener {
     int fd = -1;
     bool say = false;

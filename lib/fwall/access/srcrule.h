@@ -1,5 +1,5 @@
-// The source check of a proxy and what follows from it: the terms of the connection, the rule that
-// the log shows, the report of a refusal, and the word to the client.
+// The source check of a proxy and its consequences: the terms of the connection, the rule that the
+// log shows, the report of a refusal, and the message to the client.
 #pragma once
 
 #include "lib/fwall/access/policy.h"
@@ -9,7 +9,7 @@
 struct cfgrec;
 
 // Checks the client of a connection (srcchk.h), takes the terms of the entry that fits into
-// `policy_confp` (policy.h), and gives rule and user to `connContext`.
+// `policy_confp` (policy.h), and stores rule and user in `connContext`.
 //   fd       stays the caller's
 //   options  the options of this proxy's `hosts` lines; null for none
 //   user     null is the empty name
@@ -22,17 +22,17 @@ struct cfgrec;
 //   "deny host=NAME/ADDRESS use of proxy"                             event 1503
 //   "cfgerr: denial-msg must have one parameter, line N"              event 11502, nothing is said
 //   "syserr: cannot display denial-msg PATH: ..."                     event 6508
-// and what the calls below this one report.
+// and the reports of permit_src_chk (srcchk.h) and get_policy.
 [[nodiscard]] int rule_src_chk(int fd, const policy_option *options, const char *user, bool say);
 
-// The same for given ends, as permit_src_addr_chk and permit_src_sub take them. Neither ever speaks
-// to the client.
+// The same for given ends, as permit_src_addr_chk and permit_src_sub take them. Neither sends the
+// client anything.
 [[nodiscard]] int rule_src_addr_chk(const sockaddr_in *client, const sockaddr_in *local,
                                     const policy_option *options, const char *user);
 [[nodiscard]] int rule_src_sub(const sockaddr_in *local, const policy_option *options,
                                const char *user);
 
-// Gives the rule to `connContext`: the first arguments of the first `ruleNumber`, `ruleName` and
-// `logLevel` in `list`. What is absent, and all of it when `code` is SRC_NO_RULE or SRC_FAILED, is
-// "N/A", the empty name and level -1.
+// Stores the rule in `connContext`: the first argument of the first `ruleNumber`, `ruleName` and
+// `logLevel` in `list`. Defaults, also used for all three when `code` is SRC_NO_RULE or SRC_FAILED:
+// "N/A", the empty name, level -1.
 void rule_src_record(int code, cfgrec *list);

@@ -38,7 +38,8 @@ static u32 take_octet(const char *&text, const char *ends)
     return value;
 }
 
-// Takes numbers up to one of `ends`, of which the point separates them.
+// Takes up to four numbers. `ends` are the characters that end a number: a point, which separates
+// them, and optionally one that ends the row.
 static octet_row take_octets(const char *&text, const char *ends)
 {
     octet_row row;
@@ -117,7 +118,7 @@ host_pattern flatlink::compile_octets(const char *text)
             .kind = never ? host_kind::bad_mask : host_kind::octets};
 }
 
-// An end of a range as a number. False when it is none, or too long.
+// Reads one end of a range. False when it is no address, or too long.
 static bool read_range_side(std::string_view text, u32 &number)
 {
     if (text.size() > RANGE_SIDE_MAX)
@@ -158,8 +159,8 @@ static host_pattern compile_text(host_kind kind, const char *copy, std::string_v
     return pattern;
 }
 
-// Whole octets and one star after them, as in 10.1.*: of all dotted texts it takes those that its
-// octets take. Any other text, one of five octets, say, is still compared with the star.
+// Turns whole octets followed by one star, as in 10.1.*, into a comparison of numbers: for dotted
+// addresses both give the same answer. Other texts, such as five octets, still meet the star.
 static void find_starred_octets(host_pattern &pattern)
 {
     const std::string_view text(pattern.text, pattern.length);

@@ -1,6 +1,6 @@
-// A pattern of hosts, read once and compared with any number of clients. Its grammar is told in
-// hnam.h, and has its only reader here: hostmatch compiles and asks, the patterns of a loaded table
-// (src_patterns.h) keep what was compiled.
+// A pattern of hosts, compiled once and compared with any number of clients. This is the only
+// parser of the grammar in hnam.h: hostmatch compiles for each call, a loaded table keeps its
+// patterns compiled (src_patterns.h).
 #pragma once
 
 #include "lib/fwall/match/nama.h"
@@ -17,7 +17,7 @@ extern hostent *proxy_hostent;
 
 inline constexpr std::size_t HOST_TEXT_MAX = 511; // characters of a pattern, and of a host
 
-// What patterns of addresses see in a text.
+// A text as patterns of addresses see it.
 struct host_address {
     const char *text = ""; // borrowed
     u32 octets = 0;        // its first four numbers, the first in the high octet
@@ -30,15 +30,15 @@ struct host_address {
 namespace flatlink
 {
 
-// Numbers are decimal and kept modulo 256; what else stands before a point is ignored. `is_number`
-// goes by scan_address (scan_address.h).
+// Octets are decimal and kept modulo 256; other characters before a point are ignored. `is_number`
+// and `number` come from scan_address (scan_address.h).
 host_address read_host_address(const char *text);
 
 } // namespace flatlink
 
 // A host to compare with: a name, or an address in dotted text.
 struct host_client {
-    explicit host_client(const char *host);    // borrowed, for the report of one that is too long
+    explicit host_client(const char *host);    // borrowed: a report of a long one quotes it
     host_client(const host_client &) = delete; // `address` points inside
     host_client &operator=(const host_client &) = delete;
 
@@ -59,7 +59,7 @@ enum class host_kind : std::uint8_t {
     stars,    // an address with stars, compared as text
     name,     // with or without stars
     bad_mask, // bits outside of the mask: fits nothing, and is reported at each comparison
-    too_long, // the same
+    too_long, // fits nothing, and is reported at each comparison
 };
 
 struct host_pattern {
@@ -77,11 +77,11 @@ struct host_pattern {
     // Whether the client fits, with the look-up and the reports of hostmatch.
     bool fits(const host_client &client) const;
 
-    // The same for a pattern that does not want a name, and what is known to be an address.
+    // The same for a known address, and a pattern without `wants_name`.
     bool fits_address(const host_address &address) const;
 
-    // Whether the text as a whole is that of the pattern. Case counts.
-    //   other  with a NUL terminator after it
+    // Whether the pattern matches the whole of `other`. Case counts.
+    //   other  followed by a NUL terminator
     bool fits_text(std::string_view other) const
     {
         const std::string_view all(text, length);
@@ -95,7 +95,7 @@ struct host_pattern {
         return one_star || namatch(text, other.data()) != 0;
     }
 
-    // True when a number alone tells that an address in its dotted form does not fit.
+    // True when the number alone rules out a dotted address. False decides nothing.
     bool excludes(u32 number) const
     {
         switch (kind) {
@@ -112,7 +112,7 @@ struct host_pattern {
 namespace flatlink
 {
 
-// Whether a pattern is one of names: it has a character that is no digit and none of `.`, `*`, `:`
+// Whether a pattern is compared with names: it has a character other than digits, `.`, `*`, `:`
 // and `-`.
 bool is_name_pattern(std::string_view text);
 
@@ -123,8 +123,8 @@ bool is_name_pattern(std::string_view text);
 // Allocates and reports nothing.
 host_pattern compile_host_pattern(const char *text, char *room);
 
-// The two kinds without stars that are compared with an address, for any text, as maskmatch and
-// range_hostmatch (hnam.h) read it. `text` is borrowed.
+// Compile any text as one of the two kinds without stars, as maskmatch and range_hostmatch
+// (hnam.h) read it. `text` is borrowed.
 host_pattern compile_octets(const char *text);
 host_pattern compile_range(const char *text);
 

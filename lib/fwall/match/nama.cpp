@@ -16,8 +16,8 @@ namespace
 
 using char_set = std::bitset<256>;
 
-// The bad sets of a pattern that a match has met. A star tries what stands behind it at many
-// places, and a bad set is read to the end of the pattern each time that it is looked into.
+// The bad sets that a match has met in its pattern. A star retries the rest of the pattern at many
+// positions; without this memo each retry would scan a bad set to the pattern's end and report it.
 struct bad_sets {
     const char *pattern;
     std::unique_ptr<bool[]> met = nullptr; // by position; null before the first, or without memory
@@ -46,8 +46,8 @@ int namatch(const char *pattern, const char *text)
     return wmatch(pattern, text);
 }
 
-// Adds the members at `set` and stops on the closing `]`, or on what makes the set a bad one: its
-// end, or a top below its start.
+// Adds the members at `set`. Stops at the closing `]`, or at what makes the set bad: the end of the
+// text, or a range whose top lies below its start.
 static const char *take_members(const char *set, bool no_case, char_set &members)
 {
     const char *first = set;
@@ -81,16 +81,16 @@ const char *set_match(const char *set, char c, bool no_case)
     return members.test(static_cast<unsigned char>(c)) != inverted ? end : nullptr;
 }
 
-// Compares one character with the set at `pattern`, and moves that behind it if they fit.
+// Compares one character with the set at `pattern`, and on a match moves `pattern` past the set.
 static bool take_set(const char *&pattern, char c, bad_sets &bad)
 {
     const char *set = pattern + 1;
     const char *end = bad.has(set) ? set : set_match(set, c, true);
     if (end == nullptr)
         return false;
-    if (end == set) // a good set has its end behind a member
+    if (end == set) // bad: a good set has a member before its end
         bad.add(set);
-    pattern = *end == '\0' ? end : end + 1; // a lone `[` has nothing behind it
+    pattern = *end == '\0' ? end : end + 1; // nothing follows a lone `[`
     return true;
 }
 
@@ -105,8 +105,8 @@ static bool take_one(const char *&pattern, char c, bad_sets &bad)
     return true;
 }
 
-// On a mismatch only the run of the last star is made longer: what stood before it can't do better
-// than to match where it first did.
+// On a mismatch only the last star's run grows: the part before that star matched at its earliest
+// position already, and a later one leaves less text for the rest.
 int nacasematch(const char *pattern, const char *text)
 {
     if (pattern == nullptr)

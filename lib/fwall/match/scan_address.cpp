@@ -2,7 +2,7 @@
 
 using namespace flatlink;
 
-// A digit's value in any base, or a number that is none.
+// Not a digit in any base.
 static constexpr unsigned NO_DIGIT = 99;
 
 static unsigned digit_of(char c)
@@ -16,8 +16,8 @@ static unsigned digit_of(char c)
     return NO_DIGIT;
 }
 
-// Reads one part, at most 32 bits of it. False without a digit, with one that the base does not
-// have, or with more bits.
+// Reads one part of at most 32 bits. False without a digit, or when the value has more bits. Stops
+// at a digit that the base does not have, which the caller refuses.
 static bool take_part(const char *&text, u32 &part)
 {
     unsigned base = 10;
@@ -47,7 +47,7 @@ bool flatlink::scan_address(const char *text, u32 &addr_be)
 {
     if (text == nullptr)
         return false;
-    u32 address = 0; // the parts in front of the last, in the high octets
+    u32 address = 0; // the parts before the last, in the high octets
     u32 part = 0;
     int bits_left = 32;
     for (;;) {

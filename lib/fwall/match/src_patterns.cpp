@@ -15,13 +15,14 @@ static constexpr u32 ALL_BITS = 0xFFFFFFFF;
 namespace
 {
 
-// What a walk looks at first: a key of the client, under the mask, must lie at most `span` above
-// `low`. Kept apart from the patterns, as most clients fit few of them.
+// A cheap test before the pattern: a key of the client, under the mask, must lie at most `span`
+// above `low`. Kept in an array of their own, so that a walk past patterns that do not fit, which
+// is most of them, touches few cache lines.
 struct key_test {
     u32 mask = 0;
     u32 low = 0;
-    u32 span = ALL_BITS; // with no bit in the mask: every key passes
-    int key = 0;         // which one of src_client::keys
+    u32 span = ALL_BITS; // with an empty mask: every key passes
+    int key = 0;         // index into src_client::keys
 
     bool passes(u32 value) const { return (value & mask) - low <= span; }
 };
@@ -47,7 +48,7 @@ src_pattern flatlink::compile_src_pattern(const char *argument, char *room)
     return {.host = compile_host_pattern(argument, room), .kind = src_kind::host};
 }
 
-// The arguments of an entry that are patterns end at its first option.
+// Number of patterns among an entry's arguments: those before its first option.
 static int pattern_count(const cfgrec &entry)
 {
     int count = 0;
@@ -79,7 +80,8 @@ static src_patterns *make_block(cfgrec *first)
     return block == nullptr ? nullptr : new (block) src_patterns{count, last};
 }
 
-// The key of an end of a name from that of the next shorter one. Ends that differ may have one key.
+// Extends the key of a name's ending by the character before it. A hash: endings that differ may
+// share a key, so a pattern that passes its test is still compared.
 static u32 longer_key(u32 key, char c)
 {
     return key * 0x01000193 + static_cast<unsigned char>(c);
@@ -96,16 +98,16 @@ void src_client::know_name(std::string_view text)
 {
     name = text;
     if (known_keys <= ADDRESS_KEY)
-        return; // all keys up to the last known one must be set
+        return; // known_keys counts from 0, so no key may follow an unknown one
     u32 key = 0;
     u32 *next = keys + NAME_KEYS + 1;
     for (auto c = text.rbegin(); c != text.rend(); ++c)
         *next++ = key = longer_key(key, *c);
-    std::fill(next, std::end(keys), 0U); // no name is as long
+    std::fill(next, std::end(keys), 0U); // the name has no ending of these lengths
     known_keys = static_cast<int>(std::size(keys));
 }
 
-// Of a name its fixed end; one without a star is all of it.
+// Tests the fixed ending of a name pattern: all of it, or what follows its last star.
 static key_test test_of_name(const host_pattern &name)
 {
     const int length = name.has_star ? name.tail : name.length;
@@ -163,7 +165,7 @@ void flatlink::prepare_src_patterns(cfgrec *list)
         fill_block(*first->patterns, first);
 }
 
-// For a pattern that passed its test, or whose test can't be made yet.
+// The check of a pattern whose test passed, or waits for a key that is not known yet.
 static bool may_fit(const src_pattern &pattern, const src_client &client)
 {
     if (pattern.kind != src_kind::host || !pattern.host.wants_name)
@@ -173,11 +175,12 @@ static bool may_fit(const src_pattern &pattern, const src_client &client)
     return pattern.host.fits_text(client.name);
 }
 
-// The first place from `at` on whose test is passed or can't be made yet; `count` for none.
+// The first index from `at` on whose test passes, or waits for a key that is not known yet; `count`
+// for none.
 static int skip_failed(const key_test *tests, int count, const src_client &client, int at)
 {
     while (at < count && tests[at].key < client.known_keys) {
-        // Most tests want the same key as the one before.
+        // Neighbours mostly test the same key: load it once for a whole run of them.
         const int key = tests[at].key;
         const u32 value = client.keys[key];
         while (at < count && tests[at].key == key && !tests[at].passes(value))

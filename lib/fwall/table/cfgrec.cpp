@@ -11,7 +11,7 @@
 
 using namespace flatlink;
 
-// Layout of the block: this, the first record of each keyword, in the order of their keywords.
+// Layout of the block: this struct, then the first record of each keyword, sorted by keyword.
 struct cfg_index {
     cfgrec *last = nullptr; // of the list
     std::size_t count = 0;
@@ -29,9 +29,9 @@ struct cfg_index {
 };
 
 static char *empty_vector[1] = {nullptr};
-static cfgrec *cursor = nullptr; // where cfg_get goes on
+static cfgrec *cursor = nullptr; // where the next cfg_get without a list starts
 
-// Stores a text and its terminator at `place`, which is left behind them.
+// Stores a text and its NUL terminator at `place`, and moves `place` past them.
 static char *put_text(char *&place, std::string_view text)
 {
     char *stored = place;
@@ -40,7 +40,7 @@ static char *put_text(char *&place, std::string_view text)
     return stored;
 }
 
-// Layout of the block: the record, the vector with its null, the texts.
+// Layout of the block: the record, the argument vector with its null, the texts.
 cfgrec *flatlink::cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t lineno,
                            int argc, char *const *argv)
 {
@@ -68,13 +68,15 @@ cfgrec *flatlink::cfg_make(std::string_view keyword, std::int32_t flags, std::in
     return record;
 }
 
-// A walk meets thousands of records of other keywords: most differ in their first character.
+// A walk meets thousands of records with other keywords; most differ in the first character, which
+// saves the call.
 static bool has_keyword(const cfgrec &record, const char *keyword)
 {
     return record.keyword[0] == keyword[0] && std::strcmp(record.keyword, keyword) == 0;
 }
 
-// The first record with the keyword from `record` on, which may be null.
+// The first record with the keyword from `record` (may be null) on. Where an indexed list begins,
+// its index answers for all of it.
 static cfgrec *find_from(const char *keyword, cfgrec *record)
 {
     while (record != nullptr && !has_keyword(*record, keyword)) {
@@ -145,7 +147,7 @@ try {
         if (record->next_same == nullptr)
             record->next_same = last;
 } catch (const std::bad_alloc &) {
-    return; // the list is as it was
+    return; // the list is unchanged
 }
 
 cfgrec *cfg_get(const char *keyword, cfgrec *list)

@@ -1,7 +1,7 @@
-// One parsed line of netperm-table, and walks, copies and the release of lists of them.
+// One parsed line of netperm-table, and the calls that walk, copy and release lists of them.
 //
-// A call that returns a list has three kinds of result: a list, null (nothing matched) and the
-// failure marker, which is no record. The calls below take the marker for a list without records.
+// A call that returns a list has three kinds of result: a list, null (nothing matched), and the
+// failure marker, which is not a record. The calls below treat the marker as an empty list.
 #pragma once
 
 #include <cstdint>
@@ -21,11 +21,11 @@ struct cfgrec {
     char **argv = nullptr;   // `argc` texts and a null; may itself be null when `argc` is 0
     cfgrec *next = nullptr;  // null at the end
 
-    // Made with the table for the walks of each connection; a copy of the record has none of them.
-    src_patterns *patterns = nullptr; // of src_patterns.h; the record's own heap block, or null
-    cfg_index *index = nullptr;       // of cfg_index_keywords; the record's own heap block, or null
-    cfgrec *next_same = nullptr; // the next of this keyword in an indexed list; for the last of its
-                                 // keyword the list's last, and null for that one
+    // Indexes that are built with the table and speed up the walks of each connection; not copied.
+    src_patterns *patterns = nullptr; // of src_patterns.h; heap block owned by this record, or null
+    cfg_index *index = nullptr;  // of cfg_index_keywords; heap block owned by this record, or null
+    cfgrec *next_same = nullptr; // in an indexed list: the next record with this keyword; for the
+                                 // keyword's last record the list's last, which itself has null
 };
 
 namespace flatlink
@@ -43,49 +43,48 @@ inline bool cfg_has(const cfgrec *list)
     return list != nullptr && list != cfg_failure();
 }
 
-// A new record with copies of the texts, all in one heap block that cfg_free releases; null when
-// there is no memory. Without arguments `argv` points at one shared empty vector.
+// A new record with copies of the texts, all in one heap block that cfg_free releases; null without
+// memory. Without arguments `argv` points to one shared empty vector.
 cfgrec *cfg_make(std::string_view keyword, std::int32_t flags, std::int32_t lineno, int argc,
                  char *const *argv);
 
 } // namespace flatlink
 
-// The first record of `list` with exactly `keyword`, or null. With a null list the walk goes on
-// where the last call of cfg_get stopped, on whatever list that was. There is one such place for
-// the whole process: after the record found, and nowhere after a call that found none.
+// The first record of `list` with exactly `keyword`, or null. With a null list the walk continues
+// where the last call of cfg_get stopped, in whichever list that was. The process has one such
+// cursor: it stands after the record found, and nowhere after a call that found none.
 cfgrec *cfg_get(const char *keyword, cfgrec *list);
 
 // The first record after `record` with exactly `keyword`, or null, also for a null `record`.
-// Leaves the place of cfg_get alone.
+// Leaves the cursor of cfg_get alone.
 cfgrec *cfg_next(const char *keyword, const cfgrec *record);
 
 namespace flatlink
 {
 
-// The first record of `list` with exactly `keyword`, or null. Leaves the place of cfg_get alone.
+// The first record of `list` with exactly `keyword`, or null. Leaves the cursor of cfg_get alone.
 cfgrec *cfg_first(const char *keyword, cfgrec *list);
 
-// The last record of a list that has one.
+// The last record of a list that is not empty.
 cfgrec *cfg_last(cfgrec *list);
 
-// Makes an index of a list's keywords, so that the first record of a keyword, and the next one from
-// there, are found at once, however many others there are. From then on no record may be put
-// between those of the list or taken away; the list may grow at both its ends. Without memory the
-// list stays as it is.
+// Indexes a list's keywords, so that cfg_first and cfg_next find their record without walking past
+// the others. After that no record may be inserted between those of the list or removed; the list
+// may grow at both ends. Without memory the list stays without an index.
 void cfg_index_keywords(cfgrec *list);
 
 } // namespace flatlink
 
-// Releases a list whose records came from cfg_make; null is allowed. A walk with cfg_get that
-// stood in it is over.
+// Releases a list whose records came from cfg_make; null is allowed. Ends a cfg_get walk whose
+// cursor stands in it.
 void cfg_free(cfgrec *list);
 
 // A deep copy in the same order, for the caller to cfg_free; its records without arguments have a
-// null `argv`. Null for null. Without memory: the failure marker, reported as "syserr: out of
-// memory" (event 13507), nothing left behind; also for the marker, without a report.
+// null `argv`. Null for null, the failure marker for the marker. Without memory: the marker, after
+// the report "syserr: out of memory" (event 13507); nothing leaks.
 cfgrec *cfg_copy(const cfgrec *list);
 
-// Lists under construction: appends a record to the end.
+// Builds a list by appending records.
 struct cfg_builder {
     cfgrec *head = nullptr;
     cfgrec **tail = &head;

@@ -18,7 +18,7 @@
 
 using namespace flatlink;
 
-static constexpr int ARGUMENTS_MAX = 256;       // with the null behind them
+static constexpr int ARGUMENTS_MAX = 256;       // with the terminating null
 static constexpr int ARGUMENT_BYTES_MAX = 1024; // more than a line holds
 
 namespace
@@ -38,7 +38,7 @@ constexpr prefix_flag prefixes[] = {
     {"absorb-", CFG_ABSORB},
 };
 
-// One pass over the file.
+// The state of one pass over the file.
 struct reading {
     const char *name = nullptr;
     const char *path = nullptr;
@@ -65,8 +65,8 @@ static void fault(const reading &now, const char *what)
     now.report(EVENT_BAD_ENTRY, now.lineno, "cfgerr: %s line %d %s", now.path, now.lineno, what);
 }
 
-// Takes the first word off the front of `text`, with one separator behind it; the empty view when
-// there is none.
+// Removes the first word and one separator after it from the front of `text`. Returns the word;
+// the empty view when there is none.
 static std::string_view take_word(std::string_view &text, std::string_view separators)
 {
     text.remove_prefix(std::min(text.find_first_not_of(separators), text.size()));
@@ -94,7 +94,7 @@ static std::int32_t take_flags(std::string_view &keyword)
     return 0;
 }
 
-// Makes the record of what stands behind the colon, or null after a report.
+// The record of a line's part after the colon, or null after a report.
 static cfgrec *read_body(reading &now, std::string_view body)
 {
     std::string_view keyword = take_word(body, " \t");
@@ -119,7 +119,7 @@ static cfgrec *read_body(reading &now, std::string_view body)
     return record;
 }
 
-// The record of one piece of the file, or null if it gives none.
+// The record of one line, or null if there is none for this name.
 static cfgrec *read_line(reading &now, line_pieces &file, std::string_view line)
 {
     if (line.starts_with('#'))

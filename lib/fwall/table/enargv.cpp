@@ -15,7 +15,7 @@ struct arguments {
     int capacity = 0;
     int argc = 0;
     char *free = nullptr; // next byte to store
-    char *end = nullptr;  // behind the last byte that may be stored
+    char *end = nullptr;  // end of the buffer
     bool begun = false;   // an argument has begun at argv[argc]
 };
 
@@ -45,7 +45,7 @@ static scan begin(arguments &found)
 static scan store(arguments &found, char c)
 {
     if (c == '\0')
-        return scan::going; // no text can hold it, not even behind a backslash
+        return scan::going; // would end the argument; dropped even after a backslash
     if (const scan state = begin(found); state != scan::going)
         return state;
     if (found.free == found.end)
@@ -66,8 +66,8 @@ static scan finish(arguments &found)
     return scan::going;
 }
 
-// Takes the escape whose backslash stands at `pos`, and the character behind it, which nobody
-// looks at. `pos` is left behind what was taken.
+// Takes the escape whose backslash stands at `pos`, and the character after it, which is stored
+// unexamined. Moves `pos` past both.
 static scan take_escape(arguments &found, std::string_view text, std::size_t &pos)
 {
     if (++pos == text.size())

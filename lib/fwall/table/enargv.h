@@ -5,20 +5,20 @@
 #include <string_view>
 
 // Splits `text` into arguments.
-//   - White space, commas and unprintable characters in front of the first argument are skipped;
-//     behind it a comma is an ordinary character. Unprintable ones are dropped everywhere.
+//   - White space, commas and unprintable characters before the first argument are skipped; after
+//     that a comma is an ordinary character. Unprintable ones are dropped everywhere.
 //   - " or ' opens a quote, which the same character or the end of the text closes. Pieces join:
 //     a"b c"d is one argument, and "" an empty one.
-//   - In and out of quotes \n is a newline, \t a tab, and a backslash before another character
-//     that character; at the end of the text it is dropped. The character behind such a pair is
-//     stored as it is, whatever it is.
+//   - Inside and outside of quotes \n is a newline, \t a tab, and a backslash before another
+//     character that character; at the end of the text it is dropped. The character after such a
+//     pair is stored as it is, even a quote, white space or another backslash.
 //   - Printable and white space are taken as in ASCII, whatever the locale.
 // Arguments:
-//   text      null counts as empty; the view may hold zero bytes, which are dropped everywhere
-//   argv      receives pointers into `buffer`, and null behind the last; the caller's
+//   text      null counts as empty; the view may hold NUL bytes, which are dropped
+//   argv      receives pointers into `buffer` and a terminating null; the caller's
 //   capacity  entries of `argv`, that null included: at most `capacity` - 1 arguments are stored
-//             and the rest of the text is lost
-//   buffer    receives the arguments, each with its terminator; the caller's
+//             and the rest of the text is dropped
+//   buffer    receives the arguments, each NUL-terminated; the caller's
 //   size      bytes of `buffer`
 // Returns the number of arguments, or -1 when `buffer` is too small or `capacity` below 1. `argv`
 // then holds the arguments that were complete.

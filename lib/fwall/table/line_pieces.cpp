@@ -13,7 +13,7 @@ line_pieces::~line_pieces()
         (void)close(fd_); // only read from: nothing can be lost
 }
 
-// Brings at least one whole piece into the buffer, if the file has as much.
+// Reads until the buffer holds at least one whole piece, or the file ends.
 void line_pieces::fill()
 {
     std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);

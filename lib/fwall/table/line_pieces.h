@@ -8,23 +8,23 @@
 class line_pieces
 {
   public:
-    // A line and its newline; what is longer comes in several pieces.
+    // Longest line with its newline; a longer one comes in several pieces.
     static constexpr std::size_t PIECE_MAX = 1023;
 
-    // Takes over `fd`, and closes it in the end; -1 counts as a read that failed.
+    // Takes over `fd` and closes it on destruction; -1 counts as a failed read.
     explicit line_pieces(int fd);
     ~line_pieces();
     line_pieces(const line_pieces &) = delete;
     line_pieces &operator=(const line_pieces &) = delete;
 
-    // Gives the next piece, up to and with its newline if it has one; the view lasts until the
-    // next call. False at the end of the file and when a read failed.
+    // Stores the next piece, with its newline if it has one; the view lasts until the next call.
+    // False at the end of the file and when a read failed.
     bool next(std::string_view &piece);
 
-    // Passes over the rest of a line, up to and with its newline.
+    // Skips the rest of a line and its newline.
     void skip_line();
 
-    // A read failed; errno tells why until the next call of the system.
+    // True when a read failed; errno says why until the next system call.
     bool failed() const { return failed_; }
 
   private:
@@ -35,5 +35,5 @@ class line_pieces
     bool at_end_ = false;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
-    std::array<char, 16384> buffer_; // only begin_ to end_ is ever read
+    std::array<char, 16384> buffer_; // valid from begin_ to end_
 };

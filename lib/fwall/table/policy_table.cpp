@@ -18,7 +18,7 @@ namespace
 {
 
 struct policy_table {
-    int count = 0; // -1 after a search for names that failed
+    int count = 0; // -1 after a failed search for names
     char *names[POLICY_SLOTS] = {};
     cfgrec *lists[POLICY_SLOTS] = {};
 };

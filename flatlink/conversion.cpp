@@ -22,19 +22,19 @@ using namespace flatlink;
 namespace
 {
 
-// The files of a run. The database is read at its installed place, which usually is the place
-// where it is replaced.
+// The files of a run. The database is read at its installed place, which is usually also where it
+// is replaced.
 struct run_files {
     const char *path;
     std::string installed_path;
     plain_file database;
-    plain_file installed; // empty when both are one
+    plain_file installed; // empty when both paths are the same
 
     bool is_installed_elsewhere() const { return installed_path != path; }
     const plain_file &source() const { return is_installed_elsewhere() ? installed : database; }
 };
 
-// The lines of all records, kept in memory, as they are written to two files.
+// The lines of all records, kept in memory because they are written to two files.
 struct record_text {
     std::string lines;
     bool is_whole = true;
@@ -68,7 +68,7 @@ static fault open_database(run_files &files)
     return lock_plain_file(files.database);
 }
 
-// A database that is replaced must have been read.
+// Refuses a database that would be replaced without having been read.
 static fault open_installed(run_files &files)
 {
     if (!files.is_installed_elsewhere())
@@ -125,8 +125,8 @@ static int load(const run_files &files)
 
 // ---- check
 
-// Whether the records hold all that the database implies: a part of it must not take its place. If
-// not, says so.
+// Whether the records hold all that the database implies; reports if not. An incomplete result must
+// not replace the database.
 static bool is_run_complete(const char *path)
 {
     if (ran_out_of_memory()) {
@@ -147,7 +147,7 @@ static bool is_run_complete(const char *path)
 
 // ---- write
 
-// The C library's stream to memory does not survive a lack of it, so this is one of our own.
+// Not open_memstream: the C library's stream does not survive exhausted memory.
 static ssize_t append_lines(void *text, const char *bytes, std::size_t size)
 {
     auto &to = *static_cast<record_text *>(text);
@@ -176,7 +176,7 @@ static int write_scratch(std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), fout);
     std::FILE *stream = std::exchange(fout, nullptr);
-    (void)std::fclose(stream); // its failure is the scratch file's error
+    (void)std::fclose(stream); // scratch_file_error tells of a failure
     const int error = scratch_file_error();
     if (error != 0)
         report_scratch_file(error);

@@ -1,4 +1,5 @@
-// A whole run of the tool: a database is read, and replaced by its flat VPN data, or left as it is.
+// A whole run of the tool: reads a database and replaces it by its flat VPN data, or leaves it
+// unchanged.
 #pragma once
 
 namespace flatlink

@@ -36,8 +36,8 @@ const char *network_database = nullptr;
 
 // ---- loading
 
-// The numbered layout is told by its counter of proxies, the layout before the current one by what
-// the current one has no more. Neither is told by a version in the file.
+// Files carry no reliable version. The numbered layout shows in its counter of proxies, the layout
+// before the current one in keys that the current one no longer has.
 frag *upgradeTo42(frag *head)
 {
     const bool has_proxies = ffind(&head, "def_proxy") != nullptr;
@@ -163,7 +163,7 @@ int read_vpndata(const char *path, bool reload)
 
 // ---- saving
 
-// The scratch file lies in a folder where anyone may put something.
+// The scratch file lies in a folder where anyone may create files, so it is not simply opened.
 static std::FILE *open_output(const char *path)
 {
     return std::string_view(path) == SCRATCH_FILE ? open_scratch_file() : std::fopen(path, "we");
@@ -201,7 +201,7 @@ void flatlink::write_records(std::FILE *stream)
     write_host_names(stream);
 }
 
-// Closes the file that was written; a write that failed on the way fails the save.
+// Closes the file that was written. Reports any write that failed, not just the last.
 static int close_output(const char *path)
 {
     const bool failed = std::fflush(fout) != 0 || std::ferror(fout) != 0;

@@ -1,4 +1,4 @@
-// The spine of a conversion: database in, records out, saved twice.
+// The steps of a conversion: load the database, derive the records, write them.
 #pragma once
 
 #include <cstdio>
@@ -15,14 +15,14 @@ namespace flatlink
 {
 
 // Reads an open database into the default tree, in the current layout. Returns 0, or the errno of
-// a read that failed; then the tree is not whole.
+// a read that failed; then the tree is incomplete.
 [[nodiscard]] int load_database(int fd);
 
 // Derives all records from the default tree, with a trace to `fout`, which may be null.
 //   reload  keep host names, interfaces and the default router
 void derive_from_tree(bool reload);
 
-// Writes the lines of all records to a stream that stays open; it is the caller's to check.
+// Writes the lines of all records to a stream, which stays open. The caller checks it for errors.
 void write_records(std::FILE *stream);
 
 } // namespace flatlink
@@ -30,7 +30,7 @@ void write_records(std::FILE *stream);
 // Derives all records from the database and saves them after their trace in SCRATCH_FILE.
 //   path    the database, which outlives the call; null: the one set before, or the default
 //   reload  read the file again, and keep host names, interfaces and the default router
-// Returns the result of the save. A database that is not there counts as empty.
+// Returns the result of the save. A missing database counts as empty.
 int read_vpndata(const char *path, bool reload);
 
 namespace flatlink
@@ -56,5 +56,5 @@ const char *read_vpn_nonrule_loglevel(const char *path);
 frag *populateDef42Tree(const char *path);
 frag *populateDef42TreeFromEnv(const char *path);
 
-// Brings a tree to the current layout, whichever layout it has. Returns its head after that.
+// Converts a tree in any layout to the current one. Returns its new head.
 frag *upgradeTo42(frag *head);

@@ -33,7 +33,8 @@ static fault read_value(int fd, const std::string &name, std::vector<char> &valu
     return {size < 0 ? errno : 0};
 }
 
-// A value that is there already, such as a label given at creation, may not be set by everyone.
+// Skips a value that is already right: setting some, such as a security label that the new file got
+// at creation, needs privileges.
 static fault copy_value(int from, int to, const std::string &name, bool is_there)
 {
     std::vector<char> value, present;
@@ -56,7 +57,7 @@ static fault copy_extended(int from, int to)
     const auto holds = [](const std::vector<std::string> &names, const std::string &name) {
         return std::find(names.begin(), names.end(), name) != names.end();
     };
-    for (const std::string &name : present) // the folder's default access list, for one
+    for (const std::string &name : present) // e.g. inherited from the folder's default access list
         if (!holds(wanted, name) &&
             uninterrupted([&] { return fremovexattr(to, name.c_str()); }) != 0)
             return {errno};

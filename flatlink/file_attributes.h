@@ -1,5 +1,5 @@
-// Owner, mode and extended attributes, access lists among them, of a file that takes the place of
-// another.
+// Copies owner, mode and extended attributes (access control lists included) to a file that
+// replaces another.
 #pragma once
 
 #include "flatlink/fault.h"
@@ -9,8 +9,9 @@
 namespace flatlink
 {
 
-// Gives the open file `to` the owner, extended attributes and mode of `from`, in this order, so
-// that no one reaches `to` who does not reach `from`. `status` is that of `from`.
+// Gives the open file `to` the owner, extended attributes and mode of `from`, in this order: at no
+// moment can a user open `to` who could not open `from`.
+//   status  that of `from`
 fault copy_attributes(int from, const struct stat &status, int to);
 
 } // namespace flatlink

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdio>
 
-// Longest piece of a line that is decoded at once, its NUL terminator included. A longer line
-// comes in pieces, each decoded as a line of its own.
+// Longest piece of a line that is decoded at once, its NUL terminator included. A longer line is
+// split into pieces, each decoded as a line of its own.
 inline constexpr std::size_t FLAT_LINE_SIZE = 1024;
 
 // Reads a flat file into the records and finishes them.

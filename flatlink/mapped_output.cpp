@@ -12,7 +12,7 @@
 
 using namespace flatlink;
 
-// Powers of two, of many pages: the space doubles until one growth in many thousand lines is left.
+// Powers of two, many pages each: pieces double until the file grows once in thousands of lines.
 static constexpr std::size_t FIRST_PIECE = std::size_t{1} << 16;
 static constexpr std::size_t LARGEST_PIECE = std::size_t{1} << 22;
 
@@ -30,8 +30,8 @@ void mapped_output::unmap()
     piece_ = nullptr;
 }
 
-// Called when the file is full. Whatever speaks against another piece, such as the last free block
-// of a disk, is left to plain writes to tell.
+// Maps another piece when the file is full. On any failure, such as a nearly full disk, falls back
+// to plain writes, which use the last free block and report the error.
 void mapped_output::grow()
 {
     unmap();
@@ -73,7 +73,7 @@ int mapped_output::write(std::string_view bytes)
             return write_through(bytes);
         const std::size_t size = std::min(bytes.size(), allocated_ - length_);
         std::memcpy(piece_ + (piece_size_ - (allocated_ - length_)), bytes.data(), size);
-        std::atomic_signal_fence(std::memory_order_release); // a handler may cut here
+        std::atomic_signal_fence(std::memory_order_release); // a handler may call cut() here
         length_ += size;
         bytes.remove_prefix(size);
     }
@@ -84,7 +84,7 @@ void mapped_output::cut()
 {
     if (is_mapping_)
         (void)uninterrupted([&] { return ftruncate(fd_, static_cast<off_t>(length_)); });
-    is_mapping_ = false; // the mapping has no file behind it any more
+    is_mapping_ = false; // the mapping now lies past the end of the file
 }
 
 int mapped_output::finish()

@@ -6,7 +6,7 @@
 
 using namespace flatlink;
 
-static constexpr int MAX_LINKS = 40; // as the kernel counts them
+static constexpr int MAX_LINKS = 40; // the kernel's limit
 static constexpr int FOLDER_FLAGS = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 static constexpr const char *REFUSED_FOLDERS[] = {"/dev", "/proc"};
 
@@ -44,7 +44,7 @@ static fault enter(path_end &end, const char *name)
     return check_folder(end.folder.get());
 }
 
-// Reads the link that a name is. `target` is empty when it is something else, or nothing.
+// Reads the link at `end`. `target` becomes empty when there is no link, or nothing at all.
 static fault read_link(const path_end &end, std::string &target)
 {
     char text[PATH_MAX];

@@ -15,8 +15,8 @@ static fault check_kind(const struct stat &status)
     return S_ISREG(status.st_mode) ? fault{} : fault{0, "it is not a plain file"};
 }
 
-// What the kernel finds at the path by its own rules, which may forbid to follow a link; nothing
-// is opened in earnest before its kind is known. ENOENT leaves `status` empty.
+// Fills `status` by the kernel's own resolution of the path, which may refuse to follow a link that
+// walk_path would. O_PATH has no side effects on devices and pipes. ENOENT leaves `status` empty.
 static fault look_at(const char *path, struct stat &status)
 {
     const descriptor found(uninterrupted([&] { return open(path, O_PATH | O_CLOEXEC); }));
@@ -67,7 +67,7 @@ fault flatlink::lock_plain_file(const plain_file &file)
     if (uninterrupted([&] { return flock(file.fd.get(), LOCK_EX | LOCK_NB); }) != 0) {
         if (errno == EWOULDBLOCK)
             return {0, "another run is working on it"};
-        // A network file system locks only what is open for writing. This file will not be written.
+        // A network file system locks only files open for writing. This one will not be written.
         if (errno != EBADF || file.write_error == 0)
             return {errno};
     }

@@ -1,4 +1,4 @@
-// A plain file that a run reads and may replace: opened once, with a lock against other runs.
+// A regular file that a run reads and may replace: opened once, and locked against other runs.
 #pragma once
 
 #include "flatlink/fault.h"
@@ -9,28 +9,29 @@
 
 struct plain_file {
     path_end place;
-    descriptor fd; // at the file's start; none when there is no such file
+    descriptor fd; // positioned at the start; none when there is no such file
     struct stat status {
-    };                   // when it was opened
-    int write_error = 0; // errno that opening it for writing gave: `fd` can only be read
+    };                   // at the time of opening
+    int write_error = 0; // errno of opening it for writing; not 0: `fd` is read-only
 };
 
 namespace flatlink
 {
 
-// Opens `path`, without waiting for anything, and fills `file`. A file that is not there is no
-// fault unless its folder is missing too, which is ENOENT; anything but a plain file is one.
+// Opens `path` without blocking and fills `file`. A missing file is no fault, unless its folder is
+// missing too (ENOENT); anything but a regular file is a fault.
 fault open_plain_file(const char *path, plain_file &file);
 
-// Takes the lock that keeps other runs from the file, until `fd` is closed. Refused when another
-// run has it, or has just replaced the file.
+// Locks the file against other runs until `fd` is closed. Fails when another run holds the lock, or
+// has just replaced the file.
 fault lock_plain_file(const plain_file &file);
 
-// Whether the file is as it was when it was opened: the same one, with the same bytes as far as
-// its size and time tell, or still missing.
+// No fault if the file has not changed since it was opened: still the same inode, size and
+// modification time, or still missing.
 fault check_unchanged(const plain_file &file);
 
-// Whether `path`, of which the last name is no link, is this file, or would be, once it is there.
+// Sets `is_same` if `path` names this file, or would name it once it exists. A link as the last
+// name of `path` is not followed.
 fault is_file_at(const char *path, const plain_file &file, bool &is_same);
 
 } // namespace flatlink

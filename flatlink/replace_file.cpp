@@ -11,13 +11,13 @@ using namespace flatlink;
 
 static constexpr mode_t OWNER_ONLY = 0600;
 static constexpr mode_t BY_UMASK = 0666;
-static constexpr std::size_t MAX_NAME_PART = 200; // of 255 bytes that a name may have
+static constexpr std::size_t MAX_NAME_PART = 200; // a name has at most 255 bytes with our suffix
 
 namespace
 {
 
-// The new file beside the old one; removed unless it was renamed. What a killed run left under its
-// name is made anew.
+// The new file next to the old one; removed unless it was renamed. A leftover of a killed run is
+// removed and created again.
 struct new_file {
     const path_end &place;
     std::string name = "." + place.name.substr(0, MAX_NAME_PART) + ".flatlink-new";
@@ -86,7 +86,8 @@ static fault fill(new_file &file, const plain_file &old, std::string_view conten
     return {file.fd.close() != 0 ? errno : 0};
 }
 
-// A folder that may be written and not read can only be flushed with everything else.
+// A folder that may be written but not read can't be opened for fsync; flush_folder then flushes
+// all file systems.
 static fault open_for_flush(const path_end &place, descriptor &folder)
 {
     folder = descriptor(uninterrupted(
@@ -101,7 +102,7 @@ static fault flush_folder(const descriptor &folder)
         return {};
     }
     const fault found = flush(folder.get());
-    return found.error == EINVAL ? fault{} : found; // a file system that knows no such call
+    return found.error == EINVAL ? fault{} : found; // the file system can't flush a folder
 }
 
 static fault rename_over(new_file &file)
@@ -133,7 +134,7 @@ static fault replace_by_new_one(const plain_file &old, std::string_view content,
     return flush_folder(folder);
 }
 
-// Makes sure of the room first: a full disk is noticed while the old content is still there.
+// Reserves space before the first write, so that a full disk shows while the old content is intact.
 static fault make_room(const plain_file &file, std::size_t size)
 {
     const auto length = static_cast<off_t>(size);
@@ -164,7 +165,8 @@ static fault write_in_place(const plain_file &file, std::string_view content, re
     return flush(fd);
 }
 
-// A full disk, or one that fails, fails in place too, and then the old content would be lost.
+// Only permission-like errors allow the fallback to writing in place: on a full or failing disk
+// that would fail too, and lose the old content.
 static bool is_disallowed(const fault &found)
 {
     const int errors[] = {EACCES, EPERM, EROFS, EBUSY, EXDEV, ENOTSUP, EINVAL};

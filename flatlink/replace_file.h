@@ -1,4 +1,4 @@
-// Puts new content in the place of a file: all of it or nothing.
+// Replaces the content of a file atomically.
 #pragma once
 
 #include "flatlink/fault.h"
@@ -6,22 +6,24 @@
 
 #include <string_view>
 
-// What was done, should something have failed.
+// How far a replacement got that failed.
 enum class replacement {
-    none,     // the old file is as it was
+    none,     // the old file is unchanged
     complete, // the new content is in place; only flushing it to the disk failed
-    damaged,  // the file was written in place, and not to the end
+    damaged,  // the file was partly written in place
 };
 
 namespace flatlink
 {
 
-// Replaces `file`, or makes it, by a new one that is flushed to the disk and renamed over it, with
-// the same owner, mode and extended attributes. Where that is not allowed (no right in the folder,
-// an owner that cannot be given, a file mounted by itself), it is written in place.
-//   save_copy  called before a file is written in place: makes sure that `content` lies on the
-//              disk elsewhere; its fault is returned, and nothing written
-// Returns the fault, and what was done in `done`, if there is one.
+// Replaces `file`, or creates it: writes a new file with the same owner, mode and extended
+// attributes, flushes it to the disk and renames it over the old one. Where that is not allowed (no
+// write permission on the folder, an owner that can't be set, a file that is a mount point), it
+// writes the file in place.
+//   save_copy  called before writing in place: makes sure that `content` is on the disk elsewhere;
+//              if it fails, its fault is returned and nothing is written
+//   done       how far the replacement got; tells more than the fault only if there is one
+// Returns the fault, if any.
 fault replace_file(const plain_file &file, std::string_view content, fault (*save_copy)(),
                    replacement &done);
 

@@ -27,7 +27,8 @@ void flatlink::report_out_of_memory()
     std::fprintf(stderr, "flatlink: out of memory; %s was not changed\n", guarded_path);
 }
 
-// A descriptor that can be neither read nor written, and needs no device, holds each free place.
+// Occupies each closed standard descriptor with one that can be neither read nor written: O_PATH on
+// the root needs no device file, which a bare root may lack.
 static void fill_standard_streams()
 {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
@@ -48,7 +49,7 @@ static void note_and_throw()
     _exit(EXIT_FAILURE);
 }
 
-// Ends as the signal would have ended the process, which cannot go on to write.
+// Raises the signal again with its default action, so that the parent sees how the run ended.
 static void end_by_signal(int number)
 {
     cut_scratch_file();
@@ -56,7 +57,7 @@ static void end_by_signal(int number)
     std::raise(number);
 }
 
-// One that the caller ignores stays ignored.
+// Leaves a signal alone that the caller ignores.
 static void catch_end(int number)
 {
     struct sigaction action {
@@ -69,7 +70,7 @@ static void catch_end(int number)
         sigaction(number, &action, nullptr);
 }
 
-// Memory may be short where no exception may pass.
+// The terminate handler: bad_alloc may have left a noexcept function.
 [[noreturn]] static void end_without_memory()
 {
     if (lacked_memory)
@@ -77,7 +78,7 @@ static void catch_end(int number)
     std::abort();
 }
 
-// The libraries end a process without memory with status 0.
+// The exit handler: the libraries exit with status 0 when memory is exhausted (outofcore).
 static void check_end()
 {
     if (!has_ended)

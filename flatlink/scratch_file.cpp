@@ -17,7 +17,7 @@ static constexpr mode_t OWNER_ONLY = 0600;
 namespace
 {
 
-// The stream's end of the file.
+// The output side of the stream.
 struct scratch_output {
     int fd = -1;
     int error = 0; // errno of the first write that failed
@@ -28,8 +28,8 @@ struct scratch_output {
 
 static scratch_output output;
 
-// True when the open file is one that this user could have made here, and that nobody else can
-// reach.
+// True for a regular file of this user with a single link: one that an earlier run may have left,
+// and that no other name leads to. Sets errno if not.
 static bool is_own_file(int fd)
 {
     struct stat status {
@@ -40,7 +40,7 @@ static bool is_own_file(int fd)
     return S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1;
 }
 
-// Not locked or truncated before it is known whose it is.
+// Checks the owner first: another user's file must be neither locked nor truncated.
 static bool empty_own_file(int fd)
 {
     return is_own_file(fd) && uninterrupted([&] { return flock(fd, LOCK_EX | LOCK_NB); }) == 0 &&
@@ -76,7 +76,7 @@ void flatlink::cut_scratch_file()
         output.file.cut();
 }
 
-// Not waited for, should it be a pipe.
+// O_NONBLOCK: opening must not wait, should the file be a pipe.
 std::FILE *flatlink::open_scratch_file()
 {
     const int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -91,7 +91,7 @@ std::FILE *flatlink::open_scratch_file()
     output = {file.release(), 0, {}};
     output.file.start(output.fd);
     static const int registered = std::atexit(cut_scratch_file);
-    (void)registered; // without it the file keeps its NUL bytes, should the process exit early
+    (void)registered; // if that failed, an early exit leaves NUL bytes at the end
     return stream;
 }
 

@@ -1,5 +1,5 @@
-// The scratch file of a run. It holds secrets in clear, in a folder where anyone may write, and its
-// lock makes sure that only one run at a time writes it.
+// The scratch file of a run. It holds secrets in clear text, in a folder where anyone may write.
+// Its lock admits one run at a time.
 #pragma once
 
 #include "flatlink/fault.h"
@@ -10,31 +10,29 @@
 namespace flatlink
 {
 
-// Opens SCRATCH_FILE for writing, empty, locked and with mode 0600, made anew or taken over from
-// an earlier run of this user. At most one stream is open at a time. Returns null with errno when
-// it cannot be had safely: ELOOP for a link, EPERM for a file of another user or one that is not
-// plain with a single name, EWOULDBLOCK while another run writes it.
+// Opens SCRATCH_FILE for writing: empty, locked and with mode 0600, either new or left by an
+// earlier run of this user. At most one stream may be open at a time. Returns null with errno when
+// that is not safe: ELOOP for a symbolic link, EPERM for a file that belongs to another user, is
+// not a regular file or has a second hard link, EWOULDBLOCK while another run writes it.
 std::FILE *open_scratch_file();
 
-// errno of the first write to the stream that failed since it was opened; 0 for none. Still known
-// after the stream is closed.
+// errno of the first failed write since the stream was opened; 0 for none. Stays valid after the
+// stream is closed.
 int scratch_file_error();
 
-// What is written to the stream and flushed is in the file at once, but up to 4 MiB of NUL bytes
-// may follow it, until the stream is closed or the process exits. This cuts them off where neither
-// happens; safe in a signal handler.
+// Cuts off the NUL bytes, up to 4 MiB, that follow the written data until the stream is closed or
+// the process exits. Only needed where neither happens; safe in a signal handler.
 void cut_scratch_file();
 
-// Another descriptor of the open stream's file, which keeps the lock when the stream is closed;
-// none, with errno, when there is no descriptor left.
+// Duplicates the open stream's descriptor, which keeps the lock when the stream is closed. Returns
+// none, with errno, when the process has no descriptor left.
 descriptor hold_scratch_file();
 
-// Flushes the file of such a descriptor to the disk; a fault if it can no longer be found at
-// SCRATCH_FILE.
+// Flushes the file of such a descriptor to the disk. Fails if the file has been unlinked.
 fault flush_scratch_file(const descriptor &held);
 
-// Tells on the standard error stream why the scratch file could not be opened or written: `error`
-// in words, or whose file it is and what to do.
+// Reports on the standard error stream why the scratch file could not be opened or written: the
+// text of `error`, or what stands in the way and what to do.
 void report_scratch_file(int error);
 
 } // namespace flatlink

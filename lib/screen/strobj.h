@@ -25,7 +25,8 @@ void strobj_draw_masked(WINDOW *window, scobj *field, int highlight);
 // SC_KEY_DELETE), left and right edit and refresh; all others beep.
 int strobj_key(WINDOW *window, scobj *field, int key);
 
-// The edits behind strobj_key. They paint in standout what they change, and refresh nothing.
+// The edits that strobj_key maps keys to. They repaint what they change in standout and do not
+// refresh.
 
 // Types one character at the cursor; beeps when the buffer is full.
 void strobj_insert(WINDOW *window, scobj *field, int character);

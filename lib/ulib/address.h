@@ -14,16 +14,16 @@ inline constexpr u32 NOT_AN_ADDRESS = 0xFFFFFFFF;
 namespace flatlink
 {
 
-// `text` as an address, network order; NOT_AN_ADDRESS for text that is none. Accepts what the
-// host's inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
+// Reads `text` as an address in network order; NOT_AN_ADDRESS for text that is none. Accepts what
+// the host's inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
 u32 address_of(const std::string &text);
 
-// `text` as a network number or mask, brought to network order; NOT_AN_ADDRESS for text that is
-// none. Differs from address_of below four parts, where the host's inet_network packs the parts
-// low.
+// Reads `text` as a network number or mask; the result is in network order, NOT_AN_ADDRESS for text
+// that is none. Differs from address_of for fewer than four parts: as the host's inet_network does,
+// it right-aligns them.
 u32 network_of(const std::string &text);
 
-// Dotted text of an address in network order.
+// The dotted text of an address in network order.
 std::string dotted(u32 addr_be);
 
 // The address as a number with its first octet most significant, and back.

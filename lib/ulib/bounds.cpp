@@ -7,7 +7,7 @@ using namespace flatlink;
 
 static std::vector<struck_bound> struck;
 
-// Keys of hostile input are long and may steer a terminal.
+// Keys from hostile input may be very long or hold terminal control sequences.
 static std::string shown_place(std::string_view place)
 {
     constexpr std::size_t LONGEST = 200;
@@ -26,7 +26,7 @@ void flatlink::start_bounds()
 void flatlink::note_bound(std::string_view what, long long limit, std::string_view where,
                           long long seen)
 {
-    // A program has about ten bounds.
+    // A linear search: a program has about ten limits.
     const auto known =
         std::find_if(struck.begin(), struck.end(),
                      [what](const struck_bound &bound) { return bound.what == what; });

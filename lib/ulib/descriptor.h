@@ -1,19 +1,19 @@
-// Owned file descriptors, and system calls that a signal may interrupt.
+// An owner for file descriptors, and a retry for system calls that a signal interrupts.
 #pragma once
 
 #include <cerrno>
 #include <unistd.h>
 #include <utility>
 
-// How often a call is made again. No real run of signals is longer; a kernel that reports nothing
-// else must not hang the caller.
+// Limit of retries. Real signals never come in such a row; a kernel that reports nothing but EINTR
+// must not hang the caller.
 inline constexpr int MAX_INTERRUPTIONS = 100;
 
 namespace flatlink
 {
 
-// Makes a call, and makes it again while a signal interrupts it. Returns its result; `errno` is
-// that of the last attempt.
+// Makes a call and retries it while a signal interrupts it. Returns its result; `errno` is that of
+// the last attempt.
 template <typename call> auto uninterrupted(call attempt)
 {
     auto result = attempt();
@@ -24,7 +24,7 @@ template <typename call> auto uninterrupted(call attempt)
 
 } // namespace flatlink
 
-// A descriptor that is closed with its owner, without a change to `errno`; -1 stands for none.
+// Owns a descriptor; the destructor closes it and keeps `errno`. -1 stands for none.
 class descriptor
 {
   public:
@@ -47,11 +47,11 @@ class descriptor
     explicit operator bool() const { return fd_ >= 0; }
     int get() const { return fd_; }
 
-    // Gives it to the caller, who closes it.
+    // Hands the descriptor over to the caller, who must close it.
     int release() { return std::exchange(fd_, -1); }
 
-    // Closes it now. Returns 0, or -1 with `errno` when what was written may be lost. A signal in
-    // the middle of it is no failure: the descriptor is closed then.
+    // Closes it now. Returns 0, or -1 with `errno` when written data may be lost. EINTR is no
+    // failure: Linux has closed the descriptor by then.
     int close()
     {
         const int result = ::close(std::exchange(fd_, -1));

@@ -1,4 +1,4 @@
-// A look at raw memory, for debugging.
+// Prints raw memory, for debugging.
 #pragma once
 
 // Prints "NAME(LENGTH bytes):" and then `length` bytes in hexadecimal, eight a row, on the

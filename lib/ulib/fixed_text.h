@@ -1,5 +1,5 @@
-// Text fields of fixed size. What is longer is cut, and what is shorter is filled with zeros, so
-// that no byte of an older value stays behind.
+// Text fields of fixed size. A longer text is cut; a shorter one is padded with zeros, so that no
+// byte of an older value survives.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 namespace flatlink
 {
 
-// Copies at most `size` bytes of `text`, which may lie in the field, and fills the rest.
+// Copies at most `size` bytes of `text`, which may overlap the field, and zeros the rest.
 inline void set_bytes(char *field, std::size_t size, std::string_view text)
 {
     const std::size_t length = std::min(text.size(), size);
@@ -19,19 +19,19 @@ inline void set_bytes(char *field, std::size_t size, std::string_view text)
     std::memset(field + length, 0, size - length);
 }
 
-// A field that a text may fill without a terminator.
+// For a field that a text may fill without a NUL terminator.
 template <std::size_t SIZE> void set_bytes(char (&field)[SIZE], std::string_view text)
 {
     set_bytes(field, SIZE, text);
 }
 
-// A field that is always terminated.
+// For a field that is always NUL-terminated.
 template <std::size_t SIZE> void set_text(char (&field)[SIZE], std::string_view text)
 {
     set_bytes(field, SIZE, text.substr(0, SIZE - 1));
 }
 
-// The text of a field that may lack its terminator.
+// The text of a field that may lack a NUL terminator.
 template <std::size_t SIZE> std::string_view field_text(const char (&field)[SIZE])
 {
     return {field, strnlen(field, SIZE)};

@@ -1,5 +1,5 @@
-// Heap memory as the C-style calls hand it out: taken with malloc, so that the caller may release
-// it with free, and never null, since exhausted memory ends the process.
+// Heap memory as the C-style calls return it: from malloc, so that the caller can free() it, and
+// never null, since exhausted memory ends the process.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 namespace flatlink
 {
 
-// Grows `block` (null: a new one) to `size_bytes`, its content kept and the new bytes undefined.
-// Never null: calls outofcore() when there is no memory. The old pointer is no longer valid.
+// Grows `block` (null: a new one) to `size_bytes`; keeps its content, and the new bytes are
+// undefined. Never null: calls outofcore() without memory. The old pointer becomes invalid.
 void *heap_grow(void *block, std::size_t size_bytes);
 
 // A new heap text with the content of `text`. The caller frees it.

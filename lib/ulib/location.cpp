@@ -41,8 +41,8 @@ struct close_file {
 
 } // namespace
 
-// Reads one line, without its line break; what is longer than LINE_LENGTH is skipped.
-// False at the end of the file.
+// Reads one line without its line break; drops characters beyond LINE_LENGTH. False at the end of
+// the file.
 static bool read_line(std::FILE *file, std::string &line)
 {
     line.clear();
@@ -60,7 +60,7 @@ static void take_line(installation &found, std::string_view line)
     if (equals == std::string_view::npos)
         return;
     std::string_view value = line.substr(equals + 1);
-    value = value.substr(0, value.find('\0')); // paths end at a zero byte
+    value = value.substr(0, value.find('\0')); // a path ends at a NUL byte
     value = value.substr(0, value.find_last_not_of("\n\r\t ") + 1);
     for (const profile_field &field : profile_fields)
         if (line.substr(0, equals) == field.key)
@@ -72,7 +72,7 @@ static std::string profile_path()
     return std::string(text_of(_findenv("KORVWSS", nullptr))).append(PROFILE);
 }
 
-// errno of the profile's opening or reading goes to `error`, unless it is not there.
+// `error` receives the errno of opening or reading the profile; 0 when the file does not exist.
 static installation read_installation(int &error)
 {
     installation found;
@@ -136,7 +136,7 @@ try {
     return std::nullopt;
 }
 
-// The text on the heap; null for nothing, or without memory.
+// The text on the heap; null for no text, or without memory.
 static char *heap_copy(const std::optional<std::string> &text)
 {
     return text ? strdup(text->c_str()) : nullptr;

@@ -1,6 +1,6 @@
 // Where the system is installed. The answers come from the profile file
-// `/opt/KORVwss/.profile.vars`, with the environment variable KORVWSS put in front of that path,
-// and the file is read anew at every call. Its lines are KEY=VALUE; two keys count:
+// `/opt/KORVwss/.profile.vars`, with the environment variable KORVWSS put in front of that path.
+// Every call reads the file again. Its lines are KEY=VALUE; two keys count:
 //   install_location         goes in front of paths
 //   install_locusrlocaletc   stands for /usr/local/etc
 // The last line with a key counts. White space at the end of a value is dropped, and a value is
@@ -17,9 +17,9 @@ namespace flatlink
 // Nothing for a null path or when there is no memory.
 std::optional<std::string> installed_path(const char *path);
 
-// The same for a caller that must not take a profile that cannot be read for one that is not there:
-// puts the location of `path`, which is not null, into `found`. Returns 0, or the errno with which
-// opening or reading the profile failed; then `found` is the profile's path.
+// The same for callers that must tell an unreadable profile from a missing one: stores the location
+// of `path`, not null, in `found`. Returns 0, or the errno of opening or reading the profile; then
+// `found` is the profile's path.
 int find_location(const char *path, std::string &found);
 
 // `path` with a leading /usr/local/etc, in any case of letters, replaced by the value of

@@ -44,8 +44,8 @@ ssize_t flatlink::send_to_log_at_once(int fd, const void *bytes, std::size_t len
     return sendto(fd, bytes, length, MSG_DONTWAIT | MSG_NOSIGNAL, address, address_length);
 }
 
-// Waits in the host, which lets those that wait in one after the other. A wait that is cut short,
-// or that the host does not make, fails with EAGAIN too.
+// Blocks in the kernel, which serves waiting senders in turn. An interrupted wait, or one that the
+// kernel refuses, fails with EAGAIN too.
 static ssize_t send_within(std::chrono::microseconds left, int fd, const void *bytes,
                            std::size_t length, const sockaddr *address, socklen_t address_length)
 {
@@ -75,7 +75,7 @@ ssize_t flatlink::send_to_log(int fd, const void *bytes, std::size_t length,
             return sent;
         }
         if (error == ENOBUFS)
-            (void)usleep(NO_BUFFER_WAIT_US); // a signal may cut it short
+            (void)usleep(NO_BUFFER_WAIT_US); // a signal may end it early
         sent = send_within(left, fd, bytes, length, address, address_length);
     }
 }
@@ -89,7 +89,7 @@ void flatlink::share_lost_counts()
     auto *shared = new (page) lost_counts{};
     for (const lost_kind kind : {LOST_RECORDS, LOST_LINES})
         shared->of[kind] = take_lost(kind);
-    lost = shared; // stays until the process ends
+    lost = shared; // never unmapped
 }
 
 void flatlink::count_lost(lost_kind kind, std::uint32_t count)

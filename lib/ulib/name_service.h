@@ -17,7 +17,7 @@ namespace flatlink
 // The host's own calls.
 extern const name_service_calls HOST_NAME_SERVICE;
 
-// The table in use: HOST_NAME_SERVICE until another is set, which must outlive its use.
+// The table in use, initially HOST_NAME_SERVICE. Borrowed: another one must outlive its use.
 extern const name_service_calls *name_service;
 
 } // namespace flatlink

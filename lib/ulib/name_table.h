@@ -1,4 +1,4 @@
-// Tables that translate between the words of a file and the numbers of a record.
+// Tables that translate between the words in a file and the numbers in a record.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ struct name_num {
     std::int32_t number = 0;
 };
 
-// Ends with its span, or before that at a row of a null name.
+// Ends with its span, or earlier at a row whose name is null.
 using name_table = std::span<const name_num>;
 
 // The name of a number that is in no row: the empty text, with a NUL terminator.

@@ -15,7 +15,7 @@ int uselog = 0;
 void pmsg(const char *message, int useerrno, const UNIQUE_DATA_T &uniq)
 {
     constexpr std::size_t TEXT_LENGTH = 1023;
-    const int error = errno; // before a call that may set it
+    const int error = errno; // before any call that may change it
     std::string text(text_of(message).substr(0, TEXT_LENGTH));
     if (useerrno != 0)
         text.append(": ").append(std::strerror(error));

@@ -1,6 +1,6 @@
-// The one call through which all library code reports, and the stop on exhausted memory.
-// A program without service and connection contexts gets plain system logging; where both
-// contexts are set, the hook that the context code installs takes the report over.
+// The one call through which all library code reports, and the exit on exhausted memory. Without a
+// service and a connection context reports go to the system log; with both, to the hook that the
+// context code installs.
 #pragma once
 
 #include <cstdarg>
@@ -27,7 +27,7 @@ struct UNIQUE_DATA_T {
 
 inline constexpr UNIQUE_DATA_T UNIQUE_DATA{};
 
-// Priority of the libraries' own reports (syslog's notice), and of trouble with the log itself.
+// Priority of the libraries' own reports (syslog's notice), and of faults of the log itself.
 inline constexpr int REPORT_NOTICE = 5;
 inline constexpr int REPORT_ERROR = 3;
 
@@ -35,8 +35,8 @@ inline constexpr int REPORT_ERROR = 3;
 extern CServiceContext *servContext;
 extern CConnectionContext *connContext;
 
-// Takes a report when both contexts are set. Installed by the code that creates contexts,
-// so that a program without contexts links no log object. Null: system log only.
+// Takes a report when both contexts are set. Installed by the code that creates contexts, so that a
+// program without contexts does not link the log object. Null: system log only.
 using log_hook = void (*)(CServiceContext *service, CConnectionContext *connection,
                           const UNIQUE_DATA_T &uniq, int priority, const char *format,
                           va_list args);
@@ -48,9 +48,9 @@ extern log_hook report_hook;
 
 } // namespace flatlink
 
-// Sees each report before it goes to a log, with or without contexts: for a program that turns
-// reports into findings of its own. Null by default; what it points to is borrowed for the call.
-// Returns true to keep the report from the logs.
+// Sees each report before it goes to a log, with or without contexts: for a program that collects
+// reports itself. Null by default. Arguments are borrowed for the call. Returns true to keep the
+// report out of the logs.
 using report_tap_call = bool (*)(const UNIQUE_DATA_T &uniq, int priority, const char *format,
                                  va_list args);
 
@@ -59,8 +59,8 @@ namespace flatlink
 
 extern report_tap_call report_tap;
 
-// Hands a report to the tap, which gets a copy of `args`. False without one: for code that writes
-// to a log without vSendLog.
+// Passes a report to the tap, with a copy of `args`; returns false without a tap. For code that
+// writes to a log without vSendLog.
 bool is_tapped(const UNIQUE_DATA_T &uniq, int priority, const char *format, va_list args)
     __attribute__((format(printf, 3, 0)));
 

@@ -1,6 +1,5 @@
-// A text of bounded length that is put together without locale and heap, so that a signal handler
-// may do it at any instant. What does not fit is left out. Never touches more of its buffer than
-// the text takes.
+// A text of bounded length that is built without locale and heap, and therefore in signal handlers
+// too. What does not fit is dropped. Touches no more of its buffer than the text needs.
 #pragma once
 
 #include <algorithm>
@@ -32,8 +31,8 @@ template <std::size_t SIZE> class safe_text
     std::string_view view() const { return {bytes_, length_}; }
     const char *c_str() const { return bytes_; }
 
-    // For those who write the next part themselves: where it goes, how many characters fit in front
-    // of the terminator, and that `count` of them are there.
+    // To write the next part in place: end() is where it goes, room() is how many characters fit
+    // before the NUL terminator, and extend() adds the `count` that were written.
     char *end() { return bytes_ + length_; }
     std::size_t room() const { return SIZE - 1 - length_; }
     void extend(std::size_t count)

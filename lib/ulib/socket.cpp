@@ -22,10 +22,10 @@ static constexpr int BACKLOG = 16;
 static constexpr socklen_t INET_LENGTH = sizeof(sockaddr_in);
 static_assert(INET_LENGTH == 16 && sizeof(sockaddr_un) == 110);
 
-// Seconds of a clock that nobody sets, when the last call of serv_select saw activity; 0 never.
+// When serv_select last saw activity, in seconds of the monotonic clock; 0 for never.
 static std::time_t last_activity = 0;
 
-// What serv_listen fills for a caller without an address; long enough for either family.
+// Filled by serv_listen for callers without an address; fits either family.
 static sockaddr_un shared_address;
 
 enum class tell_errno { no, yes };
@@ -42,7 +42,7 @@ void clear_close_fd(int fd, fd_set *set1, fd_set *set2)
     for (fd_set *set : {set1, set2})
         if (set != nullptr && fd >= 0 && fd < FD_SETSIZE)
             FD_CLR(fd, set);
-    (void)close(fd); // nobody is left to be told
+    (void)close(fd); // the caller can't act on a failure
 }
 
 int get_local_hostname(char *name)
@@ -86,7 +86,7 @@ int serv_select(int nfds, fd_set *readset, void *, int seconds, int idlelimit)
     return SELECT_IDLE;
 }
 
-// Looks `host` up. False behind a report.
+// Looks up `host`. False after a report.
 static bool find_host(const char *host, in_addr &address)
 {
     if (host[std::strspn(host, ".")] == '\0') {
@@ -156,8 +156,8 @@ static void set_port(sockaddr *saddr, int natural_port)
                 sizeof port_be);
 }
 
-// bindport over ports in natural order; false behind a report. Apart from bindport because the
-// port of a local address, -1, looks like a failure.
+// bindport with ports in host order; false after a report. A function of its own because the port
+// of an AF_UNIX address, -1, looks like bindport's failure.
 static bool bind_in_range(int fd, int family, int &port, int high, sockaddr *saddr)
 {
     high = std::max(high, port);
@@ -194,7 +194,7 @@ int bindport(int fd, int family, int low, int high, sockaddr *saddr)
                                                                          : -1;
 }
 
-// The steps of serv_listen behind the socket; 0, or what it returns.
+// The steps of serv_listen after the socket is made. Returns 0, or serv_listen's failure.
 static int listen_on(int fd, int family, sockaddr *saddr, int *portio, const int *highport)
 {
     const int no_reuse = 0;
@@ -223,11 +223,11 @@ int serv_listen(const char *host, int family, sockaddr *saddr, int *portio, cons
     const int failure = listen_on(fd, family, address, portio, highport);
     if (failure == 0)
         return fd;
-    (void)close(fd); // nobody has connected
+    (void)close(fd); // not listening yet: nothing can be lost
     return failure;
 }
 
-// Connects `fd`, which is closed when that fails. Returns it, or `failure` behind a report.
+// Connects `fd`, and closes it on failure. Returns `fd`, or `failure` after a report.
 static int connect_or_close(int fd, const sockaddr *address, const char *what, int failure)
 {
     if (connect(fd, address, INET_LENGTH) == 0)

@@ -12,7 +12,7 @@ static std::size_t size_of(int length)
     return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
-// The first `length` characters of a C text, fewer when it ends before; empty for null.
+// The first `length` characters of a C text, or fewer if it ends earlier; empty for null.
 static std::string_view front_of(const char *text, int length)
 {
     return text == nullptr ? std::string_view()

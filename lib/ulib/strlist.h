@@ -1,15 +1,15 @@
-// String lists: heap arrays of pointers to texts, ended by a null pointer. No list at all (null)
-// is an empty one. A list owns its texts when addstrlist or tokens made them.
-// Adding walks the whole list; who builds a long one from a text uses tokens.
+// String lists: heap arrays of pointers to texts, terminated by a null pointer. A null list is an
+// empty one. A list owns its texts if addstrlist or tokens made them. Adding walks the whole list;
+// use tokens to build a long one from a text.
 #pragma once
 
 #include <memory>
 
 // Appends `item` without copying it.
-//   list      list or null; given up, only the result is valid afterwards
-//   item      belongs to whom it belonged before. Null ends the list, so it adds no entry
+//   list      list or null; consumed, only the result is valid afterwards
+//   item      keeps its owner. Null terminates the list, so it adds no entry
 //   countout  receives the new number of entries; may be null
-// Returns the new list; ends the process through outofcore() when there is no memory.
+// Returns the new list; ends the process through outofcore() without memory.
 char **addptrlist(char **list, char *item, int *countout);
 
 // Appends a copy of the first `*lengthio` characters of `text` (see strsave); an empty text when
@@ -18,7 +18,7 @@ char **addptrlist(char **list, char *item, int *countout);
 char **addstrlist(char **list, const char *text, int *lengthio);
 
 // Releases a list and its entries, each with `freefunction`, or with free() when that is null.
-// A null `list` is nothing to do.
+// Does nothing for a null `list`.
 void freestrlist(char **list, void (*freefunction)(void *));
 
 struct strlist_free {

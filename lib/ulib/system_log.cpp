@@ -23,16 +23,16 @@ static constexpr int NO_SOCKET = -1;
 
 using log_line = safe_text<8192>;
 
-// Handlers read all of this at any instant; what they must not see half-done is atomic.
+// Signal handlers read all of this; what they must not see half-written is atomic.
 static std::atomic<int> log_socket = NO_SOCKET;
 static std::atomic<const char *> log_ident = nullptr;
-static bool is_stream = false; // each line then ends with its terminator
+static bool is_stream = false; // lines are then separated by NUL terminators
 static int log_options = 0;
 static int log_facility = LOG_USER;
 static bool is_host_asked = false;
-static int open_calls = 0;          // that close_system_log has not undone
-static int log_mask = 0xff;         // setlogmask's, when it was last asked
-static long utc_offset_seconds = 0; // of local time, when it was last asked
+static int open_calls = 0;          // calls of open_system_log not yet undone
+static int log_mask = 0xff;         // setlogmask's, as last read by ask_host
+static long utc_offset_seconds = 0; // of local time, as last read by ask_host
 
 static int connected_socket(int type)
 {
@@ -42,7 +42,7 @@ static int connected_socket(int type)
     const int fd = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
     if (fd < 0)
         return NO_SOCKET;
-    const int flags = type == SOCK_STREAM ? O_NONBLOCK : 0; // a datagram's peer is there at once
+    const int flags = type == SOCK_STREAM ? O_NONBLOCK : 0; // only a stream's connect can block
     if ((flags == 0 || fcntl(fd, F_SETFL, flags) == 0) &&
         connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0 &&
         (flags == 0 || fcntl(fd, F_SETFL, 0) == 0))
@@ -67,10 +67,10 @@ static void open_socket()
 static void close_socket()
 {
     if (const int fd = log_socket.exchange(NO_SOCKET); fd >= 0)
-        (void)close(fd); // what was sent is with the reader
+        (void)close(fd); // sent data is in the reader's queue already
 }
 
-// What a handler cannot ask for.
+// Reads the settings that a signal handler can't safely ask for.
 static void ask_host(std::time_t now)
 {
     is_host_asked = true;
@@ -127,7 +127,7 @@ static void add_time(log_line &line, std::time_t now)
     add_two_digits(line << ":", clock.seconds().count(), "0");
 }
 
-// All that stands before the message. Returns where the part begins that people are shown.
+// Adds everything before the message. Returns the offset of the part to show on a terminal.
 static std::size_t add_head(log_line &line, int priority, std::time_t now)
 {
     const int facility = (priority & LOG_FACMASK) == 0 ? log_facility : priority & LOG_FACMASK;
@@ -152,15 +152,16 @@ static bool send_line(std::string_view line)
 {
     if (log_socket < 0)
         return false;
-    const std::size_t length = line.size() + (is_stream ? 1 : 0); // the view is terminated
+    const std::size_t length = line.size() + (is_stream ? 1 : 0); // a NUL follows the view
     const ssize_t sent = send_to_log(log_socket, line.data(), length, nullptr, 0);
     if (sent < 0 || static_cast<std::size_t>(sent) == length)
         return sent >= 0;
-    close_socket(); // a stream that took a part: what followed would look like the rest
+    close_socket(); // the stream took a part: the next line would be read as its rest
     return false;
 }
 
-// A reader that has gone may have a successor. False with errno.
+// Sends a line; on failure reconnects and tries again, as the reader may have been restarted. False
+// with errno.
 static bool deliver(std::string_view line)
 {
     if (send_line(line))
@@ -176,7 +177,7 @@ static void show_on(int fd, std::string_view shown, std::string_view end)
 {
     log_line line;
     line << (shown.ends_with('\n') ? shown.substr(0, shown.size() - 1) : shown) << end;
-    (void)!write(fd, line.view().data(), line.view().size()); // a copy of the line
+    (void)!write(fd, line.view().data(), line.view().size()); // only a copy: may fail
 }
 
 static void show_on_console(std::string_view shown)
@@ -185,7 +186,7 @@ static void show_on_console(std::string_view shown)
     if (fd < 0)
         return;
     show_on(fd, shown, "\r\n");
-    (void)close(fd); // a console keeps nothing back
+    (void)close(fd); // a console does not buffer
 }
 
 static void tell_lost_lines(std::time_t now)
@@ -224,7 +225,7 @@ void flatlink::vsystem_log(int priority, const char *format, va_list args)
         if (has_lost(LOST_LINES))
             tell_lost_lines(now);
     } else {
-        if (is_log_full(errno)) // without a reader nothing is missed
+        if (is_log_full(errno)) // without a reader a line does not count as lost
             count_lost(LOST_LINES);
         if ((log_options & LOG_CONS) != 0)
             show_on_console(text);

@@ -47,7 +47,7 @@ long flatlink::take_number(std::string_view &text)
     bool negative = false;
     if (pos < text.size() && (text[pos] == '-' || text[pos] == '+'))
         negative = text[pos++] == '-';
-    // The lowest number has no positive counterpart: digits are added without their sign.
+    // Unsigned, because the lowest number has no positive counterpart.
     const unsigned long limit = std::numeric_limits<long>::max() + (negative ? 1UL : 0UL);
     const std::size_t first_digit = pos;
     unsigned long value = 0;

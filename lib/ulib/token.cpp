@@ -26,8 +26,8 @@ const char *end_token(const char *text, const char *delimiter)
     return text;
 }
 
-// Grows its list by doubling: addstrlist, which walks the list for each entry, would make the
-// time grow with the square of the number of words.
+// Grows its list by doubling: addstrlist walks the list for each entry, which would take time
+// quadratic in the number of words.
 char **tokens(const char *text, const char *delimiter, int *countout)
 {
     if (text == nullptr || *text == '\0')
@@ -53,7 +53,7 @@ char **tokens(const char *text, const char *delimiter, int *countout)
 
 static constexpr std::size_t PART_BYTES = 1024;
 
-// `from` may lie in either buffer of getsep.
+// `from` may overlap either buffer of getsep.
 static void set_part(char (&buffer)[PART_BYTES], const char *from, std::size_t length)
 {
     length = std::min(length, PART_BYTES - 1);
@@ -75,8 +75,8 @@ int getsep(const char *text, const char *separator, char **leftout, char **right
     const char *found = separator == nullptr ? nullptr : std::strstr(text, separator);
     const char *behind = found == nullptr ? text + length : found + 1;
     const std::size_t behind_length = static_cast<std::size_t>(text + length - behind);
-    // The left part first: with `text` in either buffer, that leaves what is behind the separator
-    // as it was.
+    // The left part first: even if `text` lies in one of the buffers, this leaves what follows the
+    // separator intact.
     set_part(left, text, found == nullptr ? length : static_cast<std::size_t>(found - text));
     set_part(right, behind, behind_length);
     return 0;

@@ -1,9 +1,9 @@
 // Splitting of texts into words and at a separator.
-// Words stand between tabs and the first character of `delimiter`; the rest of `delimiter` has no
-// meaning, and a null or empty one leaves the tab alone.
+// Words are separated by tabs and by the first character of `delimiter`. The rest of `delimiter` is
+// ignored; with a null or empty one only tabs separate.
 #pragma once
 
-// The first position at or after `text` that is no separator, perhaps its end.
+// The first position at or after `text` that is not a separator, which may be its end.
 const char *next_token(const char *text, const char *delimiter);
 
 // The first position at or after `text` that holds a separator, or its end.
@@ -13,13 +13,13 @@ const char *end_token(const char *text, const char *delimiter);
 // Separators at the front are skipped and a run of them counts as one, but separators at the very
 // end yield a last, empty word: "a b " gives "a", "b" and "".
 //   countout  receives the number of entries, 1 or more; may be null
-// Returns null for a null or empty `text`, `countout` untouched. Takes time proportional to the
-// text. Ends the process through outofcore() when there is no memory.
+// Returns null for a null or empty `text`, and leaves `countout` alone. Takes time proportional to
+// the text. Ends the process through outofcore() without memory.
 char **tokens(const char *text, const char *delimiter, int *countout);
 
-// Splits `text` at the first occurrence of `separator`: the left part is what stands before it,
-// the right part what stands behind its first character, so that "a::b" at "::" gives "a" and
-// ":b". Without an occurrence the left part is all of `text`, the right part empty.
+// Splits `text` at the first occurrence of `separator`: the left part is what precedes it, the
+// right part what follows its first character, so that "a::b" at "::" gives "a" and ":b". Without
+// an occurrence the left part is all of `text` and the right part empty.
 //   leftout, rightout  not null; receive the parts, each cut at 1023 characters, in two static
 //                      buffers that the next call overwrites. `text` may be one of them
 // Returns 0, or -1 with two empty parts when `text` is null or empty.

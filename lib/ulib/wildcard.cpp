@@ -6,8 +6,8 @@
 
 using namespace flatlink;
 
-// On a mismatch only the run of the last star is made longer: if the part before it can match at
-// all, it also matches where it first did, and leaves the most text for what follows.
+// On a mismatch only the last star's run grows: the part before that star matched at its earliest
+// position already, which leaves the most text for the rest.
 static bool matches(std::string_view pattern, std::string_view text)
 {
     constexpr std::size_t NONE = std::string_view::npos;

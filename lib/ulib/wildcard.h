@@ -2,7 +2,7 @@
 // included. No other character is special, and case counts. A null text is an empty one.
 #pragma once
 
-// 1 when `pattern` matches the whole of `text`, else 0. Takes at most time proportional to the
+// 1 when `pattern` matches the whole of `text`, else 0. Takes time at most proportional to the
 // product of the two lengths, however many stars the pattern has.
 int wmatch(const char *pattern, const char *text);
 

@@ -87,7 +87,7 @@ std::optional<int> take_answers(byte_view datagram, const route_taker &take)
     return std::nullopt;
 }
 
-// Receives one datagram of the kernel; those of anybody else are dropped.
+// Receives one datagram from the kernel; datagrams from other senders are dropped.
 ssize_t receive(int fd, byte_area area)
 {
     for (;;) {

@@ -26,7 +26,7 @@ struct platform_calls {
     // A routing socket for Internet addresses (messages: route_message.h). A write is one whole
     // message and fails with the error of the change or look-up that it asks for: ESRCH no such
     // route, EEXIST the route is there already, ENETUNREACH the gateway cannot be reached, EPERM
-    // no right to change routes. A read is one whole message, of anybody's asking.
+    // no right to change routes. A read returns one whole message, whichever request caused it.
     int (*route_open)();
     ssize_t (*route_write)(int fd, byte_view message);
     ssize_t (*route_read)(int fd, byte_area message);

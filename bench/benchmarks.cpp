@@ -1,4 +1,4 @@
-// The conversion's stages at growing sizes, with the growth that they show.
+// The conversion's stages at growing sizes, with their complexity.
 #include "bench/generate.h"
 #include "flatlink/derive/rule_walk.h"
 #include "flatlink/records/link_sort.h"
@@ -102,7 +102,7 @@ BENCHMARK(derive)
     ->Complexity()
     ->Unit(benchmark::kMillisecond);
 
-// Nobody routes: the sort and the twin test are measured, not the kernel.
+// A table without routes: measures the sort and the removal of twins, not the kernel.
 static void answer_no_route()
 {
     static platform_calls deaf = HOST_PLATFORM;

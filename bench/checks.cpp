@@ -1,8 +1,8 @@
-// The check of a client against a table of 1,000 `hosts` lines of one kind, of which the last one
-// fits, beside a plain loop of fnmatch over the same patterns in memory, in rounds that take turns.
-// `ratio` is the time of a check to that of a loop, by their medians. The lines follow one another,
-// or (mixed) each has another entry after it, of one of five keywords. A check of names looks the
-// client's name up.
+// The check of a client against a table of 1,000 `hosts` lines of one kind, the last of which fits,
+// compared with a plain fnmatch loop over the same patterns in memory, in alternating rounds.
+// `ratio` is the median time of a check divided by that of a loop. The lines are consecutive, or
+// (mixed) each is followed by an entry of one of five other keywords. A check of names looks up the
+// client's name.
 #include "bench/rounds.h"
 #include "lib/fwall/access/srcchk.h"
 #include "lib/fwall/serve/settings.h"
@@ -66,7 +66,7 @@ static void load_table(const std::vector<std::string> &patterns, table kind)
         std::abort();
 }
 
-// `text` is what fnmatch compares: what of the client the patterns are about.
+// `text` is what fnmatch compares: the client's address or name.
 static void check_client(benchmark::State &state, table kind,
                          const std::vector<std::string> &patterns, const char *text)
 {

@@ -122,7 +122,7 @@ void write_tags(const std::vector<setting> &list, std::string &out)
     }
 }
 
-// Lines of a database, each put together from its parts.
+// Builds the lines of a database, each from its parts.
 class database_text
 {
   public:

@@ -15,7 +15,7 @@ std::string make_settings(std::size_t leaves, notation form);
 struct database_shape {
     std::size_t sites = 0;       // peers, each with its gateway, network and one rule
     std::size_t objects = 0;     // addresses that no rule names
-    std::size_t group_width = 0; // members of one group, which one more rule names
+    std::size_t group_width = 0; // members of one group, which an additional rule names
     std::size_t pools = 0;       // address pools with ranges, networks and servers
 };
 

@@ -1,5 +1,5 @@
-// The ways between the layouts at growing sizes, with the growth that they show: what an older
-// database goes through at load, each export, and the way out and in again.
+// The conversions between layouts at growing sizes, with their complexity: the upgrade of an older
+// database at load, each export, and export followed by import.
 #include "bench/generate.h"
 #include "lib/frag/export/export.h"
 #include "lib/frag/import/import.h"
@@ -17,7 +17,7 @@
 
 using namespace flatlink;
 
-// The default tree: its top level is looked up as the tool's own is.
+// The default tree, whose top level has an index as it has in the tool.
 static void import_text(const std::string &text)
 {
     free_fraglist(&def_database);
@@ -86,7 +86,7 @@ BENCHMARK_CAPTURE(exported, flat, EXPORT_FLAT)->Apply(from_n_to_4n);
 BENCHMARK_CAPTURE(exported, numbered, EXPORT_NUMBERED)->Apply(from_n_to_4n);
 BENCHMARK_CAPTURE(exported, xml, EXPORT_XML)->Apply(from_n_to_4n);
 
-// In, up to date, out in the numbered layout, and the same with what was written.
+// Import, upgrade, export in the numbered layout; then the same with the exported file.
 static void round_trip(benchmark::State &state)
 {
     const std::string text = database_of(state);

@@ -21,7 +21,7 @@ struct bound_node {
     std::size_t child_count = 0;
 };
 
-constexpr std::size_t SCANNED_CHILDREN = 16; // above, a hash finds the child
+constexpr std::size_t SCANNED_CHILDREN = 16; // with more, a hash finds the child
 
 class bound_tree
 {

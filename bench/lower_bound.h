@@ -1,5 +1,5 @@
-// What reading a settings file costs at the least: a tree in blocks of memory that are never
-// freed, no check of anything, no corner of any notation. The import is measured beside it.
+// A lower bound for reading a settings file: the tree lives in memory blocks that are never freed,
+// nothing is checked, and special cases of the notations are ignored. The import is compared to it.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
-// read_file import|export|flat|sections|tags FILE: reads a settings file by the import, or by the
-// lower bound of its notation, and ends without freeing anything; export writes it back, too. For
-// scripts that time processes.
+// read_file import|export|flat|sections|tags FILE: reads a settings file with the import, or with
+// the lower bound for its notation, and exits without freeing anything; export also writes it back.
+// For scripts that time processes.
 #include "bench/lower_bound.h"
 #include "lib/frag/export/export.h"
 #include "lib/frag/import/import.h"

@@ -1,4 +1,4 @@
-// Rounds of two works that take turns, so that a machine that drifts drifts for both.
+// Alternating rounds of two workloads, so that a drift of the machine's speed affects both.
 #pragma once
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-// Seconds that `times` calls take; each gets its number.
+// Seconds for `times` calls; each gets its index.
 template <typename CALL> double seconds_of(int times, CALL call)
 {
     const auto from = std::chrono::steady_clock::now();
@@ -15,7 +15,7 @@ template <typename CALL> double seconds_of(int times, CALL call)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - from).count();
 }
 
-// The upper one of two middle values; `values` is not empty.
+// The median, the upper one of two middle values; `values` must not be empty.
 inline double median(std::vector<double> values)
 {
     std::nth_element(values.begin(), values.begin() + std::ssize(values) / 2, values.end());

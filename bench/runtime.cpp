@@ -1,6 +1,6 @@
-// What a proxy does all day: reading its table, walking entries, and reporting. The records are
-// sent beside bare datagrams of the same size, in rounds that take turns; `ratio` is the rate of
-// the reports to that of the bare sends, by their medians.
+// The frequent work of a proxy: reading its table, walking entries, and reporting. Reports are
+// compared with bare datagrams of the same size, in alternating rounds; `ratio` is the median rate
+// of the reports divided by that of the bare sends.
 #include "bench/rounds.h"
 #include "lib/fwall/log/context.h"
 #include "lib/fwall/log/escape.h"
@@ -97,7 +97,7 @@ static void escape_text(benchmark::State &state)
 }
 BENCHMARK(escape_text)->Arg(0)->Arg(20);
 
-// A process that reads what is sent to its path, which is gone when it ends.
+// A process that reads the datagrams sent to its path, which the destructor removes.
 struct reader {
     std::string path = "/tmp/bench-log-" + std::to_string(getpid());
     pid_t pid = -1;

@@ -20,7 +20,7 @@ if(FLATLINK_FUZZ)
   set(house_sanitizer_flags -fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
 endif()
 
-# Flags are a target's own: nothing of them reaches whoever links it.
+# Flags are private to a target: they do not propagate to targets that link it.
 function(house_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})

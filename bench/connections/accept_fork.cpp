@@ -1,7 +1,7 @@
-// The least that a server of one process a connection costs: accept, fork, one datagram of the size
-// of a log record, echo. No check, no table, no signal but SIGCHLD.
+// A lower bound for a server with one process per connection: accept, fork, one datagram of the
+// size of a log record, echo. No checks, no table, no signals but SIGCHLD.
 //   accept_fork PORT LOG_PATH [names]
-// With `names` it looks the client's name up as well.
+// With `names` it also looks up the client's name.
 #include "bench/connections/echo.h"
 
 #include <cerrno>
@@ -52,7 +52,7 @@ static void look_up(int connection)
     socklen_t length = sizeof peer;
     if (getpeername(connection, reinterpret_cast<sockaddr *>(&peer), &length) != 0)
         std::abort();
-    (void)gethostbyaddr(&peer.sin_addr, sizeof peer.sin_addr, AF_INET); // its cost is what counts
+    (void)gethostbyaddr(&peer.sin_addr, sizeof peer.sin_addr, AF_INET); // only its cost matters
 }
 
 static void collect(int)

@@ -1,8 +1,8 @@
 // Clients of an echoing server, and the reader of its log.
 //   clients PORT COUNT AT_ONCE LOG_PATH
-// Makes COUNT connections, AT_ONCE of them at a time; each sends a line, reads it back and closes.
-// Prints connections a second, connections that failed, and datagrams that came to LOG_PATH, which
-// is gone at the end.
+// Makes COUNT connections, AT_ONCE at a time; each sends a line, reads it back and closes. Prints
+// connections per second, failed connections, and datagrams that arrived at LOG_PATH, which is
+// removed at the end.
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -18,7 +18,7 @@
 static constexpr std::string_view LINE = "a line of a client\n";
 static constexpr timeval PATIENCE{.tv_sec = 5, .tv_usec = 0};
 
-// Counts the datagrams that come to a path, for as long as it lives.
+// Counts the datagrams that arrive at a path during its lifetime.
 class log_reader
 {
   public:
@@ -43,7 +43,7 @@ class log_reader
     log_reader(const log_reader &) = delete;
     log_reader &operator=(const log_reader &) = delete;
 
-    // The number of datagrams, once none has come for a while.
+    // Waits until no more datagrams arrive, and returns their number.
     int finish()
     {
         over_ = true;

@@ -1,10 +1,10 @@
-// What both echoing servers do with a connection.
+// The handling of a connection that both echo servers share.
 #pragma once
 
 #include <cstddef>
 #include <unistd.h>
 
-// Sends back what comes, up to the end of the connection.
+// Echoes all input until the peer closes the connection.
 inline void echo(int fd)
 {
     char bytes[4096];

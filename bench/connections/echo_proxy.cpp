@@ -1,5 +1,5 @@
-// A proxy that only echoes: what the runtime costs for one connection, from the daemon loop over
-// the check of the source to one record for the log daemon.
+// A proxy that only echoes: measures the runtime's cost per connection, including the daemon loop,
+// the source check and one record for the log daemon.
 //   echo_proxy -daemon PORT
 #include "bench/connections/echo.h"
 #include "lib/fwall/access/srcrule.h"
@@ -24,5 +24,5 @@ int main(int argc, char **argv)
         return 1;
     notice(EVENT_CLIENT, 0, "connect host=%s/%s", proxy_rladdr, proxy_riaddr);
     echo(STDIN_FILENO);
-    _exit(0); // as a child that has nothing to write any more
+    _exit(0); // a child with nothing left to flush
 }

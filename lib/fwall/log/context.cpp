@@ -36,7 +36,7 @@ cfgrec *CServiceContext::GetProxyConfList() const
 
 void CServiceContext::SetProxyConfList(cfgrec *list)
 {
-    cfgrec *copy = cfg_copy(list); // first: `list` may be the one that is held
+    cfgrec *copy = cfg_copy(list); // before the release: `list` may be our own
     cfg_free(conf_list);
     conf_list = cfg_has(copy) ? copy : nullptr;
 }

@@ -1,9 +1,9 @@
-// What the log needs to know about a proxy and about one connection of it. Each class has a form
-// that keeps its data, and a form with the suffix G that keeps part of it in the globals of
-// lib/fwall/table/proxy.h. Texts given to a setter are copied; null makes the field empty. Texts
-// returned lie in the context, or in the global, until the next change.
+// What the log needs to know about a proxy and about one of its connections. Each class has a form
+// that keeps its own data, and a form with the suffix G that keeps part of it in the globals of
+// lib/fwall/table/proxy.h. Setters copy texts; null makes the field empty. Returned texts lie in
+// the context, or in the global, and are valid until the next change.
 //
-// Making a service context is what brings the log object into a program: it installs the hook of
+// A program gets the log object by making a service context, which installs the hook of
 // lib/ulib/report.h. Reports go there once `servContext` and `connContext` are set.
 #pragma once
 
@@ -12,8 +12,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Kinds of service and protocols as the record of the log carries them. Only the values with a
-// meaning here have names; the others are the proxies'.
+// Kinds of service and protocols in the log's record. Only the values that the libraries use have
+// names; the others belong to the proxies.
 enum services : std::int32_t {
     SERVICE_PROXY = 2,   // of a new service context
     SERVICE_UNKNOWN = 3, // without a service context
@@ -33,10 +33,10 @@ class CServiceContext
 
     virtual const char *GetProxyName() const;
     virtual void SetProxyName(const char *name); // keeps 1023 characters
-    virtual cfgrec *GetProxyConfList() const;    // stays the context's; may be null
+    virtual cfgrec *GetProxyConfList() const;    // owned by the context; may be null
 
-    // Replaces the context's list by a copy of `list`, which stays the caller's. Without memory
-    // the context has no list afterwards.
+    // Replaces the context's list by a copy of `list`, which stays the caller's. Without memory the
+    // context is left without a list.
     virtual void SetProxyConfList(cfgrec *list);
 
     services GetServiceType() const { return service_type; }
@@ -66,8 +66,8 @@ class CConnectionContext
   public:
     CConnectionContext() = default;
 
-    // Takes all but the connection identifier, which starts empty. The source address comes from
-    // GetSrcIPAddress, so a copy of a G form has it in its own field, cut to 15 characters.
+    // Copies all but the connection identifier, which starts empty. The source address comes from
+    // GetSrcIPAddress, so a copy of a G form keeps it in its own field, cut at 15 characters.
     CConnectionContext(const CConnectionContext &other);
     CConnectionContext &operator=(const CConnectionContext &) = delete;
     virtual ~CConnectionContext() = default;
@@ -89,12 +89,12 @@ class CConnectionContext
     // Keeps 32 bytes of each text, and the level up to which events are logged (-1: all).
     void SetRule(const char *number, const char *label, std::int32_t level);
 
-    // Copy at most `size` and at most 32 bytes; a text that fills them is not terminated.
+    // Copy at most `size` and at most 32 bytes; a text that fills them is not NUL-terminated.
     void GetRuleNumber(char *buffer, std::size_t size) const;
     void GetRuleLabel(char *buffer, std::size_t size) const;
     std::int32_t GetLogLevel() const { return log_level; }
 
-    // The identifier that the log carries: 32 bytes, not terminated when the text fills them.
+    // The identifier in the log's record: 32 bytes, not NUL-terminated when the text fills them.
     void SetConnectionID(const char *id);
     void GetConnectionID(char *buffer, std::size_t size) const;
 
@@ -111,7 +111,7 @@ class CConnectionContext
     char rule_label[32] = {};
 };
 
-// Keeps the source address in `proxy_riaddr`, 511 characters of it.
+// Keeps the source address in `proxy_riaddr`, cut at 511 characters.
 class CConnectionContextG : public CConnectionContext
 {
   public:

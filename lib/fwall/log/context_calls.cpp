@@ -2,7 +2,7 @@
 
 #include <new>
 
-// One way for all getters and one for all setters, so that the test for null stands once.
+// One template for all getters and one for all setters hold the only tests for null.
 template <typename CONTEXT, typename RESULT>
 static RESULT get(const CONTEXT *context, RESULT (CONTEXT::*getter)() const, RESULT without)
 {

@@ -1,6 +1,6 @@
-// The contexts for code that holds them as opaque pointers. Each call passes on to the member of
-// its name (lib/fwall/log/context.h) and accepts a null context: a setter then does nothing, a
-// getter gives what its comment tells.
+// The contexts for code that holds them as opaque pointers. Each call forwards to the member of the
+// same name (lib/fwall/log/context.h) and accepts a null context: a setter then does nothing, a
+// getter returns the value in its comment.
 #pragma once
 
 #include "lib/fwall/log/context.h"

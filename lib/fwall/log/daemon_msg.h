@@ -1,5 +1,5 @@
-// The record that the log daemon takes as one datagram: 1680 bytes, integers in the host's byte
-// order. Texts end at their zero byte, or with the field.
+// The record that the log daemon receives as one datagram: 1680 bytes, integers in the host's byte
+// order. A text ends at its NUL byte, or with the field.
 #pragma once
 
 #include "lib/fwall/log/context.h"
@@ -11,13 +11,13 @@
 inline constexpr char STDLOG_PATH[] = "/dev/stdlog";
 inline constexpr std::int32_t DAEMON_MSG_VERSION = 1;
 
-// The values here are those of a record of which nothing is known yet.
+// The initial values mean "unknown".
 struct DaemonMsg {
     std::int32_t msg_size = 1680;
     std::int32_t msg_version = DAEMON_MSG_VERSION;
     std::int32_t event = EVENT_UNSET;
     std::int32_t service = SERVICE_UNKNOWN;
-    std::uint32_t time = 0; // seconds since 1970, when it was sent
+    std::uint32_t time = 0; // of sending, in seconds since 1970
     std::int32_t priority = 0;
     std::int32_t aux1 = -1;
     std::int32_t aux2 = -1;
@@ -40,7 +40,7 @@ struct DaemonMsg {
     char rule_number[64] = {};
     char rule_label[64] = {};
     char reserved_byte = 0;
-    std::int32_t text_length = 0; // bytes of `text`, without its terminator
+    std::int32_t text_length = 0; // bytes of `text`, without the NUL terminator
     char text[1024] = {};         // escaped
 };
 

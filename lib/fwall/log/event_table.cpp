@@ -6,7 +6,7 @@
 namespace
 {
 
-// Neighbours of one level in one row: 394 events in all.
+// One row per range of neighbouring events with the same level; 394 events in all.
 struct event_range {
     std::int32_t first;
     std::int32_t last;
@@ -40,7 +40,7 @@ struct event_level {
     std::int32_t level;
 };
 
-// Throws, and so does not compile, when the ranges hold more or fewer.
+// Throws, which stops the compilation, when the ranges hold more or fewer events.
 constexpr std::array<event_level, EVENT_COUNT> event_rows()
 {
     std::array<event_level, EVENT_COUNT> rows{};

@@ -5,5 +5,5 @@
 
 #include <cstdint>
 
-// The level of `event`, 0 (always of interest) to 5; 0 for an event that the table does not have.
+// The level of `event`, from 0 (always logged) to 5; 0 for an event that is not in the table.
 std::int32_t lookup_loglevel_byid(events event);

@@ -19,10 +19,10 @@
 
 using namespace flatlink;
 
-// Atomic for the handlers that may read it at any instant.
+// Atomic because signal handlers read it.
 static std::atomic<Log *> the_log = nullptr;
 
-static char tag[1024]; // the system log, of which a process has one, keeps a pointer to it
+static char tag[1024]; // the process's one system log keeps a pointer to it
 static bool is_tagged = false;
 
 void V_OpenLog(const char *ident, CServiceContext *service, std::int32_t logopt,
@@ -95,7 +95,7 @@ bool Log::renew(const char *ident, CServiceContext *service, std::int32_t log_op
     mode = mode_of(service);
     log_close(&stdlog);
     reopen_system_log();
-    (void)log_open(&stdlog); // each send tries again
+    (void)log_open(&stdlog); // on failure each send tries again
     return true;
 }
 
@@ -105,7 +105,7 @@ Log::~Log()
     close_system_log();
 }
 
-// The one place where a report becomes text: `%m` is the host's words for `error`.
+// The only place where a report is formatted. `%m` stands for the host's text for `error`.
 __attribute__((format(printf, 4, 0))) static void
 format_report(char *buffer, std::size_t size, int error, const char *format, va_list args)
 {
@@ -151,7 +151,7 @@ void Log::vSendLog(CServiceContext *service, CConnectionContext *connection,
 
 template <std::size_t SIZE> static void set_escaped(char (&field)[SIZE], const char *text)
 {
-    (void)hexescNonAsciiPlus(field, text, SIZE, ","); // that it was cut does not matter
+    (void)hexescNonAsciiPlus(field, text, SIZE, ","); // may be cut
 }
 
 static void fill_connection(DaemonMsg &record, const CConnectionContext &connection)
@@ -175,13 +175,13 @@ static void fill_unique(DaemonMsg &record, const UNIQUE_DATA_T &uniq)
     record.aux3 = uniq.aux3;
     record.line = uniq.line;
     set_text(record.aux_tag, text_of(uniq.aux_tag_ptr));
-    std::copy_n(uniq.aux_name, sizeof record.aux_name, record.aux_name); // as they are
-    char note[sizeof uniq.aux_note + 1]; // the field may lack its terminator
+    std::copy_n(uniq.aux_name, sizeof record.aux_name, record.aux_name); // not escaped
+    char note[sizeof uniq.aux_note + 1]; // the field may lack a NUL terminator
     set_text(note, field_text(uniq.aux_note));
     set_escaped(record.aux_note, note);
 }
 
-// Touches nothing but its arguments and the record: a handler may call it at any instant.
+// Async-signal-safe: touches only its arguments and the record.
 static DaemonMsg make_record(const CServiceContext &service, const CConnectionContext *connection,
                              const UNIQUE_DATA_T &uniq, int priority, const char *text)
 {

@@ -1,5 +1,5 @@
-// The choice between the log daemon and the system log. It is made while the log object is being
-// built, so it reports to the system log and leaves the place of cfg_get alone.
+// The choice between the log daemon and the system log. It runs while the log object is being
+// built, so it reports to the system log and leaves the cursor of cfg_get alone.
 #include "lib/fwall/log/log.h"
 #include "lib/fwall/table/config.h"
 #include "lib/ulib/system_log.h"

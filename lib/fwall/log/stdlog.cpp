@@ -49,7 +49,7 @@ int flatlink::log_connect(stdlog_conn *conn)
 void log_close(stdlog_conn *conn)
 {
     if (conn->fd >= 0)
-        (void)close(conn->fd); // datagrams: nothing is pending
+        (void)close(conn->fd); // a datagram socket: nothing is pending
     conn->fd = -1;
     conn->connected = false;
 }
@@ -69,13 +69,13 @@ bool flatlink::log_send_at_once(const void *record, std::size_t length, const st
     return send_by(send_to_log_at_once, record, length, conn);
 }
 
-// The daemon that the connection was tied to does not take the record: the path may lead to another
-// one by now. False with errno.
+// Called when the connected daemon does not accept the record: tries the path, which a new daemon
+// may own by now. False with errno.
 static bool send_to_successor(const void *record, std::size_t length, stdlog_conn &conn)
 {
     const int error = errno;
     if (log_connect(&conn) != 0)
-        conn.connected = is_log_full(error); // it still lives
+        conn.connected = is_log_full(error); // the daemon is alive, only full
     if (log_send_at_once(record, length, conn))
         return true;
     errno = is_log_full(error) ? error : errno;
@@ -111,7 +111,7 @@ int log_daemonmsg(std::int32_t mode, const DaemonMsg *record, stdlog_conn *conn)
 
 CStdLog::CStdLog(std::int32_t log_mode) : mode(log_mode)
 {
-    (void)log_open(&stdlog); // each send tries again
+    (void)log_open(&stdlog); // on failure each send tries again
 }
 
 CStdLog::~CStdLog()
@@ -119,7 +119,7 @@ CStdLog::~CStdLog()
     log_close(&stdlog);
 }
 
-// What was lost may have come from other connections: no more is told than the process.
+// The lost records may belong to other connections, so this one names only the process.
 static DaemonMsg record_of_loss(const DaemonMsg &sent, std::uint32_t count)
 {
     DaemonMsg record;
@@ -137,7 +137,7 @@ static DaemonMsg record_of_loss(const DaemonMsg &sent, std::uint32_t count)
     return record;
 }
 
-// Not part of its caller, whose stack would hold a second record for every report.
+// A function of its own: inside the caller, each report would need stack for a second record.
 [[gnu::noinline]] static void tell_loss(const DaemonMsg &sent, const stdlog_conn &conn)
 {
     const std::uint32_t count = take_lost(LOST_RECORDS);

@@ -35,7 +35,7 @@ void lock_init(const char *port)
                std::strerror(errno));
         return;
     }
-    (void)unlink(name.c_str()); // a name that stays does no harm: it is never used again
+    (void)unlink(name.c_str()); // a leftover is harmless: the name is never used again
 }
 
 void accept_lock()

@@ -27,7 +27,7 @@ static std::vector<served_client> clients;
 static steady::time_point second_begun;
 static int served_in_second = 0;
 
-// INADDR_ANY for a client that has gone already.
+// INADDR_ANY for a client that has disconnected already.
 static in_addr_t address_of_client(int connection)
 {
     sockaddr_in peer{};
@@ -51,7 +51,7 @@ static bool is_within_address_limit(int connection, in_addr_t &client_be)
     return false;
 }
 
-// Counts the client that it lets pass.
+// Also counts the client if it may pass.
 static bool is_within_rate_limit()
 {
     if (proxy_rate_limit <= 0)
@@ -87,6 +87,6 @@ void flatlink::remove_client(pid_t child)
                                     [&](const served_client &one) { return one.child == child; });
     if (found == clients.end())
         return;
-    *found = clients.back(); // their order means nothing
+    *found = clients.back(); // the order does not matter
     clients.pop_back();
 }

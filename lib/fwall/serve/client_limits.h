@@ -1,5 +1,5 @@
-// The limits that an accepting process sets on its connections beside their number: how many come
-// from one address at a time, and how many a second. Each process counts its own.
+// Limits of an accepting process on its connections, besides their number: how many one address may
+// have at a time, and how many are accepted per second. Each process counts its own.
 #pragma once
 
 #include <netinet/in.h>
@@ -12,11 +12,11 @@ namespace flatlink
 //   "deny use of proxy: too many connections from ADDRESS (limit N)"
 //   "deny use of proxy: too many connections a second (limit N)"
 //   connection   the accepted socket, which stays the caller's
-//   client_be    becomes the client's address for add_client, INADDR_ANY when it is not needed
+//   client_be    receives the client's address for add_client; INADDR_ANY if that is not needed
 bool is_within_client_limits(int connection, in_addr_t &client_be);
 
-// Remembers that a child serves a client, and that it has ended. An address of INADDR_ANY and a
-// process that serves no client are ignored.
+// Note that a child serves a client, and that it has ended. The address INADDR_ANY, and a process
+// that serves no client, are ignored.
 void add_client(pid_t child, in_addr_t client_be);
 void remove_client(pid_t child);
 

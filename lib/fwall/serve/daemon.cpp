@@ -33,7 +33,7 @@ namespace
 
 struct acceptor {
     int listener = -1;
-    int spare = -1; // kept open, to be given up when there are no more descriptors
+    int spare = -1; // a reserve, closed when the process runs out of descriptors
 };
 
 } // namespace
@@ -47,14 +47,14 @@ static int port_number(const char *port)
     std::exit(1);
 }
 
-// What is still in a buffer is written once, not by each process that a fork makes.
+// Flushes before forking: otherwise each process would write the buffered output again.
 static pid_t fork_clean()
 {
     (void)std::fflush(nullptr);
     return fork();
 }
 
-// A file that others prepared must not lead the write elsewhere or make it wait.
+// A prepared link or pipe at the path must neither redirect the write nor block it.
 static void write_pid_file(int port, pid_t pid)
 {
     constexpr mode_t READABLE = 0644;
@@ -66,17 +66,17 @@ static void write_pid_file(int port, pid_t pid)
     const std::string text = std::to_string(pid) + "\n";
     struct stat status;
     if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && ftruncate(fd, 0) == 0)
-        (void)!write(fd, text.data(), text.size()); // the daemon runs without it, too
+        (void)!write(fd, text.data(), text.size()); // the daemon can do without it
     (void)close(fd);
 }
 
 static void sleep_whole(unsigned seconds)
 {
     while (seconds > 0)
-        seconds = sleep(seconds); // a signal leaves the rest
+        seconds = sleep(seconds); // returns the rest after a signal
 }
 
-// Returns true when it had to be tried again.
+// Returns true when it had to retry.
 static bool bind_listener(int listener, int port)
 {
     constexpr unsigned PAUSE_S = 120;
@@ -102,7 +102,7 @@ static int open_listener(int port)
         std::exit(1);
     }
     const int on = 1;
-    (void)setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on); // the bind will tell
+    (void)setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on); // bind reports a failure
     const bool again = bind_listener(listener, port);
     if (listen(listener, BACKLOG) != 0) {
         notice(EVENT_LISTEN, 0, "Failed to listen, %s", std::strerror(errno));
@@ -113,7 +113,7 @@ static int open_listener(int port)
     return listener;
 }
 
-// Makes `proxy_accept_count` processes of this one.
+// Forks until there are `proxy_accept_count` processes.
 static void fork_acceptors()
 {
     for (int i = 1; i < proxy_accept_count; ++i) {
@@ -151,9 +151,9 @@ static bool wait_for_client(int listener)
     return ready > 0;
 }
 
-// There are no more descriptors, so accept fails at once, whether somebody waits or not. The next
-// client is taken with the spare one and let go, or its connection returned if descriptors have
-// become free meanwhile. -1 without one.
+// Out of descriptors accept fails at once and the loop would spin. Accepts the next client with the
+// spare descriptor and closes the connection, or returns it if descriptors have become free. -1
+// without a connection.
 static int accept_with_spare(acceptor &own)
 {
     if (own.spare < 0 || !wait_for_client(own.listener)) {
@@ -170,7 +170,7 @@ static int accept_with_spare(acceptor &own)
     return -1;
 }
 
-// The next connection, or -1 when this turn brought none.
+// The next connection, or -1 if this turn brought none.
 static int next_connection(acceptor &own)
 {
     accept_lock();
@@ -205,7 +205,8 @@ static bool is_within_child_limit()
     return false;
 }
 
-// The child of a connection, 0 in that child, or -1 when it is refused or there is none.
+// Accepts and forks. Returns the child of the connection, 0 in that child, or -1 when the
+// connection is refused or there is none.
 static pid_t fork_for(int connection)
 {
     in_addr_t client_be = INADDR_ANY;
@@ -235,14 +236,14 @@ static void serve(acceptor &own)
         }
         if (pid < 0)
             --proxy_child_count;
-        (void)close(connection); // the child's, or no one's
+        (void)close(connection); // the child has its own
     }
 }
 
 int do_daemon(const char *port)
 {
     const int number = port_number(port);
-    (void)setsid(); // fails for the leader of a group, who has ended soon
+    (void)setsid(); // fails for a group leader, which is about to end
     const pid_t pid = fork_clean();
     if (pid < 0)
         return -1;
@@ -251,7 +252,7 @@ int do_daemon(const char *port)
         _exit(0);
     }
     standard_fds_to_null();
-    set_log_wait_ms(0); // all clients wait for whoever accepts
+    set_log_wait_ms(0); // while an accepting process waits, so do all clients
     share_lost_counts();
     notice(EVENT_DAEMON, 0, "Starting daemon mode on port %s(%d)", port, number);
     acceptor own;
@@ -276,6 +277,6 @@ void daemonize()
     }
     if (pid > 0)
         _exit(0);
-    (void)setsid(); // a new child leads no group
+    (void)setsid(); // can't fail: a new child leads no group
     notice(EVENT_DAEMON, 0, "daemon running");
 }

@@ -43,8 +43,8 @@ static void tell(events event, const safe_line &line)
         notice(event, 0, "%s", line.c_str());
 }
 
-// Installs a handler that no other of ours interrupts. The call that it interrupted goes on: what
-// an accepting process waits for has not come, and a proxy need not know of signals.
+// Installs a handler that none of our others interrupts. SA_RESTART, because an accepting process
+// must go on waiting, and proxies should not have to handle EINTR.
 static void install(int number, void (*handler)(int number))
 {
     struct sigaction action = {};
@@ -120,7 +120,7 @@ void flatlink::start_daemon_signals()
 {
     hold_signals(&open_mask);
     for (const int number : held_signals)
-        sigdelset(&open_mask, number); // whoever started us may have blocked them
+        sigdelset(&open_mask, number); // the parent may have started us with them blocked
     held = true;
     install(SIGCHLD, on_child);
     for (const int number : {SIGHUP, SIGINT, SIGTERM})

@@ -1,7 +1,7 @@
-// The signals of the daemon and its children. An accepting process holds them back at all times
-// but while it waits for the lock or for a connection, so a handler there never meets half-done
-// work: it may count, report and end the process. A connection child has its signals at any
-// instant, and there the handlers do only what is safe at any instant: see stat_signal, hup_exit.
+// The signals of the daemon and its children. An accepting process blocks them except while it
+// waits for the lock or for a connection, so a handler never interrupts other work: it may count,
+// report and end the process. In a connection child signals are unblocked, and the handlers do only
+// what is async-signal-safe: see stat_signal and hup_exit.
 #pragma once
 
 #include <sys/types.h>
@@ -12,16 +12,16 @@ void waitwaitwait();
 
 // Handler of SIGHUP, SIGINT and SIGTERM: reports "caught NAME signal" with HUP, INT or TERM, or
 // "caught signal N" (event 10009), calls the proxy's callback, and ends the process with status 1.
-// In a connection child the report does not wait for room (log.h, log_at_any_instant), and the
-// process ends without its exit handlers.
+// In a connection child the report never waits (log_at_any_instant in log.h), and the process ends
+// without its exit handlers.
 [[noreturn]] void hup_exit(int number);
 
 // Handler of SIGUSR1: reports "N of LIMIT copies currently active" (event 10002); in a connection
-// child as hup_exit does.
+// child without waiting, as hup_exit does.
 void stat_signal();
 
-// Sets what hup_exit calls with the number of the signal; null for nothing. In connection children
-// it may be called at any instant, and must do no more than a handler may.
+// Sets the function that hup_exit calls with the number of the signal; null for none. It must be
+// async-signal-safe, as connection children may call it at any time.
 void SetProxyCallBack(void (*callback)(int number));
 
 // For the daemon loop and the lock.
@@ -29,13 +29,13 @@ void SetProxyCallBack(void (*callback)(int number));
 namespace flatlink
 {
 
-// Installs the handlers and holds the signals back from now on.
+// Installs the handlers and blocks the signals from now on.
 void start_daemon_signals();
 
 } // namespace flatlink
 
-// Lets the signals in for the length of a block, where they are held back. Keeps errno. Nothing
-// but one waiting system call belongs into the block.
+// Unblocks the signals for the length of a block, if they are blocked. Keeps errno. The block must
+// hold nothing but one waiting system call.
 class signal_window
 {
   public:
@@ -48,13 +48,13 @@ class signal_window
 namespace flatlink
 {
 
-// Remembers a child that is an accepting process, so that its end is not taken for a connection's.
+// Notes that a child is an accepting process, so that its end does not count as a connection's.
 void add_acceptor(pid_t pid);
 
-// In a new accepting process: the acceptors that were added are not its children.
+// Empties the list of acceptors; call in a new accepting process, whose children they are not.
 void forget_acceptors();
 
-// In a new connection child, whose work is done here: gives it its signals.
+// Unblocks the signals for good; call in a new connection child when the daemon's part is done.
 void give_signals_back();
 
 } // namespace flatlink

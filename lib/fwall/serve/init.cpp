@@ -27,7 +27,7 @@ static constexpr int LOG_OPTIONS = LOG_PID | LOG_NDELAY;
 namespace
 {
 
-// The arguments that are left; entry 0 is a name.
+// The remaining arguments; entry 0 is a name.
 struct command_line {
     int argc;
     char **argv;
@@ -43,7 +43,7 @@ struct command_line {
 
 struct option_row {
     std::string_view option;
-    const char *complaint; // without an operand
+    const char *complaint; // when the operand is missing
     bool is_port;
 };
 
@@ -56,9 +56,9 @@ constexpr option_row options[] = {
 } // namespace
 
 static bool started = false;
-static timespec table_time; // of the table that was loaded last
+static timespec table_time; // modification time of the table at the last load
 
-// Takes the time at which the plain table was last changed. False if it can't be had.
+// Reads the modification time of the table at its plain path. False if that fails.
 static bool take_table_time(timespec &time)
 {
     struct stat status;
@@ -90,8 +90,8 @@ static void print_version()
     std::exit(0);
 }
 
-// Opens the log under the name of the common entries. A service context may keep its name and
-// list in the proxy's globals, so the proxy's name is put back.
+// Opens the log under the name of the common entries. A service context may keep its name and list
+// in the proxy's globals, so this restores the proxy's name.
 static void open_first_log()
 {
     const std::string name = proxy_name;
@@ -137,7 +137,7 @@ static void take_options(command_line &line, bool no_daemon)
             continue;
         gPortName = line.argv[0];
         if (!no_daemon)
-            (void)do_daemon(gPortName); // a failed fork leaves this process to the proxy
+            (void)do_daemon(gPortName); // if the fork fails, this process serves as the proxy
     }
 }
 
@@ -153,7 +153,7 @@ static int proxy_start(int *argc, char ***argv, bool no_daemon)
         take_program_name(text_of(line.argv[0]));
     if (line.option() == "-version")
         print_version();
-    open_system_log(nullptr, 0, LOG_USER); // for what is told while there is no log object
+    open_system_log(nullptr, 0, LOG_USER); // for reports while there is no log object
     open_first_log();
     proxy_bind = {};
     take_other_name(line);

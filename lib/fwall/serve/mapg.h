@@ -1,8 +1,8 @@
-// Group names and numbers of the configuration.
+// Group numbers from the texts of the configuration.
 #pragma once
 
 #include <cstdint>
 
-// The number of a group: `name` itself if it is all digits, so 0 for the empty text, else that of
-// the host's group of this name. -1 for an unknown name and for null.
+// The number of a group: a text of digits gives their value (0 for the empty text), any other the
+// number of the host's group of that name. -1 for an unknown name and for null.
 std::int32_t mapgid(const char *name);

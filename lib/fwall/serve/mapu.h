@@ -1,8 +1,8 @@
-// User names and numbers of the configuration.
+// User numbers from the texts of the configuration.
 #pragma once
 
 #include <cstdint>
 
-// The number of a user: `name` itself if it is all digits, so 0 for the empty text, else that of
-// the host's user of this name. -1 for an unknown name and for null.
+// The number of a user: a text of digits gives their value (0 for the empty text), any other the
+// number of the host's user of that name. -1 for an unknown name and for null.
 std::int32_t mapuid(const char *name);

@@ -23,8 +23,8 @@ namespace
 // An entry has at least one argument when `apply` sees it.
 struct keyword_row {
     const char *keyword;
-    const char *needs; // what a wrong number of arguments is told
-    bool more_allowed; // behind the first argument
+    const char *needs; // the report of a wrong number of arguments
+    bool more_allowed; // arguments after the first
     void (*apply)(const cfgrec &entry);
 };
 
@@ -63,7 +63,7 @@ static void set_bind_address(const cfgrec &entry)
     proxy_bind.sin_addr.s_addr = address_of(entry.argv[0]); // none: the bind will fail
 }
 
-// In the order in which faults are looked for.
+// Rows are checked for faults in this order.
 static constexpr keyword_row keywords[] = {
     {"directory", "requires a pathname", false, set_path<proxy_directory>},
     {"tmp-directory", "requires a pathname", false, set_path<proxy_tmpdirectory>},
@@ -99,7 +99,7 @@ int proxy_load_config()
         return 1;
     }
     cfg_free(proxy_confp);
-    permit_confp = nullptr; // it was one of them
+    permit_confp = nullptr; // it was one of the freed entries
     cfg_index_keywords(list);
     prepare_src_patterns(list);
     proxy_confp = list;

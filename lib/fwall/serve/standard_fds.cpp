@@ -16,7 +16,7 @@ static int open_null()
 void flatlink::fill_standard_fds()
 {
     int fd = open_null();
-    while (fd >= 0 && fd <= LAST_STANDARD) // an open takes the lowest number
+    while (fd >= 0 && fd <= LAST_STANDARD) // open returns the lowest free number
         fd = open_null();
     if (fd >= 0)
         (void)close(fd); // nothing was written
@@ -33,5 +33,5 @@ void flatlink::standard_fds_from(int fd)
     for (const int standard : STANDARD_FDS)
         (void)dup2(fd, standard); // both are in range
     if (fd > LAST_STANDARD)
-        (void)close(fd); // goes on under the three numbers
+        (void)close(fd); // lives on in its duplicates
 }

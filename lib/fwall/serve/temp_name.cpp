@@ -10,7 +10,7 @@
 
 using namespace flatlink;
 
-// Replaces the X at the end of `name`; returns the first character replaced, or the end.
+// Replaces the X's at the end of `name`; returns the first replaced character, or the end.
 static char *put_number(char *name)
 {
     char *first = name + std::strlen(name);
@@ -19,7 +19,7 @@ static char *put_number(char *name)
     return first;
 }
 
-// True when the directory of the name exists, or none stands in it; false with errno.
+// True when the directory part of the name exists, or there is none; false with errno.
 static bool has_directory(const char *name, const char *first)
 {
     const std::string_view front(name, static_cast<std::size_t>(first - name));
@@ -35,7 +35,7 @@ static bool has_directory(const char *name, const char *first)
     return false;
 }
 
-// The name after this one; false with EEXIST when there is none.
+// Advances to the next name; false with EEXIST after the last.
 static bool next_name(char *place)
 {
     for (; *place == 'z'; ++place)
@@ -49,8 +49,8 @@ static bool next_name(char *place)
     return true;
 }
 
-// 0 when nothing has the name, or -1 with errno, EEXIST for a name that is taken. What a link
-// points at does not matter: the name is taken.
+// 0 when the name is free, or -1 with errno, EEXIST for a name that is taken. Even a dangling link
+// takes the name.
 static int look_free(const char *name)
 {
     struct stat status;
@@ -66,7 +66,8 @@ static int make_file(const char *name)
     return open(name, O_RDWR | O_CREAT | O_EXCL, OWNER_ONLY);
 }
 
-// Tries name after name. Returns what `attempt` returned for the one that did, or -1 with errno.
+// Tries name after name. Returns the result of the first `attempt` that succeeded, or -1 with
+// errno.
 static int find_name(char *name, int (*attempt)(const char *name))
 {
     char *first = put_number(name);

@@ -61,7 +61,7 @@ static void load_database(const database_shape &shape)
 {
     free_fraglist(&def_database);
     reset_records();
-    forget_lookups();
+    clear_lookups();
     import_text(make_database(shape), &def_database);
 }
 
@@ -91,7 +91,7 @@ static void derive(benchmark::State &state)
     load_database({.sites = static_cast<std::size_t>(state.range(0))});
     for (auto _ : state) {
         linkinfos.clear();
-        forget_link_numbers();
+        invalidate_link_index();
         walk_rules();
     }
     state.SetComplexityN(state.range(0));

@@ -59,7 +59,7 @@ stage_words words_of(const access_question_asked &asked, access_stage stage)
         return {"destination", asked.host};
     if (stage == access_stage::port)
         return {"ports", std::to_string(asked.port)};
-    return {"hosts", dotted(asked.client_be)};
+    return {"hosts", format_address(asked.client_be)};
 }
 
 // The number that a line of the changed table has in the table as it is; 0 for one that was put in.
@@ -120,7 +120,8 @@ std::vector<table_change> refusal(const access_question_asked &asked, const acce
 {
     for (const access_step &step : verdict.steps)
         if (step.is_decision && step.keyword.ends_with("hosts"))
-            return {{step.line, true, asked.proxy + ": deny-hosts " + dotted(asked.client_be)}};
+            return {
+                {step.line, true, asked.proxy + ": deny-hosts " + format_address(asked.client_be)}};
     return {};
 }
 

@@ -136,7 +136,7 @@ std::string answer_of(const access_step &step)
 std::string title_of(const explanation &run, const access_verdict &verdict)
 {
     std::string text = verdict.permitted ? "permit  " : "deny  ";
-    text += dotted(run.question.client_be);
+    text += format_address(run.question.client_be);
     if (!run.question.host.empty())
         text += " -> " + run.question.host + ":" + std::to_string(run.question.port);
     return text + " through " + run.question.proxy;

@@ -89,7 +89,7 @@ static void tell_question(const std::string &name, bool is_answered, u32 addr_be
 {
     static std::set<std::string> told;
     if (told.insert(name).second)
-        port->send(frame_kind::name, is_answered ? name + "=" + dotted(addr_be) : name);
+        port->send(frame_kind::name, is_answered ? name + "=" + format_address(addr_be) : name);
 }
 
 static hostent *answer_of(const char *name, u32 addr_be)
@@ -137,8 +137,8 @@ static hostent *host_by_address(const void *addr, socklen_t size, int family)
     std::memcpy(&addr_be, addr, sizeof addr_be);
     const auto found = std::ranges::find(known->hosts, addr_be, &known_world::host::addr_be);
     if (found != known->hosts.end())
-        return told_answer(dotted(addr_be), answer_of(found->name.c_str(), addr_be));
-    return told_answer(dotted(addr_be),
+        return told_answer(format_address(addr_be), answer_of(found->name.c_str(), addr_be));
+    return told_answer(format_address(addr_be),
                        known->may_resolve ? gethostbyaddr(addr, size, family) : nullptr);
 }
 
@@ -170,7 +170,7 @@ static ssize_t write_route(int, byte_view message)
     asked_route_be = load<route_question>(message, 0).dst.sin_addr.s_addr;
     is_route_known = std::ranges::find(known->routes, asked_route_be,
                                        &known_world::route::towards_be) != known->routes.end();
-    tell_question("route to " + dotted(asked_route_be), false, 0);
+    tell_question("route to " + format_address(asked_route_be), false, 0);
     if (is_route_known)
         return static_cast<ssize_t>(message.size());
     errno = ESRCH;

@@ -90,7 +90,7 @@ static int connect_to(const destination &to)
     sockaddr_in server{};
     const int fd = cli_conn(to.host.c_str(), AF_INET, htons(static_cast<in_port_t>(to.port)),
                             reinterpret_cast<sockaddr *>(&server));
-    SetDstIPAddress(connContext, dotted(server.sin_addr.s_addr).c_str());
+    SetDstIPAddress(connContext, format_address(server.sin_addr.s_addr).c_str());
     SetDstPort(connContext, to.port);
     return fd;
 }

@@ -121,9 +121,9 @@ static int feed_object(entry_feeder &out, const std::string &text, const char *t
         return 0;
     }
     if (is_network) {
-        const u32 addr = address_of(parts.first);
-        const u32 mask = address_of(parts.second);
-        out.feed(dotted(addr & mask), dotted(addr | ~mask));
+        const u32 addr = parse_address(parts.first);
+        const u32 mask = parse_address(parts.second);
+        out.feed(format_address(addr & mask), format_address(addr | ~mask));
         return 0;
     }
     return same_word(type, "dns") || same_word(type, "pattern") ? 0 : 1;

@@ -28,7 +28,7 @@ std::string sraddrmask_fill(const std::string &text, const std::string &filler)
 
 static u32 filled_address(std::string_view part, const std::string &filler)
 {
-    return address_of(sraddrmask_fill(std::string(part), filler));
+    return parse_address(sraddrmask_fill(std::string(part), filler));
 }
 
 addrid sraddrmask(const char *text, u32 *addr, u32 *mask)

@@ -161,12 +161,18 @@ template <typename codec> struct padded : codec {
 };
 
 struct address {
-    static void read(u32 &held, std::string_view value) { held = address_of(std::string(value)); }
-    static printed print(u32 held) { return dotted(held); }
+    static void read(u32 &held, std::string_view value)
+    {
+        held = parse_address(std::string(value));
+    }
+    static printed print(u32 held) { return format_address(held); }
 };
 
 struct network_mask : address {
-    static void read(u32 &held, std::string_view value) { held = network_of(std::string(value)); }
+    static void read(u32 &held, std::string_view value)
+    {
+        held = parse_network(std::string(value));
+    }
 };
 
 // A word where the table has none for a number.

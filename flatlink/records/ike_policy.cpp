@@ -62,10 +62,10 @@ int add_partial_ikepol(std::string_view rest)
 
 void finish_ikepols()
 {
-    kind.finder.forget();
+    kind.finder.invalidate();
     for (const auto &pol : ikepolicy) {
         finish_proposals(pol->props, is_complete);
-        pol->by_number.forget();
+        pol->by_number.invalidate();
         pol->propcount = static_cast<u32>(pol->props.size());
     }
     std::erase_if(ikepolicy, [](const auto &pol) { return pol->propcount == 0; });

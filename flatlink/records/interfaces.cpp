@@ -103,7 +103,7 @@ constinit const field_table<vpn_intf> flatlink::interface_fields = fields_of_int
 void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view key,
                       std::string_view value)
 {
-    addresses.forget();
+    addresses.invalidate();
     (void)within_memory(SPACED_MALLOC_FAILURE, [&](const char *&message) {
         vpn_intf &intf = interface_numbered(listno, elemno);
         (void)store_field<vpn_intf>(interface_fields, intf, key, value, message);
@@ -113,8 +113,8 @@ void add_partial_intf(std::int32_t listno, std::int32_t elemno, std::string_view
 
 void finish_intfs()
 {
-    numbers.forget();
-    addresses.forget();
+    numbers.invalidate();
+    addresses.invalidate();
     std::erase_if(intf_list, [](const auto &intf) { return !is_usable(*intf); });
     for (const auto &intf : intf_list)
         intf->network = intf->addr & intf->netmask;

@@ -91,7 +91,7 @@ bool settle_protocols(ipsecprop &prop)
 void finish_policy(ipsecpol &pol)
 {
     finish_proposals(pol.props, settle_protocols);
-    pol.by_number.forget();
+    pol.by_number.invalidate();
     bool uses_group = false;
     for (const auto &prop : pol.props) {
         if (pol.group == 0)
@@ -116,7 +116,7 @@ int add_partial_ipsecpol(std::string_view rest)
 
 void finish_ipsecpols()
 {
-    kind.finder.forget();
+    kind.finder.invalidate();
     for (const auto &pol : ipsecpolicy)
         finish_policy(*pol);
     std::erase_if(ipsecpolicy, [](const auto &pol) { return pol->propcount == 0; });

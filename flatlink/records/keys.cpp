@@ -32,9 +32,9 @@ swkey &key_numbered(std::int32_t number)
 
 constinit const field_table<swkey> flatlink::key_fields = fields_of_key;
 
-void flatlink::forget_swkey_numbers()
+void flatlink::invalidate_swkey_index()
 {
-    numbers.forget();
+    numbers.invalidate();
 }
 
 void add_partial_swkey(std::string_view rest)

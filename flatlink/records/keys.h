@@ -23,7 +23,7 @@ namespace flatlink
 {
 
 // Invalidates the number index; to be called after removing records.
-void forget_swkey_numbers();
+void invalidate_swkey_index();
 
 // Writes the records, numbered from 1 with four digits.
 void save_swkeys(std::FILE *stream, const record_list<swkey> &list);

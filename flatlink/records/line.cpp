@@ -78,7 +78,7 @@ void record_writer::text(std::string_view key, std::string_view value) const
 
 void record_writer::address(std::string_view key, u32 addr_be) const
 {
-    text(key, dotted(addr_be));
+    text(key, format_address(addr_be));
 }
 
 std::string flatlink::numbered(std::string_view name, std::int64_t number)

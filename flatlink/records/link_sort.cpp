@@ -104,7 +104,7 @@ static u32 address_towards(u32 gateway_addr)
     return place->second;
 }
 
-void flatlink::forget_lookups()
+void flatlink::clear_lookups()
 {
     known_names.clear();
     known_routes.clear();
@@ -227,7 +227,7 @@ void vpnauto_sort()
         auto_key key;
         std::unique_ptr<linkinfo> link;
     };
-    forget_link_numbers();
+    invalidate_link_index();
     std::vector<keyed_link> keyed;
     keyed.reserve(linkinfos.size());
     for (auto &link : linkinfos) {

@@ -14,7 +14,7 @@ void vpnauto_sort();
 void vpn_clientsort();
 
 // The address of a host name, network order; NOT_AN_ADDRESS for null, and when there is none or it
-// is no IPv4 address. Blocks; each name is looked up once until forget_lookups.
+// is no IPv4 address. Blocks; each name is looked up once until clear_lookups.
 u32 getdnsname(const char *name);
 
 namespace flatlink
@@ -25,6 +25,6 @@ namespace flatlink
 int lookup_error();
 
 // Drops the answers of the name service and the routes, and the error: a new run asks anew.
-void forget_lookups();
+void clear_lookups();
 
 } // namespace flatlink

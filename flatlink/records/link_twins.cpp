@@ -85,7 +85,7 @@ static void remove_later_twins()
 
 void finish_linkinfos()
 {
-    forget_link_numbers();
+    invalidate_link_index();
     number_like_rules();
     vpnauto_sort();
     vpn_clientsort();

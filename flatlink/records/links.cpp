@@ -17,7 +17,7 @@ namespace
 template <auto number, auto text>
 constexpr form<linkinfo> address_text{
     [](linkinfo &link, std::string_view value) {
-        const u32 addr = address_of(std::string(value));
+        const u32 addr = parse_address(std::string(value));
         link.*text = value;
         link.*number = addr;
     },
@@ -110,9 +110,9 @@ record_index<linkinfo, &linkinfo::linkno> numbers;
 
 constinit const field_table<linkinfo> flatlink::link_fields = all_link_fields;
 
-void flatlink::forget_link_numbers()
+void flatlink::invalidate_link_index()
 {
-    numbers.forget();
+    numbers.invalidate();
 }
 
 static linkinfo *append_link(long number)
@@ -127,20 +127,20 @@ static linkinfo *append_link(long number)
 // Numbers have 16 bits: a line with another never finds its record. Each such line makes one, and
 // as a record without a name is dropped in the end, only the line with the name has an effect.
 // The others fill a record that is not kept, unless it would be the first of its low 16 bits.
-static linkinfo &record_beyond_numbers(long number, std::string_view key)
+static linkinfo &record_out_of_range(long number, std::string_view key)
 {
-    static linkinfo unkept;
+    static linkinfo discarded_link;
     const auto low = static_cast<std::uint16_t>(number);
     if (key == "lname" || numbers.find(linkinfos, low) == nullptr)
         return *append_link(number);
-    unkept = linkinfo();
-    return unkept;
+    discarded_link = linkinfo();
+    return discarded_link;
 }
 
 static linkinfo &record_of(long number, std::string_view key)
 {
     if (number < 0 || number > std::numeric_limits<std::uint16_t>::max())
-        return record_beyond_numbers(number, key);
+        return record_out_of_range(number, key);
     linkinfo *link = numbers.find(linkinfos, static_cast<std::uint16_t>(number));
     return link != nullptr ? *link : *append_link(number);
 }

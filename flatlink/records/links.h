@@ -46,6 +46,6 @@ namespace flatlink
 {
 
 // Invalidates the number index; to be called after renumbering or removing records.
-void forget_link_numbers();
+void invalidate_link_index();
 
 } // namespace flatlink

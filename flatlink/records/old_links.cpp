@@ -169,9 +169,9 @@ void complain_of_field(const numbered_line &line, std::int32_t index)
 
 constinit const field_table<vpnlink> flatlink::old_link_fields = all_old_link_fields;
 
-void flatlink::forget_vpnlink_numbers()
+void flatlink::invalidate_vpnlink_index()
 {
-    numbers.forget();
+    numbers.invalidate();
 }
 
 int add_partial_vpnlink(std::string_view rest, std::int32_t offset)
@@ -196,7 +196,7 @@ int add_partial_vpnlink(std::string_view rest, std::int32_t offset)
 
 void order_vpnlinks()
 {
-    numbers.forget();
+    numbers.invalidate();
     std::stable_sort(links.begin(), links.end(),
                      [](const auto &a, const auto &b) { return a->index < b->index; });
     std::erase_if(links, [](const auto &link) { return link->mode == MODE_UNSET; });

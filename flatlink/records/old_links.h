@@ -26,7 +26,7 @@ namespace flatlink
 {
 
 // Invalidates the number index; to be called after renumbering or removing links.
-void forget_vpnlink_numbers();
+void invalidate_vpnlink_index();
 
 } // namespace flatlink
 

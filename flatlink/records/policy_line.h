@@ -47,9 +47,9 @@ template <typename policy> struct policy_finder {
     decltype(policy::seq) highest_seq = 0; // 0: all policies are finished
 
     // For a finishing step, which removes policies and clears the numbers of the others.
-    void forget()
+    void invalidate()
     {
-        names.forget();
+        names.invalidate();
         highest_seq = 0;
     }
 };

@@ -108,7 +108,7 @@ static int store_entry(mcpool &pool, std::string_view key, std::string_view valu
             if (number < 0)
                 return 1;
             if (field.ending.empty() || field.ending == rest) {
-                const u32 addr = address_of(std::string(value));
+                const u32 addr = parse_address(std::string(value));
                 field.place(pool, number) = addr;
                 return 0;
             }
@@ -196,7 +196,7 @@ static bool finish_pool(mcpool &pool)
 
 void finish_mcpools()
 {
-    names.forget();
+    names.invalidate();
     std::erase_if(mcpools, [](const auto &pool) { return !finish_pool(*pool); });
     std::stable_sort(mcpools.begin(), mcpools.end(),
                      [](const auto &a, const auto &b) { return a->seq < b->seq; });

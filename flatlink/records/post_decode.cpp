@@ -21,9 +21,9 @@ static void purge_unnamed_records()
     std::erase_if(links, [](const auto &link) { return link->lname.empty(); });
     std::erase_if(linkinfos, [](const auto &link) { return link->lname.empty(); });
     std::erase_if(swkeys, [](const auto &record) { return record->key.empty(); });
-    forget_link_numbers();
-    forget_vpnlink_numbers();
-    forget_swkey_numbers();
+    invalidate_link_index();
+    invalidate_vpnlink_index();
+    invalidate_swkey_index();
 }
 
 static void build_host_name()
@@ -45,7 +45,7 @@ static void find_default_route()
     my_def_route = 0;
     if (my_def_interface.empty())
         return;
-    my_def_route = address_of(my_def_interface);
+    my_def_route = parse_address(my_def_interface);
     const auto found = std::find_if(intf_list.begin(), intf_list.end(), [](const auto &intf) {
         return (my_def_route & intf->netmask) == (intf->addr & intf->netmask);
     });
@@ -55,7 +55,7 @@ static void find_default_route()
 
 int post_decode()
 {
-    forget_lookups();
+    clear_lookups();
     purge_unnamed_records();
     if (std::exchange(autosortold, 0) != 0)
         merge_pair_links();

@@ -15,7 +15,7 @@ template <typename record> using record_list = std::vector<std::unique_ptr<recor
 template <typename record> using record_stack = std::list<std::unique_ptr<record>>;
 
 // Finds the first record of a list with a given key. Stands beside the list while lines are read,
-// and follows it as it grows; a step that removes records, or changes keys, calls forget(). A
+// and follows it as it grows; a step that removes records, or changes keys, calls invalidate(). A
 // failed allocation leaves the index as it was.
 //   key   a pointer to the key's member, or a function that gives the key of a record
 template <typename record, auto key, typename list_type = record_list<record>> class record_index
@@ -27,13 +27,13 @@ template <typename record, auto key, typename list_type = record_list<record>> c
     record *find(const list_type &list, const key_type &wanted)
     {
         if (seen_ > list.size())
-            forget();
+            invalidate();
         follow(list);
         const auto found = known_.find(wanted);
         return found == known_.end() ? nullptr : found->second;
     }
 
-    void forget()
+    void invalidate()
     {
         known_.clear();
         seen_ = 0;

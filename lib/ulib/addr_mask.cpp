@@ -59,7 +59,7 @@ int waddrmask(const char *text, u32 *addrout, u32 *maskout)
     const std::string address(whole.substr(0, colon));
     const bool mask_given = colon != std::string_view::npos;
     const std::string mask(mask_given ? whole.substr(colon + 1) : whole);
-    *maskout = address_of(wnet(mask.c_str(), "255", mask_given ? "0" : nullptr));
-    *addrout = address_of(wnet(address.c_str(), nullptr, "0"));
+    *maskout = parse_address(wnet(mask.c_str(), "255", mask_given ? "0" : nullptr));
+    *addrout = parse_address(wnet(address.c_str(), nullptr, "0"));
     return mask_given ? 1 : 0;
 }

@@ -16,15 +16,15 @@ namespace flatlink
 
 // Reads `text` as an address in network order; NOT_AN_ADDRESS for text that is none. Accepts what
 // the host's inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
-u32 address_of(const std::string &text);
+u32 parse_address(const std::string &text);
 
 // Reads `text` as a network number or mask; the result is in network order, NOT_AN_ADDRESS for text
-// that is none. Differs from address_of for fewer than four parts: as the host's inet_network does,
-// it right-aligns them.
-u32 network_of(const std::string &text);
+// that is none. Differs from parse_address for fewer than four parts: as the host's inet_network
+// does, it right-aligns them.
+u32 parse_network(const std::string &text);
 
 // The dotted text of an address in network order.
-std::string dotted(u32 addr_be);
+std::string format_address(u32 addr_be);
 
 // The address as a number with its first octet most significant, and back.
 inline u32 host_order(u32 addr_be)

@@ -1,6 +1,6 @@
 // The narrow table through which the conversion, the access checks and the socket calls ask the
-// host's name service, so that a caller can give the answers itself. Every call blocks as long as
-// the host's own does, and returns null for what is not known; the next call overwrites the answer.
+// host's name service, so that a program or test can supply the answers. Calls block as long as the
+// host's own do, and return null for unknown names; the next call overwrites the answer.
 #pragma once
 
 #include <netdb.h>

@@ -73,11 +73,11 @@ int getsep(const char *text, const char *separator, char **leftout, char **right
     }
     const std::size_t length = std::strlen(text);
     const char *found = separator == nullptr ? nullptr : std::strstr(text, separator);
-    const char *behind = found == nullptr ? text + length : found + 1;
-    const std::size_t behind_length = static_cast<std::size_t>(text + length - behind);
+    const char *after = found == nullptr ? text + length : found + 1;
+    const std::size_t after_length = static_cast<std::size_t>(text + length - after);
     // The left part first: even if `text` lies in one of the buffers, this leaves what follows the
     // separator intact.
     set_part(left, text, found == nullptr ? length : static_cast<std::size_t>(found - text));
-    set_part(right, behind, behind_length);
+    set_part(right, after, after_length);
     return 0;
 }

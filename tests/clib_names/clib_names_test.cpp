@@ -19,7 +19,7 @@ TEST(ClibNames, AreOursInAProgramThatLinksThem)
     EXPECT_EQ(inet_aton("1.2.3.4x", &got) + inet_aton(nullptr, &got) + inet_aton("", nullptr), 0);
     EXPECT_EQ(got.s_addr, 7);
     EXPECT_EQ(inet_aton("1.0x2.3", nullptr) + inet_aton("1.0x2.3", &got), 2);
-    EXPECT_EQ(dotted(got.s_addr), "1.2.0.3");
+    EXPECT_EQ(format_address(got.s_addr), "1.2.0.3");
 
     const std::string folder = std::filesystem::temp_directory_path();
     const std::string number = "000000000" + std::to_string(getpid());

@@ -20,7 +20,7 @@ struct no_reports {
 
 access_question_asked question(const char *client, const char *host, int port)
 {
-    return {"relay", address_of(client), host, port, nullptr};
+    return {"relay", parse_address(client), host, port, nullptr};
 }
 
 // "permit 3" or "deny port 0": the line that decides, and the stage where it is denied.

@@ -116,8 +116,8 @@ inline void feed(const std::string &lines)
 inline void start_anew()
 {
     flatlink::reset_records();
-    flatlink::forget_link_numbers();
-    flatlink::forget_lookups();
+    flatlink::invalidate_link_index();
+    flatlink::clear_lookups();
     flatlink::free_replaced_patterns();
     flatlink::free_fraglist(&def_database);
     flatlink::start_rule_walk();
@@ -168,7 +168,8 @@ class conversion_test : public testing::Test
     int answer_look_up(byte_view message)
     {
         constexpr std::size_t DESTINATION = 80;
-        const std::string gateway = flatlink::dotted(flatlink::load<u32>(message, DESTINATION));
+        const std::string gateway =
+            flatlink::format_address(flatlink::load<u32>(message, DESTINATION));
         const auto found = own_address_towards.find(gateway);
         if (found == own_address_towards.end())
             return ESRCH;

@@ -140,9 +140,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     cfg_setpfile(file.path().c_str());
     known = identities + data[4] % std::size(identities);
     const u32 own = load<u32>({data, HEADER_SIZE}, 0);
-    const u32 clients[] = {own, address_of("10.0.0.1"), address_of("10.1.2.3"), NOT_AN_ADDRESS};
+    const u32 clients[] = {own, parse_address("10.0.0.1"), parse_address("10.1.2.3"),
+                           NOT_AN_ADDRESS};
     names.names = {{"10.0.0.1", "Mail.Office.LAN"}, {"10.1.2.3", std::string(300, 'X')}};
-    names.names.emplace(dotted(own), "");
+    names.names.emplace(format_address(own), "");
 
     proxy_confp = cfg_read("n");
     must(proxy_confp != cfg_failure(), "a table that cannot be read");
@@ -151,7 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     for (const u32 client : clients)
         unprepared.push_back(check(names, client));
     cfg_index_keywords(proxy_confp);
-    prepare_src_patterns(proxy_confp);
+    compile_host_patterns(proxy_confp);
     for (std::size_t i = 0; i < std::size(clients); ++i)
         must(check(names, clients[i]) == unprepared[i], "prepared patterns give another answer");
     for (const outcome &one : unprepared)

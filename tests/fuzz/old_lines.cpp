@@ -27,7 +27,7 @@ void read_records(std::string_view text)
     static path_file file;
     file.set_text(text);
     reset_records();
-    forget_link_numbers();
+    invalidate_link_index();
     read_vpndata55(file.path().c_str(), false);
     network_database = nullptr;
 }

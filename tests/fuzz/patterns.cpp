@@ -76,13 +76,14 @@ void check_hosts(const std::string &pattern, const std::string &host, const std:
 
 void check_numbers(u32 address, u32 low, u32 high)
 {
-    const std::string text = dotted(network_order(address));
-    const std::string ends[] = {dotted(network_order(low)), dotted(network_order(high))};
+    const std::string text = format_address(network_order(address));
+    const std::string ends[] = {format_address(network_order(low)),
+                                format_address(network_order(high))};
     must(hostmatch((ends[0] + "-" + ends[1]).c_str(), text.c_str()) ==
              (low <= address && address <= high),
          "a range of numbers");
-    must(hostmatch((dotted(network_order(low & high)) + ":" + ends[1]).c_str(), text.c_str()) ==
-             ((address & high) == (low & high)),
+    must(hostmatch((format_address(network_order(low & high)) + ":" + ends[1]).c_str(),
+                   text.c_str()) == ((address & high) == (low & high)),
          "a network");
 }
 
@@ -115,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     };
     const auto lines =
         lines_of({reinterpret_cast<const char *>(data) + HEADER_SIZE, size - HEADER_SIZE});
-    const std::string address = dotted(network_order(number(0)));
+    const std::string address = format_address(network_order(number(0)));
 
     check_numbers(number(0), number(1), number(2));
     check_time(lines.front(), lines.back());

@@ -43,7 +43,7 @@ struct proxy_setup {
         proxy_confp = policy_confp = cfg_read("n");
         if (prepared) {
             flatlink::cfg_index_keywords(proxy_confp);
-            flatlink::prepare_src_patterns(proxy_confp);
+            flatlink::compile_host_patterns(proxy_confp);
         }
         (void)cfg_bldCFGlist();
         report_log::reports.clear();

@@ -87,7 +87,7 @@ std::string names_of(const loopback_connection &c, int open_error, const scripte
     EXPECT_EQ(16u, length);
     const std::string asked = "names of 6 " + near_end(c.client) + ' ' + near_end(c.server) + '\n';
     EXPECT_TRUE(requests(script).starts_with(open_error != 0 ? "" : asked + asked + asked + asked));
-    return text + text_of_end(dst) + ' ' + dotted(own);
+    return text + text_of_end(dst) + ' ' + format_address(own);
 }
 
 } // namespace

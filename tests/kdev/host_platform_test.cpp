@@ -72,7 +72,7 @@ std::string look_up(const char *addr)
     char name[17] = {};
     EXPECT_EQ(RA_DONE, ra_get_route_interface(inet_addr(addr), name));
     for (const sockaddr_in &a : {found.dst, found.netmask, found.gateway, found.source})
-        text += ' ' + dotted(a.sin_addr.s_addr);
+        text += ' ' + format_address(a.sin_addr.s_addr);
     return text + ' ' + name;
 }
 
@@ -135,7 +135,7 @@ TEST(host_firewall, own_ends_are_told_from_redirected_ones)
                 sockaddr_in peer{}, dst = end_of("0.0.0.0", 0);
                 u32 own_be = 0;
                 text += std::to_string(vfw_getbothnames(sock, &peer, &dst, &own_be)) + ' ';
-                text += dotted(own_be) + ' ' + text_of_end(dst) + ' ';
+                text += format_address(own_be) + ' ' + text_of_end(dst) + ' ';
                 EXPECT_EQ(text_of_end(plain_end(getpeername, sock)), text_of_end(peer));
             }
             return text;

@@ -28,8 +28,9 @@ inline sockaddr_in end_of(const char *addr, std::uint16_t port)
 // "address:port", the text that the checks compare.
 inline std::string text_of_end(const sockaddr_in &end)
 {
-    return (end.sin_family == AF_INET ? "" : "no family ") + flatlink::dotted(end.sin_addr.s_addr) +
-           ':' + std::to_string(ntohs(end.sin_port));
+    return (end.sin_family == AF_INET ? "" : "no family ") +
+           flatlink::format_address(end.sin_addr.s_addr) + ':' +
+           std::to_string(ntohs(end.sin_port));
 }
 
 // What the socket itself says of its near or far end.

@@ -104,7 +104,7 @@ TEST(ra_get_route_address, judges_what_it_reads)
         const std::string error = code == RA_DONE ? "" : strerrorname_np(errno);
         EXPECT_EQ(open_error == 0 ? "get 0 10.2.3.4\n" : "", written(script));
         return std::to_string(code) + error + ' ' + std::to_string(script.readings.size()) + ' ' +
-               dotted(found);
+               format_address(found);
     };
     byte_list longer = stranger; // of which nothing stays
     longer.resize(1024, 0xAA);

@@ -124,7 +124,7 @@ class scripted_platform
 inline std::string dotted_at(byte_view bytes, std::size_t offset)
 {
     EXPECT_LE(offset + 4, bytes.size());
-    return flatlink::dotted(flatlink::load<u32>(bytes, offset));
+    return flatlink::format_address(flatlink::load<u32>(bytes, offset));
 }
 
 // A socket address of a firewall record, every number most significant byte first; the text is

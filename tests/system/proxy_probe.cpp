@@ -47,7 +47,7 @@ static void print_state(int argc, char **argv)
     std::printf("directory=%s\ntmp-directory=%s\n", proxy_directory, proxy_tmpdirectory);
     std::printf("groupid=%d\nuserid=%d\ntimeout=%d\n", proxy_rungid, proxy_runuid, proxy_timeout);
     std::printf("child-limit=%d\naccept-count=%d\n", proxy_child_limit, proxy_accept_count);
-    std::printf("bind-address=%s\n", dotted(proxy_bind.sin_addr.s_addr).c_str());
+    std::printf("bind-address=%s\n", format_address(proxy_bind.sin_addr.s_addr).c_str());
     std::printf("hostname=%s\n", proxy_hostname);
     print_list("entries", proxy_confp);
     std::printf("same=%d\n", policy_confp == proxy_confp ? 1 : 0);

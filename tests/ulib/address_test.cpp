@@ -9,13 +9,13 @@ using namespace flatlink;
 TEST(Address, ReadsTextAsAddressAndAsNetwork)
 {
     const auto read = [](const char *text) {
-        return dotted(address_of(text)) + " " + dotted(network_of(text));
+        return format_address(parse_address(text)) + " " + format_address(parse_network(text));
     };
     EXPECT_EQ(read("10.1"), "10.0.0.1 0.0.10.1"); // only an address has its last part filled up
     EXPECT_EQ(read("0x0a.010.1.1"), "10.8.1.1 10.8.1.1");
     for (const char *none : {"10.1.2.256", ""})
         EXPECT_EQ(read(none), "255.255.255.255 255.255.255.255");
-    EXPECT_EQ(host_order(address_of("10.1.2.3")), 0x0A010203U);
+    EXPECT_EQ(host_order(parse_address("10.1.2.3")), 0x0A010203U);
 }
 
 TEST(AddrMask, ReadsAddressAndMask)
@@ -37,7 +37,8 @@ TEST(AddrMask, ReadsAddressAndMask)
     for (const auto &[text, want] : cases) {
         u32 addr = 1, mask = 1;
         const int result = waddrmask(text, &addr, &mask);
-        EXPECT_EQ(std::to_string(result) + " " + dotted(addr) + " " + dotted(mask), want);
+        EXPECT_EQ(std::to_string(result) + " " + format_address(addr) + " " + format_address(mask),
+                  want);
         EXPECT_EQ(waddrmask(text, nullptr, &mask), -1);
         EXPECT_EQ(waddrmask(text, &addr, nullptr), -1);
     }

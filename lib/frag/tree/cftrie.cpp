@@ -24,7 +24,7 @@ static cfnode *find_character(cfnode *level, std::int32_t character)
 
 cfnode *cfnew(std::int32_t character)
 {
-    void *room = take_node_room(sizeof(cfnode));
+    void *room = allocate_node(sizeof(cfnode));
     return room == nullptr ? nullptr : new (room) cfnode{.character = character};
 }
 
@@ -84,7 +84,7 @@ int cffreetree(cfnode **index)
         } else {
             rest = node->next;
         }
-        give_node_room(node, sizeof *node);
+        release_node(node, sizeof *node);
     }
     return 0;
 }

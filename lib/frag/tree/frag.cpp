@@ -46,13 +46,13 @@ static void free_node(frag *node)
     std::free(node->value);
     const std::size_t size = node_size(inborn_name(node));
     node->~frag();
-    give_node_room(node, size);
+    release_node(node, size);
 }
 
 frag *newsymfrag(std::string_view name)
 {
     name = name.substr(0, name.find('\0')); // the end mark tells the size when the node is freed
-    void *block = take_node_room(node_size(name));
+    void *block = allocate_node(node_size(name));
     if (block == nullptr)
         outofcore();
     frag *node = new (block) frag;

@@ -51,7 +51,7 @@ bool start_block()
 
 } // namespace
 
-void *flatlink::take_node_room(std::size_t size)
+void *flatlink::allocate_node(std::size_t size)
 {
     if (NODES_ONE_BY_ONE || size > LARGEST)
         return std::malloc(size);
@@ -69,7 +69,7 @@ void *flatlink::take_node_room(std::size_t size)
     return room;
 }
 
-void flatlink::give_node_room(void *room, std::size_t size)
+void flatlink::release_node(void *room, std::size_t size)
 {
     if (room == nullptr)
         return;

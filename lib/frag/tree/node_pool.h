@@ -8,9 +8,9 @@ namespace flatlink
 {
 
 // Room of `size` bytes, aligned for pointers; null without memory. Give it back with the same size.
-void *take_node_room(std::size_t size);
+void *allocate_node(std::size_t size);
 
 // Gives room back, for the next taker of that size; null is allowed.
-void give_node_room(void *room, std::size_t size);
+void release_node(void *room, std::size_t size);
 
 } // namespace flatlink

@@ -214,7 +214,7 @@ static std::vector<std::string> addresses_of(const hostent &found)
     for (char *const *address = found.h_addr_list; *address != nullptr; ++address) {
         u32 addr_be = 0;
         std::memcpy(&addr_be, *address, sizeof addr_be);
-        all.push_back(dotted(addr_be));
+        all.push_back(format_address(addr_be));
     }
     return all;
 }

@@ -36,7 +36,7 @@ const char *getdsthost(int fd, int *port)
         *port = ntohs(dst.sin_port);
         SetDstPort(connContext, *port);
     }
-    set_text(address, dotted(dst.sin_addr.s_addr));
+    set_text(address, format_address(dst.sin_addr.s_addr));
     SetDstIPAddress(connContext, address);
     return address;
 }

@@ -14,7 +14,7 @@ int peer_addr_name(const sockaddr_in *addr, char *name, char *address, std::size
 {
     if (size == 0)
         return 0;
-    set_bytes(address, size, dotted(addr->sin_addr.s_addr).substr(0, size - 1));
+    set_bytes(address, size, format_address(addr->sin_addr.s_addr).substr(0, size - 1));
     if (name[0] == '\0')
         set_bytes(name, size, std::string_view("unknown").substr(0, size - 1));
     return 0;
@@ -28,7 +28,7 @@ static int take_peer(const sockaddr_in &peer, char *name, char *address, std::si
         return 1;
     }
     (void)peer_addr_name(&peer, name, address, size); // can't fail
-    SetSrcIPAddress(connContext, dotted(peer.sin_addr.s_addr).c_str());
+    SetSrcIPAddress(connContext, format_address(peer.sin_addr.s_addr).c_str());
     SetSrcPort(connContext, ntohs(peer.sin_port));
     return 0;
 }

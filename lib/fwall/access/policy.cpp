@@ -177,7 +177,7 @@ int get_policy_by_name(const char *name)
     if (!cfg_has(list))
         return -1;
     // From here on its `hosts` lines, if any, belong to the proxy.
-    prepare_src_patterns(list);
+    compile_host_patterns(list);
     if (policy_confp == nullptr)
         policy_confp = list;
     else

@@ -81,7 +81,7 @@ static bool has_identity(src_walk &walk)
         walk.identity_asked = true;
         const host_address &client = walk.address.address;
         const u32 client_be =
-            client.is_dotted ? network_order(client.number) : address_of(proxy_riaddr);
+            client.is_dotted ? network_order(client.number) : parse_address(proxy_riaddr);
         // On failure the texts stay empty, and a pattern of identities never is: none fits.
         (void)vfw_vpnclientcheck(client_be, walk.local->sin_addr.s_addr, walk.identity,
                                  walk.display);

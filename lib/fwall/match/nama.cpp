@@ -114,16 +114,16 @@ int nacasematch(const char *pattern, const char *text)
     if (text == nullptr)
         text = "";
     bad_sets bad{pattern};
-    const char *behind_star = nullptr;
+    const char *after_star = nullptr;
     const char *run_end = nullptr;
     while (*text != '\0') {
         if (*pattern == '*') {
-            behind_star = ++pattern;
+            after_star = ++pattern;
             run_end = text;
         } else if (take_one(pattern, *text, bad)) {
             ++text;
-        } else if (behind_star != nullptr) {
-            pattern = behind_star;
+        } else if (after_star != nullptr) {
+            pattern = after_star;
             text = ++run_end;
         } else {
             return 0;

@@ -154,7 +154,7 @@ static void fill_block(src_patterns &made, cfgrec *first)
     }
 }
 
-void flatlink::prepare_src_patterns(cfgrec *list)
+void flatlink::compile_host_patterns(cfgrec *list)
 {
     cfgrec *const first = cfg_first("hosts", list);
     if (first == nullptr)

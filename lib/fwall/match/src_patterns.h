@@ -55,7 +55,7 @@ src_pattern compile_src_pattern(const char *argument, char *room);
 // keeps them with the first of these records. After that their arguments must not change, and no
 // `hosts` record may be inserted between them or removed; the list may grow at both ends. Without
 // memory nothing is kept: walks are slower and give the same answers.
-void prepare_src_patterns(cfgrec *list);
+void compile_host_patterns(cfgrec *list);
 
 // The next pattern, from index `at` on and in the order of the list, that may fit the client; null
 // when there is none. Leaves `at` after the pattern.

@@ -43,7 +43,7 @@ void accept_lock()
     flock request = whole_file(F_WRLCK);
     int result = 0;
     do {
-        const signal_window open;
+        const signals_open open;
         result = lock_fd < 0 ? 0 : fcntl(lock_fd, F_SETLKW, &request);
     } while (result != 0 && errno == EINTR);
     if (result != 0)

@@ -47,7 +47,7 @@ static bool is_within_address_limit(int connection, in_addr_t &client_be)
     if (count < proxy_address_limit)
         return true;
     notice(EVENT_CHILD_LIMIT, 0, "deny use of proxy: too many connections from %s (limit %d)",
-           dotted(client_be).c_str(), proxy_address_limit);
+           format_address(client_be).c_str(), proxy_address_limit);
     return false;
 }
 

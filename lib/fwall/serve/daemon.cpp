@@ -119,7 +119,7 @@ static void fork_acceptors()
     for (int i = 1; i < proxy_accept_count; ++i) {
         const pid_t pid = fork();
         if (pid == 0) {
-            forget_acceptors();
+            clear_acceptors();
             return;
         }
         if (pid < 0)
@@ -136,7 +136,7 @@ static int open_spare()
 
 static int wait_for_connection(int listener)
 {
-    const signal_window open;
+    const signals_open open;
     return accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
 }
 
@@ -145,7 +145,7 @@ static bool wait_for_client(int listener)
     pollfd client{.fd = listener, .events = POLLIN, .revents = 0};
     int ready = 0;
     do {
-        const signal_window open;
+        const signals_open open;
         ready = poll(&client, 1, -1);
     } while (ready < 0 && errno == EINTR);
     return ready > 0;

@@ -128,13 +128,13 @@ void flatlink::start_daemon_signals()
     install(SIGUSR1, on_status);
 }
 
-signal_window::signal_window()
+signals_open::signals_open()
 {
     if (held)
         (void)sigprocmask(SIG_SETMASK, &open_mask, nullptr);
 }
 
-signal_window::~signal_window()
+signals_open::~signals_open()
 {
     if (held)
         hold_signals(nullptr);
@@ -145,7 +145,7 @@ void flatlink::add_acceptor(pid_t pid)
     acceptors.push_back(pid);
 }
 
-void flatlink::forget_acceptors()
+void flatlink::clear_acceptors()
 {
     acceptors.clear();
 }

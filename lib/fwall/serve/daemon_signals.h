@@ -36,13 +36,13 @@ void start_daemon_signals();
 
 // Unblocks the signals for the length of a block, if they are blocked. Keeps errno. The block must
 // hold nothing but one waiting system call.
-class signal_window
+class signals_open
 {
   public:
-    signal_window();
-    ~signal_window();
-    signal_window(const signal_window &) = delete;
-    signal_window &operator=(const signal_window &) = delete;
+    signals_open();
+    ~signals_open();
+    signals_open(const signals_open &) = delete;
+    signals_open &operator=(const signals_open &) = delete;
 };
 
 namespace flatlink
@@ -52,7 +52,7 @@ namespace flatlink
 void add_acceptor(pid_t pid);
 
 // Empties the list of acceptors; call in a new accepting process, whose children they are not.
-void forget_acceptors();
+void clear_acceptors();
 
 // Unblocks the signals for good; call in a new connection child when the daemon's part is done.
 void give_signals_back();

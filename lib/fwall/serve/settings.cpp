@@ -60,7 +60,7 @@ template <std::int32_t &NUMBER> static void set_number(const cfgrec &entry)
 
 static void set_bind_address(const cfgrec &entry)
 {
-    proxy_bind.sin_addr.s_addr = address_of(entry.argv[0]); // none: the bind will fail
+    proxy_bind.sin_addr.s_addr = parse_address(entry.argv[0]); // none: the bind will fail
 }
 
 // Rows are checked for faults in this order.
@@ -101,7 +101,7 @@ int proxy_load_config()
     cfg_free(proxy_confp);
     permit_confp = nullptr; // it was one of the freed entries
     cfg_index_keywords(list);
-    prepare_src_patterns(list);
+    compile_host_patterns(list);
     proxy_confp = list;
     SetProxyConfList(servContext, proxy_confp);
     policy_confp = proxy_confp;

@@ -24,7 +24,7 @@ static constexpr int ARGUMENT_BYTES_MAX = 1024; // more than a line holds
 namespace
 {
 
-using report_road __attribute__((format(printf, 3, 4))) = void (*)(events event, int line,
+using report_call __attribute__((format(printf, 3, 4))) = void (*)(events event, int line,
                                                                    const char *format, ...);
 
 struct prefix_flag {
@@ -42,7 +42,7 @@ constexpr prefix_flag prefixes[] = {
 struct reading {
     const char *name = nullptr;
     const char *path = nullptr;
-    report_road report = nullptr;
+    report_call report = nullptr;
     std::int32_t lineno = 0;
     bool out_of_memory = false;
 };
@@ -152,7 +152,7 @@ static cfgrec *fail(const reading &now, cfgrec *list)
     return cfg_failure();
 }
 
-static cfgrec *read_entries(const char *name, report_road report)
+static cfgrec *read_entries(const char *name, report_call report)
 {
     if (!table_path && cfg_setpfile(NETPERM_TABLE) != 0)
         errno = ENOMEM;

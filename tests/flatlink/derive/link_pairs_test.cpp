@@ -38,7 +38,7 @@ class trusted_link : public conversion_test
     // "start/delimiter/type" of one side.
     static std::string side(const std::string &start, u32 delimiter, int type)
     {
-        return start + "/" + (delimiter == NOT_AN_ADDRESS ? "-" : dotted(delimiter)) + "/" +
+        return start + "/" + (delimiter == NOT_AN_ADDRESS ? "-" : format_address(delimiter)) + "/" +
                std::to_string(type) + " ";
     }
     static std::string remotes()

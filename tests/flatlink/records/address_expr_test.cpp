@@ -25,8 +25,8 @@ TEST(sraddrmask, reads_each_form_of_expression)
         u32 addr = 1;
         u32 mask = 1;
         EXPECT_EQ(c.kind, sraddrmask(c.text, &addr, &mask));
-        EXPECT_EQ(c.addr, dotted(addr));
-        EXPECT_EQ(c.mask, dotted(mask));
+        EXPECT_EQ(c.addr, format_address(addr));
+        EXPECT_EQ(c.mask, format_address(mask));
     }
     EXPECT_EQ("10.255.255.1", sraddrmask_fill("10.*.*x.1", "255"));
     EXPECT_EQ("1234567890123456.12345678901234",

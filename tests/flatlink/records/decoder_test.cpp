@@ -84,11 +84,12 @@ TEST_F(decoder, follows_interfaces_and_their_three_special_lists)
         for (const auto &intf : intf_list)
             elements += std::to_string(intf->listno) + "." + std::to_string(intf->elemno) + " ";
         EXPECT_EQ(c.elements, elements);
-        EXPECT_EQ(c.lists, dotted(outside_addr) + " " + dotted(outside_mask) + " " + outside_face);
+        EXPECT_EQ(c.lists, format_address(outside_addr) + " " + format_address(outside_mask) + " " +
+                               outside_face);
     }
     feed("netobj_list_4_name=Inside\nnetobj_list_5_name=Service\n"
          "netobj_list_4_element_1_addr=10.0.0.1\nnetobj_list_5_element_1_interface=qfe0");
-    EXPECT_EQ("10.0.0.1", dotted(inside_addr));
+    EXPECT_EQ("10.0.0.1", format_address(inside_addr));
     EXPECT_EQ("qfe0", thirdside_face);
 }
 

@@ -18,7 +18,7 @@ class interfaces : public conversion_test
         std::string text;
         for (const auto &intf : intf_list)
             text += intf->interface + " " + intf->name.value_or("-") + " " +
-                    std::to_string(intf->location) + " " + dotted(intf->broadcast) + "\n";
+                    std::to_string(intf->location) + " " + format_address(intf->broadcast) + "\n";
         return text;
     }
 };
@@ -74,20 +74,20 @@ TEST_F(interfaces, are_ordered_by_location)
     EXPECT_EQ("Inside - 1 0.0.0.0\nSERVICE - 2 0.0.0.0\nOutside - 3 0.0.0.0\n"
               "Outside - 3 0.0.0.0\nHeartbeat - 4 0.0.0.0\n? - 0 0.0.0.0\n",
               finished(elements));
-    EXPECT_EQ("10.0.0.0", dotted(intf_list[0]->network));
-    EXPECT_EQ("10.1.0.3", dotted(intf_list[2]->addr)) << "equal ones keep their order";
+    EXPECT_EQ("10.0.0.0", format_address(intf_list[0]->network));
+    EXPECT_EQ("10.1.0.3", format_address(intf_list[2]->addr)) << "equal ones keep their order";
 }
 
 TEST_F(interfaces, are_found_by_address_and_name)
 {
-    EXPECT_TRUE(isfwaddr(address_of("127.0.0.1")));
+    EXPECT_TRUE(isfwaddr(parse_address("127.0.0.1")));
     add_partial_intf(1, 1, "addr", "10.1.0.1");
-    EXPECT_TRUE(isfwaddr(address_of("10.1.0.1")));
+    EXPECT_TRUE(isfwaddr(parse_address("10.1.0.1")));
     add_partial_intf(1, 1, "addr", "10.1.0.2");
-    EXPECT_FALSE(isfwaddr(address_of("10.1.0.1")));
-    EXPECT_TRUE(isfwaddr(address_of("10.1.0.2")));
+    EXPECT_FALSE(isfwaddr(parse_address("10.1.0.1")));
+    EXPECT_TRUE(isfwaddr(parse_address("10.1.0.2")));
     add_partial_intf(1, 1, "interface", "hme0");
     add_partial_intf(1, 2, "interface", "hme0");
-    EXPECT_EQ("10.1.0.2", dotted(ifname2addr("hme0"))) << "the first of that name";
+    EXPECT_EQ("10.1.0.2", format_address(ifname2addr("hme0"))) << "the first of that name";
     EXPECT_EQ(0u, ifname2addr("HME0"));
 }

@@ -103,7 +103,7 @@ TEST_F(link_sort, settles_addresses_on_the_way)
          "192.0.2.1 | 10.1.0.7 - 1 | 10.2.0.7 - 1"},
         {"over the external gateway", "use_xgw=On", "192.0.2.1 | 0.0.0.0 0.0.0.0 4 | 10.2.0.7 - 1"},
     };
-    const auto shown = [](u32 addr) { return addr == NOT_AN_ADDRESS ? "-" : dotted(addr); };
+    const auto shown = [](u32 addr) { return addr == NOT_AN_ADDRESS ? "-" : format_address(addr); };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.label);
         ASSERT_EQ("a", sorted(c.lines));
@@ -125,9 +125,9 @@ TEST_F(link_sort, asks_each_name_and_route_once)
     sorted(lines + std::string("|") + lines);
     EXPECT_EQ("name peer.invalid\n", host_names.lines());
     EXPECT_EQ(1, kernel.route_opens);
-    EXPECT_EQ("198.51.100.9", dotted(linkinfos[1]->lnetwork_start));
-    forget_lookups();
-    EXPECT_EQ("192.0.2.1", dotted(getdnsname("peer.invalid")));
+    EXPECT_EQ("198.51.100.9", format_address(linkinfos[1]->lnetwork_start));
+    clear_lookups();
+    EXPECT_EQ("192.0.2.1", format_address(getdnsname("peer.invalid")));
     EXPECT_EQ(2, host_names.asked.size());
 }
 

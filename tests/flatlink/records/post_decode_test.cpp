@@ -41,7 +41,7 @@ TEST_F(finishing, finds_the_default_route)
           std::pair{"10.3.0.254", "10.3.0.254"}, std::pair{"x.invalid", "255.255.255.255"}}) {
         my_def_interface = router;
         post_decode();
-        EXPECT_EQ(route, dotted(my_def_route));
+        EXPECT_EQ(route, format_address(my_def_route));
     }
 }
 
@@ -108,6 +108,6 @@ TEST_F(finishing, asks_names_anew)
         host_names.hosts["peer.invalid"] = {{addr}};
         feed("vlink_1_lname=a\nvlink_1_gateway=peer.invalid");
         post_decode();
-        EXPECT_EQ(addr, dotted(linkinfos[0]->gateway_addr));
+        EXPECT_EQ(addr, format_address(linkinfos[0]->gateway_addr));
     }
 }

@@ -177,7 +177,8 @@ TEST(ScanAddress, ReadsFourForms)
                                      {"-1", ""},
                                      {" 1", ""}}) {
         u32 addr_be = 7;
-        EXPECT_EQ(scan_address(text, addr_be) ? dotted(addr_be) : "", std::string_view(want))
+        EXPECT_EQ(scan_address(text, addr_be) ? format_address(addr_be) : "",
+                  std::string_view(want))
             << text;
         EXPECT_TRUE(*want != '\0' || addr_be == 7) << text;
     }

@@ -18,7 +18,7 @@ using namespace flatlink;
 namespace
 {
 
-// Gathers lines for a stream, so that a line costs no call of it.
+// Buffers lines for a stream, because one stdio call per line would dominate the export.
 class line_buffer
 {
   public:
@@ -38,7 +38,7 @@ class line_buffer
 
     void flush() { write({bytes_.data(), std::exchange(used_, 0)}); }
 
-    // Nothing is written behind a write that fell short.
+    // Writes nothing after a write that fell short.
     bool is_short() const { return is_short_; }
 
   private:
@@ -55,7 +55,7 @@ class line_buffer
     bool is_short_ = false;
 };
 
-// How a saved tree differs from the one in memory, which need not be copied for it.
+// How a saved tree differs from the one in memory, so that it can be written without a copy.
 struct saved_changes {
     std::array<const frag *, 2> left_out{}; // with all below them; null for none
     const frag *stamped = nullptr;          // whose value is the stamp instead
@@ -145,7 +145,7 @@ int outffile(std::FILE *stream, frag *first, int /*version*/, int position)
     return flat_writer(stream, none).write(first, std::move(key));
 }
 
-// The stream for a path, or the standard output, but only once: it is closed after its use.
+// Opens the stream for a path, or the standard output, which works once: it is closed after use.
 static std::FILE *open_stream(const char *path)
 {
     static bool is_output_closed = false;
@@ -154,7 +154,7 @@ static std::FILE *open_stream(const char *path)
     return std::exchange(is_output_closed, true) ? nullptr : stdout;
 }
 
-// What the stream still holds is written now, and may fall short.
+// Closes the stream. Writing its buffer may fall short too.
 static int close_stream(std::FILE *stream, int result)
 {
     return std::fclose(stream) != 0 ? 1 : result;
@@ -170,14 +170,14 @@ int exportffile(const char *path, frag **head, int version)
                                                       : outffile(stream, *head, version, 0));
 }
 
-// Passes and XML change a tree, so that they work on a copy.
+// Converts and writes a copy, as passes and the XML form change a tree.
 static int export_copy(const char *path, int version, const std::string &stamp)
 {
     frag *copy = copy_fragtree(current_tree(), nullptr);
     del_frag(&copy, "temp");
     del_frag(&copy, "def_proxy_*");
     if (version == EXPORT_NUMBERED) {
-        (void)norm41states(&copy); // without proxies there are no states
+        (void)norm41states(&copy); // only fails without proxies, and then there are no states
         norm41(&copy);
     }
     fset(&copy, (std::string(STAMP_OWNER) + "_" + STAMP_NAME).c_str(), stamp.c_str());
@@ -186,7 +186,7 @@ static int export_copy(const char *path, int version, const std::string &stamp)
     return result;
 }
 
-// The same of a tree that is written as it stands.
+// The same for a tree that is written without conversion.
 static int export_as_it_is(const char *path, std::string stamp)
 {
     frag **tree = current_tree();

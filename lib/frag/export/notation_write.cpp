@@ -18,7 +18,7 @@ static void put(std::FILE *stream, std::string_view text)
     std::fwrite(text.data(), 1, text.size(), stream); // the stream keeps a failure in mind
 }
 
-// All bytes of a value, those that its counted length leaves out too.
+// All bytes of a value, including those beyond its counted length.
 static std::string_view whole_value(const frag *node)
 {
     const auto counted = static_cast<std::size_t>(std::max(node->vlen, 0));
@@ -54,7 +54,7 @@ class section_writer
     }
 
   private:
-    // A bracket begins at the top again. Without a name behind it, it stays there.
+    // A bracket starts again at the top of the tree; an empty one stays there.
     void enter(std::string_view path)
     {
         if (is_begun_ && path == position_)
@@ -123,8 +123,8 @@ static void put_line_start(std::FILE *stream, std::size_t depth)
     put(stream, std::string_view(blanks).substr(0, 2 * std::min(depth, DEEPEST)));
 }
 
-// Writes an element up to its first child, whole if it has none. White space behind a value would
-// become part of it, so a child follows at once.
+// Writes an element up to its first child, or all of it without children. No white space goes
+// between a value and the first child: it would become part of the value.
 static void put_start(std::FILE *stream, const frag *node)
 {
     const std::string tag = tag_of(node);

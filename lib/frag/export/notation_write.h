@@ -1,6 +1,6 @@
-// The section and the tag notation of a configuration file, written so that the import reads the
-// same tree: names as they are stored, whole values, every node in its place. What a notation
-// cannot hold is for the caller to find by reading back, and for fit_notation to take away.
+// Writes the section and the tag notation of a configuration file so that the import reads the same
+// tree: stored names, whole values, every node in its place. A caller finds what a notation cannot
+// hold by reading the file back; copy_fit_for removes it.
 #pragma once
 
 #include <cstdio>
@@ -28,13 +28,13 @@ namespace flatlink
 // Returns 0, or 1 if a write fell short.
 [[nodiscard]] int outtagfile(std::FILE *stream, const frag *first);
 
-// A copy of a list and all below it that has nothing that a notation would read as anything else:
-// in names such bytes are escaped, and what is too long is cut; in values they are left out. The
-// order and the number of nodes and their access bits stay. The caller owns the copy.
+// A copy of a list and all below it without anything that the notation would misread: such bytes
+// are escaped in names and left out of values, and names that are too long are cut. Order, number
+// and access bits of the nodes are kept. The caller owns the copy.
 frag *copy_fit_for(notation form, const frag *first);
 
-// Lets values count to the end of their text, so that a writer keeps the white space that a flat
-// line has at its end.
+// Makes values count to the end of their text, so that a writer keeps the white space at the end of
+// a flat line.
 void count_whole_values(frag *first);
 
 } // namespace flatlink

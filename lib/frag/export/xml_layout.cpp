@@ -71,7 +71,7 @@ static void shape_owned_lists(frag **head, const char *owner_key)
     if (owner == nullptr)
         return;
     for (frag *list = owner->child, *next = nullptr; list != nullptr; list = next) {
-        next = list->next; // behind the elements that the list becomes
+        next = list->next; // the list's elements are inserted before it
         if (!is_group(list))
             norm_list(head, list, NAME_KEY, 0, nullptr);
     }
@@ -165,7 +165,7 @@ int xml_resequence_list(frag *first)
     return take_names(first, SEQUENCE_KEY);
 }
 
-// What a node of the top level holds takes the place of the whole tree.
+// Replaces the whole tree by the children of a top-level node.
 static void replace_by_children(frag **head, frag *node)
 {
     frag *children = take_children(node);
@@ -179,7 +179,7 @@ static bool is_marked(frag *node, const char *attr_key)
     return fval(&node->child, attr_key) != nullptr;
 }
 
-// The entry that an element was. The mark is its stored name, so that it is not escaped again.
+// Turns an element back into its entry. The mark is its stored name and must not be escaped again.
 static frag *entry_of(frag *element, const char *attr_key)
 {
     frag *entry = newsymfrag(fval(&element->child, attr_key));
@@ -189,7 +189,7 @@ static frag *entry_of(frag *element, const char *attr_key)
     return entry;
 }
 
-// Makes one list of a marked element and those of its name behind it, as far as they are marked.
+// Makes one list of a marked element and the marked ones of its name that follow.
 static void join_run(frag **siblings, frag *first, const char *attr_key, const char *list_name)
 {
     drop_name_index(siblings);
@@ -252,7 +252,8 @@ static void join_groups(frag **head)
     }
 }
 
-// The line's end and the indentation in front of a child element were read as the value's end.
+// Removes the line break and indentation before a child element, which were read as part of the
+// value.
 static void cut_indentation(frag *first)
 {
     std::vector<frag *> open{first};
@@ -270,7 +271,7 @@ static void cut_indentation(frag *first)
     }
 }
 
-// False if there is no `proxy`.
+// Returns false if there is no `proxy`.
 static bool canon_xml_proxies(frag **head)
 {
     const frag_ptr groups = take_frag(head, "proxy");

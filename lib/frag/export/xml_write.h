@@ -9,16 +9,16 @@ struct frag;
 
 inline constexpr int DEEPEST_INDENTATION = 41; // blanks; elements below are not indented further
 
-// Writes a list and all below it. `attrs` comes to stand in front of its siblings.
-//   depth  blanks in front of the elements of the list
+// Writes a list and all below it. Moves `attrs` to the front of its siblings.
+//   depth  blanks before the elements of the list
 // Returns 0, or 1 if a write fell short.
 [[nodiscard]] int outxmlfile(std::FILE *stream, frag *first, int depth);
 
 namespace flatlink
 {
 
-// Writes the document around a tree, which is brought to the XML layout first.
-// Returns as outxmlfile does.
+// Writes a tree as a whole document; converts it to the XML layout first. Returns as outxmlfile
+// does.
 [[nodiscard]] int write_xml_document(std::FILE *stream, frag **head);
 
 } // namespace flatlink

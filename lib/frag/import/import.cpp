@@ -57,11 +57,11 @@ int importffile(const char *path, frag **head, int keep)
     const descriptor file(open(path, O_RDONLY | O_CLOEXEC));
     if (!file)
         return 1;
-    (void)import_open_file(file.get(), head, keep); // what was read so far counts
+    (void)import_open_file(file.get(), head, keep); // a failed read is the end of the file
     return 0;
 }
 
-// Settings for every proxy are written below `*` in a file, and live below `global` in the tree.
+// Files hold settings for all proxies below `*`, the tree holds them below `global`.
 static void fold_star_proxy(frag **tree)
 {
     constexpr const char *STAR_KEY = "def_proxy_*";

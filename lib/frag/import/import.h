@@ -2,11 +2,11 @@
 // other: flat lines (key=value, the key's parts joined by '_'), sections ([part\part] and the
 // lines below it), and tags (<name>text</name>, attributes as children of a node `attrs`).
 //
-// Each value keeps the line that it came from (lib/frag/tree/origin.h); what the import decides
-// without a word can be watched (lib/frag/import/observer.h).
+// Each value keeps the line that it came from (lib/frag/tree/origin.h); an observer can watch the
+// silent decisions of the import (lib/frag/import/observer.h).
 //
-// Whatever the bytes, a file gives a tree: a line without '=' runs on into the next, an end tag
-// that closes nothing is ignored, and a file that ends early leaves what it got to.
+// Any bytes give a tree: a line without '=' continues on the next, an end tag that closes nothing
+// is ignored, and a file that ends early gives what was read so far.
 #pragma once
 
 #include <cstddef>
@@ -18,9 +18,9 @@ struct frag;
 // Bytes read at a time. A file read gives the same tree wherever its blocks end.
 inline constexpr std::size_t IMPORT_BLOCK_SIZE = 32766;
 
-// Longest name part of a flat line or a section, and longest tag or attribute name. A longer
-// flat part is cut, the byte behind it is lost, and the rest is the value. A longer section
-// part keeps its first bytes. A longer tag name is cut, and the rest read as attributes.
+// Longest name part of a flat line or a section, and longest tag or attribute name. A longer flat
+// part is cut, the byte after the cut is lost, and the rest becomes the value. A longer section
+// part keeps its first bytes. A longer tag name is cut, and the rest is read as attributes.
 inline constexpr std::size_t NAME_PART_SIZE = 127;
 inline constexpr std::size_t TAG_NAME_SIZE = 63;
 
@@ -28,8 +28,8 @@ inline constexpr std::size_t TAG_NAME_SIZE = 63;
 //   keep  non-zero: an existing key keeps its value, and gets the empty one if it had none;
 //         0: the file's value replaces it
 // Returns 1 with the tree unchanged and errno set if the file cannot be opened, else 0.
-// A read that fails ends the file there. New nodes stand in file order; those that were there
-// before the import change to the reverse order and stand in front of them.
+// A failed read counts as the end of the file. New nodes are in file order; older ones precede
+// them, in reverse order.
 int importffile(const char *path, frag **head, int keep);
 
 namespace flatlink
@@ -55,8 +55,8 @@ namespace flatlink
 
 } // namespace flatlink
 
-// The reader itself, for input that is not a file: hand over the bytes in pieces of any size,
-// then finish, which puts every list into file order.
+// The reader itself, for input that is not a file: feed the bytes in pieces of any size, then call
+// finish, which puts every list into file order.
 class importer
 {
   public:

@@ -57,8 +57,8 @@ void importer::machine::clear_name()
     name[0] = '\0';
 }
 
-// Collects bytes up to one of `stops`, or until `limit` are there. False at the end of the piece,
-// also with a full name: what ends a name decides what it is.
+// Collects bytes up to one of `stops` or to `limit`. False at the end of the piece, even with a
+// full name, because the byte after a name decides what it is.
 bool importer::machine::collect_name(const byte_set &stops, std::size_t limit)
 {
     while (!at_end() && name_length < limit && !stops.has(at_pos()))
@@ -67,7 +67,8 @@ bool importer::machine::collect_name(const byte_set &stops, std::size_t limit)
     return !at_end();
 }
 
-// The same, with the name in `taken`. One that lies whole in the piece, as most do, is not copied.
+// The same, with the name in `taken`. Does not copy a name that lies entirely in the piece, as most
+// do.
 bool importer::machine::take_name(const byte_set &stops, std::size_t limit, std::string_view &taken)
 {
     const std::size_t end = stops.find_in(piece.substr(0, pos + limit), pos);
@@ -98,14 +99,14 @@ std::int32_t importer::machine::line_here()
     return line_number;
 }
 
-// A key, tag or comment begins here, unless it has begun before.
+// Notes that a key, tag or comment begins here, unless it began in an earlier piece.
 void importer::machine::begin_name()
 {
     if (import_watch != nullptr && name_line == 0)
         name_line = line_here();
 }
 
-// What began is complete: a key, or the name of a tag.
+// Notes that the key, or the name of the tag, is complete.
 void importer::machine::end_name()
 {
     if (name_line != 0 && name_line != line_here())
@@ -114,7 +115,7 @@ void importer::machine::end_name()
 
 void importer::machine::begin_value(frag_notation form)
 {
-    if (form != frag_notation::TAGS) { // an attribute's value ends no tag
+    if (form != frag_notation::TAGS) { // a tag goes on after an attribute's value
         end_name();
         name_line = 0;
     }
@@ -122,7 +123,7 @@ void importer::machine::begin_value(frag_notation form)
     value_origin = make_origin(line_here(), form);
 }
 
-// The first bytes of a value are at hand.
+// Called at the first bytes of a value.
 void importer::machine::begin_bytes()
 {
     if (cur->value != nullptr)
@@ -175,21 +176,21 @@ void importer::machine::link_new(frag *node)
 {
     node->parent = parent;
     if (parent != nullptr && parent->names == nullptr)
-        node->next = std::exchange(parent->child, node); // as push_front, which looks for an index
+        node->next = std::exchange(parent->child, node); // push_front would look for an index
     else
         push_front(siblings(), node);
     skip = false;
 }
 
-// Links a node in a notation that leaves the trie out.
+// Links a node in a notation that does not use the trie.
 void importer::machine::link_past_trie(frag *node)
 {
-    // A trie of the nodes so far is what a trie from the start would be.
+    // Built late, the trie equals one that was kept from the start.
     has_unentered = (parent != nullptr && make_due_trie(parent)) || has_unentered;
     link_new(node);
 }
 
-// The node of a name, which is a single part, below parent or at the top.
+// The node of a name, a single part, below parent or at the top.
 frag *importer::machine::find_named(std::string_view part) const
 {
     frag **list = siblings();
@@ -214,11 +215,11 @@ bool importer::machine::line_skip()
     return skip_white() && go(&machine::flat_name);
 }
 
-// Takes the access prefixes off a name as the file spells it, and returns their flags. A name that
-// only looks as if it had one is replaced by the tree's.
+// Removes the access prefixes from a name in the file's form and returns their flags. A name that
+// merely looks as if it had one is replaced by the tree's form.
 static std::uint32_t take_access_prefixes(std::string_view &part)
 {
-    // Most names begin with no letter that a prefix begins with.
+    // Most names don't begin with the first letter of a prefix.
     constexpr std::string_view FIRST_LETTERS = "pPdDaAoO";
     if (part.empty() || FIRST_LETTERS.find(part[0]) == std::string_view::npos)
         return 0;
@@ -237,7 +238,7 @@ static std::uint32_t take_access_prefixes(std::string_view &part)
     return flags;
 }
 
-// Makes cur the node of one part of a flat key, as the file spells it.
+// Makes cur the node of one part of a flat key, in the file's form.
 void importer::machine::resolve_flat_part(std::string_view part)
 {
     const std::uint32_t flags = take_access_prefixes(part);
@@ -279,7 +280,7 @@ bool importer::machine::flat_name()
     return go(&machine::flat_value);
 }
 
-// The counted end of a flat value loses its white space; the text keeps it.
+// Excludes white space at the end of a flat value from the counted length; the text keeps it.
 static void trim_counted_end(frag *node)
 {
     while (node->vlen > 0 && WHITE_SPACE.has(node->value[node->vlen - 1]))
@@ -300,8 +301,8 @@ bool importer::machine::flat_value()
     return go(&machine::line_start);
 }
 
-// How far a line goes the way of the last one: the offset behind the last node that both pass,
-// which becomes parent.
+// How far a line shares the last one's path: the offset after the last common node, which becomes
+// parent.
 std::size_t importer::machine::follow_last_line(std::string_view line)
 {
     const std::size_t limit = std::min(line.size(), last_key.size());
@@ -316,9 +317,9 @@ std::size_t importer::machine::follow_last_line(std::string_view line)
     return last_path.empty() ? 0 : last_path.back().end + 1;
 }
 
-// The nodes of a key, from `part` on, below parent: cur becomes the last. Returns the offset of
-// the equals sign; npos for a key with a peculiarity, which the states take from its start again:
-// they pass the nodes made here, and nothing else was done.
+// Finds or makes the nodes of a key, from `part` on, below parent: cur becomes the last. Returns
+// the offset of the equals sign; npos for a key that needs the states. These read it again from its
+// start, and find the nodes made here, which is all that was done.
 std::size_t importer::machine::resolve_plain_key(std::string_view line, std::size_t part)
 {
     static constexpr byte_set STOPS("\0_=\r"sv);
@@ -338,14 +339,15 @@ std::size_t importer::machine::resolve_plain_key(std::string_view line, std::siz
     }
 }
 
-// A whole plain line, as most are, taken in one go and with the last line's path in mind; the
+// Fast path: reads a whole plain line at once, as most are, and reuses the last line's path. The
 // result is that of the states. False for any other line, which is left to them.
 bool importer::machine::take_flat_line()
 {
     std::size_t start = pos;
     while (start < piece.size() && WHITE_SPACE.has(piece[start]))
         ++start;
-    // Said before the line's end is looked for: a line may hold any number of elements.
+    // Checked before the search for the line's end: a line may hold any number of elements, and
+    // searching for each would take quadratic time.
     if (start < piece.size() && (piece[start] == '<' || piece[start] == '['))
         return false;
     const std::size_t line_end = piece.find('\n', start);

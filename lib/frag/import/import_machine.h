@@ -1,5 +1,5 @@
-// The state machine of the import. Every state acts on the bytes at hand and can stop at any of
-// them, to go on with the next piece. Private to the import.
+// The state machine of the import. A state can stop at any byte and continue with the next piece.
+// Private to the import.
 #pragma once
 
 #include "lib/frag/import/import.h"
@@ -27,7 +27,7 @@ void tell(void (*import_observer::*call)(void *, Types...), Values... values)
 
 } // namespace flatlink
 
-// A set of bytes that end something; one look a byte.
+// A set of delimiter bytes, with one table look-up per byte.
 class byte_set
 {
   public:
@@ -38,7 +38,7 @@ class byte_set
     }
     constexpr bool has(char byte) const { return has_[static_cast<unsigned char>(byte)]; }
 
-    // Position of the first byte of the set at or behind `from`; the size if there is none.
+    // Position of the first byte of the set at or after `from`; the size if there is none.
     std::size_t find_in(std::string_view text, std::size_t from) const
     {
         while (from < text.size() && !has(text[from]))
@@ -55,10 +55,10 @@ inline constexpr byte_set WHITE_SPACE(" \t\r\n");
 struct importer::machine {
     machine(frag **tree_head, int keep_values);
 
-    // Takes all of `bytes`.
+    // Consumes all of `bytes`.
     void feed(std::string_view bytes);
 
-    // Tells the observer of a key, tag or comment that is never finished.
+    // Tells the observer of a key, tag or comment that the input leaves unfinished.
     void end_input() const;
 
     frag **const head; // the tree; stays the caller's
@@ -66,7 +66,7 @@ struct importer::machine {
   private:
     const steady_lists steady;
 
-    // A state: acts on the bytes at `pos`, and returns false if it needs more of them.
+    // A state: consumes bytes at `pos`; returns false if it needs more.
     using state = bool (machine::*)();
 
     bool line_start();
@@ -136,9 +136,9 @@ struct importer::machine {
     std::string_view piece; // the bytes at hand
     std::size_t pos = 0;
 
-    std::array<char, NAME_PART_SIZE + 1> name{}; // always ended by a NUL
+    std::array<char, NAME_PART_SIZE + 1> name{}; // always NUL-terminated
     std::size_t name_length = 0;
-    bool is_name_cut = false; // bytes of it were lost
+    bool is_name_cut = false; // some of its bytes were dropped
     char quote = 0;           // the byte that ends an attribute's value; 0: blank or '>' does
 
     frag *cur = nullptr;    // node being filled
@@ -146,18 +146,18 @@ struct importer::machine {
     std::size_t vlen = 0;   // bytes stored of cur's value
     bool skip = false;      // drop value bytes
 
-    // Lines are counted where a value begins, from the last such place on.
+    // Lines are counted lazily: when a value begins, from the last such place on.
     std::int32_t line_number = 1;   // of the byte at `counted`
     std::size_t counted = 0;        // in the piece
     std::int32_t name_line = 0;     // where an unfinished key, tag or comment began; for observers
     std::uint32_t value_origin = 0; // of the value being read
 
-    // Some child was linked below a parent with a trie without being entered in it. Until then
-    // the trie knows what the list knows, and need not be asked.
+    // Some child was linked below a parent with a trie but not entered in it. Before that trie and
+    // list agree, and the trie need not be consulted.
     bool has_unentered = false;
 
-    // The key of the last flat line with the nodes of its parts but the last, each with the
-    // offset of the '_' behind it: the next line often begins the same way.
+    // The key of the last flat line with the nodes of all its parts but the last, each with the
+    // offset of the '_' after it: the next line often begins the same way.
     struct path_part {
         frag *node;
         std::size_t end;

@@ -10,8 +10,8 @@ using namespace flatlink;
 
 using namespace std::string_view_literals;
 
-// Moves over white space, and gives the line that follows without its end; an empty view if the
-// piece ends before it.
+// Skips white space and returns the next line without its line break; an empty view if the line is
+// not complete in the piece.
 std::string_view importer::machine::plain_line()
 {
     while (!at_end() && WHITE_SPACE.has(at_pos()))
@@ -20,7 +20,7 @@ std::string_view importer::machine::plain_line()
     return end == std::string_view::npos ? std::string_view() : piece.substr(pos, end - pos);
 }
 
-// Moves to `end`, and keeps the count of lines in step where it was.
+// Moves to `end`, and updates the line count.
 void importer::machine::pass_plain(std::size_t end)
 {
     if (counted == pos) {
@@ -40,7 +40,7 @@ void importer::machine::resolve_section_part(std::string_view part)
     }
 }
 
-// A line that is a header alone, with the last one's path in mind.
+// Takes a line that is nothing but a header; reuses the last one's path.
 bool importer::machine::take_section_header(std::string_view line)
 {
     static constexpr byte_set STOPS("\0\\]=_"sv);
@@ -65,7 +65,7 @@ bool importer::machine::take_section_header(std::string_view line)
     return true;
 }
 
-// A line of one plain name and its value.
+// Takes a line of one plain name and its value.
 bool importer::machine::take_section_key(std::string_view line)
 {
     static constexpr byte_set STOPS("\0\\]=_"sv);
@@ -84,11 +84,12 @@ bool importer::machine::take_section_key(std::string_view line)
     return true;
 }
 
-// A whole plain line of the section notation in one go, as take_flat_line does it. Not while a
-// trie does not know all nodes: then a name that was found before may not be found again.
+// Fast path for a whole plain line of the section notation, like take_flat_line. Not used while a
+// trie lacks nodes, because then a name that was found before may not be found again.
 bool importer::machine::take_section_line()
 {
-    // Looked for at a line's start only: a line may hold any number of parts.
+    // Tried only at the start of a line: a line may hold any number of parts, and searching for its
+    // end at each would take quadratic time.
     const bool is_start = at_pos() == '\n' || (pos > 0 && piece[pos - 1] == '\n');
     if (!is_start || has_unentered || name_line != 0)
         return false;
@@ -117,7 +118,7 @@ bool importer::machine::sect_name()
     if (!take_name(STOPS, NAME_PART_SIZE, taken))
         return false;
     is_name_cut = is_name_cut || !STOPS.has(at_pos());
-    pos = STOPS.find_in(piece, pos); // a longer name loses its end
+    pos = STOPS.find_in(piece, pos); // drops the end of a name that is too long
     if (at_end()) {
         if (name_length == 0)
             name_length = taken.copy(name.data(), taken.size());
@@ -159,7 +160,7 @@ bool importer::machine::sect_value()
     return go(&machine::sect_name);
 }
 
-// Behind a backslash: the rest of the line does not count.
+// After a backslash the rest of the line is ignored.
 bool importer::machine::sect_eol()
 {
     static constexpr byte_set STOPS("\n\0"sv);

@@ -35,7 +35,7 @@ static bool is_named_in_tag(const frag *node, std::string_view tag)
     return node->name == tag || fragcmp(node->name, std::string(tag).c_str()) == 0;
 }
 
-// Behind the end tag of cur.
+// Called after the end tag of cur.
 void importer::machine::leave_element()
 {
     if (cur->value == nullptr && cur->child == nullptr)
@@ -46,7 +46,7 @@ void importer::machine::leave_element()
         vlen = static_cast<std::size_t>(cur->vlen);
 }
 
-// An end tag closes cur if it bears its name; any other is passed over.
+// An end tag closes cur if it has its name; any other is ignored.
 void importer::machine::close_element(std::string_view tag)
 {
     if (cur != nullptr && is_named_in_tag(cur, tag)) {
@@ -72,7 +72,7 @@ static frag *new_element(std::string_view tag)
     return newsymfrag(stored);
 }
 
-// A start tag makes a new node, whether or not it has a sibling of that name.
+// A start tag always makes a new node, even if a sibling has the same name.
 void importer::machine::open_element(std::string_view tag)
 {
     const bool is_closed = tag.ends_with('/');
@@ -82,7 +82,7 @@ void importer::machine::open_element(std::string_view tag)
     set_origin(cur, make_origin(line_here(), frag_notation::TAGS));
     clear_name();
     if (at_pos() != '>') {
-        // Attributes, whose names hang below a node of their own.
+        // Attributes are children of a node `attrs`.
         parent = fsetp(&cur->child, "attrs", nullptr, cur);
         cur = nullptr;
         now = &machine::attr_gap;
@@ -96,8 +96,8 @@ void importer::machine::open_element(std::string_view tag)
         now = &machine::text_skip;
 }
 
-// Behind an empty element the reader is in the enclosing one, null for the top: its end tag
-// closes it, and what starts next is a sibling.
+// After an empty element the reader is in the enclosing one, null at the top: its end tag closes
+// that one, and the next start tag makes a sibling.
 void importer::machine::leave_empty_element(frag *enclosing)
 {
     parent = enclosing;
@@ -107,7 +107,7 @@ void importer::machine::leave_empty_element(frag *enclosing)
     now = &machine::line_start;
 }
 
-// The end tag that begins at `start`, behind its slash, of cur by its exact name.
+// Takes cur's end tag by its exact name; `start` is the position after the slash.
 bool importer::machine::take_plain_end(std::size_t start)
 {
     static constexpr byte_set STOPS(" \t\r\n>");
@@ -124,7 +124,7 @@ bool importer::machine::take_plain_end(std::size_t start)
     return true;
 }
 
-// The tag at hand: a start tag without attributes, or the end tag of cur.
+// Fast path for a tag: a start tag without attributes, or the end tag of cur.
 bool importer::machine::take_plain_tag()
 {
     static constexpr byte_set STOPS("\0 \t\r\n>/_!"sv);
@@ -145,7 +145,7 @@ bool importer::machine::take_plain_tag()
     return true;
 }
 
-// White space and text up to the next tag. False if the tag is not in the piece.
+// Fast path for white space and text up to the next tag. False if the tag is not in the piece.
 bool importer::machine::take_plain_text()
 {
     static constexpr byte_set STOPS("<\n");
@@ -168,7 +168,7 @@ bool importer::machine::take_plain_text()
 
 bool importer::machine::text_skip()
 {
-    // Most of a file are plain tags and texts of one line: the states see what is left.
+    // Most of a file is plain tags and one-line texts; the states handle the rest.
     while (take_plain_text() && take_plain_tag()) {
     }
     if (!skip_white())
@@ -235,7 +235,7 @@ bool importer::machine::attr_name()
         tell(&import_observer::name_cut, line_here(), collected);
     cur->flags = 0;
     begin_value(frag_notation::TAGS);
-    // A '>' ends the tag as well as the name, so it stays for the next state to see.
+    // A '>' ends both the name and the tag, so it is left for the next state.
     if (at_pos() != '>')
         ++pos;
     return go(&machine::attr_quote);

@@ -10,7 +10,7 @@
 
 using namespace flatlink;
 
-// Tells about the file or the key that was not to be had.
+// Reports the file that can't be read, or the key without a value.
 __attribute__((format(printf, 2, 0))) static void tell(events event, const char *format, ...)
 {
     UNIQUE_DATA_T uniq = UNIQUE_DATA;

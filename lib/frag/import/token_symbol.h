@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <string>
 
-// Merges the file at `path` into the current tree, as importenv does. Returns 0, or 1 behind
+// Merges the file at `path` into the current tree, as importenv does. Returns 0, or 1 after
 // "libtoken: Error reading PATH" (event 11500) with the tree unchanged.
 int load_tokens(const char *path);
 
 // Copies the value of `key` in the current tree to `destination`. Returns 0; or 1 with
-// `destination` as it was: for a null `destination`, or without a value behind
+// `destination` unchanged: for a null `destination`, or, if there is no value, after
 // "libtoken: No token found KEY" (event 11503).
 int get_token(const char *key, std::string *destination);
 int get_token(const char *key, char *destination); // with room for the value and a NUL

@@ -5,7 +5,7 @@
 
 using namespace flatlink;
 
-// One prefix at the front, or no bit.
+// Removes one prefix from the front. Returns its bit, 0 for none.
 static unsigned take_one(std::string_view &name, unsigned accepted)
 {
     for (const access_prefix &prefix : ACCESS_PREFIXES) {

@@ -38,7 +38,7 @@ int canon_netobj(frag **head, const char *key)
     return 0;
 }
 
-// The interfaces of a list's entries that are no aliases.
+// The interfaces of a list's entries that are not aliases.
 static std::vector<std::string> own_interfaces(const frag *element)
 {
     std::vector<std::string> interfaces;
@@ -59,8 +59,9 @@ static bool is_or_holds(const frag *node, const frag *inner)
     return inner == node;
 }
 
-// Members of all lists out of which one is taken. An interface has a list of its own, with its
-// aliases alone in it; names with a '=' may all lead into one long list, which is walked each time.
+// Limit of list members that are walked to take lists out. Normally each interface's list holds
+// only its own aliases; names with a '=' may all lead into one long list, which is walked each
+// time.
 static constexpr std::int64_t FOLDED_LIST_MEMBERS = 20'000'000;
 
 static void complain_of_aliases(const std::string &interface)
@@ -72,14 +73,14 @@ static void complain_of_aliases(const std::string &interface)
 }
 
 // Moves the aliases of one interface from the object lists into `element`, numbered from
-// `number` on. Returns false when `room`, in list members, is used up; nothing is moved then.
-// `lists` is null in a tree without object lists.
+// `number` on. Returns false, with nothing moved, when `room`, in list members, is used up. `lists`
+// is null in a tree without object lists.
 static bool fold_aliases(frag *lists, frag *element, const std::string &interface,
                          std::int64_t &number, std::int64_t &room)
 {
     const std::string key = interface + "_INTERFACE";
     const frag *found = lists == nullptr ? nullptr : ffind(&lists->child, key.c_str());
-    // An interface with a '=' in its name ends the key early, maybe at the list being filled.
+    // A '=' in an interface's name ends the key early, possibly at the list being filled.
     if (found == nullptr || is_or_holds(found, element))
         return true;
     room -= count_list(found->parent == nullptr ? lists->child : found->parent->child);
@@ -124,7 +125,7 @@ int canon_interfaces(frag **head)
     return 0;
 }
 
-// Gives a rule its packed fields as named children.
+// Splits a rule's packed fields into named children.
 static void unpack_rule(frag *rule, std::string_view packed)
 {
     for (const char *key : pfkeynames) {
@@ -169,8 +170,8 @@ int canon_pfrules(frag **head)
     return 0;
 }
 
-// The entry of an interface list that has this address; a new one if there is none and the
-// address is a real one, else null.
+// The entry of an interface list with this address. If there is none, a new entry for a real
+// address and null for a placeholder.
 static frag *entry_with_address(frag *list, const char *address)
 {
     std::int64_t number = 1;

@@ -17,13 +17,13 @@ static bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-// The text of a node that was taken out of the tree; null if there is no node or no text.
+// The value of an unlinked node; null if there is no node or no value.
 static const char *text_in(const frag_ptr &node)
 {
     return node == nullptr ? nullptr : node->value;
 }
 
-// A linked node takes the name that its child `key` holds.
+// Renames a linked node to the value of its child `key`.
 static void take_name_from(frag *node, const char *key)
 {
     const frag_ptr name = take_frag(&node->child, key);
@@ -149,7 +149,7 @@ set_owners owners_of_sets(frag **head)
         if (sets == nullptr)
             continue;
         for (const frag *set = sets->child; set != nullptr; set = set->next)
-            owners.try_emplace(set->name, proxy); // the first proxy stays
+            owners.try_emplace(set->name, proxy); // keeps the first proxy
     }
     return owners;
 }
@@ -162,7 +162,7 @@ static void canon_policy_proxies(frag *policy, const set_owners &owners)
     if (proxies == nullptr)
         return;
     for (frag *entry = proxies->child; entry != nullptr; entry = entry->next) {
-        drop_frag_value(entry); // first, as its origin goes with it
+        drop_frag_value(entry); // first, because this drops the origin too
         take_name_from(entry, "name");
         const auto owner = owners.find(entry->name);
         if (owner == owners.end())

@@ -1,4 +1,4 @@
-// Names that the way into the canonical layout and the way back to the numbered one share.
+// Names that canonicalisation and the way back to the numbered layout share.
 #pragma once
 
 #include <array>

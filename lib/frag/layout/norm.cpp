@@ -77,7 +77,7 @@ static void norm_family(frag *list, const frag *family, std::int64_t &number)
     }
 }
 
-// Enters one parameter, which itself becomes the entry's value.
+// Enters one parameter; its node becomes the entry's `value`.
 static void norm_single(frag *list, frag *parm, std::int64_t number)
 {
     frag *entry = add_child(list, std::to_string(number));
@@ -149,11 +149,11 @@ int norm_renumber(frag **head, const char *list_key, const char *count_key, cons
     if (count_key != nullptr)
         set_number(head, count_key, count);
     if (list != nullptr)
-        sort_frags(&list->child); // the counter may have come into the list
+        sort_frags(&list->child); // the counter may have been added to the list
     return 0;
 }
 
-// Takes the fields out of a rule and joins them.
+// Removes the fields from a rule and joins them.
 static std::string pack_rule(frag *rule)
 {
     std::string packed;
@@ -169,9 +169,9 @@ static std::string pack_rule(frag *rule)
     return packed;
 }
 
-// Sets the packed texts by the keys of their rules: the first node of a name gets the text, which
-// is another if a rule of the old form bore the name before; a prefix is part of the name here.
-// One after all names are there, so that the list's index serves them all.
+// Sets the packed texts by the keys of their rules, prefix included: the first node of that name
+// gets the text, even if that is an older rule which had the name before. Runs after all renaming,
+// so that the list's index is built once.
 static void set_packed(frag **head, const frag *list,
                        const std::vector<std::pair<std::string, std::string>> &packed)
 {

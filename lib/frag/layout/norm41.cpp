@@ -40,7 +40,7 @@ static void norm_proxy_parms(frag *proxy)
     norm_parm(proxy, "parm", "num_parms", 0);
 }
 
-// Puts a node that was taken out back to the front; without one, the owner's name stands there.
+// Puts an unlinked node back at the front; without one, a new node with the owner's name.
 static void put_back_or_name(frag *owner, const char *key, frag_ptr taken)
 {
     if (taken != nullptr)
@@ -49,7 +49,7 @@ static void put_back_or_name(frag *owner, const char *key, frag_ptr taken)
         fsetp(&owner->child, key, fragname(owner), owner);
 }
 
-// Config sets become custom proxies that point back to their proxy.
+// Turns config sets into custom proxies that refer to their proxy.
 static void move_config_sets(frag *proxy, frag *sets, frag *custom)
 {
     frag *rest = take_children(sets);

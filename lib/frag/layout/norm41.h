@@ -1,13 +1,13 @@
 // The numbered layout 4.1, as older releases read it: the reverse of lib/frag/layout/canon.h and
-// lib/frag/layout/upgrade.h for a whole tree. Both work in place, on a tree that is thrown away
-// after it was written, and report nothing of their own. `head` is the address of the tree's head.
+// lib/frag/layout/upgrade.h for a whole tree. Both work in place, on a tree that is discarded after
+// writing, and report nothing themselves. `head` is the address of the tree's head.
 #pragma once
 
 struct frag;
 
 // Gives proxies, custom proxies, policies, objects, lists and rules their numbers and counters.
-// Proxies and policies are numbered against their order in the tree; config sets become custom
-// proxies. Returns 0.
+// Proxies and policies are numbered in reverse tree order; config sets become custom proxies.
+// Returns 0.
 int norm41(frag **head);
 
 // Copies the `state` of each proxy in the platform's map to the list `proxy`, which is made; on

@@ -33,7 +33,7 @@ namespace
 {
 
 // The list of all interfaces while entries are added. It is taken apart at the first entry and
-// put together at the end, so that many entries cost one walk.
+// reassembled at the end, so that all entries together cost one walk.
 class all_interfaces
 {
   public:
@@ -50,7 +50,7 @@ class all_interfaces
     void put_together();
 
     frag **head_;
-    frag *element_ = nullptr;     // null until the first entry comes
+    frag *element_ = nullptr;     // null before the first entry
     std::vector<frag_ptr> order_; // in the order of their numbers; null where one was replaced
     std::unordered_map<std::string, std::vector<std::size_t>> places_; // by interface
 };
@@ -82,7 +82,7 @@ bool all_interfaces::add(frag *entry)
 
     frag_ptr copy(newsymfrag(""));
     copy->child = copy_fragtree(&entry->child, copy.get());
-    // A copy's text ends where the counted bytes do, so that it may differ from the entry's.
+    // A copy's text ends with the counted bytes, so it may be shorter than the entry's.
     places_[lower_case(text_of(fval(&copy->child, "interface")))].push_back(order_.size());
     if (entry->parent != nullptr && entry->parent->parent != nullptr)
         fsetp(&copy->child, "location", fragname(entry->parent->parent), copy.get());
@@ -170,12 +170,12 @@ void leaving_entries::free_left()
         push_child(element_, kept.back());
 }
 
-// Memory that aliases may take in all in lists that stand inside the interface list itself. Only
-// names with a '=', which ends the key early, lead there: an entry can then hold another, and
-// that one the next, so that each copy is larger than the last.
+// Limit of the memory for aliases in lists inside the interface list itself. Only names with a '=',
+// which ends the key early, lead there: an entry can then hold another, and that one the next, so
+// that each copy is larger than the last.
 constexpr std::int64_t INNER_ALIASES_BYTES = std::int64_t{256} << 20;
 
-// The alias lists that were reached, with the number of entries of each.
+// The alias lists used so far, with the number of entries of each.
 class alias_lists
 {
   public:
@@ -184,15 +184,15 @@ class alias_lists
     // The alias list of an interface, made with its `element` if it is missing.
     frag *list_of(const char *interface);
 
-    // Copies the entry's children into a new entry of the list. Returns false, with nothing
-    // done, if there is no room for them.
+    // Copies the entry's children into a new entry of the list. Returns false, with nothing done,
+    // if that would exceed the limit.
     bool add(frag *list, frag *entry);
 
   private:
     frag **head_;
     const frag *element_; // of the interface list whose aliases these are
     std::int64_t inner_room_ = INNER_ALIASES_BYTES;
-    frag *lists_ = nullptr; // null until the first list is asked for
+    frag *lists_ = nullptr;                                 // null before the first request
     std::unordered_map<const frag *, std::int64_t> counts_; // by `element`
 };
 
@@ -246,7 +246,7 @@ static void complain_of_aliases(const char *interface)
             interface);
 }
 
-// Entries without an interface go, aliases move to the lists of their interfaces.
+// Deletes entries without an interface and moves aliases to the lists of their interfaces.
 static void sort_out_entries(frag **head, frag *element)
 {
     leaving_entries entries(element);
@@ -317,7 +317,7 @@ int is_in_list(frag **head, const char *list_name, const char *interface)
 namespace
 {
 
-// is_in_list for many questions: each list is walked once.
+// is_in_list for many queries: walks each list once.
 class interface_sets
 {
   public:

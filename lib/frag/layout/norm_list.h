@@ -1,5 +1,5 @@
-// Lists as runs of repeated siblings, the form that the XML layout gives them: a node with n
-// children becomes n nodes of one name, each with an attribute that tells which child it was.
+// Lists as runs of repeated siblings, as in the XML layout: a node with n children becomes n nodes
+// of one name, each with an attribute that names the child that it was.
 #pragma once
 
 struct frag;
@@ -7,11 +7,11 @@ struct frag;
 // Sets the parent of each node of a list; returns 0.
 int make_parent(frag *parent, frag *first);
 
-// Turns the children of `node` into siblings: the node takes over the children of the first,
-// and each further child gives a node of the node's name right behind. Values of the children
-// are lost. Without children nothing changes, the name included.
+// Turns the children of `node` into siblings: the node takes over the children of the first, and
+// each further child becomes a node of the node's name right after it. Values of the children are
+// lost. A node without children is unchanged, its name included.
 //   head      address of the tree's head
-//   attr_key  key below each sibling that takes the stored name of the child it was
+//   attr_key  key below each sibling that receives the stored name of the child that it was
 //   sort      non-zero: sort_frags first
 //   new_name  plain name for the siblings; null keeps the node's own
 // Returns 0.

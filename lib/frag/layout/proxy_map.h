@@ -1,12 +1,12 @@
-// The proxy programs of the firewall on each platform: what older databases kept in lists of
-// their own and newer ones keep in each proxy's node.
+// The proxy programs of the firewall on each platform. Older databases keep these data in separate
+// lists, newer ones in each proxy's node.
 #pragma once
 
 #include <span>
 
 struct frag;
 
-// One proxy program of a platform. Texts are never null and live for ever.
+// One proxy program of a platform. Texts are never null and static.
 struct proxy_map_row {
     const char *node;    // name below `def_proxy`; "NOT_DEF" in a slot that has no such node
     const char *state;   // name of its on/off state in the old `proxy` list
@@ -21,8 +21,8 @@ using proxy_map = std::span<const proxy_map_row>;
 extern const proxy_map map_unix;
 extern const proxy_map map_nt;
 
-// The map of the system that `OS_Type` in the tree names: the value equals or begins with the
-// name of a system, its case minded. map_unix without a value or for an unknown name.
+// The map of the system in the tree's `OS_Type`, whose value must begin with a system's name
+// (case-sensitive). map_unix without a value or for an unknown name.
 proxy_map determine_os_maprec(frag **head);
 
 namespace flatlink

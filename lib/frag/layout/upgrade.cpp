@@ -19,9 +19,9 @@ using namespace flatlink;
 
 static constexpr const char *PLUG_TYPE = "plug-relay";
 
-// Memory that copies of the plug relay's settings may take in all. Each config set gets a copy,
-// so that a small file with many of both would fill any host. Real relays have some hundred sets
-// with some ten settings, a thousandth of this.
+// Limit of the memory for all copies of the plug relay's settings. Each config set gets a copy, so
+// a small file with many of both could fill any host. Real relays have hundreds of sets with tens
+// of settings, a thousandth of this.
 static constexpr std::int64_t PLUG_COPIES_BYTES = std::int64_t{256} << 20;
 
 static bool has_text(frag *node, const char *key, const char *text)
@@ -30,7 +30,7 @@ static bool has_text(frag *node, const char *key, const char *text)
     return value != nullptr && std::strcmp(value, text) == 0;
 }
 
-// The number of the entry that holds the address, or the one behind the highest number.
+// The number of the entry that holds the address, or the next after the highest number.
 static std::int64_t number_for_address(const frag *list, const char *address)
 {
     std::int64_t highest = 0;
@@ -64,7 +64,7 @@ static void set_bind_port(frag *proxy, const frag *port)
         set_frag_value(bind_port, "", 0);
 }
 
-// Makes a proxy of one config set of the plug relay. The proxy has what the relay has.
+// Makes a proxy of one config set of the plug relay, with a copy of the relay's settings.
 static void make_plug_proxy(frag *proxies, frag *plug, frag *config_set)
 {
     frag *proxy = fsetp(&proxies->child, fragname(config_set), nullptr, proxies);
@@ -77,7 +77,7 @@ static void make_plug_proxy(frag *proxies, frag *plug, frag *config_set)
     push_child(sets, config_set);
 }
 
-// The config sets for which there was no room stay with the relay, as they are.
+// Leaves the config sets that exceed the limit with the relay, unchanged.
 static void keep_plug_relay(frag *proxies, frag_ptr plug, frag_ptr sets, frag *rest)
 {
     UNIQUE_DATA_T uniq = UNIQUE_DATA;
@@ -107,7 +107,7 @@ static void split_plug_relay(frag **head, frag *proxies)
         keep_plug_relay(proxies, std::move(plug), std::move(sets), rest);
 }
 
-// Moves the states that the map knows into the proxies; the others stay, in reverse order.
+// Moves the states that are in the map into the proxies; the others stay, in reverse order.
 static void move_states(frag *states, frag *proxies, proxy_map map)
 {
     frag *rest = take_children(states);

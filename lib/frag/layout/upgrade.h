@@ -1,4 +1,4 @@
-// The step from layout 4.1, or an older one, to the current layout. It runs once, right after
+// The upgrade from layout 4.1, or an older one, to the current layout. It runs once, right after
 // the import and before anything reads the tree.
 #pragma once
 
@@ -13,7 +13,7 @@ struct frag;
 //   filled in by the platform's map (lib/frag/layout/proxy_map.h)
 //   head  address of the tree's head
 // Returns 1 if the tree has no `def_proxy` and only the first step was done, else 0.
-// Reports the sets that stayed, once, and nothing else. Meant for a tree that needs it, as
-// `gui_client` or `def_proxy_plug-relay` in it shows: the last step changes trees of the current
-// layout as well.
+// Reports the sets that stayed, once, and nothing else. Call it only for a tree that needs it,
+// which `gui_client` or `def_proxy_plug-relay` shows: the last step changes trees of the current
+// layout too.
 int up41(frag **head);

@@ -1,5 +1,5 @@
-// The walks of netobj.h, netobj_text.h and pattern.h for callbacks that take a word of their
-// caller's as their last argument: it is handed to each call as it is.
+// The walks of netobj.h, netobj_text.h and pattern.h for callbacks with a context argument: the
+// caller's `word`, passed unchanged to each call as the last argument.
 #pragma once
 
 #include "lib/frag/objects/netobj.h"
@@ -12,7 +12,7 @@
 namespace flatlink
 {
 
-// A callback that hands `word` on to `callback`.
+// A callback that passes `word` on to `callback`.
 template <typename Function, typename Word>
 object_callback object_callback_with(Function callback, Word word)
 {

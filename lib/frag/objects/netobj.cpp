@@ -37,7 +37,7 @@ static void visit_member(frag **db, const list_member &member, const object_call
     }
 }
 
-// Visits the members of a list that is not empty; `owner` is the object that it is the inside of.
+// Visits the members of a list that is not empty; `owner` is the object that contains it.
 static int visit_members(frag **db, frag **list, const frag *owner, const object_callback &callback)
 {
     const open_object level(owner, true);

@@ -44,8 +44,8 @@ static int give_addr(text_walk &walk, frag *obj, const char *key)
     return walk.give(addr != nullptr ? addr : key);
 }
 
-// Two children name objects whose addresses make the text, with `mark` between them; one of them
-// alone is given as it is.
+// Joins the addresses of the objects that two children name, with `mark` between them. If only one
+// is there, its address is the text.
 static int give_pair(text_walk &walk, frag *obj, const char *first_key, const char *second_key,
                      char mark)
 {
@@ -92,7 +92,7 @@ static int give_peer(text_walk &walk, frag *obj, const char *key)
     if (!same_word(text_of(child_value(obj, "include-sgo")), "off")) {
         frag *gateway = find_object(walk.db, child_value(obj, "ip-address"), obj);
         if (gateway != nullptr)
-            (void)text_of_object(walk, gateway, key); // the network's result is the peer's
+            (void)text_of_object(walk, gateway, key); // the network's result counts for the peer
     }
     frag *network = find_object(walk.db, child_value(obj, "network"), obj);
     const int result = network == nullptr ? walk.give(key) : text_of_object(walk, network, key);
@@ -147,7 +147,7 @@ static int text_of_object(text_walk &walk, frag *obj, const char *key)
     for (const type_row &row : type_rows)
         if (same_word(type, row.type))
             return row.give(walk, obj, key);
-    // No object of a known type: a literal address passes through.
+    // Not an object of a known type: pass a literal address through.
     return walk.give(key);
 }
 
@@ -159,7 +159,7 @@ int enum_netobj6(frag **db, frag *obj, const char *key, const text_callback &cal
 
 // ---- the older form
 
-// The group that a key names with its mark in front; `is_marked` tells whether there was a mark.
+// The group that a key names after its "$$NETOBJ." mark; `is_marked` receives whether it has one.
 static frag *marked_group(frag **db, const char *key, bool &is_marked)
 {
     constexpr std::string_view GROUP_MARK = "$$NETOBJ.";
@@ -244,7 +244,7 @@ int n2n_func(frag *element, const char *text)
 std::string &netobj_to_netperm(frag **db, const char *key)
 {
     netperm_text.clear();
-    // A group of the older form gives list elements, and no text.
+    // A group of the older form yields list elements, not texts.
     bool is_marked = false;
     (void)marked_group(db, key, is_marked);
     frag *obj = is_marked ? nullptr : ffind(db, key);

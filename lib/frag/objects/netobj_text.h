@@ -7,8 +7,8 @@
 
 struct frag;
 
-// Called for each text: the list element it belongs to, null for all text of enum_netobj6, and
-// the text, which is valid during the call only.
+// Called for each text with the list element that it belongs to (always null in enum_netobj6), and
+// the text, which is valid only during the call.
 using text_callback = std::function<int(frag *element, const char *text)>;
 
 // Longest text of a two-part object ("start-end", "addr:mask") and of a client; more is cut.
@@ -17,13 +17,13 @@ inline constexpr std::size_t OBJECT_TEXT_SIZE = 8191;
 // Longest text of netobj_to_netperm; more is cut.
 inline constexpr std::size_t NETPERM_TEXT_SIZE = 8099;
 
-// Gives the texts of the object at `key`; a key that names no object is given itself. A key that
-// begins with "$$NETOBJ." names a group of the older form. Returns 1 when that group is missing,
-// else what the walk returned.
+// Passes the texts of the object at `key` to the callback, or `key` itself if it names no object. A
+// key that begins with "$$NETOBJ." names a group of the older form. Returns 1 when that group is
+// missing, else the walk's result.
 int enum_netobj(frag **db, const char *key, const text_callback &callback);
 
-// Gives the texts of `obj`, which may be null; `key` is the text to fall back on. Returns the
-// last callback's result, 0 when there was none.
+// Passes the texts of `obj`, which may be null, to the callback; `key` is the fallback text.
+// Returns the last callback's result, 0 if it was never called.
 int enum_netobj6(frag **db, frag *obj, const char *key, const text_callback &callback);
 
 // The same for the older form of objects, in the top-level lists netobj_list and netobj_group.
@@ -35,12 +35,12 @@ int enum_netobj42(frag **db, const char *key, const text_callback &callback);
 int enum_netgroup(frag **db, frag *group, const char *key, const text_callback &callback);
 int enum_netlist(frag **db, frag *list, const char *name, const text_callback &callback);
 
-// All texts of the object at `key`, in walk order, separated by single blanks; empty when the key
-// finds nothing. A shared text, which the caller may change and the next call overwrites.
+// All texts of the object at `key`, in walk order, separated by single blanks; empty when there are
+// none. A shared text, which the caller may change and the next call overwrites.
 std::string &netobj_to_netperm(frag **db, const char *key);
 
 // The text callback of netobj_to_netperm: adds to its shared text. Always 0.
 int n2n_func(frag *element, const char *text);
 
-// True for a text that is there, is not empty, and is neither "never" nor "inherit" in any case.
+// True for a text that is neither null, empty, "never" nor "inherit" (in any case).
 bool is_authon(const char *text);

@@ -17,7 +17,7 @@ namespace
 {
 
 struct known_list {
-    bool keeps_order = true; // sorting it again changes nothing
+    bool keeps_order = true; // sorting it again would change nothing
     std::vector<list_member> members;
 };
 
@@ -81,7 +81,7 @@ int flatlink::open_groups()
 
 // ---- counts and reports
 
-// What a walk outside of a run counts ends with it.
+// The counts of a walk outside of a run end with the walk.
 static void start_lone_walk()
 {
     if (!walks.in_run && walks.nesting == 0)
@@ -196,7 +196,7 @@ bool peer_path::leads_back_to(const frag *peer) const
 
 // ---- members of groups
 
-// Temporary objects come and go during a run; nothing about them is kept.
+// Temporary objects come and go during a run, so they are not cached.
 static bool is_temporary(const frag *node)
 {
     while (node->parent != nullptr)
@@ -237,8 +237,8 @@ static known_list *known_members(frag **list)
         return nullptr;
     known_list &known = walks.lists[list];
     sort_frags(list);
-    // Names of digits and letters have no order that holds for any three of them, so that a list
-    // may come out of each sort in another order.
+    // The order of names that mix digits and letters is not transitive, so each sort of a list may
+    // give another order.
     known.keeps_order = is_in_order(*list);
     for (frag *node = *list; node != nullptr && known.keeps_order; node = node->next)
         known.members.push_back({.node = node});

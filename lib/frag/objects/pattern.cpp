@@ -28,7 +28,7 @@ static std::size_t skip(std::string_view text, std::size_t pos, std::string_view
     return std::min(text.find_first_not_of(set, pos), text.size());
 }
 
-// Reads the octets; 0 when the text is octets alone, else the result of convert_pat.
+// Reads the octets. Returns 0 when the text is nothing but octets, else convert_pat's result.
 static int read_octets(std::string_view text, dotted_pattern &pattern)
 {
     std::size_t octet = 0;
@@ -96,7 +96,7 @@ static std::vector<std::string> words_of(std::string_view text)
     return words;
 }
 
-// Groups taken out of the tree, with all that a configuration may have put below them.
+// Groups unlinked from the tree, with everything that a configuration put below them.
 static std::vector<frag_ptr> replaced_groups;
 
 void flatlink::free_replaced_patterns()
@@ -104,7 +104,7 @@ void flatlink::free_replaced_patterns()
     replaced_groups.clear();
 }
 
-// Makes a group of temporary pattern objects, one a word; null if the tree does not take it.
+// Makes a group of temporary pattern objects, one per word; null if the tree does not accept it.
 static frag *make_pattern_group(frag **db, std::string_view text, const std::string &tag)
 {
     const std::string members_key = "temp_patgroup_" + tag + "_elem";
@@ -112,7 +112,7 @@ static frag *make_pattern_group(frag **db, std::string_view text, const std::str
     frag *members = fset(db, members_key.c_str(), nullptr);
     if (members->parent == nullptr)
         return nullptr;
-    // A word makes three nodes, which stay in memory until the list is replaced and no more held.
+    // A word makes three nodes, which stay in memory until free_replaced_patterns.
     constexpr long long WORD_STEPS = 100;
     int number = 0;
     for (const std::string &word : words_of(text)) {

@@ -5,17 +5,17 @@
 
 #include <string>
 
-// Rewrites a pattern of up to four octets ("10.1.*", "10.1", "*") to "address:mask" in place.
-// Returns 0 when it did, 1 for a plain address or pair of addresses, which stays, and -1 for null
-// and for what is no address pattern, which stays too.
+// Rewrites a pattern of up to four octets ("10.1.*", "10.1", "*") to "address:mask" in place and
+// returns 0. Leaves other texts alone: returns 1 for a plain address or pair of addresses, and -1
+// for null and for anything else.
 int convert_pat(std::string *text);
 
-// One pattern is normalised in place: 1 is returned, and *typeout becomes "dns" for a name, whose
-// leading stars and points go, "ipnet" for a wildcard address, and stays for a plain one.
-// A text with blanks is a list: for each word a temporary object of type pattern is made, and the
-// callback is given all of them; 0 is returned. 0 also for null.
+// Normalises a single pattern in place and returns 1; *typeout becomes "dns" for a name, whose
+// leading stars and points are removed, "ipnet" for a wildcard address, and is unchanged for a
+// plain one. A text with blanks is a list: makes a temporary object of type pattern for each word,
+// passes each to the callback, and returns 0. Returns 0 for null too.
 //   tag      names the temporary objects, which stay in the tree until the next list with this
-//            tag; walks with one tag must not be nested
+//            tag; walks with the same tag must not be nested
 //   typeout  may be null
 int enum_pattern(frag **db, std::string *text, const object_callback &callback, const char *tag,
                  const char **typeout);
@@ -23,8 +23,8 @@ int enum_pattern(frag **db, std::string *text, const object_callback &callback, 
 namespace flatlink
 {
 
-// Frees the temporary groups that later lists have replaced. Until then they stay in memory, as
-// a walk may be inside of one: call this where none is, between two rules or pools.
+// Frees the temporary groups that later lists have replaced. They are kept until then because a
+// walk may be inside one; call between two rules or pools, when no walk is active.
 void free_replaced_patterns();
 
 } // namespace flatlink

@@ -89,7 +89,7 @@ int cffreetree(cfnode **index)
     return 0;
 }
 
-// One above the full count says that the trie is due.
+// One above the full count marks that the trie is due.
 void flatlink::count_new_child(frag *node)
 {
     frag *parent = node->parent;
@@ -125,8 +125,8 @@ static void finish_node(frag *node)
         free_name_index(std::exchange(node->names, nullptr));
 }
 
-// Each list is reversed as its nodes are left, those below first: the newest node to the oldest,
-// which is how they lie in memory.
+// Reverses each list after the lists below it: this visits nodes from the newest to the oldest, the
+// order in which they lie in memory.
 int fnewcleanup(frag **head)
 {
     struct open_list {

@@ -1,5 +1,5 @@
-// The child-name trie: while an import runs, a parent with many children says at once that it
-// has no child of some name. It can only say no; who holds a yes still asks the list.
+// The child-name trie, kept by parents with many children while an import runs. A negative filter:
+// a miss is certain, a hit must be confirmed in the list.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,12 @@ struct frag;
 // One character of the names. Levels are unsorted lists, newest first.
 struct cfnode {
     std::int32_t character = 0; // the byte, sign-extended
-    cfnode *next = nullptr;     // another character at the same place of a name
+    cfnode *next = nullptr;     // another character at the same position of a name
     cfnode *child = nullptr;    // characters that may follow
     frag *node = nullptr;       // the child whose name ends here
 };
 
-// A new trie node for one character, the caller's; null without memory.
+// A new trie node for one character, owned by the caller; null without memory.
 cfnode *cfnew(std::int32_t character);
 
 // The trie node at the end of `key`'s first part if a child's name ends there, else null. The
@@ -31,20 +31,20 @@ int cffree(cfnode *node);
 // Frees a level with all below it and clears its head; 1 for a null address, else 0.
 int cffreetree(cfnode **index);
 
-// Says that `node` has just been linked under its parent by an import. The parent counts it, and
-// keeps a trie of its children's names from the seventeenth on. Returns 1 if the node or its
-// parent is missing, else 0.
+// Call when an import has linked `node` under its parent. The parent counts it, and keeps a trie of
+// its children's names from the seventeenth on. Returns 1 if the node or its parent is missing,
+// else 0.
 int fnewchild(frag *node);
 
 namespace flatlink
 {
 
-// The same for an import that looks names up in other ways: the trie is due from the seventeenth
-// child on, but made by make_due_trie alone.
+// The same for notations that look names up in other ways: from the seventeenth child on the trie
+// is due, but only make_due_trie makes it.
 void count_new_child(frag *node);
 
-// Makes the trie of a node that is due and has none, of the children that it has. Returns true if
-// the node has a trie now.
+// Makes the trie of a node's present children if it is due and missing. Returns true if the node
+// has a trie now.
 bool make_due_trie(frag *parent);
 
 } // namespace flatlink

@@ -15,9 +15,9 @@
 
 using namespace flatlink;
 
-// A node lies in one block with the name that it is born with: trees hold millions of nodes, and
-// one allocation for both saves a third of the memory and of the time. A later name has a block
-// of its own. The name begins where the last field ends, in the bytes that round the node up.
+// A node and its first name share one block: trees hold millions of nodes, and one allocation for
+// both saves a third of the memory and the time. A later name gets a block of its own. The name
+// begins right after the last field, in what would be padding.
 constexpr std::size_t INBORN_NAME_AT = offsetof(frag, names) + sizeof(frag::names) + 4;
 
 static char *inborn_name(frag *node)
@@ -51,7 +51,7 @@ static void free_node(frag *node)
 
 frag *newsymfrag(std::string_view name)
 {
-    name = name.substr(0, name.find('\0')); // the end mark tells the size when the node is freed
+    name = name.substr(0, name.find('\0')); // free_node takes the size from the NUL terminator
     void *block = allocate_node(node_size(name));
     if (block == nullptr)
         outofcore();
@@ -111,13 +111,13 @@ void flatlink::set_frag_value(frag *node, const char *text, std::size_t length)
     write_frag_value(node, 0, text, length);
 }
 
-// Frees the lists below one at a time through a chain, since a tree may be deeper than the stack.
+// Chains the lists below and frees them one by one: a recursion could be deeper than the stack.
 void freefrag(frag *node)
 {
     if (node == nullptr)
         return;
     if (node->is_unlisted == 0)
-        drop_name_indexes(); // of the lists that it may have been unlinked from by hand
+        drop_name_indexes(); // a caller may have unlinked it by hand from an indexed list
     frag *rest = std::exchange(node->child, nullptr);
     free_node(node);
     std::vector<frag *> open_lists;
@@ -146,7 +146,7 @@ void flatlink::free_fraglist(frag **head)
     }
 }
 
-// Takes the first part off a key. `more` says whether another part follows it.
+// Removes the first part from a key. `more` receives whether another part follows.
 static std::string_view take_part(const char *&key, bool &more)
 {
     const std::size_t length = std::strcspn(key, "_=");
@@ -167,7 +167,7 @@ frag *ffind(frag **head, const char *key)
         const char *start = key;
         bool more = false;
         const std::string_view part = take_part(key, more);
-        // While an import runs, a trie may know better. It holds no empty name.
+        // While an import runs, a trie may rule the name out. Empty names are not in it.
         if (first->parent != nullptr && first->parent->index != nullptr && !part.empty() &&
             cffind(&first->parent->index, start) == nullptr)
             return nullptr;
@@ -200,7 +200,7 @@ const char *fval(frag **head, const char *key)
 
 static void replace_value(frag *node, const char *value)
 {
-    // The copy comes first: `value` may lie inside the old text.
+    // Copies before freeing: `value` may lie inside the old text.
     char *copy = nullptr;
     const std::size_t length = value == nullptr ? 0 : std::strlen(value);
     if (value != nullptr) {
@@ -273,7 +273,7 @@ frag *fdel(frag **head, const char *key)
     }
 }
 
-// Copies one list; the children are left to the caller, paired with the copies they belong to.
+// Copies one list without children. The caller copies those, from the pairs of node and copy.
 static frag *copy_list(const frag *source, frag *parent,
                        std::vector<std::pair<const frag *, frag *>> &open_nodes)
 {

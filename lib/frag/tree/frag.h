@@ -23,9 +23,9 @@ struct frag {
     char *value = nullptr;  // null and empty differ: a node may exist only to hold children
     std::int32_t vlen = 0; // value bytes that count; an import may leave it below the text's length
     std::uint32_t flags = 0;
-    cfnode *index = nullptr;           // trie of the children's names, only while an import runs
-    name_index *names = nullptr;       // where they are, once a search went far (name_index.h)
-    std::uint32_t origin : 31 = 0;     // where the value came from (origin.h)
+    cfnode *index = nullptr;       // trie of the children's names, only while an import runs
+    name_index *names = nullptr;   // index of the children, made by long searches (name_index.h)
+    std::uint32_t origin : 31 = 0; // where the value came from (origin.h)
     std::uint32_t is_unlisted : 1 = 1; // no index knows the node (name_index.h)
 };
 
@@ -43,11 +43,11 @@ enum frag_flag : std::uint32_t {
     FRAG_ASKED = 0x10000,     // the value was asked for (origin.h); no part of a copy
 };
 
-// Finds a node; creates nothing. Null for a null key, an empty list or an absent name. Among
-// equal names the first in list order answers. The node stays the tree's.
+// Finds a node; creates nothing. Null for a null key, an empty list or an absent name. Of equal
+// names the first in list order is found. The tree keeps the node.
 frag *ffind(frag **head, const char *key);
 
-// The same; the name under which the import asks.
+// The same, under the name that the import uses.
 frag *fnewfind(frag **head, const char *key);
 
 // `key2` among the children of the node at `key1`; null if either is absent.
@@ -69,12 +69,12 @@ frag *fset(frag **head, const char *key, const char *value);
 // fset among the children of *node, with the parent links repaired. Returns the node set.
 frag *fset_list(frag **node, const char *key, const char *value);
 
-// Takes the node at `key` out of its list and hands it over: the caller frees it. Its `next`
-// keeps the old value. Null when there is no such node.
+// Unlinks the node at `key` and hands it over to the caller, who frees it. Its `next` keeps the old
+// value. Null when there is no such node.
 frag *fdel(frag **head, const char *key);
 
-// Frees a node with its name, value and descendants; null is allowed. Never looks at `next`, nor
-// at the node above, which may be gone.
+// Frees a node with its name, value and descendants; null is allowed. Never reads `next` or the
+// parent, which may have been freed.
 void freefrag(frag *node);
 
 namespace flatlink
@@ -85,7 +85,7 @@ void free_fraglist(frag **head);
 
 } // namespace flatlink
 
-// A new unlinked node named by `name` as it stands, all else empty. The caller owns it.
+// A new unlinked node with the stored name `name`, all else empty. The caller owns it.
 frag *newsymfrag(std::string_view name);
 
 // The same with the first `length` bytes of `text` as its name.
@@ -104,11 +104,11 @@ frag *copy_fragtree(frag **head, frag *parent);
 namespace flatlink
 {
 
-// Gives the node `length` bytes of `text` as its value, ended by a NUL; `vlen` becomes `length`.
+// Makes `length` bytes of `text`, and a NUL terminator, the node's value; `vlen` becomes `length`.
 void set_frag_value(frag *node, const char *text, std::size_t length);
 
-// Writes `length` bytes at `offset` into the node's value, which is enlarged or made as needed
-// and ends behind them; `vlen` becomes their end. `offset` is at most the value's length.
+// Writes `length` bytes at `offset` into the node's value, which is made or enlarged as needed and
+// ends after them; `vlen` becomes their end. `offset` is at most the value's length.
 void write_frag_value(frag *node, std::size_t offset, const char *bytes, std::size_t length);
 
 // Escapes '_' and '%' of `plain` for a stored name.
@@ -116,7 +116,7 @@ std::string escaped_name(std::string_view plain);
 
 } // namespace flatlink
 
-// Unlinked nodes that somebody holds for the length of a block.
+// Owner for an unlinked node.
 struct frag_deleter {
     void operator()(frag *node) const { freefrag(node); }
 };

@@ -11,7 +11,7 @@
 
 using namespace flatlink;
 
-// The owner of the list is known here, so that it does not matter what its first node says.
+// Takes the owner of the list as given, because the first node's parent link may be wrong.
 static void drop_index_of(frag *node)
 {
     if (node->names != nullptr)
@@ -56,8 +56,8 @@ frag *flatlink::add_child(frag *parent, std::string_view name)
     return node;
 }
 
-// renamefrag drops the index of the parent's list, or every index if there is no parent; an
-// empty list of our own spares both.
+// renamefrag drops the index of the parent's list, or all indexes without a parent. A temporary
+// parent with an empty list avoids both.
 void flatlink::rename_unlinked(frag *node, const char *plain)
 {
     frag nobody;

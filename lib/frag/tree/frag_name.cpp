@@ -36,7 +36,7 @@ int hex_digit(char c)
     return 0;
 }
 
-// Replaces each '%' and the two bytes behind it by the byte they stand for, in place.
+// Replaces each '%' and the two bytes after it by the byte that they encode, in place.
 void decode_escapes(char *text)
 {
     char *to = text;
@@ -51,7 +51,7 @@ void decode_escapes(char *text)
     *to = '\0';
 }
 
-// The text of fragkeyname while it grows.
+// The text of fragkeyname under construction.
 struct key_text {
     std::array<char, FRAGKEYNAME_SIZE> bytes{};
     std::size_t length = 0;
@@ -110,11 +110,11 @@ const char *fragname(const frag *node)
 
 const char *fragkeyname(const frag *node)
 {
-    // A part ends below this; behind it there is room for separators only.
+    // A part must end below this; the rest of the text has room for separators only.
     constexpr std::size_t PARTS_END = 1020;
     static key_text text;
 
-    static std::vector<const frag *> path; // kept for its memory: this is called for every link
+    static std::vector<const frag *> path; // reuses its memory: called for every link
     path.clear();
     for (; node != nullptr; node = node->parent)
         path.push_back(node);

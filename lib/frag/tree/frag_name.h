@@ -1,4 +1,4 @@
-// From a node back to its name or key, and the small comparisons of stored and plain names.
+// The name and the key of a node, and comparisons of stored with plain names.
 #pragma once
 
 #include <string_view>
@@ -11,7 +11,7 @@ struct access_prefix {
     unsigned flag;
 };
 
-// In the order in which a name shows them: one prefix at most is written.
+// In order of precedence: a name shows at most one prefix, the first that applies.
 inline constexpr access_prefix ACCESS_PREFIXES[] = {
     {"deny-", 0x02},
     {"permit-", 0x01},
@@ -33,24 +33,23 @@ inline constexpr int FRAGKEYNAME_SIZE = 1024; // the same of fragkeyname
 // Writes the node's name with its prefix, escapes decoded, and returns `buffer`; the empty text
 // for no node. A positive `limit` is the buffer's size in bytes: the name is cut to one less
 // before decoding, so that a cut can fall inside an escape. With `limit` -1 the caller provides
-// room for the prefix, the stored name and a NUL. A '%' with fewer than two bytes behind it
-// stays as it is.
+// room for the prefix, the stored name and a NUL. A '%' followed by fewer than two bytes is kept.
 char *copy_fragname_len(const frag *node, char *buffer, int limit);
 char *copy_fragname(const frag *node, char *buffer);
 
 // The same in a shared text of FRAGNAME_SIZE bytes, overwritten by the next call.
 const char *fragname(const frag *node);
 
-// The node's whole key, prefixes included and escapes kept, in a shared text that the next call
-// overwrites. A part that would bring it to 1020 bytes or beyond is left out; the '_' before it
-// stays, as far as the text has room.
+// The node's whole key, with prefixes and escapes, in a shared text that the next call overwrites.
+// A part that would make it 1020 bytes or longer is left out; the '_' before it stays if there is
+// room.
 const char *fragkeyname(const frag *node);
 
 // The byte of two hexadecimal digits of either case; any other character counts as 0.
 char hexconvert(const char *digits);
 
-// Names that look as if they had an access prefix: from the file's form to the tree's, and back.
-// A name in no row comes back itself. Views of constant text or of the argument.
+// Names that merely look as if they had an access prefix: from the file's form to the tree's, and
+// back. Other names are returned unchanged. Views of constant text or of the argument.
 std::string_view attr_remap(std::string_view name);
 std::string_view attr_revmap(std::string_view name);
 

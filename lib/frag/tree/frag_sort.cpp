@@ -68,8 +68,7 @@ static frag *merged(frag *a, frag *b)
     return result;
 }
 
-// Sorts a list and returns its head. The depth is the logarithm of the length, as each cut falls
-// near the middle.
+// Sorts a list and returns its head. Cuts near the middle, so the recursion depth is logarithmic.
 static frag *sorted(frag *list)
 {
     std::size_t in_order = 0;
@@ -95,7 +94,7 @@ int sort_frags(frag **head)
 {
     if (*head == nullptr)
         return 0;
-    // Most lists come sorted; only a change of order touches what is known of their names.
+    // Most lists are sorted already; only a change of order invalidates the name index.
     for (const frag *node = *head; node->next != nullptr; node = node->next) {
         if (fragmatch(node->name, node->next->name) > 0) {
             drop_name_index(head);

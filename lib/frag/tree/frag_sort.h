@@ -1,4 +1,4 @@
-// Order of siblings.
+// The order of siblings.
 #pragma once
 
 struct frag;

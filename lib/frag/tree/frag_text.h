@@ -1,4 +1,4 @@
-// Values of the tree as texts, and plain listings of it.
+// Values of the tree as texts, and plain listings of a tree.
 #pragma once
 
 #include <cstdio>
@@ -19,8 +19,8 @@ int frag_istrue(const char *text);
 // A heap copy that the caller frees with std::free; without memory the process ends.
 char *frag_strdup(const char *text);
 
-// In every node with a value and `vlen` of at least 1, cuts blanks, tabs, CR and LF from the
-// counted end: they become NUL and `vlen` falls. Returns 0.
+// In every node with a value and a `vlen` of at least 1, removes blanks, tabs, CR and LF from the
+// counted end: they become NUL, and `vlen` decreases. Returns 0.
 int strip_crlf_tree(frag **head);
 
 // Writes each sibling that has a value as key, '=', the counted value bytes and a newline, then
@@ -28,6 +28,6 @@ int strip_crlf_tree(frag **head);
 // has no effect. Returns 0.
 int export_frags(const frag *first, std::FILE *stream, int spare);
 
-// A listing for diagnosis on the standard output, children indented below their parent. Bytes of
-// a value outside printable ASCII become '#' in the tree itself. Returns 0.
+// Prints a listing for debugging on the standard output, children indented below their parent.
+// Changes the tree: bytes of a value outside printable ASCII become '#'. Returns 0.
 int dump_frags(frag *first, int indent);

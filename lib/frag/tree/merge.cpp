@@ -18,7 +18,7 @@ struct open_merge {
 
 } // namespace
 
-// Starts with the list `*head`; a list that is copied whole leaves nothing to do.
+// Begins to merge the list `*head`; nothing is left to do if it was copied whole.
 static void start_merge(std::vector<open_merge> &open, frag **head, frag *destination)
 {
     if (*head == nullptr)

@@ -10,7 +10,7 @@
 
 using namespace flatlink;
 
-// A walk of this many nodes costs about as much as a look into a table.
+// Walking this many nodes costs about as much as a hash look-up.
 static constexpr int WALKED_NODES = 12;
 
 static constexpr std::size_t SMALLEST_TABLE = 32;
@@ -42,7 +42,7 @@ static struct {
     name_index *index;
 } top_lists[] = {{&def_database, nullptr}, {nullptr, nullptr}};
 
-// Where the index of a list is kept; null for a list that may have other heads than this.
+// The place where the index of a list is kept; null for a list that may have several heads.
 //   node  any node of the list
 static name_index **place_of(frag **head, const frag *node)
 {
@@ -111,7 +111,7 @@ static void grow(name_index &index)
     }
 }
 
-// Enters a node under a name that leads nowhere yet, or takes an earlier node's place.
+// Enters a node under a name that is not in the index, or in place of an earlier node.
 static void enter(name_index &index, slot &place, std::uint32_t hash, frag *node)
 {
     const bool is_new = place.node == nullptr;
@@ -141,7 +141,7 @@ static void build(name_index &index, frag *first)
     for (frag *node = first; node != nullptr; node = node->next) {
         const std::uint32_t hash = hash_of(node->name);
         slot &place = slot_of(index, node->name, hash);
-        if (place.node == nullptr) // the first of a name answers
+        if (place.node == nullptr) // of equal names the first counts
             enter(index, place, hash, node);
         node->is_unlisted = 0;
         index.last = node;
@@ -154,7 +154,7 @@ static frag *look_up(name_index &index, std::string_view name)
     return slot_of(index, name, hash_of(name)).node;
 }
 
-// The answer of the list's index, which is made or made anew if it does not fit.
+// Asks the list's index, which is built, or rebuilt if it does not match the list.
 static frag *answer_of_index(name_index *&index, frag *first, bool is_fit, std::string_view name)
 {
     if (index == nullptr)
@@ -198,7 +198,7 @@ void flatlink::push_front(frag **head, frag *node)
             ++(*place)->length;
             node->is_unlisted = 0;
         } else {
-            (*place)->generation = 0; // it must not fit again once its first node comes back
+            (*place)->generation = 0; // must not match again if its first node returns
         }
     }
     *head = node;
@@ -215,7 +215,7 @@ void flatlink::drop_name_index(frag **head)
         return;
     name_index **place = place_of(head, *head);
     if (place == nullptr) {
-        // An index of these nodes may be kept where this head does not lead.
+        // Another head of these nodes may have an index of them.
         drop_name_indexes();
     } else if (*place != nullptr) {
         delete *place;

@@ -5,7 +5,7 @@
 
 using namespace flatlink;
 
-// The address sanitizer watches the edges of each allocation, so it gets each node by itself.
+// The address sanitizer checks the bounds of allocations, so under it each node is one.
 #if defined(__SANITIZE_ADDRESS__)
 #define NODES_ONE_BY_ONE 1
 #elif defined(__has_feature)
@@ -21,18 +21,18 @@ namespace
 {
 
 constexpr std::size_t STEP = alignof(void *); // sizes are rounded up to this
-constexpr std::size_t LARGEST = 256;          // what is larger is rare
-constexpr std::size_t BLOCK_SIZE = 1 << 20;   // the process keeps its blocks
+constexpr std::size_t LARGEST = 256;          // larger nodes are rare and come from malloc
+constexpr std::size_t BLOCK_SIZE = 1 << 20;   // blocks are never freed
 
-// Room that was given back, linked through its first bytes.
+// Released memory, linked through its first bytes.
 struct free_room {
     free_room *next;
 };
 
 std::array<free_room *, LARGEST / STEP + 1> free_rooms{};
 
-// What is left of the newest block. The first bytes of a block lead to the block before it, so
-// that all of them stay reachable.
+// The unused rest of the newest block. The first bytes of a block point to the block before it, so
+// that leak checkers find them all.
 char *rest = nullptr;
 std::size_t rest_size = 0;
 void *newest_block = nullptr;

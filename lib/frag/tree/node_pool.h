@@ -1,5 +1,5 @@
-// Memory for the nodes of trees. Trees hold millions of small nodes that live together: cut from
-// large blocks they cost less time, less room, and fewer trips to memory than one by one.
+// Memory for the nodes of trees. Trees hold millions of small nodes with similar lifetimes: cut
+// from large blocks they cost less time, less memory and fewer cache misses.
 #pragma once
 
 #include <cstddef>
@@ -7,10 +7,10 @@
 namespace flatlink
 {
 
-// Room of `size` bytes, aligned for pointers; null without memory. Give it back with the same size.
+// Memory of `size` bytes, aligned for pointers; null without memory. Release with the same size.
 void *allocate_node(std::size_t size);
 
-// Gives room back, for the next taker of that size; null is allowed.
+// Returns memory to the pool for the next node of that size; null is allowed.
 void release_node(void *room, std::size_t size);
 
 } // namespace flatlink

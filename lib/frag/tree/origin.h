@@ -1,10 +1,10 @@
-// Where the value of a node came from, and whether anybody asked for it: for programs that explain
-// a database. Reading and deriving need neither.
+// Where the value of a node came from, and whether it was ever read: for programs that explain a
+// database. The conversion needs neither.
 //
 // An import notes for each value the line of its file on which the value begins, and the notation.
-// Copies of a node keep both, and so do the passes that bring a tree to the current layout: what
-// they make of a value has the value's origin. Where a pass names a node by a value, a node
-// without an origin gets that of its name. A value that the program sets has none.
+// Copies of a node keep both. In the passes that bring a tree to the current layout, a value that
+// is derived from another gets its origin; a node without an origin that is named by a value gets
+// that value's. A value that the program sets has none.
 #pragma once
 
 #include "lib/frag/tree/frag.h"
@@ -18,7 +18,7 @@ enum class frag_notation : std::uint32_t {
     TAGS = 3, // the text of an element, or an attribute's value
 };
 
-inline constexpr std::int32_t LAST_ORIGIN_LINE = (1 << 29) - 1; // that of all later lines too
+inline constexpr std::int32_t LAST_ORIGIN_LINE = (1 << 29) - 1; // stands for all later lines too
 
 namespace flatlink
 {
@@ -46,11 +46,11 @@ constexpr frag_notation origin_notation(const frag *node)
     return static_cast<frag_notation>(node->origin >> 29);
 }
 
-// Says that the node's value, or its name, was made of that of `source`. A node keeps the origin
-// that it has.
+// Notes that the node's value, or its name, was derived from the value of `source`. A node that has
+// an origin keeps it.
 void take_origin(frag *node, const frag *source);
 
-// Notes that the node's value was asked for. fval, and the walks that read values past it, do so.
+// Notes that the node's value was read. fval does so, and walks that read values without it.
 inline void mark_asked(frag *node)
 {
     node->flags |= FRAG_ASKED;
@@ -61,8 +61,8 @@ inline bool was_asked(const frag *node)
     return (node->flags & FRAG_ASKED) != 0;
 }
 
-// Takes the marks off a list and all below it: the passes that bring a tree to the current layout
-// ask too.
+// Clears the marks of a list and all below it. Needed after the passes that bring a tree to the
+// current layout, which read values too.
 void clear_asked(frag **head);
 
 } // namespace flatlink

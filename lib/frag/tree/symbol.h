@@ -6,7 +6,7 @@ struct frag;
 // Head of the default tree, empty at start. The program owns its nodes until it ends.
 extern frag *def_database;
 
-// Address of the current tree's head; null means that nobody chose one yet.
+// Address of the current tree's head; null until one is chosen.
 extern frag **cur_database;
 
 namespace flatlink

@@ -94,7 +94,7 @@ static bool filter_line(session &now, std::string line)
     return fwall_say(STDOUT_FILENO, "line refused") == 0;
 }
 
-// Takes bytes of the client apart into lines. False when the session is over.
+// Splits the client's bytes into lines. False when the session is over.
 static bool take_client_bytes(session &now, std::string_view bytes)
 {
     while (!bytes.empty()) {

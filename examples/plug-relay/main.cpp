@@ -84,7 +84,7 @@ static bool is_allowed(const destination &to)
     return answer == DST_ALLOWED;
 }
 
-// The connected socket, whose address becomes the log's destination; negative behind a report.
+// The connected socket, whose address becomes the log's destination; negative after a report.
 static int connect_to(const destination &to)
 {
     sockaddr_in server{};
@@ -101,7 +101,7 @@ static int idle_limit_s()
     return entry != nullptr && entry->argc == 1 ? lenient_number(entry->argv[0]) : proxy_timeout;
 }
 
-// False behind a report.
+// False after a report.
 static bool find_session_limit(int &session_s)
 {
     const cfgrec *entry = cfg_first("session-timeout", policy_confp);

@@ -58,7 +58,7 @@ void read_from(session &own, side one)
     way.ended = got <= 0;
 }
 
-// Nobody takes the bytes of this half any more; the other half goes on.
+// The receiver of this direction is gone; the other direction goes on.
 void give_up(session &own, half &way, int error)
 {
     own.error = own.error == 0 ? error : own.error;
@@ -87,8 +87,8 @@ void deliver_from(session &own, side one)
     }
 }
 
-// What is to be waited for at a side. One that has nothing more to say and nothing more to hear is
-// left out, for the end of its connection would show all the time.
+// The events to poll for at a side. A side that has nothing left to send or receive is left out,
+// because poll would report its hang-up all the time.
 pollfd wanted(const session &own, side one)
 {
     const half &in = own.from[one];

@@ -1,10 +1,10 @@
-// Carries the bytes of two connections across, both ways, until both sides have said all.
+// Relays bytes between two connections, in both directions, until both sides have finished.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 
-// What ends a session that does not end by itself; limits below 1 are none.
+// Limits of a session that does not end by itself; below 1: no limit.
 struct relay_limits {
     int idle_s = 0;    // longest time in seconds in which no byte moves
     int session_s = 0; // longest time in seconds, whatever moves, from `begun` on
@@ -20,6 +20,6 @@ struct relay_result {
     std::uint64_t from_server = 0; // bytes delivered to the client
 };
 
-// Relays between two connected sockets, which stay the caller's. Each half is closed by itself,
-// after its last byte; when one breaks, what the other carries is still delivered.
+// Relays between two connected sockets, which stay the caller's. Each direction is closed
+// separately after its last byte; if one breaks, the other still delivers its data.
 relay_result relay(int client, int server, const relay_limits &limits);

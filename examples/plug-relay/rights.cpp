@@ -23,7 +23,7 @@ static bool is_done(const char *what, long result)
     return result == 0;
 }
 
-// The group to run as, -1 behind a report.
+// The group to run as, -1 after a report.
 static std::int32_t group_of_user()
 {
     const passwd *account = getpwuid(static_cast<uid_t>(proxy_runuid));
@@ -70,7 +70,7 @@ static bool drop_capabilities()
 bool give_up_rights()
 {
     const rlimit no_core{.rlim_cur = 0, .rlim_max = 0};
-    // A change of identity decides anew about dumps: they are switched off after it.
+    // After the change of identity, because that resets whether the process may dump core.
     return is_done("core files", setrlimit(RLIMIT_CORE, &no_core)) && take_identity() &&
            drop_capabilities() &&
            is_done("new privileges", prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0)) &&

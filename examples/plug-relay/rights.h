@@ -1,4 +1,4 @@
-// What a relay gives up once it knows where its client goes.
+// Drops a relay's privileges once it knows its client's destination.
 #pragma once
 
 // Takes on the identity of the table's `userid` and `groupid`, drops all capabilities, and makes

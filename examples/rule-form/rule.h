@@ -7,7 +7,7 @@
 
 enum rule_end : int { RULE_SAVED = 1, RULE_CANCELLED = 2 };
 
-// What a person enters. Buffers are the form's to write; texts end with a terminator.
+// The user's input. The form writes the buffers; texts are NUL-terminated.
 struct rule {
     static constexpr int NAME_ROOM = 32, SOURCE_ROOM = 64, SECRET_ROOM = 24, TARGET_ROOM = 64;
     char name[NAME_ROOM] = "";
@@ -18,7 +18,7 @@ struct rule {
     const char *service = nullptr; // the highlighted items of the menus
     const char *action = nullptr;
     const char *log_to = nullptr;
-    char status[64] = ""; // what the form has to say, in its last row
+    char status[64] = ""; // message in the form's last row
 };
 
 // What the form takes on the screen: down to its last hint, and across to the end of the field

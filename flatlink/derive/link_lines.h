@@ -1,5 +1,5 @@
-// Where a link is made: a pair of single networks is fed to the line parser field by field, as if
-// it stood in a flat file.
+// Makes links: a pair of single networks is fed to the line parser field by field, as if it came
+// from a flat file.
 #pragma once
 
 #include <cstddef>
@@ -8,12 +8,12 @@
 
 struct frag;
 
-// Longest working text of a link: names, keys and addresses. A longer one is cut, and a cut key is
-// what is looked up.
+// Longest working text of a link: names, keys and addresses. A longer one is cut; keys are looked
+// up after the cut.
 inline constexpr std::size_t LINK_TEXT_SIZE = 128;
 
-// Links of one run: their numbers have 16 bits. Two lists of patterns, one on each side of a rule,
-// multiply to any number.
+// Limit of links in one run, since their numbers have 16 bits. Needed because two lists of
+// patterns, one on each side of a rule, multiply.
 inline constexpr std::int32_t MAX_LINKS = 65'535;
 
 // An address text in its two parts, "address:mask" or "first-last"; the second is empty for a

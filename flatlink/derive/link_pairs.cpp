@@ -124,7 +124,7 @@ int vpn_enum_link_dst(frag **db, frag *obj, const char *type, frag *src)
 
 // ---- the endpoints of a VPN object
 
-// The trace shows where an object lies, as a sign that it was found.
+// The trace prints an object's pointer, to show whether it was found.
 static unsigned shown_pointer(const frag *obj)
 {
     return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(obj));
@@ -203,8 +203,8 @@ static void note_nested_peers(const frag *remote)
                    derivation.nested_peers + 1);
 }
 
-// Makes the links of the inner peer first. One that lies inside of itself is reported and skipped,
-// unless a group lies between: that ends the circle at its own second visit.
+// Makes the links of the inner peer first. A peer inside itself is reported and skipped, unless a
+// group lies between, which ends the cycle at its second visit.
 static bool add_nested_links(frag **db, frag *remote, frag *local)
 {
     if (derivation.remote_peers.leads_back_to(remote)) {
@@ -259,7 +259,7 @@ bool is_remote_type(const char *type)
 
 } // namespace
 
-// Keys are found out from the top of the tree, so that a deep object costs as many steps.
+// A key is built from the top of the tree, so the steps grow with the object's depth.
 static bool may_expand(const frag *vpnobj, const frag *remote, const frag *local)
 {
     long long steps = 30;

@@ -7,8 +7,8 @@
 
 struct frag;
 
-// Peers are links inside of peers to this depth, and in all this often in a run. Each level doubles
-// the links at least, so that a chain without an end would never come to one.
+// Limits of peers inside of peers: their depth, and their number in a run. Each level at least
+// doubles the links, so an endless chain would never finish.
 inline constexpr std::int32_t MAX_PEER_NESTING = 12;
 inline constexpr long MAX_NESTED_PEERS = 200'000;
 
@@ -39,7 +39,7 @@ int vpn_add_link(frag **db, frag *vpnobj, frag *peer);
 // other. A vpnclient has none to offer. Returns 1 when `second` is a vpnnetwork without a gateway.
 int vpn_add_chained_links(frag **db, frag *first, frag *second);
 
-// What stays fixed while the members of a side are walked.
+// The fixed part while the members of one side are walked.
 struct trust_context {
     frag *vpnobj; // the object that the links belong to
     frag *fixed;  // the other side

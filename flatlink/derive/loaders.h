@@ -1,5 +1,5 @@
-// What the tree holds besides rules: policies, settings and interfaces. Each value is rewritten as
-// a line of the flat file and handed to that line's parser.
+// Loads policies, settings and interfaces from the tree: each value becomes a line of the flat
+// file, which is passed to that line's parser.
 #pragma once
 
 struct frag;

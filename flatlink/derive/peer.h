@@ -1,4 +1,4 @@
-// What a VPN object says of itself: its gateway, its network, and the names that links show.
+// Queries of a VPN object: its gateway, its network, and the names that links show.
 #pragma once
 
 struct frag;

@@ -1,5 +1,4 @@
-// The walk over the rules, which finds those that concern a VPN: a rule with a VPN object on one
-// side implies links.
+// The walk over the rules. A rule with a VPN object on one side implies links.
 #pragma once
 
 #include "flatlink/derive/run_state.h"
@@ -9,7 +8,7 @@
 
 struct frag;
 
-// Marks the number of a proxy rule, so that its links go behind those of all packet filter rules.
+// Marks the number of a proxy rule, so that its links sort after those of all packet filter rules.
 inline constexpr std::uint32_t PROXY_RULE = 0x40000000;
 
 namespace flatlink

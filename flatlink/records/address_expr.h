@@ -6,7 +6,7 @@
 
 #include <string>
 
-// Longest part of an expression, before or behind its separator; more is cut.
+// Longest part of an expression, before or after its separator; a longer one is cut.
 inline constexpr std::size_t ADDRESS_PART_SIZE = 31;
 
 // Reads an expression. Null, empty and "*" are the whole address space.

@@ -49,7 +49,7 @@ template <auto &setting> void decode_switch(std::string_view value)
     setting = parsenametonum(onoff_list, value);
 }
 
-// What a parser says of a line is for its own callers: reading goes on. The first row that
+// Ignores the parsers' results, because reading goes on after a bad line. The first row that
 // matches decides.
 constexpr line_prefix line_prefixes[] = {
     {"ikePolicy_", [](std::string_view rest) { (void)add_partial_ikepol(rest); }},
@@ -91,7 +91,7 @@ u32 first_address(std::string_view value)
     return addr;
 }
 
-// The first element of a list speaks for it.
+// The first element of a list gives the side its address, mask and interface.
 void update_special_list(std::int32_t listno, std::string_view key, std::string_view value)
 {
     for (const auto &list : special_lists) {

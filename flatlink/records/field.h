@@ -1,11 +1,11 @@
-// One row a field: the word in its line, how a value is stored, printed and compared. A family of
-// records is one table of rows, in the order in which its lines are written; parser, writer, twin
-// test and whoever shows records read that table, so that a new field is a member and its row.
+// One row per field: the word in its line, and how a value is stored, printed and compared. A
+// family of records is one table of rows, in the order in which its lines are written. Parser,
+// writer, twin test and viewers read that table, so a new field is a member and its row.
 //
 //     {"rulenumber", as<decimal, &linkinfo::rulenumber>, NOT_WRITTEN | MAY_DIFFER},
 //
-// `as` takes a codec, which knows how a value of that type is read and written, and the member, or
-// the members one inside of the other. What fits no codec gets functions of its own.
+// `as` takes a codec, which reads and writes a value of that type, and the member, or a chain of
+// nested members. A field that fits no codec gets functions of its own.
 #pragma once
 
 #include "flatlink/records/line.h"

@@ -61,7 +61,7 @@ bool is_alias(const vpn_intf &intf)
     return intf.interface.find(':') != std::string::npos;
 }
 
-// Two records of one address are one interface known under two lists.
+// Merges two records with the same address: they are one interface that is in two lists.
 void merge(vpn_intf &kept, vpn_intf &other)
 {
     if (kept.location == 0)

@@ -22,7 +22,7 @@ void add_partial_swkey(std::string_view rest);
 namespace flatlink
 {
 
-// Invalidates the number index; to be called after removing records.
+// Invalidates the number index; call after removing records.
 void invalidate_swkey_index();
 
 // Writes the records, numbered from 1 with four digits.

@@ -1,5 +1,5 @@
-// What all line parsers and writers share: the cut of a line, messages, trace, and the lines of
-// one record on their way out.
+// Shared by all line parsers and writers: splitting a line, messages, the trace, and writing the
+// lines of one record.
 #pragma once
 
 #include "lib/ulib/address.h"
@@ -38,8 +38,8 @@ void condfprintf(std::FILE *stream, const char *format, ...) __attribute__((form
 namespace flatlink
 {
 
-// The same for a text between two others, without the flush: lines of which there are millions wait
-// in the stream's buffer for the next line that flushes.
+// The same for a text between two others, without the flush. For lines that come by the million:
+// they stay in the stream's buffer until another call flushes.
 void condfputs(std::FILE *stream, const char *before, const char *text, const char *after);
 
 } // namespace flatlink
@@ -47,11 +47,11 @@ void condfputs(std::FILE *stream, const char *before, const char *text, const ch
 // The stream of the trace and of the next save; null: no trace, and the save opens a file.
 extern std::FILE *fout;
 
-// Writes the lines of one record, each behind the record's prefix.
+// Writes the lines of one record, each with the record's prefix.
 class record_writer
 {
   public:
-    // `prefix` is what stands before each key, such as "vlink_3_".
+    // `prefix` precedes each key, for example "vlink_3_".
     record_writer(std::FILE *stream, std::string prefix);
 
     void text(std::string_view key, std::string_view value) const;
@@ -69,7 +69,7 @@ namespace flatlink
 std::string numbered(std::string_view name, std::int64_t number);
 std::string numbered_padded(std::string_view name, std::int32_t number);
 
-// A decimal number with zeros before it, up to that many digits; a sign comes on top.
+// A decimal number padded with zeros to that many digits, not counting a sign.
 std::string with_zeros(std::int32_t value, std::size_t least_digits);
 
 // A number in hexadecimal digits, without leading zeros.

@@ -17,7 +17,7 @@ using namespace flatlink;
 namespace
 {
 
-constexpr std::uint8_t TYPE_FIREWALL = 255; // a local side that is the firewall, towards anybody
+constexpr std::uint8_t TYPE_FIREWALL = 255; // the local side is the firewall, the remote one any
 
 const u32 LOOPBACK = network_order(INADDR_LOOPBACK);
 
@@ -57,7 +57,7 @@ int flatlink::lookup_error()
     return failed_lookup;
 }
 
-// Tells an answer that there is none from a question that could not be asked.
+// Notes an error that means that the look-up failed, not that there is no answer.
 static void note_lookup_error(int error)
 {
     if (failed_lookup == 0 && (error == ENOMEM || error == EMFILE || error == ENFILE))
@@ -201,7 +201,7 @@ static void settle_gateway(linkinfo &link)
     }
 }
 
-// Settles the link's addresses and says where it belongs.
+// Resolves the link's addresses and returns its sort key.
 static auto_key auto_key_of(linkinfo &link)
 {
     constexpr int ISSUER_BITS = 7; // the subject's bits stand above them

@@ -20,11 +20,11 @@ u32 getdnsname(const char *name);
 namespace flatlink
 {
 
-// errno of the first look-up of a name or a route that could not be made, for want of memory or
-// descriptors; 0 for none. Its answer was taken to be that there is none.
+// errno of the first look-up of a name or a route that failed for lack of memory or descriptors; 0
+// for none. Such a look-up counts as "not found".
 int lookup_error();
 
-// Drops the answers of the name service and the routes, and the error: a new run asks anew.
+// Drops the cached names, routes and the error, so that a new run looks everything up again.
 void clear_lookups();
 
 } // namespace flatlink

@@ -59,7 +59,7 @@ static void number_like_rules()
             link->rulenumber = link->linkno;
 }
 
-// Before twins are looked for: links over the external gateway may differ in what this replaces.
+// Runs before twins are removed: links over the external gateway may differ only in these fields.
 static void open_local_networks()
 {
     for (const auto &link : linkinfos) {
@@ -75,7 +75,7 @@ static void remove_later_twins()
 {
     std::unordered_set<const linkinfo *, twin_hash, twin_equal> kept;
     kept.reserve(linkinfos.size());
-    // Marks first and removes then: the set reads the records that it holds.
+    // Marks first, removes afterwards: the set compares the records that it points to.
     record_list<linkinfo> removed;
     for (auto &link : linkinfos)
         if (!kept.insert(link.get()).second)

@@ -124,9 +124,10 @@ static linkinfo *append_link(long number)
     return linkinfos.back().get();
 }
 
-// Numbers have 16 bits: a line with another never finds its record. Each such line makes one, and
-// as a record without a name is dropped in the end, only the line with the name has an effect.
-// The others fill a record that is not kept, unless it would be the first of its low 16 bits.
+// Numbers have 16 bits, so a line with a larger one never finds its record again: each such line
+// makes a record of its own. Records without a name are dropped at the end, so only the line with
+// the name has an effect; the others go to a discarded link, except the first of its low 16 bits,
+// whose record later lines in range would find.
 static linkinfo &record_out_of_range(long number, std::string_view key)
 {
     static linkinfo discarded_link;

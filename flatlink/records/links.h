@@ -26,8 +26,8 @@ int add_partial_linkinfo(std::string_view rest);
 // gateway the whole address space as local network, and removes all but the first of equal links.
 void finish_linkinfos();
 
-// The first record of the list that says the same as `record`, which may be itself: names, labels
-// and policies do not count, addresses, flags and authentication do.
+// The first record of the list that equals `record`, which may be `record` itself. Compares
+// addresses, flags and authentication, but not names, labels and policies.
 const linkinfo *find_twin_linkinfo(const linkinfo *record, const record_list<linkinfo> &list);
 
 // Both absent, or both there and equal.
@@ -45,7 +45,7 @@ void save_linkinfos(std::FILE *stream, const record_list<linkinfo> &list);
 namespace flatlink
 {
 
-// Invalidates the number index; to be called after renumbering or removing records.
+// Invalidates the number index; call after renumbering or removing records.
 void invalidate_link_index();
 
 } // namespace flatlink

@@ -1,5 +1,5 @@
-// What the line parsers do when memory runs out: the line is lost, its parser says so and reading
-// goes on. The records are not whole then: a program that writes them watches operator new.
+// Exhausted memory in line parsers: the line is lost, its parser reports it, and reading goes on.
+// The records are then incomplete; a program that writes them must watch operator new.
 #pragma once
 
 #include <new>

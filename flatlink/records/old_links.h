@@ -25,7 +25,7 @@ int add_partial_vpnlink(std::string_view rest, std::int32_t offset);
 namespace flatlink
 {
 
-// Invalidates the number index; to be called after renumbering or removing links.
+// Invalidates the number index; call after renumbering or removing links.
 void invalidate_vpnlink_index();
 
 } // namespace flatlink

@@ -54,8 +54,8 @@ template <typename policy> struct policy_finder {
     }
 };
 
-// The policy of that name, made if there is none, with the next number in order of appearance. A
-// number that has run over to 0 is not the highest, so that all later policies get it, too.
+// The policy of that name; a new one gets the next number in order of appearance. After an overflow
+// to 0 the highest number does not rise, so all later policies get 0 too.
 template <typename policy>
 policy &policy_named(record_stack<policy> &list, policy_finder<policy> &finder,
                      const std::string &name)
@@ -134,9 +134,9 @@ void save_policies(std::FILE *stream, const record_stack<policy> &list,
     }
 }
 
-// Brings the proposals of a policy into their final order and drops those that `keep` refuses. Of
-// two with one number the newer comes first. Finished ones have no number: a second run leaves
-// them in their order, ahead of what came since.
+// Sorts the proposals of a policy by number and drops those that `keep` refuses. Of two with the
+// same number the newer comes first. Finished ones have no number: a second call keeps their order
+// and puts them before newer ones.
 template <typename proposal, typename predicate>
 void finish_proposals(record_stack<proposal> &props, predicate keep)
 {

@@ -88,7 +88,7 @@ mcpool &pool_named(const std::string &name)
 
 constinit const field_table<mcpool> flatlink::pool_fields = fields_of_pool;
 
-// Numbers with an ending after them wrap where the others are brought into their range.
+// Numbers followed by an ending wrap, all others are clamped.
 static std::int32_t take_entry_number(const entry_field &field, std::string_view &rest)
 {
     return field.ending.empty() ? lenient_number(rest)
@@ -155,8 +155,8 @@ static bool is_no_address(u32 addr)
     return addr == 0 || addr == NOT_AN_ADDRESS;
 }
 
-// Removes the entries that `is_useless` names; the others move up, to the numbers from 0. Lines
-// that come later address them by these.
+// Removes the entries for which `is_useless` is true and renumbers the others from 0. Later lines
+// address them by the new numbers.
 template <typename entry_type, typename predicate>
 static void close_up(std::map<std::int32_t, entry_type> &entries, predicate is_useless)
 {
@@ -167,7 +167,7 @@ static void close_up(std::map<std::int32_t, entry_type> &entries, predicate is_u
     entries = std::move(kept);
 }
 
-// A network of all zeros means every network, and then no other counts.
+// A network of all zeros means every network and makes all others redundant.
 static void finish_networks(mcpool &pool)
 {
     const auto everything = std::find_if(pool.net.begin(), pool.net.end(), [](const auto &entry) {
@@ -182,7 +182,7 @@ static void finish_networks(mcpool &pool)
     });
 }
 
-// False when the pool has nothing to give.
+// False when the pool has no addresses to assign.
 static bool finish_pool(mcpool &pool)
 {
     close_up(pool.addr, [](const mcpool_range &range) { return is_no_address(range.addr); });

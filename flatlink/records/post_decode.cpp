@@ -62,7 +62,7 @@ int post_decode()
     if (std::exchange(swipelinks, 0) != 0)
         upgrade_swipe_links();
     build_host_name();
-    finish_intfs(); // before the links, whose sort asks what the firewall's addresses are
+    finish_intfs(); // before the links, whose sort needs the firewall's addresses
     find_default_route();
     finish_linkinfos();
     finish_ikepols();

@@ -1,4 +1,4 @@
-// Lists of records, and how a record is found by what its lines bear.
+// Lists of records, and an index that finds a record by the number or name in its lines.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 #include <unordered_map>
 #include <vector>
 
-// Most lines make their record at the end of its list, those of policies at the front.
+// New records go to the end of a list, those of policies to the front.
 template <typename record> using record_list = std::vector<std::unique_ptr<record>>;
 template <typename record> using record_stack = std::list<std::unique_ptr<record>>;
 
-// Finds the first record of a list with a given key. Stands beside the list while lines are read,
-// and follows it as it grows; a step that removes records, or changes keys, calls invalidate(). A
-// failed allocation leaves the index as it was.
-//   key   a pointer to the key's member, or a function that gives the key of a record
+// Finds the first record of a list with a given key. Kept beside the list while lines are read, and
+// extended as it grows; call invalidate() after removing records or changing keys. A failed
+// allocation leaves the index unchanged.
+//   key   a pointer to the key's member, or a function that returns the key of a record
 template <typename record, auto key, typename list_type = record_list<record>> class record_index
 {
     using key_type = std::remove_cvref_t<std::invoke_result_t<decltype(key), record &>>;
@@ -48,7 +48,7 @@ template <typename record, auto key, typename list_type = record_list<record>> c
         }
     }
 
-    // The newest record stands first, and so it is the one that is found.
+    // The newest record is the first of the list, so it replaces an older one in the index.
     void follow(const record_stack<record> &list)
     {
         auto added = std::next(list.begin(), static_cast<std::ptrdiff_t>(list.size() - seen_));

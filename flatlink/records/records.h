@@ -1,8 +1,8 @@
 // The VPN data of one run: plain records in lists, filled line by line, finished once and then
-// printed. A record is identified by the number or name that its lines bear.
+// printed. The number or name in its lines identifies a record.
 //
-// A text field that is empty is absent, where nothing else is said.
-// Addresses and masks are in network byte order, NOT_AN_ADDRESS for what is none.
+// An empty text field means absent, unless stated otherwise. Addresses and masks are in network
+// byte order, NOT_AN_ADDRESS for a text that is none.
 #pragma once
 
 #include "flatlink/records/record_list.h"
@@ -149,7 +149,7 @@ struct mcpool_net {
 };
 
 // One address pool. Entries are kept by the number of their lines, which may be anything up to
-// 2^31-1: what lies between two of them takes no room. Finishing numbers them anew, from 0.
+// 2^31-1: gaps take no memory. Finishing renumbers them from 0.
 struct mcpool {
     u32 mask = 0;
     std::int32_t expiry = 0, stale_limit = 0;
@@ -217,7 +217,7 @@ void reset_records();
 
 } // namespace flatlink
 
-// End a record that its list has released, or that was never in one; null is allowed.
+// Free a record that is in no list; null is allowed.
 inline void free_vpnlp(linkinfo *record)
 {
     delete record;

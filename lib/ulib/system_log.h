@@ -25,7 +25,7 @@ void open_system_log(const char *ident, int options, int facility);
 // open_system_log remains, the next line opens the socket again.
 void close_system_log();
 
-// Opens the socket anew, so that a process that was forked has one of its own.
+// Reopens the socket, so that a forked process has one of its own.
 void reopen_system_log();
 
 // Write one line. Lines keep the order of the calls.

@@ -82,7 +82,7 @@ inline std::string each_behind(const std::string &start, const std::string &line
     return text;
 }
 
-// The values of the keys that end in `ending`, in order, each with a blank behind it.
+// The values of the keys that end in `ending`, in order, each followed by a blank.
 inline std::string values_of(const std::string &lines, std::string_view ending)
 {
     std::string values;
@@ -112,7 +112,7 @@ inline void feed(const std::string &lines)
             decode_nonvpn_buffer(line);
 }
 
-// Forgets what an earlier row of a table left.
+// Resets what an earlier row of a table left.
 inline void start_anew()
 {
     flatlink::reset_records();

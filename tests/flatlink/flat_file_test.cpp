@@ -42,7 +42,7 @@ TEST_F(flat_file, falls_into_pieces_where_a_line_is_too_long)
 }
 
 // A file that was written reads back to the same file, apart from what writing loses for good:
-// policies and pools take their numbers for names, and the own host name is built anew.
+// policies and pools take their numbers for names, and the own host name is rebuilt.
 TEST_F(flat_file, comes_out_as_it_went_in)
 {
     const auto read = [](const std::string &file) {

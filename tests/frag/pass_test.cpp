@@ -28,7 +28,7 @@ static tree_pass below_first(int (*rename)(frag *))
     return [rename](frag **head) { rename((*head)->child); };
 }
 
-// What stands behind the word "pass" in tests/data/passes.
+// The text after the word "pass" in tests/data/passes.
 static const std::map<std::string, tree_pass> passes = {
     {"canon_netobj", [](frag **head) { canon_netobj(head, "netobj_list"); }},
     {"canon_if", [](frag **head) { canon_if(head, "netobj_list_Inside"); }},

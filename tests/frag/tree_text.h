@@ -1,6 +1,6 @@
 // Trees as one line of text, to build them and to see all that they hold. Siblings have a blank
-// between them, children stand in braces behind their parent, and a child that is alone below a
-// node without a value behind a '_': `a(1)=x b_c{d= e='two words' f='cut '/3}`. Flags are shown
+// between them, children stand in braces after their parent, and a child that is alone below a
+// node without a value after a '_': `a(1)=x b_c{d= e='two words' f='cut '/3}`. Flags are shown
 // when set, and the counted length of a value when it is not that of the text. A '\' stands before
 // a '_' that is part of a name, and a NUL in a value shows as '~'.
 #pragma once
@@ -32,5 +32,5 @@ std::string exported(frag **head, int version);
 std::multiset<std::string> lines_of(const std::string &text);
 
 // The lines of tests/data/FILE.cases: a word each and, from the sixth byte on, a text, which a line
-// without a word goes on with behind a blank. A line that begins with '#' is a comment.
+// without a word goes on with after a blank. A line that begins with '#' is a comment.
 std::vector<std::pair<std::string, std::string>> case_lines(const std::string &file);

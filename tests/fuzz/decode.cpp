@@ -1,5 +1,5 @@
 // Any bytes as lines of a flat file: decoded, finished, saved, and what was saved once more. The
-// first byte says whether a trace is written, whether lines come behind the finishing, and
+// first byte says whether a trace is written, whether lines come after the finishing, and
 // whether there is a default router.
 #include "flatlink/driver.h"
 #include "flatlink/flat_file.h"

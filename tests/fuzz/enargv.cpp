@@ -26,7 +26,7 @@ struct scanned {
         std::size_t used = 0;
         int count = 0;
         for (; argv[static_cast<std::size_t>(count)] != nullptr; ++count) {
-            // One behind the other, from the front of the buffer.
+            // One after the other, from the front of the buffer.
             must(argv[static_cast<std::size_t>(count)] == buffer.data() + used, "a gap");
             used += std::strlen(buffer.data() + used) + 1;
             must(used <= size, "more than the buffer");

@@ -92,7 +92,7 @@ void check_terms(const cfgrec &hosts)
     const bool joined = terms_of(hosts, made, added);
     must((get_policy(&hosts, options) == 0) == joined, "whether the policies are there");
     must(shown(policy_confp) == (joined ? made : "") + before + added, "the order of the terms");
-    while (policy_confp != proxy_confp) { // the records of options, which are nobody's
+    while (policy_confp != proxy_confp) { // the records of options, which have no owner
         cfgrec *rest = std::exchange(policy_confp->next, nullptr);
         cfg_free(std::exchange(policy_confp, rest));
     }

@@ -12,5 +12,5 @@ struct memory_file {
 
     char *bytes = nullptr;
     std::size_t size = 0;
-    std::FILE *stream; // whoever uses it closes it
+    std::FILE *stream; // closed by its user
 };

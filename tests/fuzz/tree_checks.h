@@ -58,7 +58,7 @@ inline void check_list(frag **list, const frag *parent)
         must(node->index == nullptr, "a trie left behind");
         must((node->flags & FRAG_COUNT_MASK) == 0, "a count left behind");
         must(node->value != nullptr ? node->vlen >= 0 : node->vlen == 0, "a wrong length");
-        // Room for the counted bytes and an end behind them, or the sanitizer says so.
+        // Room for the counted bytes and a NUL terminator, or the sanitizer says so.
         if (node->value != nullptr)
             node->value[node->vlen] = std::exchange(node->value[node->vlen], '\0');
         if (seen.insert(node->name).second)

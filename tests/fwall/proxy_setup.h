@@ -51,7 +51,7 @@ struct proxy_setup {
 
     ~proxy_setup()
     {
-        // The records of options, which are nobody's.
+        // The records of options, which have no owner.
         while (policy_confp != nullptr && policy_confp != proxy_confp) {
             cfgrec *next = policy_confp->next;
             policy_confp->next = nullptr;

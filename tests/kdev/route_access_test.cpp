@@ -118,7 +118,7 @@ TEST(ra_get_route_address, judges_what_it_reads)
     EXPECT_EQ("0 0 0.0.0.0", looked_up({longer, reply_with(12, 0x17, 376)})); // no source
     EXPECT_EQ("1EIO 0 0.0.0.5", looked_up({reply_with(12, 0x17, 375)}));
     EXPECT_EQ("1EIO 0 0.0.0.5", looked_up({reply_with(12, 0x37, 391)}));
-    EXPECT_EQ("0 0 10.1.0.1", looked_up({reply_with(12, 0x37, 18), usual})); // nobody's
+    EXPECT_EQ("0 0 10.1.0.1", looked_up({reply_with(12, 0x37, 18), usual})); // another sender
     EXPECT_EQ("2ESRCH 1 0.0.0.5", looked_up({usual}, ESRCH));
     EXPECT_EQ("1EPERM 1 0.0.0.5", looked_up({usual}, EPERM));
     EXPECT_EQ("1EIO 1 0.0.0.5", looked_up({usual}, -2));

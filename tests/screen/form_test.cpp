@@ -78,7 +78,7 @@ TEST(Form, CallbackRunsWhenATouchedObjectIsLeft)
         sc_add(head, sc_newmenu(1, 0, items, 0, nullptr, 1, 5, 0, 0, note, arg("m")));
         sc_add(head, sc_newmenu(2, 0, items, 0, nullptr, 1, 5, 1, 0, note, arg("M")));
         sc_add(head, sc_newbutton(3, 0, "[ok]", note, arg("b")));
-        head->touched = head->next->touched = 1; // before they had the focus: forgotten
+        head->touched = head->next->touched = 1; // before they had the focus: reset
         calls.clear();
         result = one.result;
         EXPECT_EQ(run(head, one.keys), result != 0 ? result : SC_INPUT_ENDED);

@@ -14,12 +14,12 @@ namespace
 using namespace std::chrono_literals;
 using std::string_literals::operator""s;
 
-// A pause, and the bytes behind it.
+// A pause, and the bytes after it.
 using burst = std::pair<std::chrono::milliseconds, std::string>;
 
 } // namespace
 
-// Input ends behind the bytes. Only what an escape may begin is waited for, about a second a byte.
+// Input ends after the bytes. Only what an escape may begin is waited for, about a second a byte.
 TEST(Keys, BytesBecomeKeysInTime)
 {
     static const struct {

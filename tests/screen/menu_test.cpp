@@ -48,7 +48,7 @@ TEST(Menu, ShowsItsRows)
     }
 }
 
-// A menu that decides about a label and a field beside it; one button behind them.
+// A menu that decides about a label and a field beside it; one button after them.
 class Swapping : public testing::Test
 {
   protected:
@@ -92,7 +92,7 @@ TEST_F(Swapping, TextStaysInItsBuffer)
     run(head, "\x10\t"); // host again
     EXPECT_EQ(screen.picture(), "file    Host|host    {gw.net}|none|[ok]");
     EXPECT_EQ(screen.cursor(), "1,10"); // where the alternative's own cursor is
-    // Behind a text that was emptied while it was shown, the cursor comes back to it.
+    // After a text that was emptied while it was shown, the cursor comes back to it.
     run(head, "\t\x15\x0cz");
     EXPECT_STREQ(host, "z");
     EXPECT_EQ(screen.cursor(), "1,9");

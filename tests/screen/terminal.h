@@ -104,7 +104,7 @@ class CScreen
     CScreen(const CScreen &) = delete;
     CScreen &operator=(const CScreen &) = delete;
 
-    // The rows with | behind each, standout in {}, without blanks and empty rows at the end.
+    // The rows with | after each, standout in {}, without blanks and empty rows at the end.
     static std::string picture()
     {
         const int y = getcury(curscr);

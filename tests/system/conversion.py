@@ -198,7 +198,7 @@ def what_stands_in(folder):
 
 
 class Scratch(Case):
-    """The scratch file lies where anybody may put something, and holds secrets."""
+    """The scratch file lies where any user may create files, and holds secrets."""
 
     content = b"ip_hostname=gate\nvpn_settings_anonsecret=s3cret\n"
 

@@ -190,7 +190,7 @@ def record_of(datagram):
 
 
 class Checks:
-    """Compares, and goes on behind a failure."""
+    """Compares, and goes on after a failure."""
 
     def __init__(self, is_log_taken_at_once=False):
         self.failures = 0
@@ -212,7 +212,7 @@ class Checks:
             begun = time.monotonic()
             self.log.clear()
             check(self)
-            # A log that nobody reads would hold the daemons up.
+            # A log without a reader would delay the daemons.
             self.syslog.datagrams()
             print(f"{check.__name__}: {time.monotonic() - begun:.1f} s", flush=True)
         print(f"{self.failures} failures")
@@ -288,7 +288,7 @@ def state(pid):
 
 
 def status_of(pid):
-    """How a daemon or an orphan of one ended; None for somebody else's child."""
+    """How a daemon or an orphan of one ended; None for a child of another process."""
     def ended():
         try:
             found, status = os.waitpid(pid, os.WNOHANG)

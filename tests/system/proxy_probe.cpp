@@ -1,4 +1,4 @@
-// A proxy that serves nobody: it starts up as any proxy does, prints what that left behind, and
+// A proxy that serves no client: it starts up as any proxy does, prints the resulting state, and
 // does what its input says, one word a line:
 //   state    prints the settings again
 //   reload   proxy_check_reload()

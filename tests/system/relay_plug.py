@@ -38,7 +38,7 @@ policy-yes: ports {SERVER}
 
 
 class Server:
-    """Reads all that comes, answers with its digest behind the client's end, then ends."""
+    """Reads all input, answers with its digest after the client's end, then ends."""
 
     accepted = 0  # by all of them
 
@@ -168,7 +168,7 @@ def check_terms(checks):
 
 
 def check_bytes(checks):
-    """Much data in both directions, and an answer that comes behind the client's half-close."""
+    """Much data in both directions, and an answer that comes after the client's half-close."""
     daemon = start()
     data = os.urandom(1 << 20) * 8
     checks.equal("8 MB both ways", exchange(data)[0] == answer_to(data), True)

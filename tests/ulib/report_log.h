@@ -15,7 +15,7 @@ struct report_log {
     static inline int priority = 0;
     static inline UNIQUE_DATA_T uniq{};
     static inline std::string text;  // of the last report
-    static inline std::string texts; // of all of them, a newline behind each
+    static inline std::string texts; // of all of them, a newline after each
     static inline std::vector<told> reports;
 
     report_log()

@@ -102,7 +102,7 @@ TEST(Wildcard, EndsAndTakesNothing)
     EXPECT_EQ(wmatch(nullptr, "x"), 0);
     EXPECT_EQ(wtmatch(nullptr, "x"), 0);
     EXPECT_EQ(wtmatch("x\ty* y", "y"), 3); // the last that fits
-    // Does not come to an end when each star tries every position anew.
+    // Does not come to an end when each star retries every position.
     std::string pattern;
     for (int i = 0; i < 50; ++i)
         pattern += "*a";

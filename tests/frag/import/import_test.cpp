@@ -75,7 +75,7 @@ TEST(ImportSection, Cases)
         {"[a]\nb_c=1\nd=2\n[b]\nc]d\\e=1\n", "a_b{c=1 d=2} b_c_d_e=1"},
         {"[a\\\nb]\nc=1\n", "a_b_c=1"},
         {"[a=b]\nc=1\n", "a=b] c=1"},
-        // Trailing blanks count; a value goes on behind a backslash, and NUL ends what is ignored.
+        // Trailing blanks count; a value goes on after a backslash, and NUL ends what is ignored.
         {"[a]\nb=1 \t\r\nc=1 \\ignored\n \t2\\\r\n3\nd=1\\x\0 2\ne=\n"s,
          "a{b='1 \t' c='1 23' d=12 e=}"},
         {"[a]\nb\nc=1\n[d]\ne\0f\n"s, "a_b\nc=1 d_e=f"},
@@ -90,7 +90,7 @@ TEST(ImportTags, Cases)
 {
     const std::string t61(61, 't'), t63(63, 't');
     expect_trees({
-        // Text goes on behind a child; equal names stay apart; what is empty has a value.
+        // Text goes on after a child; equal names stay apart; what is empty has a value.
         {"<a> \r\n x \n y \n</a><b>x<c>1</c> y</b><d><e>1</e><e>2</e></d><f></f><g> </g>",
          "a='x \n y \n' b=xy{c=1} d{e=1 e=2} f= g="},
         // Empty elements have none, and the enclosing one closes.
@@ -166,7 +166,7 @@ TEST(Import, IntoATreeThatIsThere)
 {
     const std::string before = "a=1\nb_x=2\nb_y=3\npermit-c=1\n";
     const std::string old = "c(1)=1 b{y=3 x=2} ";
-    // Old lists turn, new nodes go behind.
+    // Old lists are reversed, new nodes follow.
     expect_trees(
         {{"", old + "a=1"}, {"d=4\na=x\nb_z=5\ndeny-c=2\n", "c(3)=2 b{y=3 x=2 z=5} a=x d=4"}},
         before);

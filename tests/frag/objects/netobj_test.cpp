@@ -34,7 +34,7 @@ static std::string visited(frag **head, const char *key)
     return with_reports(objects, result);
 }
 
-// Each text with a bar behind it. The callback gives 1, 2, 3, ...; a list has no result of its own.
+// Each text followed by a bar. The callback gives 1, 2, 3, ...; a list has no result of its own.
 static std::string texts_of(frag **head, const char *key)
 {
     const report_log log;

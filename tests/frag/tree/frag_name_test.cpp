@@ -122,7 +122,7 @@ TEST(FragText, BlankAndTrue)
 
 TEST(FragText, StripsCountedEnds)
 {
-    // A flat line's length is cut already, and what lies behind it stays.
+    // A flat line's length is cut already, and what follows it stays.
     built_tree tree("a='1 \t'/1{b=' '/0 c= e='x \r\n\t' f=' \n'} s_k=' v\t \r '");
     strip_crlf_tree(&tree.head);
     EXPECT_EQ(tree_text(tree.head), "a='1 \t'/1{b=' '/0 c= e=x f=} s_k=' v'");

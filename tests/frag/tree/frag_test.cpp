@@ -149,7 +149,7 @@ struct list_changer {
         return node;
     }
 
-    // Unlinks the node at `link` and those behind it, one or all, and frees them.
+    // Unlinks the node at `link` and those after it, one or all, and frees them.
     void free_by_hand(frag **link, bool all)
     {
         do {

@@ -101,7 +101,7 @@ TEST(CfgBldCFGlist, ReadsThePolicyOfEachLineOnce)
                             LONG_NAME + " -other\nhosts -policy a\nhosts * -policy A\n" +
                             "policy-a: k 1\npolicy-b: k 3\npolicy-a: k 2\npolicy-A: k 5\npolicy-" +
                             cut + ": k 4");
-    EXPECT_EQ(cfg_bldCFGlist(), 3); // anew: start-up has built it
+    EXPECT_EQ(cfg_bldCFGlist(), 3); // again: start-up has built it
     EXPECT_EQ(report_log::lines(),
               "11502/2 cfgerr: hosts takes at least one argument, line 2\n"
               "11502/3 cfgerr: permit-hosts line must have -policy flag, line 3\n"

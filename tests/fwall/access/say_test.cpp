@@ -21,7 +21,7 @@ static std::string said(const std::string &text)
     char bytes[4096];
     const ssize_t length = recv(ends[1], bytes, sizeof bytes, 0);
     close(ends[1]);
-    EXPECT_EQ(fwall_sayfile(ends[0], file.path.c_str()), text.empty() ? 0 : 1); // nobody there
+    EXPECT_EQ(fwall_sayfile(ends[0], file.path.c_str()), text.empty() ? 0 : 1); // no reader
     EXPECT_EQ(fwall_say(ends[0], "x"), 1);
     EXPECT_EQ(errno, EPIPE);
     close(ends[0]);

@@ -34,7 +34,7 @@ TEST(ConnectionContext, TextFieldsKeepTheirLimit)
     check(SetSrcIPAddress, GetSrcIPAddress, 15);
 }
 
-// Numbers, then texts; the rule's number with what is behind its field, three signs of its label.
+// Numbers, then texts; the rule's number with what follows its field, three signs of its label.
 static std::string fields_of(const CConnectionContext &context)
 {
     char number[] = "????????????????????????????????????????", label[] = "???", id[33] = "";

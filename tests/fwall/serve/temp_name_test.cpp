@@ -14,7 +14,7 @@ using namespace flatlink;
 struct TempName : testing::Test {
     table_file taken{""};
 
-    // The name behind the folder; else the error.
+    // The name after the folder; else the error.
     std::string made(const std::string &pattern) const
     {
         std::string name = taken.folder / pattern;

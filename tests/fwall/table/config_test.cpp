@@ -35,7 +35,7 @@ static std::string shown(const cfgrec *list)
 
 TEST(CfgRead, ReadsLinesAndReportsFaults)
 {
-    const std::string full(1022 - 5, 'x'); // behind "n: k "
+    const std::string full(1022 - 5, 'x'); // after "n: k "
     const std::string long_comment = "#" + std::string(1022, 'x');
     const std::string megabyte(1 << 20, ':');
     std::string many, most;
@@ -66,7 +66,7 @@ TEST(CfgRead, ReadsLinesAndReportsFaults)
         {"n: k " + full + "x\nn: k y\n", "2 0 k[y]\n", "1 too long\n"},
         {"n: k y\nn: k " + megabyte + "\nn: k z\n" + megabyte, "1 0 k[y]\n3 0 k[z]\n",
          "2 too long\n4 too long\n"},
-        // A long comment ends with its piece; what is behind it comes back as a line.
+        // A long comment ends with its piece; what follows it comes back as a line.
         {long_comment + "n: k y\nn: k z\n", "2 0 k[y]\n3 0 k[z]\n"},
         {long_comment + "\n" + long_comment + "zz\n", "", "4 malformed\n"},
         {"n: k" + many + "\n", "1 0 k" + most + "\n"},

@@ -7,7 +7,7 @@
 
 using namespace std::string_view_literals;
 
-// The result, then each argument behind a bar. Exactly sized arrays on the heap, so that a byte too
+// The result, then each argument after a bar. Exactly sized arrays on the heap, so that a byte too
 // far is seen.
 static std::string split(std::string_view text, int capacity = 256, int size = 1024)
 {
@@ -23,7 +23,7 @@ static std::string split(std::string_view text, int capacity = 256, int size = 1
 TEST(Enargv, SplitsInEveryState)
 {
     const std::pair<std::string_view, const char *> cases[] = {
-        // The front is passed over; unprintable is dropped, and no argument alone.
+        // The front is skipped; unprintable is dropped, and makes no argument by itself.
         {" ,\t,\x01\xff,one", "1|one"},
         {" ,\x01, ", "0"},
         {"one  two\tthree\v\f\r\nfour ", "4|one|two|three|four"},
@@ -34,7 +34,7 @@ TEST(Enargv, SplitsInEveryState)
         {"a\"b c\"d 'a'\"b\"", "2|ab cd|ab"},
         {"\"it's\" '\"' \"\" x''", "4|it's|\"||x"},
         {"' ,a\t' 'a\x02\x90g'", "2| ,a\t|ag"},
-        // What is behind an escape is taken as it is.
+        // The character after an escape is taken as it is.
         {"\\na\\tb \\x\\\\y\\,", "2|\na\tb|x\\y\\,"},
         {"a \\ ", "2|a| "},
         {"\\a  b", "2|a |b"},

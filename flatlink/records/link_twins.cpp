@@ -71,7 +71,7 @@ static void open_local_networks()
     }
 }
 
-static void remove_later_twins()
+static void keep_first_twins()
 {
     std::unordered_set<const linkinfo *, twin_hash, twin_equal> kept;
     kept.reserve(linkinfos.size());
@@ -90,5 +90,5 @@ void finish_linkinfos()
     vpnauto_sort();
     vpn_clientsort();
     open_local_networks();
-    remove_later_twins();
+    keep_first_twins();
 }

@@ -1,5 +1,6 @@
 #include "flatctl/access_run.h"
 
+#include "flatctl/memory_path.h"
 #include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/chkdest.h"
 #include "lib/fwall/access/srcchk.h"
@@ -9,13 +10,10 @@
 #include "lib/fwall/table/config.h"
 #include "lib/fwall/table/policy_table.h"
 #include "lib/fwall/table/proxy.h"
-#include "lib/ulib/descriptor.h"
 #include "lib/ulib/fixed_text.h"
 
 #include <cstdio>
 #include <cstring>
-#include <sys/mman.h>
-#include <unistd.h>
 
 using namespace flatlink;
 
@@ -61,16 +59,13 @@ static constexpr access_watch_calls WATCH = {
 // Loads the table as a proxy does when it starts. False when it would not start.
 static bool load_table(std::string_view table, const std::string &proxy)
 {
-    const descriptor file(memfd_create("table", MFD_CLOEXEC));
-    if (!file ||
-        write(file.get(), table.data(), table.size()) != static_cast<ssize_t>(table.size()))
-        return false;
-    const std::string path = "/proc/self/fd/" + std::to_string(file.get());
+    const memory_path file(table);
     set_text(proxy_name, proxy);
     set_text(proxy_rladdr, "");
     set_text(proxy_riaddr, "");
     policy_confp = nullptr;
-    return cfg_setpfile(path.c_str()) == 0 && proxy_load_config() == 0 && cfg_bldCFGlist() >= 0;
+    return cfg_setpfile(file.path().c_str()) == 0 && proxy_load_config() == 0 &&
+           cfg_bldCFGlist() >= 0;
 }
 
 static sockaddr_in address_in(u32 addr_be)

@@ -1,4 +1,4 @@
-// check FILE...: all findings about each database, in one run, without touching any.
+// check FILE...: all findings about each database or table, in one run, without touching any.
 #include "flatctl/check_database.h"
 #include "flatctl/json_write.h"
 #include "flatctl/options.h"
@@ -86,7 +86,7 @@ void print_json(const std::vector<checked_input> &all, const level_counts &count
     json_writer out(stdout, "check/1");
     out.open("inputs", '[');
     for (const checked_input &checked : all)
-        out.open("", '{').text("path", checked.file.path).text("kind", "database").close('}');
+        out.open("", '{').text("path", checked.file.path).close('}');
     out.close(']').open("findings", '[');
     for (const checked_input &checked : all) {
         for (const finding &found : checked.findings) {
@@ -220,6 +220,7 @@ int flatlink::run_check(const request &asked)
         const std::string error = open_database(asked.operands[i], asked, all[i].file);
         if (!error.empty())
             tell(error);
+        all[i].file.limits.may_use_memory_files = true; // for the reader of a table
         status = std::max<int>(status, error.empty() ? check_input(asked, world, all[i])
                                                      : STATUS_UNREADABLE);
         for (const finding &found : all[i].findings)

@@ -1,5 +1,6 @@
 #include "flatctl/check_database.h"
 
+#include "flatctl/check_table.h"
 #include "flatctl/kind.h"
 #include "flatctl/options.h"
 #include "flatctl/secrets.h"
@@ -260,6 +261,11 @@ int checker::run()
     if (!read_text())
         return STATUS_UNREADABLE;
     current = this;
+    if (looks_like_table(text_)) {
+        found_ = check_table(text_);
+        send_all();
+        return STATUS_FINE;
+    }
     import_watch = &OBSERVER;
     importer reader(&def_database, 0);
     reader.feed(text_);

@@ -4,6 +4,7 @@
 #include "flatctl/access_run.h"
 #include "flatctl/input.h"
 #include "flatctl/json_write.h"
+#include "flatctl/memory_path.h"
 #include "flatctl/options.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
@@ -104,11 +105,7 @@ bool tap_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *fo
 {
     char text[1024]; // a longer report is cut
     (void)std::vsnprintf(text, sizeof text, format, args);
-    std::string line = text;
-    // The table is a file of this process's memory, of no use to the reader.
-    if (const std::size_t at = line.find("/proc/self/fd/"); at != std::string::npos)
-        line.erase(at, line.find(' ', at) + 1 - at);
-    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fprintf(stderr, "%s\n", without_memory_path(text).c_str());
     return true;
 }
 

@@ -51,6 +51,11 @@ static constexpr finding_row rows[] = {
     {"D602", note, "the result depends on a name or a route of the host",
      "sizes and order of links can differ where the answer does",
      "give the answer with --names or --routes, or ask with --resolve", ""},
+    {"T101", error, "the reader of the table drops a line", "no proxy knows what it says",
+     "see what the message names", "relay: timeout 5\nrelay timeout 5"},
+    {"T202", error, "a policy is not what a hosts line takes it for",
+     "the proxy does not start, or passes over the line", "see what the message names",
+     "relay: hosts * -policy open"},
 };
 
 std::span<const finding_row> flatlink::finding_rows()

@@ -20,7 +20,8 @@ constexpr std::string_view FORMATS[] = {"text", "json", "jsonl", "sarif"};
 constexpr std::size_t MANY = 10000; // more than a command line holds
 
 constexpr verb_row VERBS[] = {
-    {"check", VERB_CHECK, "DB...", 1, MANY, "tell what is wrong with a database", run_check},
+    {"check", VERB_CHECK, "FILE...", 1, MANY, "tell what is wrong with a database or a table",
+     run_check},
     {"preview", VERB_PREVIEW, "DB", 1, 1, "print what flatlink would write, and touch nothing",
      run_preview},
     {"convert", VERB_CONVERT, "DB", 1, 1, "write a database in another notation, layout or form",

@@ -149,6 +149,8 @@ static void leave_standard_streams()
         stderr = messages;
     }
     std::set_new_handler(end_without_memory);
+    // A library's exit ends this process alone: what the parent would do at its end is not due.
+    (void)on_exit([](int status, void *) { _exit(status); }, nullptr);
     if (!enter_sandbox(limits)) {
         port.send(frame_kind::message, "the work on the input cannot be confined\n");
         _exit(1);

@@ -17,6 +17,7 @@ static std::string found_in(std::string_view text, int mode = 0600)
     input database;
     const known_world nothing;
     EXPECT_EQ(open_input(file.path(), {}, database), "");
+    database.limits.may_use_memory_files = true;
     std::string codes;
     const child_result result = run_child(
         database.limits, database.fd.get(),
@@ -61,6 +62,8 @@ TEST(Check, Inputs)
         {"net_group_a_elem_1_type=group\nnet_group_a_elem_1_obj=net_group_a\n"
          "rule_pffwd_1_src=net_group_a\nrule_pffwd_1_dst=net_group_a\n",
          "D210:0 "},
+        {"# a table\nrelay: hosts * -policy p\npolicy-p: timeout 5\n*: timeout 1\n", ""},
+        {"relay: hosts * -policy p\nrelay:\npolicy-p, x: timeout \"5\nonly: a\n", "T101:2 T101:4 "},
     };
     for (const auto &row : cases)
         EXPECT_EQ(found_in(row.text, row.mode), row.found) << row.text;

@@ -25,7 +25,7 @@ constexpr const char *BASH_END = R"(    esac
 complete -o filenames -F _flatctl flatctl
 )";
 
-// The first word of a verb's name, which is what stands behind the program's name.
+// The first word of a verb's name, which follows the program's name.
 std::string_view first_word(const verb_row &verb)
 {
     return verb.name.substr(0, verb.name.find(' '));

@@ -7,7 +7,7 @@
 #include <vector>
 
 struct flat_field {
-    std::string_view key; // behind the record's prefix
+    std::string_view key; // after the record's prefix
     std::string_view value;
 };
 

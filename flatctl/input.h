@@ -35,7 +35,7 @@ std::string open_database(const std::string &path, const request &asked, input &
 } // namespace flatlink
 
 // What every verb does with the frames of its children that are not its own: messages go to the
-// standard error stream, line by line and escaped, behind the input's name; look-ups are gathered.
+// standard error stream, line by line, escaped and after the input's name; look-ups are collected.
 class side_frames
 {
   public:

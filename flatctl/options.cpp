@@ -127,7 +127,7 @@ static std::size_t distance(std::string_view a, std::string_view b)
 std::string_view flatlink::nearest_word(std::string_view word,
                                         std::span<const std::string_view> words)
 {
-    constexpr std::size_t LONGEST = 40; // nobody means a verb by more
+    constexpr std::size_t LONGEST = 40; // a longer word is no misspelt verb
     std::string_view nearest;
     std::size_t least = std::max<std::size_t>(2, word.size() / 3) + 1;
     for (const std::string_view known : words) {

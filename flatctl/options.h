@@ -99,7 +99,7 @@ std::span<const option_row> option_rows();
 
 // Reads a command line without the program's name. Returns the empty text, or what is wrong with
 // it, in one line; `asked` holds what was read so far. `--` ends the options, and an option's
-// argument follows it or stands behind a '='.
+// argument follows it, as the next word or after a '='.
 std::string parse_options(std::span<const std::string> words, request &asked);
 
 // The verb of that name; null for none.

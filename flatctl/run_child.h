@@ -58,7 +58,7 @@ struct child_result {
 namespace flatlink
 {
 
-// In words, behind the name of an input.
+// The result in words, for a message after the name of an input.
 std::string words_for(const child_result &result);
 
 // Runs `work` in a child, inside of the sandbox, with `input_fd` and the port as its only files;

@@ -9,7 +9,7 @@
 using namespace flatlink;
 
 static constexpr unsigned FIRST_PLAIN = 0x20;
-static constexpr unsigned DELETE = 0x7F; // with the upper control range behind it, up to
+static constexpr unsigned DELETE = 0x7F; // and the upper control range after it, up to
 static constexpr unsigned FIRST_LATIN = 0xA0;
 
 static void append_hex(std::string &text, unsigned byte)

@@ -38,8 +38,8 @@ class palette
 namespace flatlink
 {
 
-// Writes to the standard output, and a line of flatctl's own to the standard error stream, behind
-// "flatctl: ". `text` is shown as it stands: escape first what came from outside.
+// Write to the standard output, and a line of flatctl's own, after "flatctl: ", to the standard
+// error stream. `text` is not escaped: the caller escapes text from outside.
 void put(std::string_view text);
 void tell(std::string_view text);
 

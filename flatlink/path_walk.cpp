@@ -90,6 +90,7 @@ fault flatlink::walk_path(const char *path, path_end &end)
         if (!target.empty()) {
             if (++links > MAX_LINKS)
                 return {ELOOP};
+            // The walk goes on with the target, from the folder that holds the link.
             rest = is_last ? target : target + "/" + rest;
             if (const fault found = enter_start(end, rest))
                 return found;

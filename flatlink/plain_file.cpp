@@ -55,6 +55,7 @@ fault flatlink::open_plain_file(const char *path, plain_file &file)
         return {errno == ENOENT && seen.st_ino == 0 ? 0 : errno};
     if (uninterrupted([&] { return fstat(file.fd.get(), &file.status); }) != 0)
         return {errno};
+    // The path may have changed between the two look-ups.
     if (!is_same_file(seen, file.status))
         return {0, "it was replaced at the same moment"};
     return check_kind(file.status);

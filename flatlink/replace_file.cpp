@@ -124,8 +124,10 @@ static fault replace_by_new_one(const plain_file &old, std::string_view content,
         return found;
     if (const fault found = fill(file, old, content))
         return found;
+    // Opened before the rename, which a failure afterwards could not undo.
     if (const fault found = open_for_flush(old.place, folder))
         return found;
+    // As late as possible: another program may have changed the file during the run.
     if (const fault found = check_unchanged(old))
         return found;
     if (const fault found = rename_over(file))

@@ -86,6 +86,7 @@ int vpn_check_link_pair(frag **db, frag *src, frag *dst)
     if (src == nullptr || dst == nullptr)
         return 0;
     const side_kind source = kind_of(src);
+    // The source is opened first: links come in the order of sources, then of destinations.
     if (source == side_kind::GROUP) {
         condfprintf(fout, "Src group check %s\n", fragname(src));
         enum_group(db, src, [dst](frag **tree, frag *obj, const char *type) {

@@ -51,8 +51,8 @@ static void set_rule_state(frag *rule, std::uint32_t flags)
     nestinglevel = 0;
 }
 
-// The object on one side of a rule. A name that leads nowhere loses its last part, in the tree
-// too, and is tried once more: "net_ipaddr_gw_addr" is the object "net_ipaddr_gw".
+// The object on one side of a rule. If the name finds nothing, its last part is cut off, in the
+// tree too, and the rest is tried: "net_ipaddr_gw_addr" is the object "net_ipaddr_gw".
 static frag *find_side(frag **db, frag *rule, const char *key)
 {
     frag *side = ffind(&rule->child, key);

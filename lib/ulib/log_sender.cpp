@@ -61,6 +61,7 @@ static ssize_t send_within(std::chrono::microseconds left, int fd, const void *b
 ssize_t flatlink::send_to_log(int fd, const void *bytes, std::size_t length,
                               const sockaddr *address, socklen_t address_length)
 {
+    // ENOBUFS is retried by time, since no event tells when the host has buffers again.
     constexpr useconds_t NO_BUFFER_WAIT_US = 100;
     ssize_t sent = send_to_log_at_once(fd, bytes, length, address, address_length);
     if (sent >= 0 || !is_log_full(errno) || log_wait_ms <= 0)

@@ -160,6 +160,7 @@ static frag *answer_of_index(name_index *&index, frag *first, bool is_fit, std::
     if (index == nullptr)
         index = new name_index;
     if (is_fit && index->last->next == nullptr) {
+        // Both ends may be right although nodes between them were moved to another list.
         frag *node = look_up(*index, name);
         if (node == nullptr || node->parent == first->parent)
             return node;

@@ -233,6 +233,7 @@ int permit_dst_chk_alpha(const char *host, int port, cfgrec *list)
     bool all_allowed = true;
     for (const std::string &address : addresses) {
         dst.mapped = address.c_str();
+        // Each address must be allowed: the proxy may connect to any of them.
         const verdict of_address = host_verdict(dst, list);
         if (of_address == verdict::refused)
             return DST_REFUSED;

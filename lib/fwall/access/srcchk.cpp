@@ -182,6 +182,7 @@ static src_match match_in_prepared(src_walk &walk, src_patterns *prepared)
 static src_match first_match(src_walk &walk, cfgrec *entry)
 {
     while (entry != nullptr) {
+        // A watch is told of each item, and the prepared patterns skip items that can't fit.
         const bool is_prepared = entry->patterns != nullptr && access_watch == nullptr;
         const src_match found =
             is_prepared ? match_in_prepared(walk, entry->patterns) : match_in_entry(walk, entry);

@@ -143,6 +143,8 @@ try {
         else
             sorted[i - 1]->next_same = sorted[i];
     }
+    // After its last record a keyword can only follow the list's end, where the list may have
+    // grown.
     for (cfgrec *record = list; record != last; record = record->next)
         if (record->next_same == nullptr)
             record->next_same = last;

@@ -18,12 +18,21 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <vector>
 
 using namespace flatlink;
 
 namespace
 {
+
+// Half a text must not pass for the whole: ends the child as any lack of memory does.
+[[noreturn]] void end_without_memory()
+{
+    if (const std::new_handler handler = std::get_new_handler())
+        handler();
+    std::abort();
+}
 
 // A stream of memory, and its bytes.
 template <typename writer> std::string written_by(writer write)
@@ -32,9 +41,11 @@ template <typename writer> std::string written_by(writer write)
     std::size_t size = 0;
     std::FILE *stream = open_memstream(&bytes, &size);
     if (stream == nullptr)
-        return {};
+        end_without_memory();
     write(stream);
-    std::fclose(stream);
+    const bool is_whole = std::ferror(stream) == 0;
+    if (std::fclose(stream) != 0 || !is_whole)
+        end_without_memory();
     std::string text(bytes, size);
     std::free(bytes);
     return text;

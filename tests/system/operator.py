@@ -175,6 +175,15 @@ class Convert(Case):
         self.assertEqual(3, flatctl("undo", DATABASE).returncode)
         os.remove(DATABASE + ".undone~")
 
+    @unittest.skipIf("--sanitized" in sys.argv, "the address space has no limit")
+    def test_half_a_text_is_not_written(self):
+        # The path of each section is as long as its depth: far more than the memory allowed.
+        write(DATABASE, b"<ip>" + b"<a><c><b>1</b></c>" * 30_000)
+        run = flatctl("convert", "--to", "sections", "--lossy", "-o", self.OUT + "2", DATABASE)
+        self.assertEqual(1, run.returncode)
+        self.assertIn(b"needs more memory", run.stderr)
+        self.assertFalse(os.path.exists(self.OUT + "2"))
+
     def test_refusals_write_nothing(self):
         for database, form, code in ((b"root:x:0:0\n", "vpn", b"D101"), (b"", "flat", b"D101"),
                                      (b"vlink_1_lname=x\n", "flat", b"D102"),

@@ -124,7 +124,8 @@ constexpr import_observer OBSERVER = {
     .unfinished = [](void *, std::int32_t line) { current->add("D118", line, ""); },
 };
 
-bool tap_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format, va_list args)
+__attribute__((format(printf, 3, 0))) bool
+tap_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format, va_list args)
 {
     char text[1024]; // a longer report is cut
     (void)std::vsnprintf(text, sizeof text, format, args);

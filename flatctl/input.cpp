@@ -66,8 +66,8 @@ bool flatlink::load_input(const input &database)
 }
 
 // Reports that would go to the system log, which a child does not reach.
-static bool tell_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format,
-                        va_list args)
+__attribute__((format(printf, 3, 0))) static bool
+tell_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format, va_list args)
 {
     (void)std::vfprintf(stderr, format, args);
     (void)std::fputc('\n', stderr);

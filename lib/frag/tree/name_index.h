@@ -2,12 +2,12 @@
 // node of that name in list order, and never changes the list. A look-up that walks far creates it;
 // the node above the list owns it.
 //
-// A program may relink nodes by hand at any time without the index noticing. Therefore a list of up
-// to CHECKED_NODES is walked, and the index of a longer one is used only if the list's ends have not
-// changed and the answer still belongs to the list; freefrag drops every index that may hold a node
-// that was not unlinked through lib/frag/tree. Code that relinks nodes in the middle of a longer list
-// must call drop_name_indexes. Passes over a whole tree relink nothing by hand and declare that by a
-// steady_lists, which skips these checks.
+// A program may relink nodes by hand at any time without the index noticing. Therefore a list of
+// up to CHECKED_NODES is walked, and the index of a longer one is used only if the list's ends have
+// not changed and the answer still belongs to the list; freefrag drops every index that may hold a
+// node that was not unlinked through lib/frag/tree. Code that relinks nodes in the middle of a
+// longer list must call drop_name_indexes. Passes over a whole tree relink nothing by hand and
+// declare that by a steady_lists, which skips these checks.
 #pragma once
 
 #include <string_view>

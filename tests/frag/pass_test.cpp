@@ -11,6 +11,7 @@
 #include "lib/frag/layout/upgrade.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/merge.h"
+#include "tests/case_lines.h"
 #include "tests/frag/tree_text.h"
 
 #include <functional>

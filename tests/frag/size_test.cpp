@@ -12,6 +12,7 @@
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/frag_text.h"
 #include "lib/frag/tree/merge.h"
+#include "tests/case_lines.h"
 #include "tests/frag/effort.h"
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/report_log.h"
@@ -57,6 +58,7 @@ static std::int64_t count_tree(frag *head)
     return count;
 }
 
+// Deep and wide files of one thing are played to the whole tool in tests/system.
 TEST(Size, EveryNotation)
 {
     const struct {
@@ -64,17 +66,11 @@ TEST(Size, EveryNotation)
         std::string file;
         std::int64_t fewest;
     } rows[] = {
-        {"deep: flat", times(MANY - 1, "a_") + "a=1\n", MANY},
-        {"deep: section", "[" + times(MANY, "a\\") + "b=1\n", MANY},
-        {"deep: elements that end", times(MANY, "<a>") + times(MANY, "</a>"), MANY},
         {"deep: elements with text", times(MANY, "<a>x"), MANY},
-        {"deep: elements with attributes", times(MANY / 2, "<a b='c'>"), MANY},
         {"wide: flat", shuffled("p_#=\n"), FEWER},
         {"wide: flat at the top", shuffled("#=\n"), FEWER},
         {"wide: section", "[p]\n" + shuffled("#=\n"), FEWER},
         {"wide: attributes", "<p " + shuffled(" #=''") + ">", FEWER},
-        {"wide: elements", "<p>" + times(MANY, "<a></a>"), MANY},
-        {"wide: empty elements on one line", "<p>" + times(MANY, "<a/>"), MANY},
         {"declarations", times(MANY, "<!d>") + times(MANY, "<a/>"), MANY},
         {"comments", times(MANY / 2, "<!-- -->") + times(MANY, "<a/>"), MANY},
         {"a value in many pieces", "a=" + times(MANY / SLOWDOWN, "x\r") + "\n", 1},

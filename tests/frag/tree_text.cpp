@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
 #include <sstream>
@@ -145,22 +144,5 @@ std::multiset<std::string> lines_of(const std::string &text)
     std::multiset<std::string> lines;
     for (std::string line; std::getline(stream, line);)
         lines.insert(line);
-    return lines;
-}
-
-std::vector<std::pair<std::string, std::string>> case_lines(const std::string &file)
-{
-    std::vector<std::pair<std::string, std::string>> lines;
-    std::ifstream stream(TEST_DATA_DIR "/" + file + ".cases");
-    for (std::string line; std::getline(stream, line);) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        const std::string text = line.substr(std::min<std::size_t>(line.size(), 5));
-        if (line[0] == ' ')
-            lines.back().second += " " + text;
-        else
-            lines.emplace_back(line.substr(0, line.find(' ')), text);
-    }
-    EXPECT_FALSE(lines.empty()) << file;
     return lines;
 }

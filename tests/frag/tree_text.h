@@ -30,7 +30,3 @@ std::string exported(frag **head, int version);
 
 // The lines of a text, in whatever order.
 std::multiset<std::string> lines_of(const std::string &text);
-
-// The lines of tests/data/FILE.cases: a word each and, from the sixth byte on, a text, which a line
-// without a word goes on with after a blank. A line that begins with '#' is a comment.
-std::vector<std::pair<std::string, std::string>> case_lines(const std::string &file);

@@ -6,6 +6,7 @@
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/ulib/bounds.h"
+#include "tests/case_lines.h"
 #include "tests/frag/tree_text.h"
 #include "tests/ulib/report_log.h"
 

@@ -1,6 +1,7 @@
 #include "lib/frag/objects/pattern.h"
 
 #include "lib/frag/tree/frag_name.h"
+#include "tests/case_lines.h"
 #include "tests/frag/tree_text.h"
 
 #include <gtest/gtest.h>
@@ -10,37 +11,10 @@ using namespace flatlink;
 
 TEST(ConvertPat, Cases)
 {
-    static const struct {
-        const char *text;
-        int result;
-        const char *want;
-    } rows[] = {
-        {"", 0, "0.0.0.0:0.0.0.0"},
-        {"***", 0, "0.0.0.0:0.0.0.0"},
-        {"10", 0, "10.0.0.0:255.0.0.0"},
-        {"10.1.*", 0, "10.1.0.0:255.255.0.0"},
-        {"10..1..2", 0, "10.1.2.0:255.255.255.0"},
-        {"10.*.3.4", 0, "10.0.3.4:255.0.255.255"},
-        {"10*3.4", 0, "10.0.3.4:255.0.255.255"},
-        {"300.256.*", 0, "44.0.0.0:255.255.0.0"},
-        {"010.1.", 0, "10.1.0.0:255.255.0.0"},
-        {"10.1.2.3", 1, "10.1.2.3"},
-        {"10.1.2.3.", 1, "10.1.2.3."},
-        {"300.1.2.3", 1, "300.1.2.3"},
-        {"10.1.2.3:255.0.0.0", 1, "10.1.2.3:255.0.0.0"},
-        {"10.1.2.3-10.1.2.9", 1, "10.1.2.3-10.1.2.9"},
-        {"*.1.2.3:x", 1, "*.1.2.3:x"},
-        {"10.1.2.3/24", -1, "10.1.2.3/24"},
-        {"10.1.2.3.4", -1, "10.1.2.3.4"},
-        {"10.1:255.0.0.0", -1, "10.1:255.0.0.0"},
-        {".1", -1, ".1"},
-        {"host.example", -1, "host.example"},
-        {"*.example", -1, "*.example"},
-    };
-    for (const auto &row : rows) {
-        std::string text = row.text;
-        EXPECT_EQ(convert_pat(&text), row.result) << row.text;
-        EXPECT_EQ(text, row.want);
+    for (case_row &row : case_rows("patterns", "code want")) {
+        std::string text = row["case"];
+        EXPECT_EQ(std::to_string(convert_pat(&text)), row["code"]) << row["case"];
+        EXPECT_EQ(text, row["want"]);
     }
     EXPECT_EQ(convert_pat(nullptr), -1);
 }

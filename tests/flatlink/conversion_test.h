@@ -14,6 +14,7 @@
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
+#include "tests/case_lines.h"
 #include "tests/kdev/scripted_platform.h"
 #include "tests/ulib/scripted_names.h"
 
@@ -63,15 +64,9 @@ std::string saved(void (*save)(std::FILE *, const list_type &), const list_type 
     return written_by([&](std::FILE *stream) { save(stream, list); });
 }
 
-inline std::vector<std::string> lines_of(const std::string &text, char mark = '\n')
+inline std::vector<std::string> lines_of(const std::string &text)
 {
-    std::vector<std::string> lines;
-    for (std::size_t pos = 0; pos < text.size();) {
-        const std::size_t end = std::min(text.find(mark, pos), text.size());
-        lines.push_back(text.substr(pos, end - pos));
-        pos = end + 1;
-    }
-    return lines;
+    return pieces_of(text, '\n');
 }
 
 inline std::string each_behind(const std::string &start, const std::string &lines)

@@ -4,25 +4,21 @@
 #include "flatlink/derive/peer.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/ulib/bounds.h"
+#include "tests/case_lines.h"
 #include "tests/flatlink/conversion_test.h"
 #include "tests/ulib/report_log.h"
 
 using namespace flatlink;
 
-static const std::string objects = each_behind(
-    "net_", "ipaddr_pc_addr=10.1.0.7\nipaddr_gate_addr=192.0.2.1\nipaddr_first_addr=10.2.0.5\n"
-            "ipaddr_last_addr=10.2.0.9\nipaddr_base_addr=10.2.0.0\nipmask_m_addr=255.255.255.0\n"
-            "ipnet_far_addr=net_ipaddr_base\nipnet_far_mask=net_ipmask_m\n"
-            "ipnet_bare_addr=net_ipaddr_base\nipnet_none_addr=lost\n"
-            "iprange_some_start=net_ipaddr_first\niprange_some_end=net_ipaddr_last\n"
-            "dns_web_addr=my-web.invalid\nemail_me_addr=me@x.invalid\npattern_net_pat=10.3.*\n"
-            "pattern_name_pat=*.*.x.invalid\npattern_full_pat=10.4.0.7\npattern_all_pat=*\n"
-            "pattern_pair_pat=10.4.0.0:255.255.0.0\npattern_two_pat=10.5.0.7  10.6.*\n"
-            "destobj_d_addr=net_ipaddr_pc\nvpnclient_road_note=x\n"
-            "group_g_elem_2_type=iprange\ngroup_g_elem_2_obj=net_iprange_some\n"
-            "group_g_elem_1_type=ipaddr\ngroup_g_elem_1_obj=net_ipaddr_first\n"
-            "group_g_elem_3_type=emptygroup\ngroup_g_elem_3_obj=net_ipaddr_last\n"
-            "vpnnetwork_quay_ip-address=net_ipaddr_gate\nvpnnetwork_quay_name=q\n");
+static std::vector<case_row> side_cases()
+{
+    return case_rows("flatlink/link_sides", "objs far near");
+}
+
+static std::string objects()
+{
+    return each_behind("net_", side_cases()[0]["objs"]);
+}
 
 class trusted_link : public conversion_test
 {
@@ -35,64 +31,46 @@ class trusted_link : public conversion_test
         vpn_add_trusted_link(&def_database, object(vpnobj), object(remote), object(local));
     }
 
-    // "start/delimiter/type" of one side.
-    static std::string side(const std::string &start, u32 delimiter, int type)
+    // "start/delimiter/type" of one side of each link.
+    static std::string sides(std::string linkinfo::*start, u32 linkinfo::*delimiter,
+                             std::uint8_t linkinfo::*type)
     {
-        return start + "/" + (delimiter == NOT_AN_ADDRESS ? "-" : format_address(delimiter)) + "/" +
-               std::to_string(type) + " ";
+        std::string text;
+        for (const auto &link : linkinfos)
+            text +=
+                (text.empty() ? "" : " ") + (*link).*start + "/" +
+                ((*link).*delimiter == NOT_AN_ADDRESS ? "-" : format_address((*link).*delimiter)) +
+                "/" + std::to_string((*link).*type);
+        return text;
     }
     static std::string remotes()
     {
-        std::string text;
-        for (const auto &link : linkinfos)
-            text +=
-                side(link->rnetwork_start_address, link->rnetwork_delimiter, link->rnetwork_type);
-        return text;
+        return sides(&linkinfo::rnetwork_start_address, &linkinfo::rnetwork_delimiter,
+                     &linkinfo::rnetwork_type);
     }
     static std::string locals()
     {
-        std::string text;
-        for (const auto &link : linkinfos)
-            text +=
-                side(link->lnetwork_start_address, link->lnetwork_delimiter, link->lnetwork_type);
-        return text;
+        return sides(&linkinfo::lnetwork_start_address, &linkinfo::lnetwork_delimiter,
+                     &linkinfo::lnetwork_type);
     }
 };
 
 TEST_F(trusted_link, expands_both_sides)
 {
-    static const char refused[] = "";
-    static const struct {
-        const char *object, *remotes, *locals;
-    } cases[] = {
-        {"ipaddr_first", "10.2.0.5/-/1 ", "10.2.0.5/-/1 "},
-        {"ipnet_far", "10.2.0.0/255.255.255.0/4 ", "10.2.0.0/255.255.255.0/4 "},
-        {"ipnet_none", "0.0.0.0/0.0.0.0/4 ", "0.0.0.0/0.0.0.0/4 "}, // no text: the widest pattern
-        {"iprange_some", "10.2.0.5/10.2.0.9/7 ", "10.2.0.5/10.2.0.9/7 "},
-        {"dns_web", "my-web.invalid/-/2 ", "my-web.invalid/-/2 "},
-        {"email_me", refused, "me@x.invalid/-/2 "},
-        {"pattern_name", "x.invalid/-/2 ", "x.invalid/-/2 "},
-        {"pattern_two", "10.5.0.7/-/2 10.6.0.0/255.255.0.0/4 ",
-         "10.5.0.7/-/2 10.6.0.0/255.255.0.0/4 "},
-        {"group_g", "10.2.0.5/-/1 10.2.0.5/10.2.0.9/7 ",
-         "10.2.0.5/-/2 10.2.0.5/10.2.0.9/2 10.2.0.9/-/2 "},
-        {"vpnclient_road", refused, "~road/-/2 "},
-        {"destobj_d", refused, "net_destobj_d/-/2 "},
-        {"lost", refused, refused},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.object);
+    for (case_row &c : side_cases()) {
+        const char *const object = c["case"].c_str();
+        SCOPED_TRACE(object);
         start_anew();
-        load_tree(objects);
-        add(c.object, "ipaddr_pc");
-        EXPECT_EQ(c.remotes, remotes());
+        load_tree(objects());
+        add(object, "ipaddr_pc");
+        EXPECT_EQ(c["far"], remotes());
         EXPECT_EQ(linkinfos.size(), static_cast<std::size_t>(linkno)) << "no number is lost";
         linkinfos.clear();
-        add("ipaddr_first", c.object);
-        EXPECT_EQ(c.locals, locals());
+        add("ipaddr_first", object);
+        EXPECT_EQ(c["near"], locals());
     }
     start_anew();
-    load_tree(objects);
+    load_tree(objects());
     add("pattern_two", "pattern_two");
     EXPECT_EQ("q: 10.5.0.7 10.5.0.7\nq: 10.5.0.7 10.6.0.0\nq: 10.6.0.0 10.5.0.7\n"
               "q: 10.6.0.0 10.6.0.0\n",
@@ -106,7 +84,7 @@ TEST_F(trusted_link, cuts_what_is_too_long)
     ASSERT_EQ(LINK_TEXT_SIZE, 4 + long_key.size());
     const std::string name(200, 'n');
     const std::string text(200, 't');
-    load_tree(objects + "net_" + long_key + "_addr=10.7.0.1\nnet_" + long_key +
+    load_tree(objects() + "net_" + long_key + "_addr=10.7.0.1\nnet_" + long_key +
               "x_addr=10.7.0.2\nnet_dns_long_addr=" + text + "\nnet_vpnnetwork_long_name=" + name +
               "\nnet_vpnnetwork_long_secret=" + std::string(9000, 's') + "\n");
     fset(&def_database, ("net_" + long_key + "x_addr").c_str(), "10.7.0.2");
@@ -114,8 +92,8 @@ TEST_F(trusted_link, cuts_what_is_too_long)
         add((long_key + "x").c_str(), "dns_long", "vpnnetwork_long");
         add("dns_long", "ipaddr_pc", "vpnnetwork_long");
     });
-    EXPECT_EQ("10.7.0.1/-/1 " + text.substr(0, 128) + "/-/2 ", remotes());
-    EXPECT_EQ(text + "/-/2 10.1.0.7/-/1 ", locals()) << "the local text is not cut";
+    EXPECT_EQ("10.7.0.1/-/1 " + text.substr(0, 128) + "/-/2", remotes());
+    EXPECT_EQ(text + "/-/2 10.1.0.7/-/1", locals()) << "the local text is not cut";
     EXPECT_EQ("~" + name.substr(0, 128), linkinfos[0]->lname);
     EXPECT_EQ(LINE_SIZE - 1 - std::string("1_secret=").size(), linkinfos[0]->peer.secret.size());
     EXPECT_EQ(0u, trace.find("TRACE trusted(net_" + long_key + "(" + name.substr(0, 128) + "), "));
@@ -123,7 +101,7 @@ TEST_F(trusted_link, cuts_what_is_too_long)
 
 TEST_F(trusted_link, stops_at_the_bound_of_a_run)
 {
-    load_tree(objects);
+    load_tree(objects());
     const report_log log;
     start_bounds();
     set_walk_origin(node("net_ipaddr_pc"));
@@ -154,7 +132,7 @@ TEST_F(trusted_link, stops_at_the_bound_of_a_run)
 // A chain p1, p2, ... of peers, each the network of the one before; the last one's is `end`.
 static std::string chain(int length, const std::string &end)
 {
-    std::string lines = objects + "net_ipaddr_far_addr=10.2.0.7\n";
+    std::string lines = objects() + "net_ipaddr_far_addr=10.2.0.7\n";
     for (int i = 1; i <= length; ++i) {
         const std::string number = std::to_string(i);
         const std::string next = "net_vpnnetwork_p" + std::to_string(i + 1);

@@ -1,5 +1,6 @@
 #include "flatlink/records/decoder.h"
 
+#include "tests/case_lines.h"
 #include "tests/flatlink/conversion_test.h"
 
 using namespace flatlink;
@@ -20,30 +21,11 @@ static std::string settings()
 
 TEST_F(decoder, stores_settings)
 {
-    static const std::string long_secret(200, 's');
-    static const struct {
-        std::string lines, wanted;
-    } cases[] = {
-        {"", "||1|1|0|2|0|0|||"},
-        {"vpn_anonsecret=" + long_secret, long_secret.substr(0, 127) + "||1|1|0|2|0|0|||"},
-        {"vpn_anonsecret=a\nvpn_anonsecret=", "||1|1|0|2|0|0|||"},
-        {"vpn_clientIKEpolicy=vpn_ike_x", "|x|1|1|0|2|0|0|||"},
-        {"vpn_clientIKEpolicy=vpn_ike_", "|vpn_ike_|1|1|0|2|0|0|||"},
-        {"vpn_useracceleration=\nvpn_aggressivemode=ON", "||1|0|1|2|0|0|||"},
-        {"vpn_threadcount=1", "||1|1|0|2|0|0|||"},
-        {"vpn_threadcount=10", "||1|1|0|9|0|0|||"},
-        {"vpn_threadcount=4x", "||1|1|0|4|0|0|||"},
-        {"ip_hostname=gate\nip_hostname=\nip_domainname=a.b=c", "||1|1|0|2|0|0|gate|a.b=c|"},
-        // What the finishing of older links looks at.
-        {"link_0001_rkey=x", "||1|1|0|2|1|0|||"},
-        {"pair_0001_lname=", "||1|1|0|2|1|0|||"},
-        {"link_0001_mode=SWIPE", "||1|1|0|2|0|1|||"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.lines);
+    for (case_row &c : case_rows("flatlink/settings", "want")) {
+        SCOPED_TRACE(c["case"]);
         start_anew();
-        feed(c.lines);
-        EXPECT_EQ(c.wanted, settings());
+        feed(c["case"]);
+        EXPECT_EQ(c["want"], settings());
     }
 }
 
@@ -59,33 +41,17 @@ TEST_F(decoder, takes_vpn_lines_only)
 
 TEST_F(decoder, follows_interfaces_and_their_three_special_lists)
 {
-    static const char none[] = "0.0.0.0 255.255.255.255 ";
-    static const struct {
-        const char *lines;
-        std::string elements, lists; // "list.element"; address mask interface
-    } cases[] = {
-        {"netobj_list_3_element_2_name=", "", none},
-        {"netobj_list_x_element_2_name=n", "", none},
-        {"netobj_list_3_element_-2_name=n", "", none},
-        {"netobj_list_3_name=Outside\nnetobj_list_3_element_1_addr=10.0.0.1\n"
-         "netobj_list_3_element_1_netmask=255.0.0.0\nnetobj_list_3_element_1_interface=hme0",
-         "3.1 ", "10.0.0.1 255.0.0.0 hme0"},
-        {"netobj_list_3_name=Inside\nnetobj_list_3_name=Outside\n" // the first of two names
-         "netobj_list_3_element_1_addr=10.0.0.1",
-         "3.1 ", "10.0.0.1 255.255.255.255 "},
-        {"netobj_list_3_element_1_addr=10.0.0.1\nnetobj_list_3_name=Outside", "3.1 ", none},
-        {"netobj_list_3_name=Outside\nnetobj_list_3_element_2_addr=10.0.0.1", "3.2 ", none},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.lines);
+    for (case_row &c : case_rows("flatlink/interface_lists", "from elem want")) {
+        SCOPED_TRACE(c["from"]);
         start_anew();
-        feed(c.lines);
+        feed(c["from"]);
         std::string elements;
         for (const auto &intf : intf_list)
-            elements += std::to_string(intf->listno) + "." + std::to_string(intf->elemno) + " ";
-        EXPECT_EQ(c.elements, elements);
-        EXPECT_EQ(c.lists, format_address(outside_addr) + " " + format_address(outside_mask) + " " +
-                               outside_face);
+            elements += (elements.empty() ? "" : " ") + std::to_string(intf->listno) + "." +
+                        std::to_string(intf->elemno);
+        EXPECT_EQ(c["elem"], elements);
+        EXPECT_EQ(c["want"], format_address(outside_addr) + " " + format_address(outside_mask) +
+                                 (outside_face.empty() ? "" : " ") + outside_face);
     }
     feed("netobj_list_4_name=Inside\nnetobj_list_5_name=Service\n"
          "netobj_list_4_element_1_addr=10.0.0.1\nnetobj_list_5_element_1_interface=qfe0");

@@ -12,7 +12,7 @@ class interfaces : public conversion_test
     static std::string finished(const std::string &elements)
     {
         int number = 0;
-        for (const std::string &fields : lines_of(elements, '|'))
+        for (const std::string &fields : pieces_of(elements, '|'))
             feed(each_behind("netobj_list_1_element_" + std::to_string(++number) + "_", fields));
         finish_intfs();
         std::string text;
@@ -25,23 +25,13 @@ class interfaces : public conversion_test
 
 TEST_F(interfaces, of_one_address_become_one)
 {
-    static const struct {
-        const char *first, *second, *wanted;
-    } cases[] = {
-        {"interface=hme0\nname=a\nlocation=Inside", "interface=hme1\nname=b\nlocation=Outside",
-         "hme0 a 1 0.0.0.0\n"},
-        {"interface=hme0\nname=a\nbroadcast=x",
-         "interface=hme1\nlocation=Outside\nbroadcast=10.1.0.255", "hme0 a 3 10.1.0.255\n"},
-        // An alias gives way, with its name.
-        {"interface=hme0:1\nname=a", "interface=hme1\nname=b", "hme1 b 0 0.0.0.0\n"},
-        {"interface=hme0\nlocation=Attic", "interface=hme0:1\nname=b", "hme0 b 0 0.0.0.0\n"},
-        {"interface=hme0:1\nname=a", "interface=hme0:2\nname=b", "hme0:1 a 0 0.0.0.0\n"},
-    };
     static const char usable[] = "addr=10.1.0.1\nnetmask=255.255.255.0\n";
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.first);
+    for (case_row &c : case_rows("flatlink/interface_pairs", "want")) {
+        SCOPED_TRACE(c["case"]);
         start_anew();
-        EXPECT_EQ(c.wanted, finished(usable + std::string(c.first) + "|" + usable + c.second));
+        std::string &both = c["case"];
+        both.insert(both.find('|') + 1, usable);
+        EXPECT_EQ(c["want"] + '\n', finished(usable + both));
     }
     for (const char *missing : {"addr=0.0.0.0", "addr=rubbish", "netmask=0.0.0.0", "netmask=x"}) {
         SCOPED_TRACE(missing);

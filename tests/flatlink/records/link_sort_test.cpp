@@ -1,6 +1,7 @@
 #include "flatlink/records/link_sort.h"
 
 #include "flatlink/records/interfaces.h"
+#include "tests/case_lines.h"
 #include "tests/flatlink/conversion_test.h"
 
 using namespace flatlink;
@@ -16,7 +17,7 @@ class link_sort : public conversion_test
         feed("netobj_list_1_element_1_addr=10.1.0.1");
         ip_myhostname = "here.invalid";
         char name = 'a';
-        for (const std::string &lines : lines_of(records, '|')) {
+        for (const std::string &lines : pieces_of(records, '|')) {
             const std::string start = "vlink_" + std::to_string(name - 'a' + 1) + "_";
             feed(each_behind(start, std::string("lname=") + name + "\nsecret=" + name +
                                         "\ngateway=192.0.2.1\nrulenumber=1\n"
@@ -35,35 +36,9 @@ class link_sort : public conversion_test
 
 TEST_F(link_sort, compares_one_key_after_the_other)
 {
-    static const std::string net_24 = "lnetwork_type=Subnet\nlnetwork_delimiter=255.255.255.0\n";
-    static const std::string far_8 = "rnetwork_type=Subnet\nrnetwork_delimiter=255.0.0.0\n";
-    static const struct {
-        const char *label;
-        std::string records;
-        const char *order;
-    } cases[] = {
-        {"rule number", "rulenumber=10|rulenumber=9|rulenumber=-1|rulenumber=1", "cdba"},
-        {"proxy rules last", "rulenumber=1073741825|rulenumber=5000", "ba"},
-        {"deeper first", "|nesting-level=1|nesting-level=-1", "cba"}, // unsigned
-        {"smaller local network", net_24 + "|rulenumber=1", "ba"},
-        {"smaller remote network",
-         far_8 + "|" + far_8 + "rnetwork_delimiter=255.255.0.0|rulenumber=1", "cba"},
-        {"more certificate conditions", "|ic=x|icn=x|sc=x|scn=x", "edcba"},
-        {"alternative name with its kind", "san_content=x|scn=x|san_content=x\nsan_type=DNS",
-         "cba"},
-        {"range counts its addresses",
-         "lnetwork_type=Range\nlnetwork_delimiter=10.17.66.71|" + net_24, "ba"},
-        {"the whole space has size 0",
-         "|lnetwork_start_address=0.0.0.0\nlnetwork_type=Subnet\nlnetwork_delimiter=0.0.0.0", "ba"},
-        {"its interface too", "|lnetwork_start_address=10.1.0.1", "ba"},
-        {"but not an interface's subnet", "|lnetwork_start_address=10.1.0.1\n" + net_24, "ab"},
-        {"the gateway has size 0", "|rnetwork_start_address=192.0.2.1", "ba"},
-        {"fixed ones before clients", "fixed_remote=Off|gateway=*|rulenumber=9", "cab"},
-        {"clients: subject before issuer", "gateway=*\nicn=x\nio=x|gateway=*\nsc=x", "ba"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.label);
-        EXPECT_EQ(c.order, sorted(c.records));
+    for (case_row &c : case_rows("flatlink/link_order", "from want")) {
+        SCOPED_TRACE(c["case"]);
+        EXPECT_EQ(c["want"], sorted(c["from"]));
     }
     // A record that never got a local text is the firewall's.
     sorted("rulenumber=1");
@@ -80,39 +55,16 @@ TEST_F(link_sort, settles_addresses_on_the_way)
                         {"here.invalid", {{"10.1.0.9"}}},
                         {"there.invalid", {{"10.2.0.9"}}},
                         {"six.invalid", {{"10.3.0.9"}, 16}}};
-    static const struct {
-        const char *label, *lines;
-        const char *wanted; // gateway, local and remote: start delimiter type
-    } cases[] = {
-        {"names",
-         "gateway=peer.invalid\nlnetwork_start_address=here.invalid\nlnetwork_type=DNSname\n"
-         "rnetwork_start_address=there.invalid\nrnetwork_type=DNSname",
-         "192.0.2.7 | 10.1.0.9 - 1 | 10.2.0.9 - 1"},
-        {"names without an address", "gateway=six.invalid\nrnetwork_start_address=none.invalid",
-         "- | 10.1.0.7 - 1 | - - 1"},
-        {"firewall: its address towards the gateway", "lnetwork_start_address=127.0.0.01",
-         "192.0.2.1 | 198.51.100.9 - 1 | 10.2.0.7 - 1"},
-        {"firewall without a route: its name's address",
-         "gateway=192.0.2.2\nlnetwork_start_address=127.0.0.1",
-         "192.0.2.2 | 10.1.0.9 - 1 | 10.2.0.7 - 1"},
-        {"client of the firewall", "gateway=*\nlnetwork_start_address=localhost",
-         "0.0.0.0 | - - 255 | - - 0"},
-        {"ranges of one address",
-         "lnetwork_type=Range\nlnetwork_delimiter=10.1.0.7\n"
-         "rnetwork_type=Range\nrnetwork_delimiter=10.2.0.7",
-         "192.0.2.1 | 10.1.0.7 - 1 | 10.2.0.7 - 1"},
-        {"over the external gateway", "use_xgw=On", "192.0.2.1 | 0.0.0.0 0.0.0.0 4 | 10.2.0.7 - 1"},
-    };
     const auto shown = [](u32 addr) { return addr == NOT_AN_ADDRESS ? "-" : format_address(addr); };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.label);
-        ASSERT_EQ("a", sorted(c.lines));
+    for (case_row &c : case_rows("flatlink/link_addresses", "from want")) {
+        SCOPED_TRACE(c["case"]);
+        ASSERT_EQ("a", sorted(c["from"]));
         const linkinfo &link = *linkinfos[0];
-        EXPECT_EQ(c.wanted, shown(link.gateway_addr) + " | " + shown(link.lnetwork_start) + " " +
-                                shown(link.lnetwork_delimiter) + " " +
-                                std::to_string(link.lnetwork_type) + " | " +
-                                shown(link.rnetwork_start) + " " + shown(link.rnetwork_delimiter) +
-                                " " + std::to_string(link.rnetwork_type));
+        EXPECT_EQ(c["want"], shown(link.gateway_addr) + " | " + shown(link.lnetwork_start) + " " +
+                                 shown(link.lnetwork_delimiter) + " " +
+                                 std::to_string(link.lnetwork_type) + " | " +
+                                 shown(link.rnetwork_start) + " " + shown(link.rnetwork_delimiter) +
+                                 " " + std::to_string(link.rnetwork_type));
     }
 }
 

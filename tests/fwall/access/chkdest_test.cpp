@@ -1,5 +1,6 @@
 #include "lib/fwall/access/chkdest.h"
 
+#include "tests/case_lines.h"
 #include "tests/fwall/proxy_setup.h"
 
 using namespace flatlink;
@@ -20,50 +21,11 @@ struct dest_setup : proxy_setup {
 
 TEST(PermitDstChk, ChecksHosts)
 {
-    static const struct {
-        const char *lines, *host, *want; // the code, what was asked and what was reported
-    } cases[] = {
-        {"k 1", "10.1.1.1", "1\n"},
-        {"absorb-destination 10.*", "10.1.1.1", "0\n"},
-        {"deny-destination 10.*\npermit-destination *", "10.1.1.1", "1\n"},
-        {"permit-destination !10.* *", "10.1.1.1", "1\n"},
-        {"deny-destination !10.*", "10.1.1.1", "0\n"},
-        {"deny-destination !10.*", "11.1.1.1", "1\n"},
-        {"destination !!10.* 10.1.*", "10.1.1.1", "0\naddr 10.1.1.1\n"}, // one mark only
-        {"destination a.lan\ndestination b.lan mail.lan", "10.0.0.1", "0\naddr 10.0.0.1\n"},
-        {"destination *.lan unknown", "10.0.0.9", "0\naddr 10.0.0.9\n"},
-        {"rev_dns 10.*\ndestination *.lan unknown", "10.0.0.1", "1\n"},
-        {"destination 10.0.0.1:mask", "10.0.0.1", "1\n"},
-        {"destination *", "", "0\n"},
-        {"destination 10.3.*", "3com.lan", "0\nname 3com.lan\n"}, // begins as an address does
-        {"destination 10.3.*", "3bom.lan", "1\nname 3bom.lan\nname 3bom.lan\n"},
-        {"destination 10.3.*", "3wide.lan",
-         "1\nname 3wide.lan\nname invalid\n"
-         "10504/0 securityalert: invalid host address length (3) hostname 3wide.lan\n"},
-        {"destination 10.*", "mail.lan", "0\nname mail.lan\n"},
-        {"destination *", "nobody.lan", "99\nname nobody.lan\n"},
-        {"destination *", "none.lan", "99\nname none.lan\n"},
-        {"destination *", "wide.lan",
-         "1\nname wide.lan\n"
-         "10504/0 securityalert: invalid host address length (16) hostname wide.lan\n"},
-        {"destination 10.*", "two.lan", "1\nname two.lan\n"},
-        {"destination 20.*", "two.lan", "1\nname two.lan\n"},
-        {"destination 10.* 20.*", "two.lan", "0\nname two.lan\n"},
-        {"deny-destination 20.*\ndestination *", "two.lan", "1\nname two.lan\n"},
-        {"destination *\nafw-dest 10.* any id7", "10.1.1.1",
-         "1\n1504/0 AFW: deny destination host 10.1.1.1, port 80, AFW id: id7\n"},
-        {"destination 30.*\nafw-dest 20.* 80 x", "two.lan",
-         "1\nname two.lan\n1504/0 AFW: deny destination host two.lan, port 80, AFW id: x\n"},
-        {"destination *\nafw-dest 11.* any x\nafw-dest 10.* smtp y", "10.1.1.1", "0\nport smtp\n"},
-        {"destination *\nafw-dest 11.*", "10.1.1.1",
-         "1\n11502/2 AFW: destination blocking rule is not generated correctly, line 2\n"},
-        {"afw-dest a.lan 80 x\ndestination mail.lan", "10.0.0.1", "0\naddr 10.0.0.1\n"},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(std::string(row.lines) + " with " + row.host);
-        const dest_setup setup(row.lines);
-        const int code = permit_dst_chk(row.host, 80, proxy_confp);
-        EXPECT_EQ(std::to_string(code) + '\n' + setup.asked_and_told(), row.want);
+    for (case_row &row : case_rows("fwall/destinations", "from want")) {
+        SCOPED_TRACE(row["from"] + " with " + row["case"]);
+        const dest_setup setup(row["from"]);
+        const int code = permit_dst_chk(row["case"].c_str(), 80, proxy_confp);
+        EXPECT_EQ(std::to_string(code) + '\n' + setup.asked_and_told(), row["want"] + '\n');
     }
 }
 

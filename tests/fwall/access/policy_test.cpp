@@ -36,7 +36,33 @@ static std::string records(const cfgrec *list, const cfgrec *end = nullptr)
     return text;
 }
 
-// Which records in which order is compared with a model in tests/fuzz.
+// What options make stands in front of the table's own entries, what policies add after them.
+TEST(GetPolicy, PutsTheTermsOfALineInOrder)
+{
+    static const std::string P = "5 k(0) 1;7 m(0) 3 4;", Q = "6 l(2) 2;";
+    static const struct {
+        const char *words;
+        std::string made, added;
+    } cases[] = {
+        {"a -flag -policy p -one x -policy q -rest y -flag",
+         "1 keyword(0) a b c;1 destination(2) fixed x;1 absorb-rest(0) fixed y -flag;", P + Q},
+        {"a -policy q -list { x -flag } -list y -list { } -policy p -xyz { -bare",
+         "1 ports(1) fixed x -flag;1 ports(1) fixed y;1 ports(1) fixed;1 xyz(0) {;1 bare(0);",
+         Q + P},
+        {"-policy p -policy p", "", P + P},
+        {"a b", "", ""},
+    };
+    for (const auto &row : cases) {
+        const proxy_setup setup("hosts " + std::string(row.words) +
+                                "\nhosts b -policy p\nhosts c -policy q\nk 0\n"
+                                "policy-p: k 1\npolicy-q: deny-l 2\npolicy-p: m 3 4");
+        const std::string own = records(proxy_confp);
+        EXPECT_EQ(get_policy(proxy_confp, OPTIONS), 0);
+        EXPECT_EQ(records(policy_confp), row.made + own + row.added) << row.words;
+        EXPECT_EQ(report_log::lines(), "");
+    }
+}
+
 TEST(GetPolicy, ReportsFaultsAndGoesOn)
 {
     static const struct {

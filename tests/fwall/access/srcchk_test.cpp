@@ -2,6 +2,7 @@
 #include "lib/fwall/access/srcchk.h"
 
 #include "lib/fwall/access/srcrule.h"
+#include "tests/case_lines.h"
 #include "tests/fwall/proxy_setup.h"
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/scripted_platform.h"
@@ -22,40 +23,14 @@ static std::string outcome_of(const proxy_setup &setup, const char *client)
 // Walks over more lines, prepared and not, are compared in tests/fuzz.
 TEST(PermitSrcAddrChk, LetsTheFirstMatchDecide)
 {
-    static const struct {
-        const char *lines, *want;
-    } cases[] = {
-        {"permit-hosts 10.*", "0 line 1 as nodnsquery\n"},
-        {"hosts 11.* 10.2", "1 line - as unknown\n"},
-        {"deny-hosts 10.0.0.*\nhosts 10.*", "2 line 1 as nodnsquery\n"},
-        {"deny-hosts  \nhosts 10.*",
-         "0 line 2 as nodnsquery\n11502/1 cfgerr: hosts takes at least one argument, line 1\n"},
-        {"hosts a.lan b.lan\nhosts mail.*", "0 line 2 as nodnsquery\naddr 10.0.0.1\n"},
-        {"rev_dns 11.* 10.0.0.1\nhosts *.lan unknown nodnsquery", "1 line - as unknown\n"},
-        {"rev_dns  \nrev_dns 10.0.0.2-10.0.0.9\nhosts *.lan",
-         "0 line 3 as nodnsquery\naddr 10.0.0.1\n"
-         "11502/1 vhltcfgerr: rev_dns takes at least one argument, line 1\n"},
-        {"use_name_logs yes\nhosts 10.*", "0 line 2 as mail.office.lan\naddr 10.0.0.1\n"},
-        {"use_name_logs on\nrev_dns 10.*\nhosts 10.*", "0 line 3 as nodnsquery\n"},
-        {"hosts ~alice ~\nhosts ''", "0 line 2 as nodnsquery\n"}, // no device knows an identity
-        {"k 1\nhosts 11.* b.lan\nk 2\ndeny-hosts ~x\nk 3\nhosts *.lan\nk 4\nhosts 10.*",
-         "0 line 6 as nodnsquery\naddr 10.0.0.1\n"},
-        {"k 1\nhosts *.lam l*.* mail.office.la mail.office.lan. \nk 2\nhosts 10.0.0.1",
-         "0 line 4 as nodnsquery\naddr 10.0.0.1\n"},
-        {"k 1\nhosts 10.0.0.2 10.1 10.0.0.0-10.0.0.0\nk 2\nhosts 9.0.0.0-10.0.0.0 -o 10.*",
-         "1 line - as unknown\n"},
-        {"hosts 10.1.0.0:255.0.0.0\nk 1\nhosts 10.0.0.0:255.255.255.0",
-         "0 line 3 as nodnsquery\n11502/0 cfgerr: pat:mask can never match anything, "
-         "10.1.0.0:255.0.0.0\n"},
-    };
-    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
-        const auto &row = cases[i / 2];
-        SCOPED_TRACE(row.lines);
-        proxy_setup setup(row.lines, i % 2 == 1);
-        const scripted_platform no_device;
-        setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
-        EXPECT_EQ(outcome_of(setup, "10.0.0.1"), row.want);
-    }
+    for (case_row &row : case_rows("fwall/sources", "from want"))
+        for (const bool is_prepared : {false, true}) {
+            SCOPED_TRACE(row["from"]);
+            proxy_setup setup(row["from"], is_prepared);
+            const scripted_platform no_device;
+            setup.names.names = {{"10.0.0.1", "Mail.Office.LAN"}};
+            EXPECT_EQ(outcome_of(setup, "10.0.0.1"), row["want"] + '\n');
+        }
 }
 
 TEST(PermitSrcAddrChk, ComparesTheIdentityThatTheFirewallKnows)

@@ -5,6 +5,7 @@
 #include "lib/screen/label.h"
 #include "lib/screen/menu.h"
 #include "lib/screen/strobj.h"
+#include "tests/fuzz/input_bytes.h"
 #include "tests/screen/terminal.h"
 
 #include <algorithm>
@@ -28,19 +29,6 @@ void must(bool holds, const char *what)
     if (!holds)
         throw std::logic_error(what);
 }
-
-struct input_bytes {
-    const std::uint8_t *data;
-    std::size_t left;
-
-    int below(int limit) // 0 to limit - 1
-    {
-        if (left == 0)
-            return 0;
-        --left;
-        return *data++ % limit;
-    }
-};
 
 const char *const item_texts[] = {"one",   "two\tbell\a", "a very long item that is cut",
                                   "",      "five",        "\x1b[31mred",
@@ -207,7 +195,7 @@ void play(input_bytes &input)
         made.head = sc_add(made.head, make_object(made, input, object * ROWS_EACH - 1));
     make_swap(made, input);
 
-    CKeys keys({reinterpret_cast<const char *>(input.data), std::min(input.left, KEYS_MAX)});
+    CKeys keys(input.left.substr(0, KEYS_MAX));
     keys.end();
     if (sc_interact(played_in, made.head) != SC_NO_FOCUS)
         check_form(nullptr);
@@ -222,7 +210,7 @@ void play(input_bytes &input)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     try {
-        input_bytes input{data, size};
+        input_bytes input(data, size);
         play(input);
     } catch (const std::logic_error &fault) {
         (void)std::fprintf(stderr, "form_keys: %s\n", fault.what());

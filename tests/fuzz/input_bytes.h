@@ -22,6 +22,8 @@ struct input_bytes {
         return first;
     }
 
+    int below(int limit) { return byte() % limit; } // 0 to limit - 1
+
     // Up to the next `end`, which is taken too.
     std::string until(char end)
     {

@@ -11,42 +11,8 @@ namespace
 
 const char *const three[] = {"one", "two", "three", nullptr};
 const char *const ten[] = {"i0", "i1", "i2", "i3", "i4", "i5", "i6", "i7", "i8", "i9", nullptr};
-const char *const sized[] = {"abcdef", "abcdefgh", "abc", "\x1b[7m\n", nullptr};
 
 } // namespace
-
-TEST(Menu, ShowsItsRows)
-{
-    static const struct {
-        const char *label;
-        const char *const *items;
-        int start, height, width, centre;
-        const char *keys, *picture;
-        const char *result = nullptr;
-        int bells = 0;
-    } cases[] = {
-        {"down past the end", three, 0, 5, 5, 0, "\x0e   ", "one|two|{three}", "three", 2},
-        {"up past the start", three, 0, 2, 3, 0, " \x10\x10", "{one}|two", "one", 1},
-        {"down scrolls", ten, 0, 3, 2, 0, "   ", "i1|i2|{i3}", "i2"},
-        {"up scrolls", ten, 0, 3, 2, 0, "   \x10\x10\x10", "{i0}|i1|i2", "i1"},
-        {"Tab stores the choice", three, 0, 2, 3, 0, " \t", "one|{two}", "two"},
-        {"opens scrolled", ten, 7, 3, 2, 0, "", "{i5}|i6|i7"},
-        {"comes back from behind", three, 4, 3, 3, 0, "\x10", "{two}|thr", "three"},
-        {"centred", sized, 0, 4, 8, 1, "", "{ abcdef }|abcdefgh|  abc| ?[7m?"},
-    };
-    for (const auto &one : cases) {
-        SCOPED_TRACE(one.label);
-        const CScreen screen(8, 20);
-        const char *result = nullptr;
-        scobj *menu = sc_newmenu(0, 0, one.items, one.start, &result, one.height, one.width, 0,
-                                 one.centre, nullptr, nullptr);
-        EXPECT_EQ(run(menu, one.keys), SC_INPUT_ENDED);
-        EXPECT_EQ(screen.picture(), one.picture);
-        EXPECT_STREQ(result, one.result);
-        EXPECT_EQ(screen.bells.count(), one.bells);
-        sc_destroy(menu);
-    }
-}
 
 // A menu that decides about a label and a field beside it; one button after them.
 class Swapping : public testing::Test

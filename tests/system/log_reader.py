@@ -10,6 +10,7 @@ import sys
 import tempfile
 
 import proxy_host
+from proxy_host import wait_until
 
 # Offset and size of the texts, in the order of the record.
 TEXTS = {"connection_id": (48, 32), "src_ip": (88, 16), "dst_ip": (104, 16),
@@ -63,17 +64,9 @@ class Reader:
         return self.process.returncode, printed, errors
 
 
-def wait_for(path):
-    for _ in range(1000):
-        if os.path.exists(path):
-            return
-        signal.sigtimedwait([], 0.01)
-    raise TimeoutError(path)
-
-
 def check_datagrams(equal, path):
     reader = Reader(path)
-    wait_for(path)
+    wait_until(lambda: os.path.exists(path))
     sender = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
     for data, _ in GOOD:
         sender.sendto(data, path)
@@ -94,19 +87,15 @@ def check_datagrams(equal, path):
 
 def check_path(equal, path):
     first = Reader(path)
-    wait_for(path)
+    wait_until(lambda: os.path.exists(path))
     equal("a living reader keeps its path", Reader(path).process.wait(timeout=60), 1)
     first.process.kill()
     first.process.communicate()
     equal("a dead one leaves it", os.path.exists(path), True)
     second = Reader(path)
     sender = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-    for _ in range(1000):
-        try:
-            sender.sendto(GOOD[0][0], path)
-            break
-        except OSError:
-            signal.sigtimedwait([], 0.01)
+    wait_until(lambda: sender.connect_ex(path) == 0)  # the dead one's path stands until then
+    sender.send(GOOD[0][0])
     equal("taken over", second.line(), GOOD[0][1])
     equal("interrupted", second.end(signal.SIGINT)[0], 0)
     with open(path, "w", encoding="ascii") as file:
@@ -122,7 +111,7 @@ def check_path(equal, path):
 
 def check_proxy(equal):
     reader = Reader()
-    wait_for("/dev/stdlog")
+    wait_until(lambda: os.path.exists("/dev/stdlog"))
     proxy_host.write_table("probe: hosts  \n")
     subprocess.run(["probe", "plain.init"], executable=sys.argv[2], input="send\n", text=True,
                    stdout=subprocess.DEVNULL, check=True, timeout=60)
@@ -136,19 +125,12 @@ def check_proxy(equal):
 
 def main():
     proxy_host.enter()
-    failures = []
-
-    def equal(label, got, want):
-        if got != want:
-            failures.append(label)
-            print(f"{label}\n   got {got!r}\nwanted {want!r}")
-
+    compared = proxy_host.Comparison()
     with tempfile.TemporaryDirectory() as folder:
-        check_datagrams(equal, folder + "/log")
-        check_path(equal, folder + "/log")
-    check_proxy(equal)
-    print(f"{len(failures)} failures")
-    return 1 if failures else 0
+        check_datagrams(compared.equal, folder + "/log")
+        check_path(compared.equal, folder + "/log")
+    check_proxy(compared.equal)
+    return compared.result()
 
 
 if __name__ == "__main__":

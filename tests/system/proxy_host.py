@@ -189,19 +189,28 @@ def record_of(datagram):
                   text(523, 64), text(587, 64))
 
 
-class Checks:
+class Comparison:
     """Compares, and goes on after a failure."""
 
-    def __init__(self, is_log_taken_at_once=False):
-        self.failures = 0
-        self.log = StandardLog(is_log_taken_at_once)
-        self.syslog = SystemLog()
+    failures = 0
 
     def equal(self, label, got, want):
         if got == want:
             return
         self.failures += 1
         print(f"{label}\n   got {got!r}\nwanted {want!r}", flush=True)
+
+    def result(self):
+        print(f"{self.failures} failures")
+        return 1 if self.failures else 0
+
+
+class Checks(Comparison):
+    """Checks of proxies, whose logs it takes."""
+
+    def __init__(self, is_log_taken_at_once=False):
+        self.log = StandardLog(is_log_taken_at_once)
+        self.syslog = SystemLog()
 
     def eventually(self, label, call, want):
         wait_until(lambda: call() == want)
@@ -215,8 +224,7 @@ class Checks:
             # A log without a reader would delay the daemons.
             self.syslog.datagrams()
             print(f"{check.__name__}: {time.monotonic() - begun:.1f} s", flush=True)
-        print(f"{self.failures} failures")
-        return 1 if self.failures else 0
+        return self.result()
 
 
 class Daemon:

@@ -136,9 +136,6 @@ def check_entries(checks):
     start(checks, "policy", policies, [], commands="policy a\n", state={"policy": "2:k[1] 3:k[2]"})
     start(checks, "policy without entries", "probe: permit-hosts * -policy a\n", [], status=1,
           records=[(11503, 0, "cfgerr: could not find Policy : a.")])
-    start(checks, "hosts line with faults", "probe: permit-hosts *\nprobe: hosts * -policy\n", [],
-          records=[(11502, 1, "cfgerr: permit-hosts line must have -policy flag, line 1"),
-                   (11502, 2, "cfgerr: -policy needs an argument, line 2")])
 
 
 def check_logging(checks):

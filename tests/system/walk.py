@@ -40,7 +40,7 @@ def main():
     environment = {key: value for key, value in os.environ.items() if key != "KORVWSS"}
     shell = subprocess.Popen(["bash"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
                              cwd=os.path.join(os.path.dirname(readme), "../.."), env=environment)
-    failures = 0
+    compared = proxy_host.Comparison()
     for number, (commands, wanted) in enumerate(blocks(readme), 1):
         shell.stdin.write(commands.replace("build/release", build) + f"\necho; echo end {number}\n")
         shell.stdin.flush()
@@ -48,14 +48,11 @@ def main():
         while not printed.endswith(f"\nend {number}\n") and (line := shell.stdout.readline()):
             printed += line
         printed = printed.removesuffix(f"\nend {number}\n")
-        if wanted is not None and same(printed) != same(wanted):
-            failures += 1
-            print(f"block {number}\n{commands}\n   got {printed!r}\nwanted {wanted!r}", flush=True)
+        if wanted is not None:
+            compared.equal(f"block {number}\n{commands}", same(printed), same(wanted))
     shell.stdin.close()
-    if shell.wait(timeout=proxy_host.PATIENCE_S) != 0:
-        failures += 1
-    print(f"{failures} failures")
-    return 1 if failures else 0
+    compared.equal("the shell's end", shell.wait(timeout=proxy_host.PATIENCE_S), 0)
+    return compared.result()
 
 
 if __name__ == "__main__":

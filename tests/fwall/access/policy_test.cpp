@@ -50,6 +50,7 @@ TEST(GetPolicy, PutsTheTermsOfALineInOrder)
          "1 ports(1) fixed x -flag;1 ports(1) fixed y;1 ports(1) fixed;1 xyz(0) {;1 bare(0);",
          Q + P},
         {"-policy p -policy p", "", P + P},
+        {"a -list {lost x }lost -bare", "1 ports(1) fixed x;1 bare(0);", ""},
         {"a b", "", ""},
     };
     for (const auto &row : cases) {

@@ -66,8 +66,9 @@ class Stranger(unittest.TestCase):
 
     def test_programs_and_documents(self):
         self.assertTrue(os.access(self.prefix / "bin" / "flatlink", os.X_OK))
-        for name in ("LICENSE", "CHANGELOG.md"):
-            self.assertTrue((self.prefix / "share/doc/flatlink" / name).is_file())
+        for name in ("doc/flatlink/LICENSE", "doc/flatlink/CHANGELOG.md", "man/man1/flatlink.1",
+                     "man/man5/netperm-table.5", "man/man7/flatlink-proxy.7"):
+            self.assertTrue((self.prefix / "share" / name).is_file())
 
 
 if __name__ == "__main__":

@@ -24,7 +24,7 @@ static constexpr finding_row rows[] = {
      "key or value hold the blank, and are not found or not understood", "write KEY=VALUE",
      "ip_hostname =gate"},
     {"D113", error, "a part of a key is too long",
-     "it is cut, and what is behind the cut is taken for the value", "use a shorter name", ""},
+     "it is cut, and the rest of it is taken for the value", "use a shorter name", ""},
     {"D114", warning, "a key begins with '#'",
      "nothing is a comment in this notation: the line is a key that no program asks for",
      "take the line out", "#ip_hostname=gate\nip_domainname=plant.invalid"},
@@ -54,7 +54,7 @@ static constexpr finding_row rows[] = {
     {"T101", error, "the reader of the table drops a line", "no proxy knows what it says",
      "see what the message names", "relay: timeout 5\nrelay timeout 5"},
     {"T202", error, "a policy is not what a hosts line takes it for",
-     "the proxy does not start, or passes over the line", "see what the message names",
+     "the proxy does not start, or skips the line", "see what the message names",
      "relay: hosts * -policy open"},
 };
 

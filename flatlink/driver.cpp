@@ -10,9 +10,9 @@
 #include "flatlink/records/keys.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/links.h"
-#include "flatlink/records/names.h"
 #include "flatlink/records/pools.h"
 #include "flatlink/records/post_decode.h"
+#include "flatlink/records/settings.h"
 #include "flatlink/scratch_file.h"
 #include "lib/frag/import/import.h"
 #include "lib/frag/layout/canon.h"
@@ -169,17 +169,6 @@ static std::FILE *open_output(const char *path)
     return std::string_view(path) == SCRATCH_FILE ? open_scratch_file() : std::fopen(path, "we");
 }
 
-static void write_settings(std::FILE *stream)
-{
-    const record_writer out(stream, "vpn_");
-    out.text("anonsecret", anonsecret);
-    out.text("clientIKEpolicy", clientIKEpolicy);
-    out.text("kernelacceleration", parsenumtoname(onoff_list, klevelHardAccel));
-    out.text("useracceleration", parsenumtoname(onoff_list, ulevelHardAccel));
-    out.text("aggressivemode", parsenumtoname(onoff_list, aggressiveMode));
-    std::fflush(stream);
-}
-
 static void write_host_names(std::FILE *stream)
 {
     const record_writer out(stream, "ip_");
@@ -190,7 +179,7 @@ static void write_host_names(std::FILE *stream)
 
 void flatlink::write_records(std::FILE *stream)
 {
-    write_settings(stream);
+    save_settings(stream);
     save_swkeys(stream, swkeys);
     std::fflush(stream);
     save_linkinfos(stream, linkinfos);

@@ -6,6 +6,9 @@
 #include <cstddef>
 #include <string_view>
 
+namespace flatlink
+{
+
 class mapped_output
 {
   public:
@@ -34,3 +37,5 @@ class mapped_output
     std::size_t length_ = 0;     // bytes written
     std::size_t allocated_ = 0;  // length of the file
 };
+
+} // namespace flatlink

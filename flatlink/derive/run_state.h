@@ -10,11 +10,11 @@ struct frag;
 
 struct derivation_state {
     // Of the rule being walked.
-    std::int32_t rulenumber = 0;     // PROXY_RULE set: a proxy rule
-    const char *rulelabel = nullptr; // text in the tree; null: none
-    std::int32_t ruleloglevel = 0;   // words of debug_list, as a number
-    std::int32_t nestinglevel = 0;   // peers that the current link lies inside of
-    peer_path remote_peers;          // these peers
+    std::int32_t rulenumber = 0;      // PROXY_RULE set: a proxy rule
+    const char *rulelabel = nullptr;  // text in the tree; null: none
+    std::int32_t ruleloglevel = 0;    // words of debug_list, as a number
+    std::int32_t nestinglevel = 0;    // peers that the current link lies inside of
+    flatlink::peer_path remote_peers; // these peers
 
     // Of the run.
     std::int32_t linkno = 0;   // number of the last link made

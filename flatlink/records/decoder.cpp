@@ -6,13 +6,11 @@
 #include "flatlink/records/keys.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/links.h"
-#include "flatlink/records/names.h"
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
+#include "flatlink/records/settings.h"
 #include "lib/ulib/addr_mask.h"
 #include "lib/ulib/text.h"
-
-#include <algorithm>
 
 using namespace flatlink;
 
@@ -36,19 +34,6 @@ void decode_pass(std::string_view rest)
     autosortold = 1;
 }
 
-// In the tree the value is the key of a policy, "vpn_ike_NAME": a value that is longer than what
-// stands before the name loses that much, whatever it is.
-void decode_client_policy(std::string_view value)
-{
-    constexpr std::size_t KEY_START_SIZE = std::string_view("vpn_ike_").size();
-    clientIKEpolicy = value.size() > KEY_START_SIZE ? value.substr(KEY_START_SIZE) : value;
-}
-
-template <auto &setting> void decode_switch(std::string_view value)
-{
-    setting = parsenametonum(onoff_list, value);
-}
-
 // Ignores the parsers' results, because reading goes on after a bad line. The first row that
 // matches decides.
 constexpr line_prefix line_prefixes[] = {
@@ -60,14 +45,6 @@ constexpr line_prefix line_prefixes[] = {
     {"pair_", decode_pair},
     {"pass_", decode_pass},
     {"key_", add_partial_swkey},
-    {"vpn_anonsecret=",
-     [](std::string_view value) { anonsecret = value.substr(0, ANONSECRET_LENGTH); }},
-    {"vpn_clientIKEpolicy=", decode_client_policy},
-    {"vpn_kernelacceleration=", decode_switch<klevelHardAccel>},
-    {"vpn_useracceleration=", decode_switch<ulevelHardAccel>},
-    {"vpn_aggressivemode=", decode_switch<aggressiveMode>},
-    {"vpn_threadcount=",
-     [](std::string_view value) { cryptoThreadCount = std::clamp(lenient_number(value), 2, 9); }},
 };
 
 // The three lists of interfaces that are known by name.
@@ -135,7 +112,7 @@ bool decode_vpn_buffer(std::string_view line)
             return true;
         }
     }
-    return false;
+    return take_prefix(line, "vpn_") && store_setting(line);
 }
 
 static void decode_interface_line(std::string_view key, std::string_view value)

@@ -47,6 +47,9 @@ void condfputs(std::FILE *stream, const char *before, const char *text, const ch
 // The stream of the trace and of the next save; null: no trace, and the save opens a file.
 extern std::FILE *fout;
 
+namespace flatlink
+{
+
 // Writes the lines of one record, each with the record's prefix.
 class record_writer
 {
@@ -61,9 +64,6 @@ class record_writer
     std::FILE *stream_;
     std::string prefix_;
 };
-
-namespace flatlink
-{
 
 // "NAME_N_", the prefix of a numbered record, and the same with at least four digits.
 std::string numbered(std::string_view name, std::int64_t number);

@@ -125,7 +125,7 @@ inline void start_anew()
 // Adds a configuration, in any notation, to the tree.
 inline void load_tree(const std::string &config)
 {
-    importer reader(&def_database, 0);
+    flatlink::importer reader(&def_database, 0);
     reader.feed(config);
     reader.finish();
 }

@@ -23,7 +23,7 @@ struct owned_tree {
     void import(std::string_view text, int keep = 0,
                 std::size_t piece_size = std::string_view::npos)
     {
-        importer reader(&head, keep);
+        flatlink::importer reader(&head, keep);
         while (!text.empty()) {
             // A block of its own, so that a look beyond the piece does not go unseen.
             const std::string_view view = text.substr(0, piece_size);

@@ -53,8 +53,6 @@ namespace flatlink
 // importenv for an open file; returns what import_open_file returns.
 [[nodiscard]] int import_open_env(int fd);
 
-} // namespace flatlink
-
 // The reader itself, for input that is not a file: feed the bytes in pieces of any size, then call
 // finish, which puts every list into file order.
 class importer
@@ -72,3 +70,5 @@ class importer
     struct machine;
     std::unique_ptr<machine> machine_;
 };
+
+} // namespace flatlink

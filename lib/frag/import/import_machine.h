@@ -52,7 +52,7 @@ class byte_set
 
 inline constexpr byte_set WHITE_SPACE(" \t\r\n");
 
-struct importer::machine {
+struct flatlink::importer::machine {
     machine(frag **tree_head, int keep_values);
 
     // Consumes all of `bytes`.

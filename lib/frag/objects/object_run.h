@@ -12,6 +12,9 @@
 
 struct frag;
 
+namespace flatlink
+{
+
 // Deepest nesting of groups and peers; real configurations nest a handful. Keeps hostile ones from
 // exhausting the stack.
 inline constexpr int MAX_OBJECT_NESTING = 400;
@@ -24,16 +27,11 @@ inline constexpr long long MAX_OBJECT_STEPS = 400'000'000;
 // the walk.
 inline constexpr long MAX_OBJECT_REPORTS = 10'000;
 
-namespace flatlink
-{
-
 // Steps for work on `size_bytes` of text.
 constexpr long long text_steps(std::size_t size_bytes)
 {
     return static_cast<long long>(size_bytes / 8);
 }
-
-} // namespace flatlink
 
 // A run, for the lifetime of the object. Meanwhile the tree may change only by fset and
 // enum_pattern, and objects_changed must follow an fset that makes objects, because the members of
@@ -46,9 +44,6 @@ class object_run
     object_run(const object_run &) = delete;
     object_run &operator=(const object_run &) = delete;
 };
-
-namespace flatlink
-{
 
 // Call after making objects: members that named no object may name one now.
 void objects_changed();
@@ -79,8 +74,6 @@ void report_object(const char *before, const frag *obj, const char *after = "");
 
 // Number of groups that walks are inside of at the moment.
 int open_groups();
-
-} // namespace flatlink
 
 // Counts an object as open for the length of a block.
 class open_object
@@ -122,7 +115,7 @@ class peer_path
   public:
     // True when `peer` was entered after the innermost open group.
     bool leads_back_to(const frag *peer) const;
-    void enter(const frag *peer) { peers_.push_back({peer, flatlink::open_groups()}); }
+    void enter(const frag *peer) { peers_.push_back({peer, open_groups()}); }
     void leave() { peers_.pop_back(); }
     std::size_t depth() const { return peers_.size(); }
 
@@ -161,3 +154,5 @@ class member_list
     std::size_t index_ = 0;
     list_member current_;
 };
+
+} // namespace flatlink

@@ -18,6 +18,9 @@ struct name_index;
 // Longest list that is walked node by node, unless a steady_lists exists.
 inline constexpr int CHECKED_NODES = 512;
 
+namespace flatlink
+{
+
 // Promises that during its lifetime lists are changed only through lib/frag/tree, or that
 // drop_name_indexes is called after a change and before a node is freed. May be nested.
 class steady_lists
@@ -28,9 +31,6 @@ class steady_lists
     steady_lists(const steady_lists &) = delete;
     steady_lists &operator=(const steady_lists &) = delete;
 };
-
-namespace flatlink
-{
 
 // The first node of the list with exactly this name, or null. An empty list is allowed.
 frag *find_in_list(frag **head, std::string_view name);

@@ -15,6 +15,9 @@
 // service's, and is overwritten by any later question to it.
 extern hostent *proxy_hostent;
 
+namespace flatlink
+{
+
 inline constexpr std::size_t HOST_TEXT_MAX = 511; // characters of a pattern, and of a host
 
 // A text as patterns of addresses see it.
@@ -27,14 +30,9 @@ struct host_address {
     bool is_dotted = false; // `text` is the dotted form of `number`: `octets` is equal to it
 };
 
-namespace flatlink
-{
-
 // Octets are decimal and kept modulo 256; other characters before a point are ignored. `is_number`
 // and `number` come from scan_address (scan_address.h).
 host_address read_host_address(const char *text);
-
-} // namespace flatlink
 
 // A host to compare with: a name, or an address in dotted text.
 struct host_client {
@@ -108,9 +106,6 @@ struct host_pattern {
         }
     }
 };
-
-namespace flatlink
-{
 
 // Whether a pattern is compared with names: it has a character other than digits, `.`, `*`, `:`
 // and `-`.

@@ -11,6 +11,9 @@
 struct cfgrec;
 struct src_patterns;
 
+namespace flatlink
+{
+
 enum class src_kind : std::uint8_t {
     host,        // compared with the client's address or name
     identity,    // begins with `~`: compared with what the firewall calls the client
@@ -44,9 +47,6 @@ struct src_client {
     int known_keys;             // number of `keys` that are set, from the first on
     u32 keys[NAME_KEYS + HOST_TEXT_MAX + 1];
 };
-
-namespace flatlink
-{
 
 // Compiles the argument of a `hosts` entry; `room` is that of compile_host_pattern.
 src_pattern compile_src_pattern(const char *argument, char *room);

@@ -32,8 +32,6 @@ namespace flatlink
 // Installs the handlers and blocks the signals from now on.
 void start_daemon_signals();
 
-} // namespace flatlink
-
 // Unblocks the signals for the length of a block, if they are blocked. Keeps errno. The block must
 // hold nothing but one waiting system call.
 class signals_open
@@ -44,9 +42,6 @@ class signals_open
     signals_open(const signals_open &) = delete;
     signals_open &operator=(const signals_open &) = delete;
 };
-
-namespace flatlink
-{
 
 // Notes that a child is an accepting process, so that its end does not count as a connection's.
 void add_acceptor(pid_t pid);

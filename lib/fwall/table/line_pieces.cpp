@@ -5,6 +5,8 @@
 #include <cstring>
 #include <unistd.h>
 
+using namespace flatlink;
+
 line_pieces::line_pieces(int fd) : fd_(fd), failed_(fd < 0) {}
 
 line_pieces::~line_pieces()

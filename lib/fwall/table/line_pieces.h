@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <string_view>
 
+namespace flatlink
+{
+
 class line_pieces
 {
   public:
@@ -37,3 +40,5 @@ class line_pieces
     std::size_t end_ = 0;
     std::array<char, 16384> buffer_; // valid from begin_ to end_
 };
+
+} // namespace flatlink

@@ -10,6 +10,9 @@
 #include <linux/rtnetlink.h>
 #include <netinet/in.h>
 
+namespace flatlink
+{
+
 // A request under construction: fixed head, then attributes of one word each.
 struct route_request {
     struct word_attribute {
@@ -28,6 +31,8 @@ struct route_request {
     // Adds an attribute; an address goes in network order. At most MAX_WORDS of them.
     void add(std::uint16_t type, std::uint32_t word);
 };
+
+} // namespace flatlink
 
 // A route as the kernel tells it. What an answer leaves out is 0.
 struct kernel_route {

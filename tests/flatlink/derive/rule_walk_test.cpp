@@ -5,6 +5,8 @@
 #include "tests/flatlink/conversion_test.h"
 #include "tests/ulib/report_log.h"
 
+using namespace flatlink;
+
 static std::vector<case_row> link_cases()
 {
     return case_rows("flatlink/rule_links", "objs line want");

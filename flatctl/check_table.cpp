@@ -26,7 +26,8 @@ using report_map = std::map<std::pair<std::int32_t, std::string>, std::string_vi
 report_map *reports = nullptr;
 std::string_view code_now; // of what is reported at the moment
 
-bool keep_report(const UNIQUE_DATA_T &uniq, int /*priority*/, const char *format, va_list args)
+__attribute__((format(printf, 3, 0))) bool keep_report(const UNIQUE_DATA_T &uniq, int /*priority*/,
+                                                       const char *format, va_list args)
 {
     char text[1024]; // a longer report is cut
     (void)std::vsnprintf(text, sizeof text, format, args);

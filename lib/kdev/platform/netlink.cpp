@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -70,6 +71,12 @@ kernel_route parse_route(byte_view body)
     return route;
 }
 
+// The errno value of a verdict. The smallest number has no counterpart, and is no verdict either.
+int error_of(std::int32_t verdict)
+{
+    return verdict == std::numeric_limits<std::int32_t>::min() ? EPROTO : -verdict;
+}
+
 // Walks one datagram. Returns the verdict once it was met: 0 or an errno value.
 std::optional<int> take_answers(byte_view datagram, const route_taker &take)
 {
@@ -80,7 +87,7 @@ std::optional<int> take_answers(byte_view datagram, const route_taker &take)
             continue;
         // Both ends of an answer begin with a number: 0, or an errno value below 0.
         if (head.nlmsg_type == NLMSG_ERROR || head.nlmsg_type == NLMSG_DONE)
-            return -load<std::int32_t>(body, 0);
+            return error_of(load<std::int32_t>(body, 0));
         if (head.nlmsg_type == RTM_NEWROUTE && body.size() >= sizeof(rtmsg))
             take(parse_route(body));
     }

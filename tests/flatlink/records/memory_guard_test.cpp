@@ -14,9 +14,15 @@ using namespace flatlink;
 
 static long allocations_left = 0; // the last of them fails; 0: none does
 
+// As the library's own, so that what it hands out may be freed by the delete below.
+[[gnu::noinline]] void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    return allocations_left > 0 && --allocations_left == 0 ? nullptr : std::malloc(size);
+}
+
 [[gnu::noinline]] void *operator new(std::size_t size)
 {
-    void *memory = allocations_left > 0 && --allocations_left == 0 ? nullptr : std::malloc(size);
+    void *memory = operator new(size, std::nothrow);
     if (memory == nullptr)
         throw std::bad_alloc();
     return memory;

@@ -54,8 +54,12 @@ TEST(AccessWatch, SeesWhatIsComparedAndWhatDecides)
     watched.clear();
     EXPECT_EQ(permit_dst_chk("20.0.0.1", 80, proxy_confp) + permit_proxy_chk(proxy_confp), 1);
     EXPECT_EQ(watched, "6.1  fits\n6.0 20.0.0.1 fits\n6.0 denies\n9.0  fits\n9.0 allows\n");
+}
+
+TEST(AccessWatch, TellsADestinationThatMustNotBeLookedUp)
+{
     const proxy_setup nameless("rev_dns 10.*\ndestination a.lan");
-    watched.clear();
+    const kept_watch watch;
     EXPECT_EQ(permit_dst_chk("10.0.0.1", 80, proxy_confp), 1);
     EXPECT_EQ(watched, "2.0n\n");
 }

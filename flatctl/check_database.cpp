@@ -16,10 +16,10 @@
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
+#include "lib/ulib/text.h"
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <unistd.h>
@@ -50,9 +50,9 @@ bool flatlink::unpack_finding(std::string_view bytes, finding &found)
         bytes.remove_prefix(end + 1);
     }
     found = {find_code(parts[0]),
-             std::atoi(parts[1].c_str()),
-             std::atoi(parts[2].c_str()),
-             std::atoi(parts[3].c_str()),
+             lenient_number(parts[1]),
+             lenient_number(parts[2]),
+             lenient_number(parts[3]),
              parts[4],
              std::string(bytes)};
     return found.row != nullptr;

@@ -11,6 +11,7 @@
 #include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/policy.h"
 #include "lib/ulib/report.h"
+#include "lib/ulib/text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -93,7 +94,7 @@ std::string read_destination(explanation &run)
     const std::size_t colon = text.rfind(':');
     const std::string port = colon == std::string::npos ? "" : text.substr(colon + 1);
     run.question.host = text.substr(0, colon);
-    run.question.port = std::atoi(port.c_str());
+    run.question.port = lenient_number(port);
     const bool is_port = !port.empty() && port.size() <= 5 && run.question.port <= 65535 &&
                          port.find_first_not_of("0123456789") == std::string::npos;
     return is_port && is_host_text(run.question.host) ? "" : "--dest needs HOST:PORT";

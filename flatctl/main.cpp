@@ -3,6 +3,7 @@
 #include "flatctl/options.h"
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
+#include "lib/ulib/usage.h"
 
 #include <cstdio>
 #include <string>
@@ -23,7 +24,7 @@ static int run(const std::vector<std::string> &words)
         return STATUS_USAGE;
     }
     if (asked.version)
-        put("flatctl " FLATLINK_VERSION "\n");
+        put(std::string("flatctl ") + release_version() + "\n");
     else if (asked.help)
         put(asked.verb != nullptr ? verb_help_text(*asked.verb) : overview_text());
     else

@@ -20,6 +20,7 @@
 #include "lib/ulib/pmsg.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/socket.h"
+#include "lib/ulib/usage.h"
 
 #include <array>
 #include <cerrno>
@@ -38,6 +39,11 @@ static constexpr std::size_t LINE_MAX_BYTES = 1000;
 // Events of this proxy, from the numbers that are free for proxies.
 static constexpr auto EVENT_LINE_REFUSED = static_cast<events>(4000);
 static constexpr auto EVENT_FILTER_END = static_cast<events>(4001);
+
+static constexpr char USAGE[] = "usage: line-filter [-as NAME] -daemon PORT\n"
+                                "       line-filter -version | --version | --help\n"
+                                "Passes on the lines of a client that its entries of netperm-table "
+                                "allow.\n";
 
 static constexpr policy_option options[] = {
     {.name = "-lines", .kind = POLICY_ARG_LIST, .expansion = "permit-lines"},
@@ -165,6 +171,8 @@ static int connect_to_server()
 
 int main(int argc, char **argv)
 {
+    if (const int status = answer_usage(argc, argv, "line-filter", USAGE); status >= 0)
+        return status;
     servContext = InitServiceContextG();
     connContext = InitConnectionContextG();
     uselog = 1; // descriptor 2 is the client: messages must not go there

@@ -162,7 +162,7 @@ static int serve(int client)
 
 int main(int argc, char **argv)
 {
-    if (const int status = answer_usage(argc, argv); status >= 0)
+    if (const int status = answer_at_start(argc, argv); status >= 0)
         return status;
     servContext = InitServiceContextG();
     connContext = InitConnectionContextG();

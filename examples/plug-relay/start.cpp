@@ -6,7 +6,7 @@
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/report.h"
-#include "lib/ulib/text.h"
+#include "lib/ulib/usage.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -22,7 +22,7 @@ static constexpr int STATUS_USAGE = 2;
 
 static constexpr char USAGE[] =
     "usage: plug-relay [-as NAME] -daemon PORT\n"
-    "       plug-relay -version | --help\n"
+    "       plug-relay -version | --version | --help\n"
     "Relays TCP connections as the entries of plug-relay in netperm-table say. With -daemon it\n"
     "listens on PORT, a number or the name of a service, in the background, and ends with a "
     "signal\n"
@@ -35,19 +35,17 @@ static bool is_socket(int fd)
     return getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &length) == 0;
 }
 
-static int print_usage(std::FILE *to, int status)
+static int refuse_usage()
 {
-    (void)std::fputs(USAGE, to); // a terminal that has gone reads nothing
-    return status;
+    (void)std::fputs(USAGE, stderr); // a terminal that has gone reads nothing
+    return STATUS_USAGE;
 }
 
-int answer_usage(int argc, char **argv)
+int answer_at_start(int argc, char **argv)
 {
-    if (argc > 1 && text_of(argv[1]) == "--help")
-        return print_usage(stdout, 0);
     if (argc < 2 && !is_socket(STDIN_FILENO))
-        return print_usage(stderr, STATUS_USAGE);
-    return -1;
+        return refuse_usage();
+    return answer_usage(argc, argv, "plug-relay", USAGE);
 }
 
 // Shows a report; it goes on to the log all the same.
@@ -104,5 +102,5 @@ int start_relay(int *argc, char ***argv)
     if (gPortName != nullptr)
         return start_daemon();
     report_tap = nullptr;
-    return is_shown ? print_usage(stderr, STATUS_USAGE) : 0;
+    return is_shown ? refuse_usage() : 0;
 }

@@ -1,10 +1,10 @@
 // The start of a relay, as the one who types its command sees it.
 #pragma once
 
-// Answers `--help`, and a command line that leaves the relay without port and client: "usage: ..."
-// on the standard output or error stream. Needs no table. Returns the status to end with, or -1
-// when there is something to do.
-int answer_usage(int argc, char **argv);
+// Answers --help and --version, and a command line that leaves the relay without port and client:
+// "usage: ..." on the error stream. Needs no table. Returns the status to end with, or -1 when
+// there is something to do.
+[[nodiscard]] int answer_at_start(int argc, char **argv);
 
 // proxy_init (lib/fwall/serve/init.h) for a program that is started by hand or script: what is
 // reported until the daemon is on its way is shown on the standard error stream as well, and a port

@@ -1,11 +1,15 @@
-// rule-form: asks for one rule in a form on the character screen and prints what was entered.
-// Exit status 0 when the rule was saved, 1 when it was not, 2 without a terminal that shows the
-// whole form. A signal that ends it is the one that the caller sees it die of.
+// rule-form [--version | --help]: asks for one rule in a form on the character screen and prints
+// what was entered. Exit status 0 when the rule was saved, 1 when it was not, 2 without a terminal
+// that shows the whole form. A signal that ends it is the one that the caller sees it die of.
 #include "examples/rule-form/rule.h"
 #include "examples/rule-form/terminal.h"
 #include "lib/screen/form.h"
+#include "lib/ulib/usage.h"
 
 #include <cstdio>
+
+static constexpr char USAGE[] = "usage: rule-form [--version | --help]\n"
+                                "Asks for one rule in a form on the terminal and prints it.\n";
 
 // Says which size the terminal has and which one the form needs; the program's exit status.
 static int refuse_size(int rows, int columns)
@@ -17,8 +21,10 @@ static int refuse_size(int rows, int columns)
     return 2;
 }
 
-int main()
+int main(int argc, char **argv)
 {
+    if (const int status = flatlink::answer_usage(argc, argv, "rule-form", USAGE); status >= 0)
+        return status;
     rule asked;
     int end = 0;
     {

@@ -1,5 +1,6 @@
 // Watches proxies: stands where the log daemon would, and prints each record as one line.
 //   stdlog [PATH]      PATH is /dev/stdlog by default
+//   stdlog --version | --help
 // A line holds time, priority, event, proxy with its process, then what is known of the connection
 // (identifier, user, addresses, rule), a colon and the message:
 //   2026-11-22 10:15:00 notice 1503 relay[812] user=ann 10.0.0.1:4711->10.0.0.2:80: denied
@@ -8,6 +9,7 @@
 // error stream. SIGINT and SIGTERM end the program with status 0.
 #include "lib/fwall/log/daemon_msg.h"
 #include "lib/ulib/fixed_text.h"
+#include "lib/ulib/usage.h"
 
 #include <array>
 #include <cerrno>
@@ -26,6 +28,11 @@
 #include <unistd.h>
 
 using namespace flatlink;
+
+static constexpr char USAGE[] = "usage: stdlog [PATH]\n"
+                                "       stdlog --version | --help\n"
+                                "Takes the records of proxies at PATH, /dev/stdlog without it, and "
+                                "prints them.\n";
 
 static volatile sig_atomic_t ended = 0;
 
@@ -188,11 +195,13 @@ static counts watch(int fd)
 
 int main(int argc, char **argv)
 {
+    if (const int status = answer_usage(argc, argv, "stdlog", USAGE); status >= 0)
+        return status;
     const std::string path = argc > 1 ? argv[1] : STDLOG_PATH;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (argc > 2 || path.size() >= sizeof address.sun_path) {
-        (void)std::fprintf(stderr, "usage: stdlog [PATH]\n");
+        (void)std::fputs(USAGE, stderr);
         return 1;
     }
     set_text(address.sun_path, path);

@@ -66,6 +66,10 @@ class Stranger(unittest.TestCase):
 
     def test_programs_and_documents(self):
         self.assertTrue(os.access(self.prefix / "bin" / "flatlink", os.X_OK))
+        for name in ("flatctl", "plug-relay", "line-filter", "stdlog", "rule-form"):
+            program = self.prefix / "bin" / name
+            self.assertEqual(f"{name} 1.0.0\n", run(program, "--version"))
+            self.assertIn(f"usage: {name}", run(program, "--help").lower())
         for name in ("doc/flatlink/LICENSE", "doc/flatlink/CHANGELOG.md", "man/man1/flatlink.1",
                      "man/man5/netperm-table.5", "man/man7/flatlink-proxy.7"):
             self.assertTrue((self.prefix / "share" / name).is_file())

@@ -1,12 +1,16 @@
 #include "flatctl/check_database.h"
 
+#include "flatctl/check_message.h"
+#include "flatctl/check_run.h"
 #include "flatctl/check_table.h"
 #include "flatctl/kind.h"
 #include "flatctl/options.h"
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
 #include "flatlink/driver.h"
+#include "flatlink/records/decoder.h"
 #include "flatlink/records/line.h"
+#include "flatlink/records/post_decode.h"
 #include "lib/frag/import/import.h"
 #include "lib/frag/import/observer.h"
 #include "lib/frag/tree/frag.h"
@@ -26,38 +30,6 @@
 
 using namespace flatlink;
 
-// ---- the pipe
-
-std::string flatlink::packed_finding(const finding &found)
-{
-    std::string bytes;
-    for (const std::string &part :
-         {std::string(found.row->code), std::to_string(found.line), std::to_string(found.column),
-          std::to_string(found.related_line), found.detail})
-        bytes += part + '\0';
-    return bytes + found.quoted;
-}
-
-bool flatlink::unpack_finding(std::string_view bytes, finding &found)
-{
-    constexpr std::size_t PARTS = 5;
-    std::string parts[PARTS];
-    for (std::string &part : parts) {
-        const std::size_t end = bytes.find('\0');
-        if (end == std::string_view::npos)
-            return false;
-        part = bytes.substr(0, end);
-        bytes.remove_prefix(end + 1);
-    }
-    found = {find_code(parts[0]),
-             lenient_number(parts[1]),
-             lenient_number(parts[2]),
-             lenient_number(parts[3]),
-             parts[4],
-             std::string(bytes)};
-    return found.row != nullptr;
-}
-
 namespace
 {
 
@@ -65,7 +37,10 @@ namespace
 class checker
 {
   public:
-    checker(const input &database, const child_port &port) : database_(database), port_(port) {}
+    checker(const input &database, const check_task &task, const child_port &port)
+        : database_(database), task_(task), port_(port)
+    {
+    }
 
     int run();
     void add(std::string_view code, std::int32_t line, std::string detail,
@@ -79,10 +54,13 @@ class checker
     void check_spelling(const frag *node);
     void check_access();
     void derive();
+    std::vector<finding> check_flat();
     void send_all();
 
     const input &database_;
+    const check_task &task_;
     const child_port &port_;
+    input_facts facts_;
     std::string text_;
     std::vector<finding> found_;
     std::map<std::string_view, std::size_t> counts_; // by code
@@ -94,14 +72,6 @@ checker *current = nullptr; // of this process
 std::string key_of(const frag *node)
 {
     return fragkeyname(node);
-}
-
-// Bytes without NUL, for the pipe.
-std::string without_zeros(std::string_view bytes)
-{
-    std::string text(bytes);
-    std::ranges::replace(text, '\0', ' ');
-    return text;
 }
 
 constexpr import_observer OBSERVER = {
@@ -118,7 +88,7 @@ constexpr import_observer OBSERVER = {
                        std::int32_t last) { current->add("D110", first, "", last); },
     .name_cut =
         [](void *, std::int32_t line, std::string_view kept) {
-            current->add("D113", line, without_zeros(kept.substr(0, SHOWN_LINE_MAX)));
+            current->add("D113", line, std::string(kept.substr(0, SHOWN_LINE_MAX)));
         },
     .ignored = [](void *, std::int32_t line) { current->add("D117", line, ""); },
     .unfinished = [](void *, std::int32_t line) { current->add("D118", line, ""); },
@@ -138,7 +108,11 @@ void checker::add(std::string_view code, std::int32_t line, std::string detail,
 {
     const finding_row *row = find_code(code);
     if (++counts_[row->code] <= FINDINGS_MAX)
-        found_.push_back({row, line, 1, related_line, std::move(detail), ""});
+        found_.push_back(
+            {.row = row,
+             .line = line,
+             .related = related_line == 0 ? std::vector<std::int32_t>() : std::vector{related_line},
+             .detail = std::move(detail)});
 }
 
 bool checker::read_text()
@@ -195,7 +169,11 @@ bool checker::check_kind()
     constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
     if (text_.starts_with(BYTE_ORDER_MARK))
         add("D115", 1, "");
-    const input_kind kind = kind_of_tree(def_database);
+    input_kind kind = kind_of_tree(def_database);
+    facts_.kind = kind == input_kind::flat_data ? "flat" : "database";
+    take_tree_facts(def_database, facts_);
+    if (task_.kind == "database")
+        kind = input_kind::database;
     if (kind != input_kind::database) { // what else was found is about no database
         found_.clear();
         counts_.clear();
@@ -229,12 +207,31 @@ void checker::derive()
     for (const struck_bound &bound : struck_bounds())
         add("D501", 0,
             bound.what + ", of which there may be " + std::to_string(bound.limit) + ", at " +
-                without_zeros(bound.where));
+                bound.where);
+}
+
+// Reads lines as the reader of flat data does; what it refuses it says on the error stream.
+std::vector<finding> checker::check_flat()
+{
+    for (std::string_view rest = text_; !rest.empty();) {
+        const std::string line(rest.substr(0, rest.find('\n')));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        facts_.keys += line.find('=') != std::string::npos ? 1 : 0;
+        if (!decode_vpn_buffer(line))
+            decode_nonvpn_buffer(line);
+    }
+    (void)post_decode();
+    return {};
 }
 
 // In the order of their lines, each with its line's text, which one pass over the input finds.
 void checker::send_all()
 {
+    for (auto last = found_.rbegin(); last != found_.rend(); ++last) {
+        std::size_t &count = counts_[last->row->code]; // the last one kept stands for the rest
+        last->count += static_cast<std::int32_t>(count > FINDINGS_MAX ? count - FINDINGS_MAX : 0);
+        count = 0;
+    }
     std::ranges::stable_sort(found_, {}, &finding::line);
     std::size_t begin = 0;
     std::int32_t line = 1;
@@ -251,10 +248,7 @@ void checker::send_all()
         }
         port_.send(frame_kind::record, packed_finding(one));
     }
-    for (const auto &[code, count] : counts_)
-        if (count > FINDINGS_MAX)
-            std::fprintf(stderr, "%zu findings %s, of which %zu are shown\n", count,
-                         std::string(code).c_str(), FINDINGS_MAX);
+    port_.send(frame_kind::record, packed_facts(facts_));
 }
 
 int checker::run()
@@ -262,8 +256,11 @@ int checker::run()
     if (!read_text())
         return STATUS_UNREADABLE;
     current = this;
-    if (looks_like_table(text_)) {
-        found_ = check_table(text_);
+    facts_.lines = count_lines(text_);
+    if (task_.kind == "flat" || task_.kind == "table" ||
+        (task_.kind == "auto" && looks_like_table(text_))) {
+        facts_.kind = task_.kind == "flat" ? "flat" : "table";
+        found_ = task_.kind == "flat" ? check_flat() : check_table(text_, facts_);
         send_all();
         return STATUS_FINE;
     }
@@ -285,8 +282,9 @@ int checker::run()
 
 } // namespace
 
-int flatlink::check_in_child(const input &database, const known_world &world, child_port &port)
+int flatlink::check_in_child(const input &database, const check_task &task,
+                             const known_world &world, child_port &port)
 {
     enter_world(world, port);
-    return checker(database, port).run();
+    return checker(database, task, port).run();
 }

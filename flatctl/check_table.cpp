@@ -73,7 +73,7 @@ void check_name(const std::string &name)
 
 } // namespace
 
-std::vector<finding> flatlink::check_table(std::string_view table)
+std::vector<finding> flatlink::check_table(std::string_view table, input_facts &facts)
 {
     report_map found;
     reports = &found;
@@ -81,11 +81,13 @@ std::vector<finding> flatlink::check_table(std::string_view table)
     const memory_path file(table);
     if (cfg_setpfile(file.path().c_str()) == 0) {
         check_name("*"); // lines for all names, and those without one
-        for (const std::string &name : names_in(table))
+        for (const std::string &name : names_in(table)) {
+            facts.names.push_back(name);
             check_name(name);
+        }
     }
     std::vector<finding> findings;
     for (const auto &[place, code] : found)
-        findings.push_back({find_code(code), place.first, 1, 0, place.second, ""});
+        findings.push_back({.row = find_code(code), .line = place.first, .detail = place.second});
     return findings;
 }

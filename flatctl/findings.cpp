@@ -1,6 +1,8 @@
 #include "flatctl/findings.h"
 
 #include <algorithm>
+#include <map>
+#include <tuple>
 
 using namespace flatlink;
 
@@ -87,4 +89,24 @@ std::string flatlink::finding_help_text(const finding_row &row)
     for (const char c : row.smallest)
         text.append(1, c).append(c == '\n' ? "    " : "");
     return text + "\n";
+}
+
+void flatlink::fold_findings(std::vector<finding> &findings)
+{
+    using sameness = std::tuple<const finding_row *, std::string, std::vector<std::int32_t>>;
+    std::map<sameness, std::size_t> firsts;
+    std::vector<finding> kept;
+    for (finding &one : findings) {
+        const auto [first, is_new] =
+            firsts.try_emplace({one.row, one.detail, one.related}, kept.size());
+        if (is_new) {
+            kept.push_back(std::move(one));
+            continue;
+        }
+        finding &before = kept[first->second];
+        before.count += one.count;
+        if (one.line != 0)
+            before.also.push_back(one.line);
+    }
+    findings = std::move(kept);
 }

@@ -35,12 +35,24 @@ std::string finding_help_text(const finding_row &row);
 // One place where a row applies.
 struct finding {
     const finding_row *row = nullptr;
-    std::int32_t line = 0;         // from 1; 0 for the whole input
-    std::int32_t column = 1;       // from 1
-    std::int32_t related_line = 0; // 0 for none
-    std::string detail;            // the key, or what else tells this one from others; not escaped
-    std::string quoted;            // the line, cut to what is shown; not escaped
+    std::int32_t line = 0;   // from 1; 0 for the whole input
+    std::int32_t column = 1; // from 1, in bytes
+    std::int32_t end = 0;    // last column of what is meant; 0 where only its begin is known
+    std::int32_t count = 1;  // how many things, or lines, it is about
+    std::vector<std::int32_t> related = {}; // lines that are worth a look too
+    std::string detail = {}; // the key, or what else tells this one from others; not escaped
+    std::string quoted = {}; // the line, cut to what is shown; not escaped
+    std::vector<std::int32_t> also = {}; // lines of findings that are equal but for their place
 };
 
 // Findings of each code are kept up to this number, and counted beyond it.
 inline constexpr std::size_t FINDINGS_MAX = 1000;
+
+namespace flatlink
+{
+
+// Joins findings of one code, detail and related lines: the first stays, with the lines of the
+// others in `also` and the sum of their counts.
+void fold_findings(std::vector<finding> &findings);
+
+} // namespace flatlink

@@ -1,6 +1,7 @@
 #include "flatctl/kind.h"
 
 #include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/origin.h"
 
 #include <algorithm>
 #include <string_view>
@@ -36,6 +37,43 @@ input_kind flatlink::kind_of_tree(const frag *first)
         if (ffind(&head, key) != nullptr)
             return input_kind::flat_data;
     return is_database ? input_kind::database : input_kind::unknown;
+}
+
+static std::string_view layout_of(frag *head)
+{
+    if (ffind(&head, "def_proxy") != nullptr && ffind(&head, "def_num_proxies") != nullptr)
+        return "numbered";
+    const bool is_before =
+        ffind(&head, "gui_client") != nullptr || ffind(&head, "def_proxy_plug-relay") != nullptr;
+    return is_before ? "4.1" : "current";
+}
+
+void flatlink::take_tree_facts(const frag *first, input_facts &facts)
+{
+    constexpr std::string_view NAMES[] = {"", "flat", "sections", "tags"};
+    std::vector<const frag *> open{first};
+    while (!open.empty()) {
+        const frag *node = open.back();
+        open.pop_back();
+        for (; node != nullptr; node = node->next) {
+            if (node->child != nullptr)
+                open.push_back(node->child);
+            if (node->value == nullptr)
+                continue;
+            ++facts.keys;
+            const std::string_view name = NAMES[static_cast<std::size_t>(origin_notation(node))];
+            if (facts.notation.empty() || name.empty())
+                facts.notation += name;
+            else if (facts.notation != name)
+                facts.notation = "mixed";
+        }
+    }
+    facts.layout = layout_of(const_cast<frag *>(first)); // looked at, and not changed
+}
+
+std::int64_t flatlink::count_lines(std::string_view text)
+{
+    return std::ranges::count(text, '\n') + (text.empty() || text.ends_with('\n') ? 0 : 1);
 }
 
 bool flatlink::looks_like_table(std::string_view text)

@@ -15,6 +15,7 @@ namespace
 
 constexpr std::string_view COLORS[] = {"auto", "always", "never"};
 constexpr std::string_view FORMS[] = {"flat", "sections", "tags", "numbered", "xml", "vpn"};
+constexpr std::string_view KINDS[] = {"auto", "database", "table", "flat"};
 constexpr std::string_view FORMATS[] = {"text", "json", "jsonl", "sarif"};
 
 constexpr std::size_t MANY = 10000; // more than a command line holds
@@ -45,6 +46,8 @@ constexpr option_row OPTIONS[] = {
     {"--options", "FILE", VERB_EXPLAIN_ACCESS,
      "options of the proxy's hosts lines: lines of -OPTION, none|one|list|rest, EXPANSION",
      &request::options},
+    {"--kind", "KIND", VERB_CHECK,
+     "what FILE is: auto (told by its content), database, table or flat", &request::kind, KINDS},
     {"--only", "CODES", VERB_CHECK, "tell these findings alone: D111,D112", &request::only},
     {"--strict", "", VERB_CHECK, "take warnings for errors", &request::strict},
     {"--to", "FORM", VERB_CONVERT, "flat, sections, tags, numbered, xml or vpn", &request::to,

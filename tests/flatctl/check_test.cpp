@@ -1,35 +1,68 @@
 // Each finding on the smallest input that has it, and inputs that nearly have one.
-#include "flatctl/check_database.h"
+#include "flatctl/check_run.h"
 #include "flatctl/options.h"
-#include "flatctl/verbs.h"
+#include "tests/case_lines.h"
 #include "tests/fuzz/path_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace flatlink;
 
-// The codes that a database gives, each with its line.
-static std::string found_in(std::string_view text, int mode = 0600)
+static checked_input checked(std::string_view text, const std::string &kind, mode_t mode)
 {
     path_file file;
     file.set_text(text);
-    (void)chmod(file.path().c_str(), static_cast<mode_t>(mode));
-    input database;
-    const known_world nothing;
-    EXPECT_EQ(open_input(file.path(), {}, database), "");
-    database.limits.may_use_memory_files = true;
+    (void)chmod(file.path().c_str(), mode);
+    checked_input all;
+    EXPECT_EQ(open_input(file.path(), {}, all.file), "");
+    all.file.limits.may_use_memory_files = true;
+    EXPECT_EQ(check_input({.kind = kind}, {}, all), STATUS_FINE);
+    return all;
+}
+
+// CODE:LINE:COLUMN of each finding.
+static std::string found_in(std::string_view text, const std::string &kind = "auto",
+                            mode_t mode = 0600)
+{
     std::string codes;
-    const child_result result = run_child(
-        database.limits, database.fd.get(),
-        [&](child_port &port) { return check_in_child(database, nothing, port); },
-        [&](frame_kind kind, std::string_view bytes) {
-            finding found;
-            if (kind == frame_kind::record && unpack_finding(bytes, found))
-                codes += std::string(found.row->code) + ":" + std::to_string(found.line) + " ";
-        });
-    EXPECT_EQ(result.end, child_end::done) << words_for(result);
+    for (const finding &found : checked(text, kind, mode).findings)
+        codes += (codes.empty() ? "" : " ") + std::string(found.row->code) + ":" +
+                 std::to_string(found.line) + ":" + std::to_string(found.column);
     return codes;
 }
+
+// The bytes that the text of a case stands for.
+static std::string bytes_of(const std::string &text)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool is_byte = text.compare(i, 2, "\\x") == 0;
+        if (!is_byte && (text[i] != '\\' || i + 1 < text.size()))
+            bytes += text[i];
+        if (is_byte)
+            bytes += static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16));
+        i += is_byte ? 3 : 0;
+    }
+    return text.ends_with('\\') ? bytes : bytes + "\n";
+}
+
+class check_cases : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(check_cases, rows)
+{
+    for (case_row &row : case_rows(GetParam(), "kind mode from want")) {
+        SCOPED_TRACE(row["case"]);
+        EXPECT_NE(find_code(row["case"].substr(0, 4)), nullptr);
+        const auto mode = static_cast<mode_t>(std::stoi(row["mode"], nullptr, 8));
+        EXPECT_EQ(found_in(bytes_of(row["from"]), row["kind"], mode), row["want"]);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, check_cases,
+                         testing::Values("flatctl/databases", "flatctl/tables"));
 
 TEST(Check, SmallestInputs)
 {
@@ -39,44 +72,22 @@ TEST(Check, SmallestInputs)
             continue;
         const std::string found = found_in(std::string(row.smallest) + "\n");
         EXPECT_EQ(found.substr(0, 4), row.code) << found;
-        EXPECT_EQ(found.find(' '), found.size() - 1) << found;
+        EXPECT_EQ(found.find(' '), std::string::npos) << found;
     }
 }
 
-TEST(Check, Inputs)
-{
-    static const struct {
-        const char *text, *found;
-        int mode = 0600;
-    } cases[] = {
-        {"ip_hostname=gate\n", ""},
-        {"ip_hostname=gate = tower \nip_domainname=a#b\n", ""},
-        {"<ip><a>1</a><a>2</a></ip>", ""}, // repeated elements are elements
-        {"[ip]\nhostname=gate\n", ""},
-        {"[ip]\nhostname= gate\n", "D112:2 "},
-        {"ip_hostname=gate\n\n\nip_hostname=b\nip_hostname=c", "D111:1 D111:4 "},
-        {"vpn_settings_anonsecret=x\n", "", 0600},
-        {"vpn_settings_anonsecret=x\n", "D601:0 ", 0640},
-        {"ip_hostname=gate\n", "", 0644},
-        {"ip_hostname=gate\n", "D601:0 ", 0622},
-        {"net_group_a_elem_1_type=group\nnet_group_a_elem_1_obj=net_group_a\n"
-         "rule_pffwd_1_src=net_group_a\nrule_pffwd_1_dst=net_group_a\n",
-         "D210:0 "},
-        {"# a table\nrelay: hosts * -policy p\npolicy-p: timeout 5\n*: timeout 1\n", ""},
-        {"relay: hosts * -policy p\nrelay:\npolicy-p, x: timeout \"5\nonly: a\n", "T101:2 T101:4 "},
-    };
-    for (const auto &row : cases)
-        EXPECT_EQ(found_in(row.text, row.mode), row.found) << row.text;
-    EXPECT_EQ(found_in("ip_" + std::string(126, 'n') + "=1\n"), "");
-    EXPECT_EQ(found_in("ip_" + std::string(127, 'n') + "=1\n"), "");
-    EXPECT_EQ(found_in("ip_" + std::string(128, 'n') + "=1\n"), "D113:1 ");
-}
-
-TEST(Check, FindingsAreKeptUpToTheirNumber)
+TEST(Check, FindingsAreKeptUpToTheirNumberAndFolded)
 {
     std::string text;
     for (int i = 0; i < 1500; ++i)
         text += "ip_hostname=gate\n";
-    const std::string found = found_in(text);
-    EXPECT_EQ(std::ranges::count(found, ' '), 1000);
+    std::vector<finding> findings = checked(text, "auto", 0600).findings;
+    EXPECT_EQ(findings.size(), 1000U);
+    findings.push_back({.row = find_code("D501")});
+    for (finding &one : findings)
+        one.related.clear();
+    fold_findings(findings);
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].also.size(), 999U);
+    EXPECT_EQ(findings[0].count, 1499);
 }

@@ -12,6 +12,7 @@
 #include "flatlink/records/links.h"
 #include "flatlink/records/pools.h"
 #include "flatlink/records/post_decode.h"
+#include "flatlink/records/record_watch.h"
 #include "flatlink/records/settings.h"
 #include "flatlink/scratch_file.h"
 #include "lib/frag/import/import.h"
@@ -172,9 +173,13 @@ static std::FILE *open_output(const char *path)
 static void write_host_names(std::FILE *stream)
 {
     const record_writer out(stream, "ip_");
-    out.text("myhostname", ip_myhostname);
-    out.text("hostname", ip_hostname);
-    out.text("domainname", ip_domainname);
+    const auto write = [&out](std::string_view key, const std::string &name) {
+        note_written(&name, key, name);
+        out.text(key, name);
+    };
+    write("myhostname", ip_myhostname);
+    write("hostname", ip_hostname);
+    write("domainname", ip_domainname);
 }
 
 void flatlink::write_records(std::FILE *stream)

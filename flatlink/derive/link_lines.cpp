@@ -1,5 +1,6 @@
 #include "flatlink/derive/link_lines.h"
 
+#include "flatlink/derive/derivation_watch.h"
 #include "flatlink/derive/peer.h"
 #include "flatlink/derive/run_state.h"
 #include "flatlink/records/line.h"
@@ -12,6 +13,7 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
+#include <array>
 #include <span>
 
 using namespace flatlink;
@@ -55,6 +57,14 @@ class link_feeder
         // Each byte is kept, and written three times. The next link is the one to be refused.
         (void)take_steps(4 * text_steps(line.size()), nullptr);
         (void)add_partial_linkinfo(line);
+    }
+
+    // A value that is not what was read just before.
+    void feed_from(value_source source, const char *source_key, std::string_view field,
+                   std::string_view value) const
+    {
+        note_from(source, source_key);
+        feed(field, value);
     }
 
     // Nothing for a null value.
@@ -112,21 +122,25 @@ address_parts flatlink::split_address(const std::string &text)
 
 static void feed_networks(const link_feeder &out, const link_side &remote, const link_side &local)
 {
-    const address_parts remote_parts = split_address(remote.text);
-    out.feed("rnetwork_start_address", remote_parts.first);
-    out.feed("rnetwork_delimiter", remote_parts.second);
-    out.feed("rnetwork_type", network_type(remote.type));
-    const address_parts local_parts = split_address(local.text);
-    out.feed("lnetwork_start_address", local_parts.first);
-    out.feed("lnetwork_delimiter", local_parts.second);
-    out.feed("lnetwork_type", network_type(local.type));
+    const auto feed_side = [&out](value_source source, const link_side &side,
+                                  std::array<std::string_view, 3> fields) {
+        const address_parts parts = split_address(side.text);
+        out.feed_from(source, nullptr, fields[0], parts.first);
+        out.feed_from(source, nullptr, fields[1], parts.second);
+        out.feed_from(source, nullptr, fields[2], network_type(side.type));
+    };
+    feed_side(value_source::remote_side, remote,
+              {"rnetwork_start_address", "rnetwork_delimiter", "rnetwork_type"});
+    feed_side(value_source::local_side, local,
+              {"lnetwork_start_address", "lnetwork_delimiter", "lnetwork_type"});
 }
 
 static void feed_client(const link_feeder &out, frag **db, frag *vpnobj)
 {
-    out.feed("lname", std::string("~") + vpnobj->name);
-    out.feed("fixed_remote", "Off");
-    out.feed("auth", "Certificate based");
+    constexpr auto PROGRAM = value_source::program;
+    out.feed_from(PROGRAM, nullptr, "lname", std::string("~") + vpnobj->name);
+    out.feed_from(PROGRAM, nullptr, "fixed_remote", "Off");
+    out.feed_from(PROGRAM, nullptr, "auth", "Certificate based");
     out.feed_if("modecfg", child_value(vpnobj, "vip"));
     out.feed_certificate(vpnobj);
     out.feed_children(vpnclient_map, vpnobj);
@@ -136,9 +150,9 @@ static void feed_client(const link_feeder &out, frag **db, frag *vpnobj)
 static void feed_network_peer(const link_feeder &out, frag **db, frag *vpnobj,
                               const std::string &name)
 {
-    out.feed("lname", "~" + name);
+    out.feed_from(value_source::peer, "name", "lname", "~" + name);
     out.feed("gateway", name_of_sgo_object(db, vpnobj));
-    out.feed("fixed_remote", "On");
+    out.feed_from(value_source::program, nullptr, "fixed_remote", "On");
     out.feed_if("auth", child_value(vpnobj, "auth"));
     out.feed_if("df_bit", child_value(vpnobj, "df"));
     out.feed_name("ikepolicy", db, child_value(vpnobj, "ike"));
@@ -176,16 +190,20 @@ void flatlink::make_link(frag **db, frag *vpnobj, const std::string &name, const
         return;
     ++linkno;
     const link_feeder out;
-    out.feed("description", name);
+    note_link(vpnobj);
+    out.feed_from(value_source::peer, "name", "description", name);
     feed_networks(out, remote, local);
     if (is_of_type(vpnobj, "vpnclient"))
         feed_client(out, db, vpnobj);
     else
         feed_network_peer(out, db, vpnobj, name);
     out.feed_name("ipsecpolicy", db, child_value(vpnobj, "ipsec"));
-    out.feed("logging", std::to_string(ruleloglevel));
-    out.feed("rulenumber", std::to_string(rulenumber));
-    out.feed_if("rulelabel", rulelabel);
+    constexpr auto RULE = value_source::rule;
+    out.feed_from(RULE, "loglevel_number", "logging", std::to_string(ruleloglevel));
+    out.feed_from(RULE, "number", "rulenumber", std::to_string(rulenumber));
+    if (rulelabel != nullptr)
+        out.feed_from(RULE, "rulelabel", "rulelabel", rulelabel);
     if (nestinglevel != 0)
-        out.feed("nesting-level", std::to_string(nestinglevel));
+        out.feed_from(value_source::program, nullptr, "nesting-level",
+                      std::to_string(nestinglevel));
 }

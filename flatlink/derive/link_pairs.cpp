@@ -1,5 +1,6 @@
 #include "flatlink/derive/link_pairs.h"
 
+#include "flatlink/derive/derivation_watch.h"
 #include "flatlink/derive/link_lines.h"
 #include "flatlink/derive/peer.h"
 #include "flatlink/derive/run_state.h"
@@ -85,6 +86,7 @@ int vpn_check_link_pair(frag **db, frag *src, frag *dst)
 {
     if (src == nullptr || dst == nullptr)
         return 0;
+    const step_note step(derivation_step::pair, src, dst);
     const side_kind source = kind_of(src);
     // The source is opened first: links come in the order of sources, then of destinations.
     if (source == side_kind::GROUP) {
@@ -152,6 +154,7 @@ static int add_network_links(frag **db, frag *vpnobj, frag *peer, frag *gateway,
 
 int vpn_add_link(frag **db, frag *vpnobj, frag *peer)
 {
+    const step_note step(derivation_step::offer, vpnobj, peer);
     int includes_gateway = 1;
     frag *gateway = find_sgo_ip(db, vpnobj, &includes_gateway);
     if (is_of_type(vpnobj, "vpnnetwork"))
@@ -183,6 +186,7 @@ static bool add_links_with(frag **db, frag *vpnobj, frag *other)
 
 int vpn_add_chained_links(frag **db, frag *first, frag *second)
 {
+    const step_note step(derivation_step::chained, first, second);
     const std::string first_key = fragkeyname(first);
     condfprintf(fout, "TRACE chained(%s, %s)\n", first_key.c_str(), fragkeyname(second));
     if (is_of_type(first, "vpnnetwork"))
@@ -282,6 +286,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     if (vpnobj == nullptr || remote == nullptr || local == nullptr)
         return 1;
 
+    const step_note step(derivation_step::trusted, remote, local);
     link_side remote_side{{}, type_of_key(remote)};
     const object_callback add_remote = [vpnobj, local](frag **tree, frag *obj, const char *type) {
         return vpn_enum_add_trust(tree, obj, type, {vpnobj, local});
@@ -301,6 +306,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     if (!is_remote_type(remote_side.type))
         return 1;
 
+    note_expands(value_source::remote_side, remote);
     std::string &remote_text = netobj_to_netperm(db, remote_key.c_str());
     if (enum_pattern(db, &remote_text, add_remote, "VPNremotepat", &remote_side.type) == 0)
         return 0;
@@ -310,6 +316,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     const object_callback add_local = [vpnobj, remote](frag **tree, frag *obj, const char *type) {
         return vpn_enum_add_trust_dst(tree, obj, type, {vpnobj, remote});
     };
+    note_expands(value_source::local_side, local);
     std::string &local_text = netobj_to_netperm(db, local_key.c_str());
     if (enum_pattern(db, &local_text, add_local, "VPNlocalpat", &local_side.type) == 0)
         return 0;

@@ -7,6 +7,7 @@
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/text.h"
 
 #include <span>
@@ -85,9 +86,11 @@ int load_policy(frag *policy, const policy_kind &kind)
     for (const frag *prop = select->child; prop != nullptr; prop = prop->next) {
         const std::string prop_prefix = prefix + "prop_" + prop->name + "_";
         for (const frag *field = prop->child; field != nullptr; field = field->next)
-            if (field->value != nullptr && field->value[0] != '\0')
+            if (field->value != nullptr && field->value[0] != '\0') {
+                note_found(field);
                 (void)kind.add_partial(make_line(
                     prop_prefix, flat_key_of(kind.proposal_names, field->name), field->value));
+            }
     }
     return 0;
 }
@@ -120,8 +123,10 @@ int load_interfaces(frag *list)
     for (; element != nullptr; element = element->next) {
         const int elemno = lenient_number(element->name);
         for (const frag *field = element->child; field != nullptr; field = field->next)
-            if (field->value != nullptr)
+            if (field->value != nullptr) {
+                note_found(field);
                 add_partial_intf(listno, elemno, field->name, field->value);
+            }
     }
     ++listno;
     return 0;

@@ -5,6 +5,7 @@
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/text.h"
 
 using namespace flatlink;
@@ -47,7 +48,10 @@ frag *flatlink::network_of_peer(frag **db, frag *obj)
 
 const char *name_of_object(frag **db, const char *key)
 {
-    const char *name = child_value(ffind(db, key), "name");
+    frag *obj = ffind(db, key);
+    if (obj == nullptr)
+        note_missing(key);
+    const char *name = child_value(obj, "name");
     if (name != nullptr)
         return name;
     return key != nullptr ? key : "";

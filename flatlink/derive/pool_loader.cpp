@@ -11,6 +11,7 @@
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/address.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
@@ -148,7 +149,10 @@ static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &ou
         const char *name = child_value(obj, "network");
         if (!mark.entered || !level.entered || name == nullptr)
             return 1;
-        return feed_entries(db, ffind(db, name), "mcp", out);
+        frag *named = ffind(db, name);
+        if (named == nullptr)
+            note_missing(name);
+        return feed_entries(db, named, "mcp", out);
     }
     const std::string key = std::string(fragkeyname(obj)).substr(0, OBJECT_KEY_SIZE);
     std::string &text = netobj_to_netperm(db, key.c_str());

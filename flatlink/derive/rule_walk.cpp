@@ -1,11 +1,13 @@
 #include "flatlink/derive/rule_walk.h"
 
+#include "flatlink/derive/derivation_watch.h"
 #include "flatlink/derive/link_pairs.h"
 #include "flatlink/records/line.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_sort.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/text.h"
 
 #include <cstring>
@@ -62,10 +64,17 @@ static frag *find_side(frag **db, frag *rule, const char *key)
     if (frag *obj = ffind(db, name))
         return obj;
     char *last_part = std::strrchr(name, '_');
-    if (last_part == nullptr || last_part == name)
+    if (last_part == nullptr || last_part == name) {
+        note_missing(name);
         return nullptr;
+    }
     *last_part = '\0';
-    return ffind(db, name);
+    frag *obj = ffind(db, name);
+    if (obj != nullptr)
+        note_shortened(rule, key);
+    else
+        note_missing(name);
+    return obj;
 }
 
 static const char *shown_name(frag *rule, const char *key)
@@ -78,17 +87,20 @@ int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags)
 {
     if (rule == nullptr)
         return 0;
+    const step_note step(derivation_step::rule, rule);
     free_replaced_patterns();
     set_walk_origin(rule);
     set_rule_state(rule, flags);
     frag *src = find_side(db, rule, "src");
     if (src == nullptr) {
+        note_no_side(rule, "src");
         condfprintf(fout, "vpn enum rule, src not found: (%s)\n", shown_name(rule, "src"));
         return 0;
     }
     const char *dst_key = flags & PROXY_RULE ? "dest" : "dst";
     frag *dst = find_side(db, rule, dst_key);
     if (dst == nullptr) {
+        note_no_side(rule, dst_key);
         condfprintf(fout, "vpn enum rule, dst not found: (%s)\n", shown_name(rule, dst_key));
         return 0;
     }

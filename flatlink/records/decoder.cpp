@@ -8,6 +8,7 @@
 #include "flatlink/records/links.h"
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
+#include "flatlink/records/record_watch.h"
 #include "flatlink/records/settings.h"
 #include "lib/ulib/addr_mask.h"
 #include "lib/ulib/text.h"
@@ -135,10 +136,14 @@ int decode_nonvpn_buffer(std::string_view line)
     line_parts parts = split_line(line);
     if (parts.value.empty())
         return 0;
+    const auto store_name = [&parts](std::string &name) {
+        note_stored(&name, parts.key, parts.value);
+        name = parts.value;
+    };
     if (parts.key == "ip_hostname")
-        ip_hostname = parts.value;
+        store_name(ip_hostname);
     else if (parts.key == "ip_domainname")
-        ip_domainname = parts.value;
+        store_name(ip_domainname);
     else if (take_prefix(parts.key, "netobj_list_"))
         decode_interface_line(parts.key, parts.value);
     return 0;

@@ -9,9 +9,11 @@
 #pragma once
 
 #include "flatlink/records/line.h"
+#include "flatlink/records/record_watch.h"
 #include "lib/ulib/name_table.h"
 #include "lib/ulib/text.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <optional>
@@ -65,6 +67,7 @@ bool store_field(std::type_identity_t<field_table<record>> table, record &target
             continue;
         if (row.no_memory != nullptr)
             message = row.no_memory;
+        note_stored(&target, row.key, value);
         row.held.store(target, value);
         return true;
     }
@@ -78,8 +81,10 @@ void print_fields(const record_writer &out, std::type_identity_t<field_table<rec
 {
     for (const field<record> &row : table)
         if (row.held.print != nullptr && (row.flags & NOT_WRITTEN) == 0)
-            if (const printed value = row.held.print(source))
+            if (const printed value = row.held.print(source)) {
+                note_written(&source, row.key, *value);
                 out.text(row.key, *value);
+            }
 }
 
 // ---- forms
@@ -116,6 +121,13 @@ inline constexpr form<owner_type<name>> identity{
 
 // ---- codecs
 
+// All ones are the address of a broadcast, too.
+inline void note_unless_address(u32 addr, std::string_view value)
+{
+    if (addr == NOT_AN_ADDRESS && value != format_address(NOT_AN_ADDRESS))
+        note_unreadable(value);
+}
+
 struct as_text {
     static void read(std::string &held, std::string_view value) { held = value; }
     static printed print(const std::string &held) { return held; }
@@ -126,6 +138,10 @@ template <const auto &table> struct word_of {
     template <typename number> static void read(number &held, std::string_view value)
     {
         held = static_cast<number>(parsenametonum(table, value));
+        if (held == 0 && std::ranges::none_of(table, [value](const auto &row) {
+                return same_word(row.name, value);
+            }))
+            note_unreadable(value);
     }
     static printed print(std::int32_t held) { return std::string(parsenumtoname(table, held)); }
 };
@@ -164,6 +180,7 @@ struct address {
     static void read(u32 &held, std::string_view value)
     {
         held = parse_address(std::string(value));
+        note_unless_address(held, value);
     }
     static printed print(u32 held) { return format_address(held); }
 };
@@ -172,6 +189,7 @@ struct network_mask : address {
     static void read(u32 &held, std::string_view value)
     {
         held = parse_network(std::string(value));
+        note_unless_address(held, value);
     }
 };
 

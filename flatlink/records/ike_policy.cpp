@@ -68,8 +68,7 @@ void finish_ikepols()
         pol->by_number.invalidate();
         pol->propcount = static_cast<u32>(pol->props.size());
     }
-    std::erase_if(ikepolicy, [](const auto &pol) { return pol->propcount == 0; });
-    finish_policy_order(ikepolicy);
+    finish_policy_list(ikepolicy);
 }
 
 void save_ikepols(std::FILE *stream, const record_stack<ikepol> &list)

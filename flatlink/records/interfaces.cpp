@@ -3,6 +3,7 @@
 #include "flatlink/records/line.h"
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/names.h"
+#include "flatlink/records/record_watch.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -64,16 +65,20 @@ bool is_alias(const vpn_intf &intf)
 // Merges two records with the same address: they are one interface that is in two lists.
 void merge(vpn_intf &kept, vpn_intf &other)
 {
+    const auto take = [&](auto member, std::string_view field) {
+        note_moved(&other, field, &kept, field);
+        std::swap(kept.*member, other.*member);
+    };
     if (kept.location == 0)
-        kept.location = other.location;
+        take(&vpn_intf::location, "location");
     if (kept.broadcast == 0 || kept.broadcast == NOT_AN_ADDRESS)
-        kept.broadcast = other.broadcast;
+        take(&vpn_intf::broadcast, "broadcast");
     if (is_alias(kept) && !is_alias(other)) {
-        std::swap(kept.interface, other.interface);
+        take(&vpn_intf::interface, "interface");
         kept.name.reset();
     }
     if (!kept.name)
-        kept.name = other.name;
+        take(&vpn_intf::name, "name");
 }
 
 void merge_equal_addresses()
@@ -83,6 +88,7 @@ void merge_equal_addresses()
         const auto [place, is_new] = by_address.try_emplace(intf->addr, intf.get());
         if (is_new)
             continue;
+        note_dropped(left_out::same_address, intf.get(), place->second);
         merge(*place->second, *intf);
         intf.reset();
     }
@@ -115,7 +121,12 @@ void finish_intfs()
 {
     numbers.invalidate();
     addresses.invalidate();
-    std::erase_if(intf_list, [](const auto &intf) { return !is_usable(*intf); });
+    std::erase_if(intf_list, [](const auto &intf) {
+        const bool is_useless = !is_usable(*intf);
+        if (is_useless)
+            note_dropped(left_out::no_interface, intf.get());
+        return is_useless;
+    });
     for (const auto &intf : intf_list)
         intf->network = intf->addr & intf->netmask;
     merge_equal_addresses();

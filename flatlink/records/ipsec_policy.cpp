@@ -119,8 +119,7 @@ void finish_ipsecpols()
     kind.finder.invalidate();
     for (const auto &pol : ipsecpolicy)
         finish_policy(*pol);
-    std::erase_if(ipsecpolicy, [](const auto &pol) { return pol->propcount == 0; });
-    finish_policy_order(ipsecpolicy);
+    finish_policy_list(ipsecpolicy);
 }
 
 void save_ipsecpols(std::FILE *stream, const record_stack<ipsecpol> &list)

@@ -1,5 +1,7 @@
 #include "flatlink/records/line.h"
 
+#include "flatlink/records/record_watch.h"
+
 #include <array>
 #include <charconv>
 #include <cstdarg>
@@ -30,8 +32,10 @@ std::string flatlink::make_line(std::string_view prefix, std::string_view key,
     std::string line;
     line.reserve(prefix.size() + key.size() + value.size() + 1);
     line.append(prefix).append(key).append(1, '=').append(value);
-    if (line.size() >= LINE_SIZE)
+    if (line.size() >= LINE_SIZE) {
         line.resize(LINE_SIZE - 1);
+        note_cut(line);
+    }
     return line;
 }
 
@@ -74,11 +78,6 @@ void record_writer::text(std::string_view key, std::string_view value) const
     put("=");
     put(value);
     put("\n");
-}
-
-void record_writer::address(std::string_view key, u32 addr_be) const
-{
-    text(key, format_address(addr_be));
 }
 
 std::string flatlink::numbered(std::string_view name, std::int64_t number)

@@ -58,7 +58,6 @@ class record_writer
     record_writer(std::FILE *stream, std::string prefix);
 
     void text(std::string_view key, std::string_view value) const;
-    void address(std::string_view key, u32 addr_be) const; // dotted
 
   private:
     std::FILE *stream_;

@@ -2,6 +2,7 @@
 #include "flatlink/records/link_sort.h"
 #include "flatlink/records/links.h"
 #include "flatlink/records/names.h"
+#include "flatlink/records/record_watch.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -77,9 +78,13 @@ static void keep_first_twins()
     kept.reserve(linkinfos.size());
     // Marks first, removes afterwards: the set compares the records that it points to.
     record_list<linkinfo> removed;
-    for (auto &link : linkinfos)
-        if (!kept.insert(link.get()).second)
-            removed.push_back(std::move(link));
+    for (auto &link : linkinfos) {
+        const auto [first, is_new] = kept.insert(link.get());
+        if (is_new)
+            continue;
+        note_dropped(left_out::equal_link, link.get(), *first);
+        removed.push_back(std::move(link));
+    }
     std::erase(linkinfos, nullptr);
 }
 

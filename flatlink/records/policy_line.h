@@ -7,6 +7,7 @@
 #include "flatlink/records/field.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/memory_guard.h"
+#include "flatlink/records/record_watch.h"
 #include "flatlink/records/records.h"
 
 #include <algorithm>
@@ -140,15 +141,26 @@ void save_policies(std::FILE *stream, const record_stack<policy> &list,
 template <typename proposal, typename predicate>
 void finish_proposals(record_stack<proposal> &props, predicate keep)
 {
-    std::erase_if(props, [&keep](const auto &prop) { return !keep(*prop); });
+    std::erase_if(props, [&keep](const auto &prop) {
+        const bool is_useless = !keep(*prop);
+        if (is_useless)
+            note_dropped(left_out::no_words, prop.get());
+        return is_useless;
+    });
     props.sort([](const auto &a, const auto &b) { return a->number < b->number; });
     for (const auto &prop : props)
         prop->number = 0;
 }
 
-// Brings the policies into the order in which they appeared; finished ones keep theirs.
-template <typename policy> void finish_policy_order(record_stack<policy> &list)
+// Drops the policies without proposals and brings the others into the order in which they appeared;
+// finished ones keep theirs.
+template <typename policy> void finish_policy_list(record_stack<policy> &list)
 {
+    std::erase_if(list, [](const auto &pol) {
+        if (pol->propcount == 0)
+            note_dropped(left_out::no_proposals, pol.get());
+        return pol->propcount == 0;
+    });
     list.sort([](const auto &a, const auto &b) { return a->seq < b->seq; });
     for (const auto &pol : list)
         pol->seq = 0;

@@ -2,6 +2,7 @@
 
 #include "flatlink/records/line.h"
 #include "flatlink/records/memory_guard.h"
+#include "flatlink/records/record_watch.h"
 #include "lib/ulib/text.h"
 
 #include <algorithm>
@@ -109,6 +110,8 @@ static int store_entry(mcpool &pool, std::string_view key, std::string_view valu
                 return 1;
             if (field.ending.empty() || field.ending == rest) {
                 const u32 addr = parse_address(std::string(value));
+                note_stored(&pool, key, value);
+                note_unless_address(addr, value);
                 field.place(pool, number) = addr;
                 return 0;
             }
@@ -155,16 +158,32 @@ static bool is_no_address(u32 addr)
     return addr == 0 || addr == NOT_AN_ADDRESS;
 }
 
-// Removes the entries for which `is_useless` is true and renumbers the others from 0. Later lines
-// address them by the new numbers.
-template <typename entry_type, typename predicate>
-static void close_up(std::map<std::int32_t, entry_type> &entries, predicate is_useless)
+static std::string key_of(const entry_field &field, std::size_t number)
 {
-    std::map<std::int32_t, entry_type> kept;
-    for (const auto &[number, entry] : entries)
-        if (!is_useless(entry))
+    return std::string(field.stem) + std::to_string(number) + std::string(field.ending);
+}
+
+// Removes the entries for which `is_useless` is true and renumbers the others from 0. Later lines
+// address them by the new numbers; their own lines count from 1.
+template <auto entries, typename predicate>
+static void close_up(mcpool &pool, std::span<const entry_field> fields, predicate is_useless)
+{
+    std::remove_reference_t<decltype(pool.*entries)> kept;
+    for (const auto &[number, entry] : pool.*entries) {
+        const bool is_kept = !is_useless(entry);
+        if (is_kept)
             kept.emplace_hint(kept.end(), static_cast<std::int32_t>(kept.size()), entry);
-    entries = std::move(kept);
+        if (record_watch == nullptr)
+            continue;
+        for (const entry_field &field : fields) {
+            const std::string key = key_of(field, static_cast<std::size_t>(number));
+            if (is_kept)
+                note_moved(&pool, key, &pool, key_of(field, kept.size()));
+            else
+                note_dropped(left_out::entry_address, &pool, nullptr, key);
+        }
+    }
+    pool.*entries = std::move(kept);
 }
 
 // A network of all zeros means every network and makes all others redundant.
@@ -174,10 +193,13 @@ static void finish_networks(mcpool &pool)
         return entry.second.addr == 0 && entry.second.mask == 0;
     });
     if (everything != pool.net.end()) {
+        for (const entry_field &field : net_fields)
+            note_moved(&pool, key_of(field, static_cast<std::size_t>(everything->first)), &pool,
+                       key_of(field, 1));
         pool.net = {{0, mcpool_net{0, 0}}};
         return;
     }
-    close_up(pool.net, [](const mcpool_net &net) {
+    close_up<&mcpool::net>(pool, net_fields, [](const mcpool_net &net) {
         return net.addr == NOT_AN_ADDRESS || (net.addr == 0 && net.mask == NOT_AN_ADDRESS);
     });
 }
@@ -185,19 +207,25 @@ static void finish_networks(mcpool &pool)
 // False when the pool has no addresses to assign.
 static bool finish_pool(mcpool &pool)
 {
-    close_up(pool.addr, [](const mcpool_range &range) { return is_no_address(range.addr); });
+    close_up<&mcpool::addr>(pool, range_fields,
+                            [](const mcpool_range &range) { return is_no_address(range.addr); });
     if (pool.mask == 0 || pool.addr.empty())
         return false;
     finish_networks(pool);
-    close_up(pool.dns, is_no_address);
-    close_up(pool.nbns, is_no_address);
+    close_up<&mcpool::dns>(pool, dns_fields, is_no_address);
+    close_up<&mcpool::nbns>(pool, nbns_fields, is_no_address);
     return true;
 }
 
 void finish_mcpools()
 {
     names.invalidate();
-    std::erase_if(mcpools, [](const auto &pool) { return !finish_pool(*pool); });
+    std::erase_if(mcpools, [](const auto &pool) {
+        const bool is_useless = !finish_pool(*pool);
+        if (is_useless)
+            note_dropped(left_out::no_addresses, pool.get());
+        return is_useless;
+    });
     std::stable_sort(mcpools.begin(), mcpools.end(),
                      [](const auto &a, const auto &b) { return a->seq < b->seq; });
     std::int32_t seq = 0;
@@ -209,12 +237,15 @@ void finish_mcpools()
 
 static void save_entries(const record_writer &out, mcpool &pool, const entry_kind &kind)
 {
-    int written = 0;
+    std::size_t written = 0;
     for (const std::int32_t number : kind.numbers(pool)) {
-        const std::string digits = std::to_string(++written);
-        for (const entry_field &field : kind.fields)
-            out.address(std::string(field.stem) + digits + std::string(field.ending),
-                        field.place(pool, number));
+        ++written;
+        for (const entry_field &field : kind.fields) {
+            const std::string key = key_of(field, written);
+            const std::string addr = format_address(field.place(pool, number));
+            note_written(&pool, key, addr);
+            out.text(key, addr);
+        }
     }
 }
 

@@ -9,6 +9,7 @@
 #include "flatlink/records/memory_guard.h"
 #include "flatlink/records/old_links.h"
 #include "flatlink/records/pools.h"
+#include "flatlink/records/record_watch.h"
 #include "flatlink/records/records.h"
 
 #include <algorithm>
@@ -19,7 +20,11 @@ using namespace flatlink;
 static void purge_unnamed_records()
 {
     std::erase_if(links, [](const auto &link) { return link->lname.empty(); });
-    std::erase_if(linkinfos, [](const auto &link) { return link->lname.empty(); });
+    std::erase_if(linkinfos, [](const auto &link) {
+        if (link->lname.empty())
+            note_dropped(left_out::no_name, link.get());
+        return link->lname.empty();
+    });
     std::erase_if(swkeys, [](const auto &record) { return record->key.empty(); });
     invalidate_link_index();
     invalidate_vpnlink_index();

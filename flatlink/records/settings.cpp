@@ -28,7 +28,7 @@ void store_thread_count(std::string_view value)
 
 template <auto &setting> void store_switch(std::string_view value)
 {
-    setting = parsenametonum(onoff_list, value);
+    word_of<onoff_list>::read(setting, value);
 }
 
 template <auto &setting> std::string print_switch()
@@ -37,7 +37,12 @@ template <auto &setting> std::string print_switch()
 }
 
 constexpr vpn_setting rows[] = {
-    {"anonsecret", [](std::string_view value) { anonsecret = value.substr(0, ANONSECRET_LENGTH); },
+    {"anonsecret",
+     [](std::string_view value) {
+         anonsecret = value.substr(0, ANONSECRET_LENGTH);
+         if (anonsecret.size() < value.size())
+             note_cut(anonsecret);
+     },
      [] { return anonsecret; }, SECRET},
     {"clientIKEpolicy", store_client_policy, [] { return clientIKEpolicy; }},
     {"kernelacceleration", store_switch<klevelHardAccel>, print_switch<klevelHardAccel>},
@@ -58,6 +63,7 @@ bool flatlink::store_setting(std::string_view line)
     for (const vpn_setting &row : vpn_settings) {
         if (row.key != parts.key)
             continue;
+        note_stored(&row, row.key, parts.value);
         row.store(parts.value);
         return true;
     }
@@ -67,8 +73,12 @@ bool flatlink::store_setting(std::string_view line)
 void flatlink::save_settings(std::FILE *stream)
 {
     const record_writer out(stream, "vpn_");
-    for (const vpn_setting &row : vpn_settings)
-        if (row.print != nullptr)
-            out.text(row.key, row.print());
+    for (const vpn_setting &row : vpn_settings) {
+        if (row.print == nullptr)
+            continue;
+        const std::string value = row.print();
+        note_written(&row, row.key, value);
+        out.text(row.key, value);
+    }
     std::fflush(stream);
 }

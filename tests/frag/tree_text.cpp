@@ -98,7 +98,7 @@ static std::string list_text(const frag *node, const frag *parent)
             text += "!parent";
         if (node->index != nullptr)
             text += "!index";
-        if (const std::uint32_t flags = node->flags & ~FRAG_ASKED; flags != 0)
+        if (const std::uint32_t flags = node->flags; flags != 0)
             text += "(" + std::to_string(flags) + ")";
         const std::string value = value_text(node);
         const frag *child = node->child;

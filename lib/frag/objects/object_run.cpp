@@ -4,6 +4,7 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_sort.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
@@ -108,7 +109,12 @@ bool flatlink::take_steps(long long steps, const frag *obj)
 frag *flatlink::find_object(frag **db, const char *key, const frag *at)
 {
     const auto steps = static_cast<long long>(text_of(key).size());
-    return take_steps(steps, at) ? ffind(db, key) : nullptr;
+    if (!take_steps(steps, at))
+        return nullptr;
+    frag *obj = ffind(db, key);
+    if (obj == nullptr)
+        note_missing(key);
+    return obj;
 }
 
 void flatlink::report_object(const char *before, const frag *obj, const char *after)

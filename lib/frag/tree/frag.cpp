@@ -3,7 +3,7 @@
 #include "lib/frag/tree/cftrie.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/node_pool.h"
-#include "lib/frag/tree/origin.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/report.h"
 
 #include <algorithm>
@@ -172,8 +172,12 @@ frag *ffind(frag **head, const char *key)
             cffind(&first->parent->index, start) == nullptr)
             return nullptr;
         frag *node = find_in_list(head, part);
-        if (node == nullptr || !more)
+        if (node == nullptr)
+            return nullptr;
+        if (!more) {
+            note_found(node);
             return node;
+        }
         head = &node->child;
     }
 }
@@ -191,11 +195,8 @@ frag *ffind2(frag **head, const char *key1, const char *key2)
 
 const char *fval(frag **head, const char *key)
 {
-    frag *node = ffind(head, key);
-    if (node == nullptr)
-        return nullptr;
-    mark_asked(node);
-    return node->value;
+    const frag *node = ffind(head, key);
+    return node == nullptr ? nullptr : node->value;
 }
 
 static void replace_value(frag *node, const char *value)
@@ -281,7 +282,7 @@ static frag *copy_list(const frag *source, frag *parent,
     for (frag **end = &copied; source != nullptr; source = source->next) {
         frag *node = newsymfrag(source->name);
         node->parent = parent;
-        node->flags = source->flags & ~FRAG_ASKED;
+        node->flags = source->flags;
         node->origin = source->origin;
         node->vlen = source->vlen;
         if (source->value != nullptr)

@@ -90,7 +90,7 @@ int export_frags(const frag *first, std::FILE *stream, int /*spare*/)
 
 static void dump_node(frag *node, int indent)
 {
-    const std::uint32_t flags = node->flags & ~FRAG_ASKED;
+    const std::uint32_t flags = node->flags;
     std::printf("%*s%s", indent, "", indent == 0 ? "" : "_");
     if (flags != 0)
         std::printf("(%d)", static_cast<int>(flags));

@@ -1,5 +1,5 @@
-// Where the value of a node came from, and whether it was ever read: for programs that explain a
-// database. The conversion needs neither.
+// Where the value of a node came from: for programs that explain a database. The conversion does
+// not need it.
 //
 // An import notes for each value the line of its file on which the value begins, and the notation.
 // Copies of a node keep both. In the passes that bring a tree to the current layout, a value that
@@ -49,20 +49,5 @@ constexpr frag_notation origin_notation(const frag *node)
 // Notes that the node's value, or its name, was derived from the value of `source`. A node that has
 // an origin keeps it.
 void take_origin(frag *node, const frag *source);
-
-// Notes that the node's value was read. fval does so, and walks that read values without it.
-inline void mark_asked(frag *node)
-{
-    node->flags |= FRAG_ASKED;
-}
-
-inline bool was_asked(const frag *node)
-{
-    return (node->flags & FRAG_ASKED) != 0;
-}
-
-// Clears the marks of a list and all below it. Needed after the passes that bring a tree to the
-// current layout, which read values too.
-void clear_asked(frag **head);
 
 } // namespace flatlink

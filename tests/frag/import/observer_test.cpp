@@ -6,6 +6,7 @@
 #include "lib/frag/layout/upgrade.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/origin.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "tests/frag/tree_text.h"
 
 #include <fstream>
@@ -136,19 +137,17 @@ TEST(Origins, StayThroughTheLayouts)
     }
 }
 
-TEST(Origins, MarksOfWhatWasAskedFor)
+TEST(Origins, LookUpsAreSeen)
 {
     owned_tree tree("a_b=1\na_c=2\n");
-    frag *copy = nullptr;
+    std::string found;
+    const tree_observer watch{&found, [](void *text, const frag *node) {
+                                  *static_cast<std::string *>(text) += node->name;
+                              }};
+    tree_watch = &watch;
     EXPECT_STREQ(fval(&tree.head, "a_c"), "2");
-    copy = copy_fragtree(&tree.head, nullptr);
-    std::string asked;
-    const auto add = [&asked](const frag *node) { asked += was_asked(node) ? node->name : ""; };
-    visit_all(tree.head, add);
-    visit_all(copy, add);
-    EXPECT_EQ(asked, "c");
-    clear_asked(&tree.head);
-    visit_all(tree.head, add);
-    EXPECT_EQ(asked, "c");
-    free_fraglist(&copy);
+    EXPECT_EQ(fval(&tree.head, "a_d"), nullptr);
+    tree_watch = nullptr;
+    EXPECT_NE(ffind(&tree.head, "a_b"), nullptr);
+    EXPECT_EQ(found, "c");
 }

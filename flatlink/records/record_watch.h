@@ -1,0 +1,93 @@
+// Reports what becomes of the fields of records to programs that explain a conversion.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+// Why a record, or an entry of one, is not written.
+enum class left_out : std::uint8_t {
+    no_name,       // a link
+    equal_link,    // an earlier link says the same
+    same_address,  // an interface in a second list, merged into the first
+    no_interface,  // an interface without a device, an address or a mask
+    no_words,      // a proposal without its words
+    no_proposals,  // a policy
+    no_addresses,  // a pool without a mask or a range
+    entry_address, // an entry of a pool without an address
+};
+
+// Each call may be null. A record is told by its address, which stays the same from its first field
+// to its last line. Texts are borrowed for the call.
+struct record_observer {
+    void *context = nullptr; // passed to each call
+
+    // A line is about to set `field`, the key of a row; the value before it is lost.
+    void (*stored)(void *context, const void *record, std::string_view field,
+                   std::string_view value) = nullptr;
+
+    // The value of the field that is being set has no meaning: no word of its table, or no address.
+    void (*unreadable)(void *context, std::string_view value) = nullptr;
+
+    // A text is longer than what is kept of it.
+    void (*cut)(void *context, std::string_view kept) = nullptr;
+
+    // A line is about to be written. `field` is the key of its row, `value` what follows the '='.
+    void (*written)(void *context, const void *record, std::string_view field,
+                    std::string_view value) = nullptr;
+
+    // A field takes the place of another, in this record or in the one that stands for it.
+    void (*moved)(void *context, const void *from, std::string_view from_field, const void *to,
+                  std::string_view to_field) = nullptr;
+
+    // `record` is about to be dropped.
+    //   kept   the record that stands for it; null for none
+    //   field  the key of the entry that is dropped; empty: all of the record
+    void (*dropped)(void *context, left_out why, const void *record, const void *kept,
+                    std::string_view field) = nullptr;
+};
+
+namespace flatlink
+{
+
+// Watches all records while it is set; null by default. Borrowed from the program, which resets it.
+inline const record_observer *record_watch = nullptr;
+
+inline void note_stored(const void *record, std::string_view field, std::string_view value)
+{
+    if (record_watch != nullptr && record_watch->stored != nullptr)
+        record_watch->stored(record_watch->context, record, field, value);
+}
+
+inline void note_unreadable(std::string_view value)
+{
+    if (record_watch != nullptr && record_watch->unreadable != nullptr)
+        record_watch->unreadable(record_watch->context, value);
+}
+
+inline void note_cut(std::string_view kept)
+{
+    if (record_watch != nullptr && record_watch->cut != nullptr)
+        record_watch->cut(record_watch->context, kept);
+}
+
+inline void note_written(const void *record, std::string_view field, std::string_view value)
+{
+    if (record_watch != nullptr && record_watch->written != nullptr)
+        record_watch->written(record_watch->context, record, field, value);
+}
+
+inline void note_moved(const void *from, std::string_view from_field, const void *to,
+                       std::string_view to_field)
+{
+    if (record_watch != nullptr && record_watch->moved != nullptr)
+        record_watch->moved(record_watch->context, from, from_field, to, to_field);
+}
+
+inline void note_dropped(left_out why, const void *record, const void *kept = nullptr,
+                         std::string_view field = {})
+{
+    if (record_watch != nullptr && record_watch->dropped != nullptr)
+        record_watch->dropped(record_watch->context, why, record, kept, field);
+}
+
+} // namespace flatlink

@@ -45,7 +45,7 @@ static std::vector<std::string> patterns_of(const std::string &head, const std::
     return patterns;
 }
 
-enum class table { adjacent, mixed };
+enum class table { ADJACENT, MIXED };
 
 static void load_table(const std::vector<std::string> &patterns, table kind)
 {
@@ -55,7 +55,7 @@ static void load_table(const std::vector<std::string> &patterns, table kind)
     std::string text;
     for (std::size_t i = 0; i < patterns.size(); ++i) {
         text += "p: permit-hosts " + patterns[i] + " -policy office\n";
-        if (kind == table::mixed)
+        if (kind == table::MIXED)
             text += std::string("p: ") + others[i % std::size(others)] + '\n';
     }
     if (ftruncate(file, 0) != 0 || pwrite(file, text.data(), text.size(), 0) < 0)
@@ -101,9 +101,9 @@ static void check_client(benchmark::State &state, table kind,
 #define CHECK_CLIENT(kind, what, patterns, text)                                                   \
     BENCHMARK_CAPTURE(check_client, kind##_##what, table::kind, patterns, text)->Iterations(50)
 
-CHECK_CLIENT(adjacent, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT);
-CHECK_CLIENT(adjacent, names, patterns_of("*.a", ".example", "*.office.example"), client_name);
-CHECK_CLIENT(adjacent, identities, patterns_of("~partner", "", "*"), CLIENT);
-CHECK_CLIENT(mixed, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT);
-CHECK_CLIENT(mixed, names, patterns_of("*.a", ".example", "*.office.example"), client_name);
-CHECK_CLIENT(mixed, identities, patterns_of("~partner", "", "*"), CLIENT);
+CHECK_CLIENT(ADJACENT, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT);
+CHECK_CLIENT(ADJACENT, names, patterns_of("*.a", ".example", "*.office.example"), client_name);
+CHECK_CLIENT(ADJACENT, identities, patterns_of("~partner", "", "*"), CLIENT);
+CHECK_CLIENT(MIXED, addresses, patterns_of("10.", ".*", "192.0.2.*"), CLIENT);
+CHECK_CLIENT(MIXED, names, patterns_of("*.a", ".example", "*.office.example"), client_name);
+CHECK_CLIENT(MIXED, identities, patterns_of("~partner", "", "*"), CLIENT);

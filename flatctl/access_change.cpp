@@ -55,9 +55,9 @@ struct stage_words {
 
 stage_words words_of(const access_question_asked &asked, access_stage stage)
 {
-    if (stage == access_stage::destination)
+    if (stage == access_stage::DESTINATION)
         return {"destination", asked.host};
-    if (stage == access_stage::port)
+    if (stage == access_stage::PORT)
         return {"ports", std::to_string(asked.port)};
     return {"hosts", format_address(asked.client_be)};
 }
@@ -85,11 +85,11 @@ std::vector<table_change> proposals(std::string_view table, const access_questio
                                     const access_verdict &verdict,
                                     const std::vector<table_change> &changes)
 {
-    if (verdict.stage == access_stage::terms)
+    if (verdict.stage == access_stage::TERMS)
         return {};
     const std::vector<std::string> lines = lines_of(changed_table(table, changes));
     const stage_words words = words_of(asked, verdict.stage);
-    const bool takes_marks = verdict.stage != access_stage::client;
+    const bool takes_marks = verdict.stage != access_stage::CLIENT;
     std::vector<table_change> all;
     for (const access_step &step : verdict.steps) {
         const bool denies = step.keyword.starts_with("deny-");
@@ -100,7 +100,7 @@ std::vector<table_change> proposals(std::string_view table, const access_questio
         all.push_back({step.line, false, with_item(line, (denies ? "!" : "") + words.item)});
     }
     std::string name =
-        verdict.stage == access_stage::client ? asked.proxy : name_of_terms(lines, asked, verdict);
+        verdict.stage == access_stage::CLIENT ? asked.proxy : name_of_terms(lines, asked, verdict);
     std::int32_t place = static_cast<std::int32_t>(lines.size()) + 1;
     if (verdict.line > 0) {
         place = verdict.line;

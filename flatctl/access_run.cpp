@@ -88,7 +88,7 @@ static void check_client(const access_question_asked &question, access_verdict &
     verdict.differs = (goes_on && unwatched != SRC_PERMITTED) ||
                       (entry == nullptr ? 0 : entry->lineno) != verdict.line;
     verdict.permitted = goes_on;
-    verdict.stage = unwatched == SRC_PERMITTED ? access_stage::terms : access_stage::client;
+    verdict.stage = unwatched == SRC_PERMITTED ? access_stage::TERMS : access_stage::CLIENT;
 }
 
 static void check_destination(const access_question_asked &question, access_verdict &verdict)
@@ -101,7 +101,7 @@ static void check_destination(const access_question_asked &question, access_verd
     verdict.differs = answer != unwatched;
     verdict.permitted = answer == DST_ALLOWED;
     verdict.no_address = answer == DST_NO_ADDRESS;
-    verdict.stage = access_stage::destination;
+    verdict.stage = access_stage::DESTINATION;
     // Ports are asked about only once the host is allowed.
     bool host_allowed = false;
     for (const access_step &step : verdict.steps)
@@ -109,7 +109,7 @@ static void check_destination(const access_question_asked &question, access_verd
                        (step.is_decision && step.fits && step.keyword.ends_with("destination"));
     if (!host_allowed)
         return;
-    verdict.stage = access_stage::port;
+    verdict.stage = access_stage::PORT;
     const bool by_port = !verdict.steps.empty() && verdict.steps.back().is_decision &&
                          verdict.steps.back().keyword.ends_with("ports");
     if (!verdict.permitted && !by_port)

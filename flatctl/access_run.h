@@ -20,7 +20,7 @@ struct access_question_asked {
 };
 
 // Where the verdict falls.
-enum class access_stage : std::uint8_t { client, terms, destination, port };
+enum class access_stage : std::uint8_t { CLIENT, TERMS, DESTINATION, PORT };
 
 // One item that was compared, or an entry that decided.
 struct access_step {
@@ -38,7 +38,7 @@ struct access_verdict {
     bool is_known = false;   // false: the proxy would not start with this table
     bool no_address = false; // the destination is a name that no answer is known for
     bool differs = false;    // the checks decide otherwise when they are watched
-    access_stage stage = access_stage::client;
+    access_stage stage = access_stage::CLIENT;
     std::int32_t line = 0; // of the entry that decided; 0 for none
     std::vector<access_step> steps;
 };

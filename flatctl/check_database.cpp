@@ -170,19 +170,19 @@ bool checker::check_kind()
     if (text_.starts_with(BYTE_ORDER_MARK))
         add("D115", 1, "");
     input_kind kind = kind_of_tree(def_database);
-    facts_.kind = kind == input_kind::flat_data ? "flat" : "database";
+    facts_.kind = kind == input_kind::FLAT_DATA ? "flat" : "database";
     take_tree_facts(def_database, facts_);
     if (task_.kind == "database")
-        kind = input_kind::database;
-    if (kind != input_kind::database) { // what else was found is about no database
+        kind = input_kind::DATABASE;
+    if (kind != input_kind::DATABASE) { // what else was found is about no database
         found_.clear();
         counts_.clear();
     }
-    if (kind == input_kind::unknown)
+    if (kind == input_kind::UNKNOWN)
         add("D101", 0, "");
-    if (kind == input_kind::flat_data)
+    if (kind == input_kind::FLAT_DATA)
         add("D102", 0, "");
-    return kind == input_kind::database;
+    return kind == input_kind::DATABASE;
 }
 
 void checker::check_access()
@@ -246,9 +246,9 @@ void checker::send_all()
                 one.column =
                     static_cast<std::int32_t>(std::min(quoted.find('='), quoted.size())) + 1;
         }
-        port_.send(frame_kind::record, packed_finding(one));
+        port_.send(frame_kind::RECORD, packed_finding(one));
     }
-    port_.send(frame_kind::record, packed_facts(facts_));
+    port_.send(frame_kind::RECORD, packed_facts(facts_));
 }
 
 int checker::run()

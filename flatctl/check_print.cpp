@@ -62,7 +62,7 @@ void print_finding(const checked_input &checked, const finding &found, const pal
         place += std::to_string(found.line) + ":" + std::to_string(found.column) + ":";
     const auto meaning = static_cast<ink>(found.row->level);
     std::string text = place + " " + colors.painted(meaning, level_name(found.row->level)) + " " +
-                       colors.painted(ink::code, found.row->code) + ": " +
+                       colors.painted(ink::CODE, found.row->code) + ": " +
                        shown_line(sentence(found));
     if (!found.also.empty())
         text += "  also " + listed(found.also);

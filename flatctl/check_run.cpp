@@ -54,13 +54,13 @@ void check_run::take_message(std::string_view bytes)
 void check_run::take(frame_kind kind, std::string_view bytes)
 {
     finding found;
-    if (kind == frame_kind::record && unpack_finding(bytes, found))
+    if (kind == frame_kind::RECORD && unpack_finding(bytes, found))
         checked_.findings.push_back(found);
-    else if (kind == frame_kind::record)
+    else if (kind == frame_kind::RECORD)
         (void)unpack_facts(bytes, checked_.facts);
-    if (kind == frame_kind::message)
+    if (kind == frame_kind::MESSAGE)
         take_message(bytes);
-    if (kind == frame_kind::name)
+    if (kind == frame_kind::NAME)
         add_for_whole("D602", std::string(bytes));
 }
 
@@ -70,9 +70,9 @@ int check_run::run()
         checked_.file.limits, checked_.file.fd.get(),
         [&](child_port &port) { return check_in_child(checked_.file, task_, world_, port); },
         [&](frame_kind kind, std::string_view bytes) { take(kind, bytes); });
-    if (result.end == child_end::done)
+    if (result.end == child_end::DONE)
         return result.detail;
-    const bool is_bound = result.end == child_end::no_time || result.end == child_end::no_memory;
+    const bool is_bound = result.end == child_end::NO_TIME || result.end == child_end::NO_MEMORY;
     add_for_whole(is_bound ? "D501" : "D502", words_for(result));
     return STATUS_FOUND;
 }

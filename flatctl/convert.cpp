@@ -44,9 +44,9 @@ struct conversion {
 void send_comparison(child_port &port, const tree_comparison &found)
 {
     for (const tree_difference &loss : found.differences)
-        port.send(frame_kind::record, 'L' + loss.key + '\0' + loss.what);
-    port.send(frame_kind::record, 'N' + std::to_string(found.count));
-    port.send(frame_kind::record, 'R' + std::to_string(found.rearranged));
+        port.send(frame_kind::RECORD, 'L' + loss.key + '\0' + loss.what);
+    port.send(frame_kind::RECORD, 'N' + std::to_string(found.count));
+    port.send(frame_kind::RECORD, 'R' + std::to_string(found.rearranged));
 }
 
 int load_checked(const conversion &run, child_port &port)
@@ -58,12 +58,12 @@ int load_checked(const conversion &run, child_port &port)
         return STATUS_UNREADABLE;
     }
     switch (kind_of_tree(def_database)) {
-    case input_kind::database:
+    case input_kind::DATABASE:
         return STATUS_FINE;
-    case input_kind::flat_data:
+    case input_kind::FLAT_DATA:
         std::fputs("error D102: it is flat VPN data already\n", stderr);
         return STATUS_FOUND;
-    case input_kind::unknown:
+    case input_kind::UNKNOWN:
         std::fputs("error D101: no line of it is a key of a firewall configuration\n", stderr);
         return STATUS_FOUND;
     }
@@ -74,7 +74,7 @@ int convert_in_child(const conversion &run, child_port &port)
 {
     if (const int status = load_checked(run, port); status != STATUS_FINE)
         return status;
-    port.send(frame_kind::record, 'V' + std::to_string(count_values(def_database)));
+    port.send(frame_kind::RECORD, 'V' + std::to_string(count_values(def_database)));
     std::string text = text_in_form(*run.form, false);
     const bool is_whole = report_bounds();
     tree_comparison lost = compare_with_text(*run.form, text, LOSSES_MAX);
@@ -85,7 +85,7 @@ int convert_in_child(const conversion &run, child_port &port)
     send_comparison(port, lost);
     if (!is_whole || (lost.count > 0 && !run.asked.lossy))
         return STATUS_FOUND;
-    port.send(frame_kind::data, text);
+    port.send(frame_kind::DATA, text);
     return STATUS_FINE;
 }
 
@@ -124,9 +124,9 @@ int run_step(conversion &run, int (*work)(const conversion &, child_port &), tre
         run.database.limits, run.database.fd.get(),
         [&](child_port &port) { return work(run, port); },
         [&](frame_kind kind, std::string_view bytes) {
-            if (kind == frame_kind::data)
+            if (kind == frame_kind::DATA)
                 run.text += bytes;
-            if (kind == frame_kind::record)
+            if (kind == frame_kind::RECORD)
                 take_record(bytes, lost, run.values);
             side.take(kind, bytes);
         });

@@ -120,13 +120,13 @@ std::string stage_text(const access_verdict &verdict)
 std::string answer_of(const access_step &step)
 {
     switch (static_cast<access_reason>(step.reason)) {
-    case access_reason::no_look_up:
+    case access_reason::NO_LOOK_UP:
         return "may not be looked up";
-    case access_reason::not_known:
+    case access_reason::NOT_KNOWN:
         return "the firewall knows no identity";
-    case access_reason::no_arguments:
+    case access_reason::NO_ARGUMENTS:
         return "has no argument";
-    case access_reason::compared:
+    case access_reason::COMPARED:
         break;
     }
     return step.fits ? "fits" : "no";
@@ -220,7 +220,7 @@ int explain_in_child(const explanation &run, child_port &port)
         return true;
     }; // tried changes report nothing
     const std::vector<table_change> changes = changes_that_turn(table, run.question, verdict);
-    std::FILE *out = port.stream(frame_kind::data);
+    std::FILE *out = port.stream(frame_kind::DATA);
     if (run.asked.format == "json")
         print_json(verdict, changes, out);
     else
@@ -261,7 +261,7 @@ int flatlink::run_explain_access(const request &asked)
         run.table.limits, run.table.fd.get(),
         [&](child_port &port) { return explain_in_child(run, port); },
         [&](frame_kind kind, std::string_view bytes) {
-            if (kind == frame_kind::data && !asked.quiet)
+            if (kind == frame_kind::DATA && !asked.quiet)
                 put(bytes);
             side.take(kind, bytes);
         });

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-enum class finding_level { error, warning, note };
+enum class finding_level { ERROR, WARNING, NOTE };
 
 struct finding_row {
     std::string_view code;

@@ -109,11 +109,11 @@ struct tree_form {
 };
 
 constexpr tree_form tree_forms[] = {
-    {{"flat", true, false}, write_flat, notation::flat, keep_tree},
-    {{"sections", true, false}, write_sections, notation::sections, keep_tree},
-    {{"tags", true, false}, write_tags, notation::tags, keep_tree},
-    {{"numbered", true, true}, write_numbered, notation::flat, undo_numbers},
-    {{"xml", true, true}, write_xml, notation::tags, undo_xml},
+    {{"flat", true, false}, write_flat, notation::FLAT, keep_tree},
+    {{"sections", true, false}, write_sections, notation::SECTIONS, keep_tree},
+    {{"tags", true, false}, write_tags, notation::TAGS, keep_tree},
+    {{"numbered", true, true}, write_numbered, notation::FLAT, undo_numbers},
+    {{"xml", true, true}, write_xml, notation::TAGS, undo_xml},
 };
 
 constexpr form_row rows[] = {tree_forms[0].row, tree_forms[1].row, tree_forms[2].row,

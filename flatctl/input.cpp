@@ -84,7 +84,7 @@ int flatlink::derive_in_child(const input &database, const known_world &world, c
     derive_from_tree(false);
     if (!report_bounds())
         return STATUS_FOUND; // flatlink writes nothing then
-    std::FILE *out = port.stream(frame_kind::data);
+    std::FILE *out = port.stream(frame_kind::DATA);
     write_records(out);
     std::fclose(out);
     return STATUS_FINE;
@@ -99,12 +99,12 @@ void side_frames::tell_message(std::string_view line) const
 void side_frames::take(frame_kind kind, std::string_view bytes)
 {
     constexpr std::size_t LISTED_MAX = 10;
-    if (kind == frame_kind::name && bytes.find('=') == std::string_view::npos &&
+    if (kind == frame_kind::NAME && bytes.find('=') == std::string_view::npos &&
         ++unanswered_count_ <= LISTED_MAX) {
         unanswered_ += unanswered_.empty() ? " " : ", ";
         unanswered_ += shown_line(bytes);
     }
-    if (kind != frame_kind::message)
+    if (kind != frame_kind::MESSAGE)
         return;
     for (const char c : bytes) {
         if (c != '\n') {
@@ -123,7 +123,7 @@ int side_frames::end(const child_result &result)
     if (!unanswered_.empty() && !is_quiet_)
         tell(of_.shown + ": " + std::to_string(unanswered_count_) +
              " not known here:" + unanswered_ + " (see --names, --routes, --resolve)");
-    if (result.end == child_end::done)
+    if (result.end == child_end::DONE)
         return result.detail;
     tell(of_.shown + ": " + words_for(result));
     return STATUS_FOUND;

@@ -111,14 +111,14 @@ static bool holds_content(const plain_file &file, std::string_view content)
 
 std::string flatlink::replace_and_compare(const plain_file &file, std::string_view content)
 {
-    replacement done = replacement::none;
+    replacement done = replacement::NONE;
     // Should the file have to be written in place, its content can be made once more.
     const auto no_copy = []() -> fault { return {}; };
     const std::string name = shown(file.place.name);
     if (const fault found = replace_file(file, content, no_copy, done))
         return name + ": " + found.words() +
-               (done == replacement::none      ? "; it was not changed"
-                : done == replacement::damaged ? "; it was written in part"
+               (done == replacement::NONE      ? "; it was not changed"
+                : done == replacement::DAMAGED ? "; it was written in part"
                                                : "; it may not be on the disk yet");
     return holds_content(file, content) ? "" : name + ": other bytes are in it than were written";
 }

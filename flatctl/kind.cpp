@@ -28,15 +28,15 @@ input_kind flatlink::kind_of_tree(const frag *first)
     for (const frag *node = first; node != nullptr; node = node->next) {
         if (node->child != nullptr &&
             std::ranges::find(FLAT_PARTS, std::string_view(node->name)) != std::end(FLAT_PARTS))
-            return input_kind::flat_data;
+            return input_kind::FLAT_DATA;
         is_database =
             is_database || std::ranges::find(DATABASE_PARTS, std::string_view(node->name)) !=
                                std::end(DATABASE_PARTS);
     }
     for (const char *key : FLAT_KEYS)
         if (ffind(&head, key) != nullptr)
-            return input_kind::flat_data;
-    return is_database ? input_kind::database : input_kind::unknown;
+            return input_kind::FLAT_DATA;
+    return is_database ? input_kind::DATABASE : input_kind::UNKNOWN;
 }
 
 static std::string_view layout_of(frag *head)

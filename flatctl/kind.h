@@ -19,9 +19,9 @@ struct input_facts {
 };
 
 enum class input_kind {
-    database,
-    flat_data, // the VPN data that a conversion leaves
-    unknown,   // no key of a firewall configuration
+    DATABASE,
+    FLAT_DATA, // the VPN data that a conversion leaves
+    UNKNOWN,   // no key of a firewall configuration
 };
 
 namespace flatlink

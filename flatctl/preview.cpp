@@ -64,12 +64,12 @@ static int compare_with(const input &old_data, const std::string &derived, const
         }
         const std::vector<flat_change> changes = compare_flat(text, derived);
         for (const flat_change &change : changes)
-            port.send(frame_kind::data, shown_change(change, asked.reveal));
+            port.send(frame_kind::DATA, shown_change(change, asked.reveal));
         return static_cast<int>(changes.empty() ? STATUS_FINE : STATUS_FOUND);
     };
     const child_result result = run_child(old_data.limits, old_data.fd.get(), work,
                                           [&](frame_kind kind, std::string_view bytes) {
-                                              if (kind == frame_kind::data && !asked.quiet)
+                                              if (kind == frame_kind::DATA && !asked.quiet)
                                                   put(bytes);
                                               side.take(kind, bytes);
                                           });
@@ -96,9 +96,9 @@ int flatlink::run_preview(const request &asked)
         database.limits, database.fd.get(),
         [&](child_port &port) { return derive_in_child(database, world, port); },
         [&](frame_kind kind, std::string_view bytes) {
-            if (kind == frame_kind::data && !asked.against.empty())
+            if (kind == frame_kind::DATA && !asked.against.empty())
                 derived += bytes;
-            else if (kind == frame_kind::data && !asked.quiet)
+            else if (kind == frame_kind::DATA && !asked.quiet)
                 output.take(bytes);
             side.take(kind, bytes);
         });

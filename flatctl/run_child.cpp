@@ -104,7 +104,7 @@ static child_port *own_port = nullptr;
 
 [[noreturn]] static void end_without_memory()
 {
-    own_port->send(frame_kind::memory, {});
+    own_port->send(frame_kind::MEMORY, {});
     _exit(STATUS_NO_MEMORY);
 }
 
@@ -144,7 +144,7 @@ static void leave_standard_streams()
     own_port = &port;
     leave_standard_streams();
     close_all_but(input_fd, port_fd);
-    if (std::FILE *messages = port.stream(frame_kind::message)) {
+    if (std::FILE *messages = port.stream(frame_kind::MESSAGE)) {
         (void)std::setvbuf(messages, nullptr, _IOLBF, BUFSIZ);
         stderr = messages;
     }
@@ -152,12 +152,12 @@ static void leave_standard_streams()
     // A library's exit ends this process alone: what the parent would do at its end is not due.
     (void)on_exit([](int status, void *) { _exit(status); }, nullptr);
     if (!enter_sandbox(limits)) {
-        port.send(frame_kind::message, "the work on the input cannot be confined\n");
+        port.send(frame_kind::MESSAGE, "the work on the input cannot be confined\n");
         _exit(1);
     }
     const char status = static_cast<char>(work(port));
     std::fflush(stderr);
-    port.send(frame_kind::done, {&status, 1});
+    port.send(frame_kind::DONE, {&status, 1});
     _exit(0);
 }
 
@@ -184,22 +184,22 @@ static child_result take_frames(int fd,
                                 const std::function<void(frame_kind, std::string_view)> &take)
 {
     std::vector<char> payload(FRAME_MAX);
-    child_result result{child_end::exited, 0};
+    child_result result{child_end::EXITED, 0};
     char head[HEAD_SIZE];
     while (read_full(fd, head, HEAD_SIZE) == HEAD_SIZE) {
         std::uint32_t size = 0;
         std::memcpy(&size, head, sizeof size);
         const auto kind = static_cast<frame_kind>(head[HEAD_SIZE - 1]);
         const bool is_frame =
-            size <= FRAME_MAX && kind <= frame_kind::memory && result.end == child_end::exited;
+            size <= FRAME_MAX && kind <= frame_kind::MEMORY && result.end == child_end::EXITED;
         if (!is_frame)
-            return {child_end::garbled, 0};
+            return {child_end::GARBLED, 0};
         if (read_full(fd, payload.data(), size) != size)
             break;
-        if (kind == frame_kind::done)
-            result = {child_end::done, size == 1 ? static_cast<unsigned char>(payload[0]) : 0};
-        else if (kind == frame_kind::memory)
-            result = {child_end::no_memory, 0};
+        if (kind == frame_kind::DONE)
+            result = {child_end::DONE, size == 1 ? static_cast<unsigned char>(payload[0]) : 0};
+        else if (kind == frame_kind::MEMORY)
+            result = {child_end::NO_MEMORY, 0};
         else
             take(kind, {payload.data(), size});
     }
@@ -210,11 +210,11 @@ static child_result take_frames(int fd,
 static child_result end_of(int status)
 {
     if (WIFSIGNALED(status))
-        return WTERMSIG(status) == SIGXCPU ? child_result{child_end::no_time, 0}
-                                           : child_result{child_end::crashed, WTERMSIG(status)};
+        return WTERMSIG(status) == SIGXCPU ? child_result{child_end::NO_TIME, 0}
+                                           : child_result{child_end::CRASHED, WTERMSIG(status)};
     // Only a library without memory ends a process with status 0.
-    return WEXITSTATUS(status) == 0 ? child_result{child_end::no_memory, 0}
-                                    : child_result{child_end::exited, WEXITSTATUS(status)};
+    return WEXITSTATUS(status) == 0 ? child_result{child_end::NO_MEMORY, 0}
+                                    : child_result{child_end::EXITED, WEXITSTATUS(status)};
 }
 
 child_result flatlink::run_child(const sandbox_limits &limits, int input_fd,
@@ -223,14 +223,14 @@ child_result flatlink::run_child(const sandbox_limits &limits, int input_fd,
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
-        return {child_end::no_child, errno};
+        return {child_end::NO_CHILD, errno};
     (void)std::fflush(nullptr); // or the child could write it a second time
     const pid_t child = fork();
     if (child < 0) {
         const int error = errno;
         (void)close(ends[0]);
         (void)close(ends[1]);
-        return {child_end::no_child, error};
+        return {child_end::NO_CHILD, error};
     }
     if (child == 0)
         be_child(limits, input_fd, ends[1], work);
@@ -240,25 +240,25 @@ child_result flatlink::run_child(const sandbox_limits &limits, int input_fd,
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    return result.end == child_end::exited ? end_of(status) : result;
+    return result.end == child_end::EXITED ? end_of(status) : result;
 }
 
 std::string flatlink::words_for(const child_result &result)
 {
     switch (result.end) {
-    case child_end::done:
+    case child_end::DONE:
         return "done";
-    case child_end::no_child:
+    case child_end::NO_CHILD:
         return std::string("no process for it: ") + std::strerror(result.detail);
-    case child_end::crashed:
+    case child_end::CRASHED:
         return std::string("the work on it crashed: ") + strsignal(result.detail);
-    case child_end::exited:
+    case child_end::EXITED:
         return "the work on it ended early with status " + std::to_string(result.detail);
-    case child_end::no_time:
+    case child_end::NO_TIME:
         return "the work on it took longer than --time-limit allows";
-    case child_end::no_memory:
+    case child_end::NO_MEMORY:
         return "the work on it needs more memory than --memory allows";
-    case child_end::garbled:
+    case child_end::GARBLED:
         return "the work on it sent what makes no sense";
     }
     return {};

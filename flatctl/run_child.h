@@ -13,12 +13,12 @@
 
 // What a frame holds.
 enum class frame_kind : std::uint8_t {
-    data,    // bytes of the result
-    message, // bytes for the standard error stream, not escaped yet
-    name,    // a look-up: NAME=ADDRESS, or NAME alone that got no answer
-    record,  // what a verb's own child and parent agree on
-    done,    // the work came to its end; the payload is its status, one byte
-    memory,  // there was none left
+    DATA,    // bytes of the result
+    MESSAGE, // bytes for the standard error stream, not escaped yet
+    NAME,    // a look-up: NAME=ADDRESS, or NAME alone that got no answer
+    RECORD,  // what a verb's own child and parent agree on
+    DONE,    // the work came to its end; the payload is its status, one byte
+    MEMORY,  // there was none left
 };
 
 // The child's end of the pipe.
@@ -41,17 +41,17 @@ class child_port
 
 // How a child ended.
 enum class child_end {
-    done,      // `detail` is the status that the work returned
-    no_child,  // none could be made; errno
-    crashed,   // signal
-    exited,    // before its end, from inside of a library; exit status
-    no_time,   // the limit of processor time; 0
-    no_memory, // 0
-    garbled,   // it sent what is no frame; 0
+    DONE,      // `detail` is the status that the work returned
+    NO_CHILD,  // none could be made; errno
+    CRASHED,   // signal
+    EXITED,    // before its end, from inside of a library; exit status
+    NO_TIME,   // the limit of processor time; 0
+    NO_MEMORY, // 0
+    GARBLED,   // it sent what is no frame; 0
 };
 
 struct child_result {
-    child_end end = child_end::no_child;
+    child_end end = child_end::NO_CHILD;
     int detail = 0;
 };
 

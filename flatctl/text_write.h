@@ -19,7 +19,7 @@ std::string shown_line(std::string_view bytes);
 } // namespace flatlink
 
 // What a word in the output means; it carries the meaning without its colour too.
-enum class ink { error, warning, note, code };
+enum class ink { ERROR, WARNING, NOTE, CODE };
 
 // Colours for one stream.
 class palette

@@ -89,7 +89,7 @@ static void tell_question(const std::string &name, bool is_answered, u32 addr_be
 {
     static std::set<std::string> told;
     if (told.insert(name).second)
-        port->send(frame_kind::name, is_answered ? name + "=" + format_address(addr_be) : name);
+        port->send(frame_kind::NAME, is_answered ? name + "=" + format_address(addr_be) : name);
 }
 
 static hostent *answer_of(const char *name, u32 addr_be)

@@ -185,20 +185,20 @@ static int write_scratch(std::string_view text)
 
 static int write_database(const run_files &files, std::string_view text)
 {
-    replacement done = replacement::none;
+    replacement done = replacement::NONE;
     const fault found = replace_file(files.database, text, flush_copy, done);
     if (!found)
         return 0;
     switch (done) {
-    case replacement::none:
+    case replacement::NONE:
         std::fprintf(stderr, "%s: %s\n", files.path, found.words());
         break;
-    case replacement::complete:
+    case replacement::COMPLETE:
         std::fprintf(stderr,
                      "flatlink: %s was replaced, but could not be flushed to the disk: %s\n",
                      files.path, found.words());
         break;
-    case replacement::damaged:
+    case replacement::DAMAGED:
         std::fprintf(stderr,
                      "flatlink: %s was written in part: %s; its whole new content is the last %zu "
                      "bytes of %s\n",

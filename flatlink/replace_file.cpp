@@ -132,7 +132,7 @@ static fault replace_by_new_one(const plain_file &old, std::string_view content,
         return found;
     if (const fault found = rename_over(file))
         return found;
-    done = replacement::complete;
+    done = replacement::COMPLETE;
     return flush_folder(folder);
 }
 
@@ -157,13 +157,13 @@ static fault write_in_place(const plain_file &file, std::string_view content, re
     std::size_t written = 0;
     const fault found = write_all(fd, content, written);
     if (written > 0)
-        done = replacement::damaged;
+        done = replacement::DAMAGED;
     if (found)
         return found;
     const auto length = static_cast<off_t>(content.size());
     if (length < file.status.st_size && uninterrupted([&] { return ftruncate(fd, length); }) != 0)
         return {errno};
-    done = replacement::complete;
+    done = replacement::COMPLETE;
     return flush(fd);
 }
 
@@ -178,11 +178,11 @@ static bool is_disallowed(const fault &found)
 fault flatlink::replace_file(const plain_file &file, std::string_view content, fault (*save_copy)(),
                              replacement &done)
 {
-    done = replacement::none;
+    done = replacement::NONE;
     if (file.write_error != 0)
         return {file.write_error};
     const fault found = replace_by_new_one(file, content, done);
-    if (done != replacement::none || !file.fd || !is_disallowed(found))
+    if (done != replacement::NONE || !file.fd || !is_disallowed(found))
         return found;
     if (const fault not_saved = save_copy())
         return not_saved;

@@ -8,9 +8,9 @@
 
 // How far a replacement got that failed.
 enum class replacement {
-    none,     // the old file is unchanged
-    complete, // the new content is in place; only flushing it to the disk failed
-    damaged,  // the file was partly written in place
+    NONE,     // the old file is unchanged
+    COMPLETE, // the new content is in place; only flushing it to the disk failed
+    DAMAGED,  // the file was partly written in place
 };
 
 namespace flatlink

@@ -28,7 +28,7 @@ constexpr std::size_t CUT_NAME = 15;
 
 constexpr std::int32_t NEEDED_ADDRS = HAS_DST | HAS_GATEWAY | HAS_NETMASK | HAS_INTERFACE;
 
-enum class verdict { accepted, stranger, broken };
+enum class verdict { ACCEPTED, STRANGER, BROKEN };
 
 route_header request_header(std::uint8_t type, std::int32_t flags, std::int32_t addrs,
                             std::size_t size_bytes)
@@ -62,14 +62,14 @@ verdict judge(ra_reply buffer, std::size_t size_bytes)
 {
     const auto head = load<route_header>(buffer, 0);
     if (head.pid != getpid() || head.seq != gettid())
-        return verdict::stranger;
+        return verdict::STRANGER;
     if (head.error != 0 || (head.flags & ROUTE_DONE) == 0 ||
         (head.addrs & NEEDED_ADDRS) != NEEDED_ADDRS)
-        return verdict::broken;
+        return verdict::BROKEN;
     // An answer that ends early would pass zeros for a default route.
     const std::size_t needed_size =
         (head.addrs & HAS_SOURCE) != 0 ? sizeof(route_answer) : offsetof(route_answer, source);
-    return size_bytes >= needed_size ? verdict::accepted : verdict::broken;
+    return size_bytes >= needed_size ? verdict::ACCEPTED : verdict::BROKEN;
 }
 
 platform_handle open_route_socket()
@@ -115,9 +115,9 @@ int ra_lookup_route(u32 addr_be, ra_reply buffer)
         if (size_bytes < 0)
             return RA_FAILED;
         const verdict found = judge(buffer, static_cast<std::size_t>(size_bytes));
-        if (found == verdict::accepted)
+        if (found == verdict::ACCEPTED)
             return RA_DONE;
-        if (found == verdict::broken)
+        if (found == verdict::BROKEN)
             break;
     }
     errno = EIO;

@@ -28,13 +28,13 @@ static std::time_t last_activity = 0;
 // Filled by serv_listen for callers without an address; fits either family.
 static sockaddr_un shared_address;
 
-enum class tell_errno { no, yes };
+enum class tell_errno { NO, YES };
 
 static void tell(events event, const std::string &message, tell_errno with)
 {
     UNIQUE_DATA_T uniq = UNIQUE_DATA;
     uniq.event = event;
-    pmsg(message.c_str(), with == tell_errno::yes ? 1 : 0, uniq);
+    pmsg(message.c_str(), with == tell_errno::YES ? 1 : 0, uniq);
 }
 
 void clear_close_fd(int fd, fd_set *set1, fd_set *set2)
@@ -53,7 +53,7 @@ int get_local_hostname(char *name)
     name[NAME_SIZE - 1] = '\0';
     if (name_service->host_by_name(name) != nullptr)
         return 0;
-    tell(EVENT_SYSTEM, std::string(" Can't lookup up my own hostname: ") + name, tell_errno::no);
+    tell(EVENT_SYSTEM, std::string(" Can't lookup up my own hostname: ") + name, tell_errno::NO);
     return -1;
 }
 
@@ -72,7 +72,7 @@ int serv_select(int nfds, fd_set *readset, void *, int seconds, int idlelimit)
     if (ready < 0) {
         const int error = errno;
         if (error != EINTR)
-            tell(EVENT_SELECT, "select", tell_errno::yes);
+            tell(EVENT_SELECT, "select", tell_errno::YES);
         return -error;
     }
     if (ready > 0 || idlelimit < 1 || last_activity == 0) {
@@ -82,7 +82,7 @@ int serv_select(int nfds, fd_set *readset, void *, int seconds, int idlelimit)
     if (now_s() - last_activity <= idlelimit)
         return 0;
     tell(EVENT_IDLE, "idle timed out duration=" + std::to_string(idlelimit) + " seconds",
-         tell_errno::no);
+         tell_errno::NO);
     return SELECT_IDLE;
 }
 
@@ -90,12 +90,12 @@ int serv_select(int nfds, fd_set *readset, void *, int seconds, int idlelimit)
 static bool find_host(const char *host, in_addr &address)
 {
     if (host[std::strspn(host, ".")] == '\0') {
-        tell(EVENT_BAD_ENTRY, "hostname unparsable", tell_errno::no);
+        tell(EVENT_BAD_ENTRY, "hostname unparsable", tell_errno::NO);
         return false;
     }
     const hostent *answer = name_service->host_by_name(host);
     if (answer == nullptr || answer->h_addr_list[0] == nullptr) {
-        tell(EVENT_NO_NAME, std::string("hostname unknown: ") + host, tell_errno::no);
+        tell(EVENT_NO_NAME, std::string("hostname unknown: ") + host, tell_errno::NO);
         return false;
     }
     if (!h_lengthCorrect(answer->h_length, host))
@@ -121,7 +121,7 @@ int saddr_init(const char *host, int family, int port, sockaddr *saddr)
                     sizeof address);
     } else {
         tell(EVENT_BAD_ENTRY, "The family(" + std::to_string(family) + ") not supported yet :-(",
-             tell_errno::no);
+             tell_errno::NO);
         return -1;
     }
     if (saddr != nullptr)
@@ -133,7 +133,7 @@ int sock_init(const char *host, int family, int port, int type, sockaddr *saddr,
 {
     const int fd = socket(family, type | SOCK_CLOEXEC, 0);
     if (fd < 0) {
-        tell(EVENT_SYSTEM, "socket init", tell_errno::yes);
+        tell(EVENT_SYSTEM, "socket init", tell_errno::YES);
         return fd;
     }
     if (saddr_init(host, family, port, saddr) == 0)
@@ -163,11 +163,11 @@ static bool bind_in_range(int fd, int family, int &port, int high, sockaddr *sad
     high = std::max(high, port);
     while (bind(fd, saddr, saddrlen(family, saddr)) != 0) {
         if (errno != EADDRINUSE) {
-            tell(EVENT_BIND, "bindport", tell_errno::yes);
+            tell(EVENT_BIND, "bindport", tell_errno::YES);
             return false;
         }
         if (++port > high) {
-            tell(EVENT_PORTS_TAKEN, "All ports are in use", tell_errno::no);
+            tell(EVENT_PORTS_TAKEN, "All ports are in use", tell_errno::NO);
             return false;
         }
         if (family != AF_INET)
@@ -200,7 +200,7 @@ static int listen_on(int fd, int family, sockaddr *saddr, int *portio, const int
     const int no_reuse = 0;
     if (family == AF_INET &&
         setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &no_reuse, sizeof no_reuse) != 0) {
-        tell(EVENT_SOCKET_OPTION, "SO_REUSEADDR", tell_errno::yes);
+        tell(EVENT_SOCKET_OPTION, "SO_REUSEADDR", tell_errno::YES);
         return -2;
     }
     int port = family == AF_INET ? natural(family, *portio) : -1;
@@ -210,7 +210,7 @@ static int listen_on(int fd, int family, sockaddr *saddr, int *portio, const int
     *portio = network(family, port);
     if (listen(fd, BACKLOG) == 0)
         return 0;
-    tell(EVENT_LISTEN, "serv_listen", tell_errno::yes);
+    tell(EVENT_LISTEN, "serv_listen", tell_errno::YES);
     return -4;
 }
 
@@ -232,7 +232,7 @@ static int connect_or_close(int fd, const sockaddr *address, const char *what, i
 {
     if (connect(fd, address, INET_LENGTH) == 0)
         return fd;
-    tell(EVENT_CONNECT, what, tell_errno::yes);
+    tell(EVENT_CONNECT, what, tell_errno::YES);
     (void)close(fd); // nothing was sent
     return failure;
 }
@@ -249,7 +249,7 @@ int conn_sd(const sockaddr *saddr)
 {
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd < 0) {
-        tell(EVENT_SOCKET_OPTION, "socket", tell_errno::yes);
+        tell(EVENT_SOCKET_OPTION, "socket", tell_errno::YES);
         return -1;
     }
     return connect_or_close(fd, saddr, "connect:", -1);

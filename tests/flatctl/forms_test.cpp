@@ -113,14 +113,14 @@ TEST(Kind, OfInputs)
         const char *text;
         input_kind kind;
     } cases[] = {
-        {"ip_hostname=a\n", input_kind::database},
-        {"<rule/>", input_kind::database},
-        {"[net\\ipaddr\\x]\naddr=1\n", input_kind::database},
-        {"vpn_anonsecret=\nvpn_kernelacceleration=On\n", input_kind::flat_data},
-        {"vlink_1_lname=x\n", input_kind::flat_data},
-        {"vpn_ike_a_name=x\n", input_kind::database},
-        {"root:x:0:0:root:/root:/bin/sh\n", input_kind::unknown},
-        {"", input_kind::unknown},
+        {"ip_hostname=a\n", input_kind::DATABASE},
+        {"<rule/>", input_kind::DATABASE},
+        {"[net\\ipaddr\\x]\naddr=1\n", input_kind::DATABASE},
+        {"vpn_anonsecret=\nvpn_kernelacceleration=On\n", input_kind::FLAT_DATA},
+        {"vlink_1_lname=x\n", input_kind::FLAT_DATA},
+        {"vpn_ike_a_name=x\n", input_kind::DATABASE},
+        {"root:x:0:0:root:/root:/bin/sh\n", input_kind::UNKNOWN},
+        {"", input_kind::UNKNOWN},
     };
     for (const auto &row : cases) {
         load(row.text);

@@ -23,7 +23,7 @@ heard run(const std::function<int(child_port &)> &work, const sandbox_limits &li
 {
     heard all;
     all.result = run_child(limits, -1, work, [&](frame_kind kind, std::string_view bytes) {
-        (kind == frame_kind::data ? all.data : all.messages) += bytes;
+        (kind == frame_kind::DATA ? all.data : all.messages) += bytes;
     });
     return all;
 }
@@ -38,17 +38,17 @@ TEST(RunChild, Ends)
         child_end end;
         int detail;
     } cases[] = {
-        {"done", [](child_port &) { return 3; }, child_end::done, 3},
-        {"signal", [](child_port &) { return raise(SIGKILL); }, child_end::crashed, SIGKILL},
-        {"exit", [](child_port &) -> int { std::_Exit(7); }, child_end::exited, 7},
-        {"library without memory", [](child_port &) -> int { outofcore(); }, child_end::no_memory,
+        {"done", [](child_port &) { return 3; }, child_end::DONE, 3},
+        {"signal", [](child_port &) { return raise(SIGKILL); }, child_end::CRASHED, SIGKILL},
+        {"exit", [](child_port &) -> int { std::_Exit(7); }, child_end::EXITED, 7},
+        {"library without memory", [](child_port &) -> int { outofcore(); }, child_end::NO_MEMORY,
          0},
         {"no frame",
          [](child_port &port) {
              port.send(static_cast<frame_kind>(99), "x");
              return 0;
          },
-         child_end::garbled, 0},
+         child_end::GARBLED, 0},
     };
     for (const auto &row : cases) {
         SCOPED_TRACE(row.label);
@@ -62,15 +62,15 @@ TEST(RunChild, FramesCarryWhatTheWorkWrites)
 {
     const std::string long_text(200'000, 'x');
     const heard got = run([&](child_port &port) {
-        port.send(frame_kind::data, {});
-        std::FILE *out = port.stream(frame_kind::data);
+        port.send(frame_kind::DATA, {});
+        std::FILE *out = port.stream(frame_kind::DATA);
         std::fputs(long_text.c_str(), out);
         std::fclose(out);
         std::fputs("a message\n", stderr);
         std::puts("nowhere");
         return 0;
     });
-    EXPECT_EQ(got.result.end, child_end::done);
+    EXPECT_EQ(got.result.end, child_end::DONE);
     EXPECT_EQ(got.data, long_text);
     EXPECT_EQ(got.messages, "a message\n");
 }
@@ -84,12 +84,12 @@ TEST(RunChild, Limits)
             return 0;
         },
         {.time_s = 1});
-    EXPECT_EQ(busy.result.end, child_end::no_time);
+    EXPECT_EQ(busy.result.end, child_end::NO_TIME);
 #ifndef __SANITIZE_ADDRESS__
     const heard large =
         run([](child_port &) { return std::string(1 << 30, 'x').back() == 'x' ? 0 : 1; },
             {.memory_bytes = 1 << 28});
-    EXPECT_EQ(large.result.end, child_end::no_memory);
+    EXPECT_EQ(large.result.end, child_end::NO_MEMORY);
 #endif
 }
 

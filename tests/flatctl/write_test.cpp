@@ -28,9 +28,9 @@ TEST(TextWrite, HostileBytes)
 
 TEST(TextWrite, ColoursOnDemandOnly)
 {
-    EXPECT_EQ(palette("always", -1).painted(ink::error, "x"), "\033[1;31mx\033[0m");
-    EXPECT_EQ(palette("never", -1).painted(ink::error, "x"), "x");
-    EXPECT_EQ(palette("auto", -1).painted(ink::error, "x"), "x"); // no terminal
+    EXPECT_EQ(palette("always", -1).painted(ink::ERROR, "x"), "\033[1;31mx\033[0m");
+    EXPECT_EQ(palette("never", -1).painted(ink::ERROR, "x"), "x");
+    EXPECT_EQ(palette("auto", -1).painted(ink::ERROR, "x"), "x"); // no terminal
 }
 
 static std::string json(const std::function<void(json_writer &)> &body)

@@ -36,14 +36,14 @@ TEST(ReplaceFile, LeavesWhatAnotherProgramHasChanged)
         plain_file file;
         ASSERT_FALSE(open_plain_file(path.c_str(), file));
         row.change();
-        EXPECT_EQ(row.is_refused && row.is_there, static_cast<bool>(lock_plain_file(file)));
-        replacement done = replacement::none;
+        EXPECT_EQ(static_cast<bool>(lock_plain_file(file)), row.is_refused && row.is_there);
+        replacement done = replacement::NONE;
         const fault found = replace_file(
             file, "new\n", [] { return fault{EIO}; }, done);
-        EXPECT_EQ(row.is_refused, static_cast<bool>(found)) << found.words();
+        EXPECT_EQ(static_cast<bool>(found), row.is_refused) << found.words();
         std::string text;
         std::getline(std::ifstream(path), text);
-        EXPECT_EQ(!row.is_refused, text == "new") << text;
+        EXPECT_EQ(text == "new", !row.is_refused) << text;
     }
     std::filesystem::remove_all(folder);
 }

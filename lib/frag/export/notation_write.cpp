@@ -183,9 +183,9 @@ struct notation_row {
 };
 
 constexpr notation_row notation_rows[] = {
-    {notation::flat, "_=\r\n", "[<", "\r\n", NAME_PART_SIZE - 1},
-    {notation::sections, "_=\\]\r\n", "[", "\\\r\n", NAME_PART_SIZE},
-    {notation::tags, "_> \t<", "/!", "<", TAG_NAME_SIZE - 1}, // the '/' of the end tag counts
+    {notation::FLAT, "_=\r\n", "[<", "\r\n", NAME_PART_SIZE - 1},
+    {notation::SECTIONS, "_=\\]\r\n", "[", "\\\r\n", NAME_PART_SIZE},
+    {notation::TAGS, "_> \t<", "/!", "<", TAG_NAME_SIZE - 1}, // the '/' of the end tag counts
 };
 
 std::string fitting_name(const frag *node, const notation_row &row)
@@ -218,7 +218,7 @@ std::string fitting_value(const frag *node, const notation_row &row)
     std::string fitting(whole_value(node));
     std::erase_if(fitting,
                   [&](char c) { return row.not_in_values.find(c) != std::string_view::npos; });
-    if (row.form == notation::tags)
+    if (row.form == notation::TAGS)
         fitting.erase(0, std::min(fitting.find_first_not_of(" \t\r\n"), fitting.size()));
     return fitting;
 }
@@ -231,7 +231,7 @@ frag *copy_node(const frag *from, const notation_row &row, frag *parent)
     if (from->value == nullptr)
         return made;
     const std::string value = fitting_value(from, row);
-    if (row.form != notation::tags || from->child == nullptr || !value.empty())
+    if (row.form != notation::TAGS || from->child == nullptr || !value.empty())
         set_frag_value(made, value.data(), value.size());
     return made;
 }

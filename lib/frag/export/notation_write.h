@@ -7,7 +7,7 @@
 
 struct frag;
 
-enum class notation { flat, sections, tags };
+enum class notation { FLAT, SECTIONS, TAGS };
 
 namespace flatlink
 {

@@ -7,10 +7,10 @@
 struct cfgrec;
 
 enum class access_reason : std::uint8_t {
-    compared,     // with access_question::with
-    no_look_up,   // the item wants a name, and `rev_dns` forbids the look-up
-    not_known,    // the item wants an identity, and the firewall knows none
-    no_arguments, // the entry has none: `argument` is 0, and there is no item
+    COMPARED,     // with access_question::with
+    NO_LOOK_UP,   // the item wants a name, and `rev_dns` forbids the look-up
+    NOT_KNOWN,    // the item wants an identity, and the firewall knows none
+    NO_ARGUMENTS, // the entry has none: `argument` is 0, and there is no item
 };
 
 // One item of an entry, and whether it fits. Everything is borrowed for the call.

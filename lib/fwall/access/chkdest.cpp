@@ -26,11 +26,11 @@ using namespace flatlink;
 namespace
 {
 
-enum class verdict { none, allowed, refused };
+enum class verdict { NONE, ALLOWED, REFUSED };
 
 // A verdict, and the item that decided.
 struct decision {
-    verdict answer = verdict::none;
+    verdict answer = verdict::NONE;
     const cfgrec *entry = nullptr; // null for none
     int item = 0;                  // index into the entry's arguments
 };
@@ -39,7 +39,7 @@ struct decision {
 struct comparison {
     bool fits;
     const char *with = nullptr; // as access_question::with
-    access_reason reason = access_reason::compared;
+    access_reason reason = access_reason::COMPARED;
 };
 
 // The destination of one check, and what has been looked up for it.
@@ -61,7 +61,7 @@ static void tell_asked(const cfgrec *entry, int item, const comparison &found)
 static void tell_decided(const decision &found)
 {
     if (access_watch != nullptr)
-        access_watch->decided(found.entry, found.item, found.answer == verdict::allowed);
+        access_watch->decided(found.entry, found.item, found.answer == verdict::ALLOWED);
 }
 
 // The verdict of the first item for which `compare` says that it fits, in the entries of a keyword.
@@ -78,7 +78,7 @@ static decision first_verdict(const char *keyword, cfgrec *list, COMPARE compare
             if (!compared.fits)
                 continue;
             const bool denies = (entry->flags & CFG_DENY) != 0;
-            const decision found{turned == denies ? verdict::allowed : verdict::refused, entry, i};
+            const decision found{turned == denies ? verdict::ALLOWED : verdict::REFUSED, entry, i};
             tell_decided(found);
             return found;
         }
@@ -118,7 +118,7 @@ static comparison compare_destination(const char *dest, const char **mapped, con
     }
     if (*reverse == nullptr) {
         if (inat_addr(dest) == 1)
-            return {false, nullptr, access_reason::no_look_up};
+            return {false, nullptr, access_reason::NO_LOOK_UP};
         *reverse = revmap(dest);
     }
     return compare_host(pattern, *reverse);
@@ -140,7 +140,7 @@ static bool blocks(const cfgrec *entry, const char *host, int port, const char *
     if (entry->argc < 2) {
         notice(EVENT_BAD_ENTRY, entry->lineno,
                "AFW: destination blocking rule is not generated correctly, line %d", entry->lineno);
-        tell_asked(entry, 0, {false, nullptr, access_reason::no_arguments});
+        tell_asked(entry, 0, {false, nullptr, access_reason::NO_ARGUMENTS});
         return true;
     }
     const bool same_port = port_fits(entry->argv[1], port);
@@ -162,7 +162,7 @@ int afwDestBlock(const char *host, int port, cfgrec *list, const char **mapped,
          entry = cfg_next("afw-dest", entry)) {
         if (!blocks(entry, host, port, mapped, reverse))
             continue;
-        tell_decided({verdict::refused, entry, 0});
+        tell_decided({verdict::REFUSED, entry, 0});
         return 1;
     }
     return 0;
@@ -171,7 +171,7 @@ int afwDestBlock(const char *host, int port, cfgrec *list, const char **mapped,
 static verdict host_verdict(destination &dst, cfgrec *list)
 {
     if (afwDestBlock(dst.host, dst.port, list, &dst.mapped, &dst.reverse) != 0)
-        return verdict::refused;
+        return verdict::REFUSED;
     const auto compare = [&dst](const char *item) {
         return compare_destination(dst.host, &dst.mapped, &dst.reverse, item);
     };
@@ -183,7 +183,7 @@ int permit_port_chk(int port, cfgrec *list)
     if (cfg_first("ports", list) == nullptr)
         return DST_ALLOWED;
     const auto compare = [port](const char *item) { return comparison{port_fits(item, port)}; };
-    return first_verdict("ports", list, compare).answer == verdict::allowed ? DST_ALLOWED
+    return first_verdict("ports", list, compare).answer == verdict::ALLOWED ? DST_ALLOWED
                                                                             : DST_REFUSED;
 }
 
@@ -192,7 +192,7 @@ int permit_proxy_chk(cfgrec *list)
     const auto compare = [](const char *item) {
         return comparison{namatch(item, proxy_name) != 0};
     };
-    return first_verdict("proxy", list, compare).answer == verdict::allowed ? DST_ALLOWED
+    return first_verdict("proxy", list, compare).answer == verdict::ALLOWED ? DST_ALLOWED
                                                                             : DST_REFUSED;
 }
 
@@ -203,7 +203,7 @@ int permit_dst_chk_numeric(const char *host, int port, cfgrec *list)
         dst.mapped = maphostname(dst.host);
     SetDstIPAddress(connContext, dst.mapped == nullptr ? dst.host : dst.mapped);
     SetDstPort(connContext, port);
-    return host_verdict(dst, list) == verdict::allowed ? permit_port_chk(port, list) : DST_REFUSED;
+    return host_verdict(dst, list) == verdict::ALLOWED ? permit_port_chk(port, list) : DST_REFUSED;
 }
 
 // Copies the addresses of an answer: a comparison may ask the name service again, which overwrites
@@ -235,9 +235,9 @@ int permit_dst_chk_alpha(const char *host, int port, cfgrec *list)
         dst.mapped = address.c_str();
         // Each address must be allowed: the proxy may connect to any of them.
         const verdict of_address = host_verdict(dst, list);
-        if (of_address == verdict::refused)
+        if (of_address == verdict::REFUSED)
             return DST_REFUSED;
-        all_allowed = all_allowed && of_address == verdict::allowed;
+        all_allowed = all_allowed && of_address == verdict::ALLOWED;
     }
     return all_allowed ? permit_port_chk(port, list) : DST_REFUSED;
 }

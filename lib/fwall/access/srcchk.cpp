@@ -104,7 +104,7 @@ static const char *name_to_show(src_walk &walk)
 // The text to compare the pattern with; null when there is none and the pattern can't fit.
 static const char *compared_text(src_walk &walk, const src_pattern &pattern)
 {
-    if (pattern.kind == src_kind::identity)
+    if (pattern.kind == src_kind::IDENTITY)
         return has_identity(walk) ? walk.identity : nullptr;
     if (!pattern.host.wants_name)
         return proxy_riaddr;
@@ -116,7 +116,7 @@ static bool pattern_fits(src_walk &walk, const src_pattern &pattern, const char 
 {
     if (compared_text(walk, pattern) == nullptr)
         return false;
-    if (pattern.kind == src_kind::identity) {
+    if (pattern.kind == src_kind::IDENTITY) {
         if (std::strcmp(argument, walk.identity) != 0)
             return false;
         set_text(proxy_rladdr, walk.display);
@@ -133,16 +133,16 @@ static void report_no_arguments(const cfgrec &entry)
     notice(EVENT_BAD_ENTRY, entry.lineno, "cfgerr: hosts takes at least one argument, line %d",
            entry.lineno);
     if (access_watch != nullptr)
-        access_watch->asked({&entry, 0, nullptr, false, access_reason::no_arguments});
+        access_watch->asked({&entry, 0, nullptr, false, access_reason::NO_ARGUMENTS});
 }
 
 static void tell_watch(src_walk &walk, const src_pattern &pattern, bool fits)
 {
     const char *with = compared_text(walk, pattern);
-    const bool is_identity = pattern.kind == src_kind::identity;
-    const access_reason reason = with != nullptr ? access_reason::compared
-                                 : is_identity   ? access_reason::not_known
-                                                 : access_reason::no_look_up;
+    const bool is_identity = pattern.kind == src_kind::IDENTITY;
+    const access_reason reason = with != nullptr ? access_reason::COMPARED
+                                 : is_identity   ? access_reason::NOT_KNOWN
+                                                 : access_reason::NO_LOOK_UP;
     access_watch->asked({pattern.entry, pattern.argument, with, fits, reason});
 }
 
@@ -170,7 +170,7 @@ static src_match match_in_prepared(src_walk &walk, src_patterns *prepared)
 {
     int at = 0;
     while (const src_pattern *pattern = next_candidate(prepared, walk.client, at)) {
-        if (pattern->kind == src_kind::no_argument)
+        if (pattern->kind == src_kind::NO_ARGUMENT)
             report_no_arguments(*pattern->entry);
         else if (pattern_fits(walk, *pattern, pattern->entry->argv[pattern->argument]))
             return {pattern->entry, pattern->argument};

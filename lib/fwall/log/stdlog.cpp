@@ -82,18 +82,18 @@ static bool send_to_successor(const void *record, std::size_t length, stdlog_con
     return false;
 }
 
-enum class outcome { not_open, failed, sent };
+enum class outcome { NOT_OPEN, FAILED, SENT };
 
 static outcome transmit(const void *record, std::size_t length, stdlog_conn &conn)
 {
     if (conn.fd < 0 && log_open(&conn) != 0)
-        return outcome::not_open;
+        return outcome::NOT_OPEN;
     if (send_by(send_to_log, record, length, conn) ||
         (conn.connected && send_to_successor(record, length, conn)))
-        return outcome::sent;
+        return outcome::SENT;
     system_log(REPORT_ERROR, "!!! Error sending std log msg: errno=%d %s\n", errno,
                std::strerror(errno));
-    return outcome::failed;
+    return outcome::FAILED;
 }
 
 int log_transmit(const void *record, std::size_t length, stdlog_conn *conn)
@@ -101,7 +101,7 @@ int log_transmit(const void *record, std::size_t length, stdlog_conn *conn)
     stdlog_conn temporary;
     const outcome result = transmit(record, length, conn == nullptr ? temporary : *conn);
     log_close(&temporary);
-    return result == outcome::not_open ? 0 : 1;
+    return result == outcome::NOT_OPEN ? 0 : 1;
 }
 
 int log_daemonmsg(std::int32_t mode, const DaemonMsg *record, stdlog_conn *conn)
@@ -151,9 +151,9 @@ int CStdLog::log_daemonmsg(const DaemonMsg &record)
     if ((mode & LOG_MODE_STDLOG) == 0)
         return 1;
     const outcome result = transmit(&record, sizeof record, stdlog);
-    if (result != outcome::sent)
+    if (result != outcome::SENT)
         count_lost(LOST_RECORDS);
     else if (has_lost(LOST_RECORDS))
         tell_loss(record, stdlog);
-    return result == outcome::not_open ? 0 : 1;
+    return result == outcome::NOT_OPEN ? 0 : 1;
 }

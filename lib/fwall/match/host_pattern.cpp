@@ -115,7 +115,7 @@ host_pattern flatlink::compile_octets(const char *text)
     return {.text = text,
             .low = value.value,
             .high = mask,
-            .kind = never ? host_kind::bad_mask : host_kind::octets};
+            .kind = never ? host_kind::BAD_MASK : host_kind::OCTETS};
 }
 
 // Reads one end of a range. False when it is no address, or too long.
@@ -134,7 +134,7 @@ static bool read_range_side(std::string_view text, u32 &number)
 
 host_pattern flatlink::compile_range(const char *text)
 {
-    host_pattern pattern{.text = text, .low = 1, .high = 0, .kind = host_kind::range};
+    host_pattern pattern{.text = text, .low = 1, .high = 0, .kind = host_kind::RANGE};
     const std::string_view sides(text);
     const std::size_t dash = sides.find('-');
     u32 low = 0, high = 0;
@@ -176,14 +176,14 @@ static void find_starred_octets(host_pattern &pattern)
         return;
     pattern.low = number;
     pattern.high = ALL_BITS << (32 - bits);
-    pattern.kind = host_kind::octets;
+    pattern.kind = host_kind::OCTETS;
 }
 
 host_pattern flatlink::compile_host_pattern(const char *text, char *room)
 {
     const std::string_view all(text);
     if (all == "*")
-        return {.text = text, .kind = host_kind::every};
+        return {.text = text, .kind = host_kind::EVERY};
     host_pattern pattern{.text = text, .wants_name = is_name_pattern(all)};
     if (all.size() > HOST_TEXT_MAX)
         return pattern;
@@ -191,7 +191,7 @@ host_pattern flatlink::compile_host_pattern(const char *text, char *room)
         char *end =
             std::transform(all.begin(), all.end(), room, static_cast<char (*)(char)>(lower_case));
         *end = '\0';
-        pattern = compile_text(host_kind::name, room, {room, all.size()});
+        pattern = compile_text(host_kind::NAME, room, {room, all.size()});
         pattern.wants_name = true;
         return pattern;
     }
@@ -199,7 +199,7 @@ host_pattern flatlink::compile_host_pattern(const char *text, char *room)
         return compile_range(text);
     if (all.find('*') == std::string_view::npos)
         return compile_octets(text);
-    pattern = compile_text(host_kind::stars, text, all);
+    pattern = compile_text(host_kind::STARS, text, all);
     find_starred_octets(pattern);
     return pattern;
 }
@@ -207,17 +207,17 @@ host_pattern flatlink::compile_host_pattern(const char *text, char *room)
 bool host_pattern::fits_address(const host_address &address) const
 {
     switch (kind) {
-    case host_kind::every:
+    case host_kind::EVERY:
         return true;
-    case host_kind::range:
+    case host_kind::RANGE:
         return address.is_number && !excludes(address.number);
-    case host_kind::octets:
+    case host_kind::OCTETS:
         if (has_star)
             return address.is_dotted ? !excludes(address.number) : fits_text(address.text);
         return (((address.octets & high) ^ low) & address.given) == 0;
-    case host_kind::stars:
+    case host_kind::STARS:
         return fits_text(address.text);
-    case host_kind::bad_mask:
+    case host_kind::BAD_MASK:
         notice(EVENT_BAD_ENTRY, 0, "cfgerr: pat:mask can never match anything, %s", text);
         return false;
     default:
@@ -238,9 +238,9 @@ static bool fits_first_address(const host_pattern &pattern, const char *name)
 
 bool host_pattern::fits(const host_client &client) const
 {
-    if (kind == host_kind::every)
+    if (kind == host_kind::EVERY)
         return true;
-    if (kind == host_kind::too_long) {
+    if (kind == host_kind::TOO_LONG) {
         notice(EVENT_BAD_ENTRY, 0, "cfgerr: pattern %s too long!", text);
         return false;
     }

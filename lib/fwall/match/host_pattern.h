@@ -51,13 +51,13 @@ struct host_client {
 };
 
 enum class host_kind : std::uint8_t {
-    every,    // `*`
-    range,    // numbers from low to high; none if a side can't be read
-    octets,   // those under the mask `high` are `low`
-    stars,    // an address with stars, compared as text
-    name,     // with or without stars
-    bad_mask, // bits outside of the mask: fits nothing, and is reported at each comparison
-    too_long, // fits nothing, and is reported at each comparison
+    EVERY,    // `*`
+    RANGE,    // numbers from low to high; none if a side can't be read
+    OCTETS,   // those under the mask `high` are `low`
+    STARS,    // an address with stars, compared as text
+    NAME,     // with or without stars
+    BAD_MASK, // bits outside of the mask: fits nothing, and is reported at each comparison
+    TOO_LONG, // fits nothing, and is reported at each comparison
 };
 
 struct host_pattern {
@@ -67,7 +67,7 @@ struct host_pattern {
     std::uint16_t length = 0;
     std::uint16_t head = 0; // characters before the first star; without one all
     std::uint16_t tail = 0; // characters after the last star
-    host_kind kind = host_kind::too_long;
+    host_kind kind = host_kind::TOO_LONG;
     bool wants_name : 1 = false; // compared with a name, anything else with an address
     bool has_star : 1 = false;
     bool one_star : 1 = false;
@@ -97,9 +97,9 @@ struct host_pattern {
     bool excludes(u32 number) const
     {
         switch (kind) {
-        case host_kind::range:
+        case host_kind::RANGE:
             return number < low || number > high;
-        case host_kind::octets:
+        case host_kind::OCTETS:
             return (number & high) != low;
         default:
             return false;

@@ -44,8 +44,8 @@ static_assert(std::is_trivially_destructible_v<src_pattern>, "free() is the whol
 src_pattern flatlink::compile_src_pattern(const char *argument, char *room)
 {
     if (argument[0] == '~')
-        return {.kind = src_kind::identity};
-    return {.host = compile_host_pattern(argument, room), .kind = src_kind::host};
+        return {.kind = src_kind::IDENTITY};
+    return {.host = compile_host_pattern(argument, room), .kind = src_kind::HOST};
 }
 
 // Number of patterns among an entry's arguments: those before its first option.
@@ -120,15 +120,15 @@ static key_test test_of_name(const host_pattern &name)
 static key_test test_of(const src_pattern &pattern)
 {
     const u32 low = pattern.host.low, high = pattern.host.high;
-    if (pattern.kind == src_kind::identity)
+    if (pattern.kind == src_kind::IDENTITY)
         return {ALL_BITS, 1, 0, src_client::IDENTITY_KEY};
-    if (pattern.kind != src_kind::host)
+    if (pattern.kind != src_kind::HOST)
         return {};
-    if (pattern.host.kind == host_kind::octets)
+    if (pattern.host.kind == host_kind::OCTETS)
         return {high, low, 0, src_client::ADDRESS_KEY};
-    if (pattern.host.kind == host_kind::range && low <= high)
+    if (pattern.host.kind == host_kind::RANGE && low <= high)
         return {ALL_BITS, low, high - low, src_client::ADDRESS_KEY};
-    return pattern.host.kind == host_kind::name ? test_of_name(pattern.host) : key_test{};
+    return pattern.host.kind == host_kind::NAME ? test_of_name(pattern.host) : key_test{};
 }
 
 static void fill_block(src_patterns &made, cfgrec *first)
@@ -168,9 +168,9 @@ void flatlink::compile_host_patterns(cfgrec *list)
 // The check of a pattern whose test passed, or waits for a key that is not known yet.
 static bool may_fit(const src_pattern &pattern, const src_client &client)
 {
-    if (pattern.kind != src_kind::host || !pattern.host.wants_name)
+    if (pattern.kind != src_kind::HOST || !pattern.host.wants_name)
         return true;
-    if (pattern.host.kind != host_kind::name || client.name.empty())
+    if (pattern.host.kind != host_kind::NAME || client.name.empty())
         return client.lookup_allowed;
     return pattern.host.fits_text(client.name);
 }

@@ -15,16 +15,16 @@ namespace flatlink
 {
 
 enum class src_kind : std::uint8_t {
-    host,        // compared with the client's address or name
-    identity,    // begins with `~`: compared with what the firewall calls the client
-    no_argument, // an entry without arguments: the walk reports it when it gets there
+    HOST,        // compared with the client's address or name
+    IDENTITY,    // begins with `~`: compared with what the firewall calls the client
+    NO_ARGUMENT, // an entry without arguments: the walk reports it when it gets there
 };
 
 struct src_pattern {
-    host_pattern host = {}; // of src_kind::host
+    host_pattern host = {}; // of src_kind::HOST
     cfgrec *entry = nullptr;
     std::int32_t argument = 0; // index into the entry's arguments
-    src_kind kind = src_kind::no_argument;
+    src_kind kind = src_kind::NO_ARGUMENT;
 };
 
 // What a walk knows of its client, also as keys: numbers, one of which must lie in a range for a

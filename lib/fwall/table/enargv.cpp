@@ -7,7 +7,7 @@ using namespace flatlink;
 namespace
 {
 
-enum class scan { going, full, overrun };
+enum class scan { GOING, FULL, OVERRUN };
 
 // The arguments so far, and the one that is being built.
 struct arguments {
@@ -34,36 +34,36 @@ static bool is_printable(char c)
 static scan begin(arguments &found)
 {
     if (found.begun)
-        return scan::going;
+        return scan::GOING;
     if (found.argc == found.capacity - 1)
-        return scan::full;
+        return scan::FULL;
     found.argv[found.argc] = found.free;
     found.begun = true;
-    return scan::going;
+    return scan::GOING;
 }
 
 static scan store(arguments &found, char c)
 {
     if (c == '\0')
-        return scan::going; // would end the argument; dropped even after a backslash
-    if (const scan state = begin(found); state != scan::going)
+        return scan::GOING; // would end the argument; dropped even after a backslash
+    if (const scan state = begin(found); state != scan::GOING)
         return state;
     if (found.free == found.end)
-        return scan::overrun;
+        return scan::OVERRUN;
     *found.free++ = c;
-    return scan::going;
+    return scan::GOING;
 }
 
 static scan finish(arguments &found)
 {
     if (!found.begun)
-        return scan::going;
+        return scan::GOING;
     if (found.free == found.end)
-        return scan::overrun;
+        return scan::OVERRUN;
     *found.free++ = '\0';
     found.begun = false;
     ++found.argc;
-    return scan::going;
+    return scan::GOING;
 }
 
 // Takes the escape whose backslash stands at `pos`, and the character after it, which is stored
@@ -71,10 +71,10 @@ static scan finish(arguments &found)
 static scan take_escape(arguments &found, std::string_view text, std::size_t &pos)
 {
     if (++pos == text.size())
-        return scan::going;
+        return scan::GOING;
     const char c = text[pos++];
     const scan state = store(found, c == 'n' ? '\n' : c == 't' ? '\t' : c);
-    if (state != scan::going || pos == text.size())
+    if (state != scan::GOING || pos == text.size())
         return state;
     return store(found, text[pos++]);
 }
@@ -82,8 +82,8 @@ static scan take_escape(arguments &found, std::string_view text, std::size_t &po
 static scan take_arguments(arguments &found, std::string_view text)
 {
     char quote = '\0'; // the character that opened the quote, NUL outside
-    scan state = scan::going;
-    for (std::size_t pos = 0; pos < text.size() && state == scan::going;) {
+    scan state = scan::GOING;
+    for (std::size_t pos = 0; pos < text.size() && state == scan::GOING;) {
         const char c = text[pos];
         if (c == '\\') {
             state = take_escape(found, text, pos);
@@ -102,7 +102,7 @@ static scan take_arguments(arguments &found, std::string_view text)
         else
             state = store(found, c);
     }
-    return state == scan::going ? finish(found) : state;
+    return state == scan::GOING ? finish(found) : state;
 }
 
 int enargv(std::string_view text, char **argv, int capacity, char *buffer, int size)
@@ -116,7 +116,7 @@ int enargv(std::string_view text, char **argv, int capacity, char *buffer, int s
         found.end += size;
     const scan state = take_arguments(found, text);
     argv[found.argc] = nullptr;
-    return state == scan::overrun ? -1 : found.argc;
+    return state == scan::OVERRUN ? -1 : found.argc;
 }
 
 int enargv(const char *text, char **argv, int capacity, char *buffer, int size)

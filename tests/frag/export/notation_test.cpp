@@ -15,8 +15,8 @@ namespace
 std::string written(notation form, frag *first)
 {
     memory_file file;
-    const int result = form == notation::sections ? outsectionfile(file.stream, first)
-                       : form == notation::tags   ? outtagfile(file.stream, first)
+    const int result = form == notation::SECTIONS ? outsectionfile(file.stream, first)
+                       : form == notation::TAGS   ? outtagfile(file.stream, first)
                                                   : outffile(file.stream, first, 0, 0);
     EXPECT_EQ(result, 0);
     std::fclose(file.stream);
@@ -32,17 +32,17 @@ std::size_t count_nodes(frag *head)
     return count;
 }
 
-constexpr notation ALL[] = {notation::flat, notation::sections, notation::tags};
+constexpr notation ALL[] = {notation::FLAT, notation::SECTIONS, notation::TAGS};
 
 } // namespace
 
 TEST(NotationWrite, Layout)
 {
     built_tree tree("a=1 b{c=2 d=3{e=4 f g=} h%5Fi_j=5} k=6");
-    EXPECT_EQ(written(notation::sections, tree.head),
+    EXPECT_EQ(written(notation::SECTIONS, tree.head),
               "[a=1\n\n[b]\nc=2\nd=3\n\n[b\\d]\ne=4\n\n[b\\d\\f]\n\n[b\\d]\ng=\n\n"
               "[b\\h%5Fi]\nj=5\n\n[k=6\n");
-    EXPECT_EQ(written(notation::tags, tree.head),
+    EXPECT_EQ(written(notation::TAGS, tree.head),
               "<a>1</a>\n<b>\n  <c>2</c>\n  <d>3<e>4</e>\n    <f/>\n    <g></g>\n  </d>\n"
               "  <h_i>\n    <j>5</j>\n  </h_i>\n</b>\n<k>6</k>\n");
 }
@@ -85,8 +85,8 @@ TEST(NotationWrite, ReadsBackTheSame)
             count_whole_values(tree.head);
             const std::string text = written(form, tree.head);
             SCOPED_TRACE(std::string(row.tree) + "\n" + text);
-            const bool is_held = form == notation::flat       ? row.flat
-                                 : form == notation::sections ? row.sections
+            const bool is_held = form == notation::FLAT       ? row.flat
+                                 : form == notation::SECTIONS ? row.sections
                                                               : row.tags;
             owned_tree again(text);
             count_whole_values(again.head); // as a flat line counts less
@@ -123,7 +123,7 @@ TEST(NotationWrite, DeepTrees)
     for (std::size_t i = 0; i < DEPTH; ++i)
         text += "<a>";
     owned_tree tree(text + "x");
-    for (const notation form : {notation::sections, notation::tags}) {
+    for (const notation form : {notation::SECTIONS, notation::TAGS}) {
         owned_tree again(written(form, tree.head));
         EXPECT_EQ(count_nodes(again.head), DEPTH);
         frag *fitted = copy_fit_for(form, tree.head);

@@ -56,7 +56,7 @@ const std::map<std::string, family> families = {
       }}},
 };
 
-class record_lines : public conversion_test
+class RecordLines : public conversion_test
 {
   protected:
     static std::string written_after(const family &of, const std::string &lines)
@@ -69,7 +69,7 @@ class record_lines : public conversion_test
 
 } // namespace
 
-TEST_F(record_lines, know_the_words_and_numbers_of_a_key)
+TEST_F(RecordLines, KnowTheWordsAndNumbersOfAKey)
 {
     for (case_row &c : case_rows("flatlink/key_values", "from want")) {
         SCOPED_TRACE(c["case"]);
@@ -82,56 +82,56 @@ TEST_F(record_lines, know_the_words_and_numbers_of_a_key)
             const std::string shown = values_of(text, of.written_start + key);
             written += (written.empty() ? "" : "|") + shown.substr(0, shown.size() - 1);
         }
-        EXPECT_EQ(c["want"], written);
+        EXPECT_EQ(written, c["want"]);
     }
 }
 
-TEST_F(record_lines, change_in_a_record)
+TEST_F(RecordLines, ChangeInARecord)
 {
     for (case_row &c : case_rows("flatlink/record_changes", "from want")) {
         SCOPED_TRACE(c["case"] + ' ' + c["from"]);
         const family &of = families.at(c["case"]);
-        EXPECT_EQ(each_behind(of.written_start, c["want"]),
-                  new_lines(written_after(of, ""), written_after(of, c["from"])));
+        EXPECT_EQ(new_lines(written_after(of, ""), written_after(of, c["from"])),
+                  each_behind(of.written_start, c["want"]));
     }
 }
 
-TEST_F(record_lines, that_cannot_be_used_are_reported)
+TEST_F(RecordLines, ThatCannotBeUsedAreReported)
 {
     for (case_row &c : case_rows("flatlink/refused_lines", "said made")) {
         SCOPED_TRACE(c["case"]);
         start_anew();
-        EXPECT_EQ(c["said"] + "\n", messages_of([&] { feed(c["case"]); }));
-        EXPECT_EQ(c["made"],
-                  std::to_string(linkinfos.size() + links.size() + swkeys.size() + mcpools.size() +
-                                 ikepolicy.size() + ipsecpolicy.size()));
+        EXPECT_EQ(messages_of([&] { feed(c["case"]); }), c["said"] + "\n");
+        EXPECT_EQ(std::to_string(linkinfos.size() + links.size() + swkeys.size() + mcpools.size() +
+                                 ikepolicy.size() + ipsecpolicy.size()),
+                  c["made"]);
     }
     start_anew();
     feed("ikePolicy_a_name=x\nikePolicy_b_name=x\nikePolicy_c_name=x");
-    EXPECT_EQ("vpndata:Unrecognized field: ikePolicy_2_colour=red\n",
-              messages_of([] { feed("ikePolicy_b_colour=red"); }))
+    EXPECT_EQ(messages_of([] { feed("ikePolicy_b_colour=red"); }),
+              "vpndata:Unrecognized field: ikePolicy_2_colour=red\n")
         << "the number is the order of appearance";
 }
 
-TEST_F(record_lines, find_their_record_by_its_number)
+TEST_F(RecordLines, FindTheirRecordByItsNumber)
 {
     for (case_row &c : case_rows("flatlink/record_numbers", "of from key want")) {
         SCOPED_TRACE(c["case"]);
         start_anew();
         feed(c["from"]);
-        EXPECT_EQ(c["want"] + ' ', values_of(families.at(c["of"]).written(), c["key"]));
+        EXPECT_EQ(values_of(families.at(c["of"]).written(), c["key"]), c["want"] + ' ');
     }
 }
 
-TEST_F(record_lines, of_policies_need_a_proposal)
+TEST_F(RecordLines, OfPoliciesNeedAProposal)
 {
     for (case_row &c : case_rows("flatlink/proposals", "from want")) {
         SCOPED_TRACE(c["case"]);
         start_anew();
         feed(c["from"]);
         const std::string text = families.at("ike").written() + families.at("ipsec").written();
-        EXPECT_EQ(c["want"].empty(), text.empty());
-        EXPECT_EQ(text.empty() ? "" : c["want"] + ' ', values_of(text, "hash"));
+        EXPECT_EQ(text.empty(), c["want"].empty());
+        EXPECT_EQ(values_of(text, "hash"), text.empty() ? "" : c["want"] + ' ');
     }
     // The count has eight bits: 256 proposals are as good as none.
     for (const int count : {255, 256, 257}) {
@@ -139,47 +139,47 @@ TEST_F(record_lines, of_policies_need_a_proposal)
         for (int i = 1; i <= count; ++i)
             feed("ipsecPolicy_a_prop_" + std::to_string(i) + "_esp_encryption=DES");
         finish_ipsecpols();
-        ASSERT_EQ(count == 256 ? 0u : 1u, ipsecpolicy.size());
+        ASSERT_EQ(ipsecpolicy.size(), count == 256 ? 0u : 1u);
         EXPECT_TRUE(count == 256 || ipsecpolicy.front()->propcount == count % 256);
     }
 }
 
-TEST_F(record_lines, of_an_old_link_come_out_as_they_went_in)
+TEST_F(RecordLines, OfAnOldLinkComeOutAsTheyWentIn)
 {
     std::ifstream stream(TEST_DATA_DIR "/old_link.lines");
     const std::string whole(std::istreambuf_iterator<char>(stream), {});
-    ASSERT_NE("", whole);
+    ASSERT_NE(whole, "");
     feed(whole);
-    EXPECT_EQ(whole, written_old_links());
+    EXPECT_EQ(written_old_links(), whole);
 }
 
-TEST_F(record_lines, of_old_links_are_merged_and_ordered)
+TEST_F(RecordLines, OfOldLinksAreMergedAndOrdered)
 {
     feed("link_0001_lname=a\nlink_0001_rname=b\nlink_0001_type=pass\npair_0001_lname=c\n"
          "pass_0001_lname=d\nlink_0002_rname=e\n"
          "vlink_1_lname=y\nvlink_2_lname=x\nvlink_2_rulenumber=0\n");
     merge_pair_links();
-    EXPECT_EQ("a <=> b c d  <=> e ", values_of(written_old_links(), "lname"));
+    EXPECT_EQ(values_of(written_old_links(), "lname"), "a <=> b c d  <=> e ");
     std::string types;
     for (const auto &link : links)
         types += std::to_string(link->type) + " ";
-    EXPECT_EQ("-1 1 -1 0 ", types);
-    EXPECT_EQ("x", linkinfos[0]->lname) << "the current links are sorted too";
+    EXPECT_EQ(types, "-1 1 -1 0 ");
+    EXPECT_EQ(linkinfos[0]->lname, "x") << "the current links are sorted too";
 
     start_anew();
     feed("pass_0001_mode=tunnel\nlink_0009_mode=tunnel\nlink_0009_logid=3\nlink_0000_mode=tunnel\n"
          "link_0005_lname=no mode\npair_0001_mode=tunnel\nlink_0002_mode=swipe");
     order_vpnlinks();
-    EXPECT_EQ("0 2 3 1001 2001 ", values_of(written_old_links(), "logid"));
+    EXPECT_EQ(values_of(written_old_links(), "logid"), "0 2 3 1001 2001 ");
 }
 
-TEST_F(record_lines, of_swipe_links_become_standard_ones)
+TEST_F(RecordLines, OfSwipeLinksBecomeStandardOnes)
 {
     feed("link_0001_mode=swipe\nlink_0001_gateway=gate\nlink_0001_scn=old\nlink_0001_pfs=On\n"
          "link_0001_encr=DES\nlink_0002_mode=tunnel");
     const std::string before = written_old_links();
     upgrade_swipe_links();
-    EXPECT_EQ(each_behind("link_0001_", "mode=isakmp\nscn=gate\nauth=rsa\nencr=CAST\nhash=MD5\n"
-                                        "ltimeImax=480\nealgo=CAST\npfs=Off\nltimeIImax=120\n"),
-              new_lines(before, written_old_links()));
+    EXPECT_EQ(new_lines(before, written_old_links()),
+              each_behind("link_0001_", "mode=isakmp\nscn=gate\nauth=rsa\nencr=CAST\nhash=MD5\n"
+                                        "ltimeImax=480\nealgo=CAST\npfs=Off\nltimeIImax=120\n"));
 }

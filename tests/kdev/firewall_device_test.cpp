@@ -40,8 +40,8 @@ std::string requests(const scripted_platform &script)
 {
     std::string text;
     for (const auto &[access, sock, number, record] : script.fw_requests) {
-        EXPECT_EQ(record.size(), number >> 16 & 0x3FFF);
-        EXPECT_EQ(sock == -1, number != 0xC0246610);
+        EXPECT_EQ(number >> 16 & 0x3FFF, record.size());
+        EXPECT_EQ(number != 0xC0246610, sock == -1);
         text += access == O_RDWR ? "writing " : "";
         if (number == 0xC0246610)
             text += "names of " + std::to_string(load<std::uint16_t>(record, 0) >> 8) + ' ' +
@@ -80,11 +80,11 @@ std::string names_of(const loopback_connection &c, int open_error, const scripte
     const int code = vfw_getends(c.server, &peer, &local);
     const std::string result = std::to_string(code) + ' ';
     const std::string ends = result + text_of_end(peer) + ' ' + result + text_of_end(local) + ' ';
-    EXPECT_EQ(text.substr(0, result.size()), result);
+    EXPECT_EQ(result, text.substr(0, result.size()));
     EXPECT_TRUE(code != 0 || text == ends) << ends;
     add(vfw_getdstname(c.server, &end, &length));
     add(vfw_getbothnames(c.server, &end, &dst, &own));
-    EXPECT_EQ(16u, length);
+    EXPECT_EQ(length, 16u);
     const std::string asked = "names of 6 " + near_end(c.client) + ' ' + near_end(c.server) + '\n';
     EXPECT_TRUE(requests(script).starts_with(open_error != 0 ? "" : asked + asked + asked + asked));
     return text + text_of_end(dst) + ' ' + format_address(own);
@@ -92,30 +92,30 @@ std::string names_of(const loopback_connection &c, int open_error, const scripte
 
 } // namespace
 
-TEST(firewall_device, names_are_those_of_the_driver)
+TEST(FirewallDevice, NamesAreThoseOfTheDriver)
 {
     const loopback_connection c;
     const std::string client = near_end(c.client), server = near_end(c.server);
     const std::string known = "0 10.8.8.8:808 0 10.9.9.9:909 ", none = "0.0.0.0:0 ";
-    EXPECT_EQ(known + "0 10.9.9.9:909 0 10.8.8.8:808 10.9.9.9:909 10.9.9.9", names_of(c, 0, {}));
-    EXPECT_EQ(known + "1 " + none + "1 10.8.8.8:808 " + none + "10.9.9.9",
-              names_of(c, 0, {.local_error = EIO}));
-    EXPECT_EQ("0 10.8.8.8:808 0 127.9.9.9:909 1 0.0.0.0:0 1 10.8.8.8:808 0.0.0.0:0 127.9.9.9",
-              names_of(c, 0, {.true_local = "127.9.9.9"}));
-    EXPECT_EQ("0 " + client + " 0 " + server + " 1 " + none + "1 " + client +
-                  " 0.0.0.0:0 127.0.0.1",
-              names_of(c, 0, {.error = ENOENT})); // not redirected
+    EXPECT_EQ(names_of(c, 0, {}), known + "0 10.9.9.9:909 0 10.8.8.8:808 10.9.9.9:909 10.9.9.9");
+    EXPECT_EQ(names_of(c, 0, {.local_error = EIO}),
+              known + "1 " + none + "1 10.8.8.8:808 " + none + "10.9.9.9");
+    EXPECT_EQ(names_of(c, 0, {.true_local = "127.9.9.9"}),
+              "0 10.8.8.8:808 0 127.9.9.9:909 1 0.0.0.0:0 1 10.8.8.8:808 0.0.0.0:0 127.9.9.9");
+    EXPECT_EQ(names_of(c, 0, {.error = ENOENT}), "0 " + client + " 0 " + server + " 1 " + none +
+                                                     "1 " + client +
+                                                     " 0.0.0.0:0 127.0.0.1"); // not redirected
     const std::string failed =
         "-1 " + client + " -1 " + server + " -1 " + none + "-1 " + none + none + "0.0.0.0";
-    EXPECT_EQ(failed, names_of(c, 0, {.error = EIO}));
-    EXPECT_EQ(failed, names_of(c, ENOENT, {})); // no device: not to be taken for a plain connection
+    EXPECT_EQ(names_of(c, 0, {.error = EIO}), failed);
+    EXPECT_EQ(names_of(c, ENOENT, {}), failed); // no device: not to be taken for a plain connection
 }
 
-TEST(firewall_device, datagrams_have_both_ends)
+TEST(FirewallDevice, DatagramsHaveBothEnds)
 {
     const loopback_datagrams d;
     const auto received = [&](int open_error, int driver_error) {
-        EXPECT_EQ(5, send(d.sender, "hello", 5, 0));
+        EXPECT_EQ(send(d.sender, "hello", 5, 0), 5);
         scripted_platform script;
         script.fw_open_error = open_error;
         script.on_fw_ioctl = scripted_driver{.error = driver_error};
@@ -123,19 +123,19 @@ TEST(firewall_device, datagrams_have_both_ends)
         sockaddr_in from{}, to = end_of("0.0.0.0", 0);
         socklen_t length = 0;
         const ssize_t count = vfw_recvfrom(d.receiver, text, 8, 0, &from, &length, &to);
-        EXPECT_STREQ("hello", text);
-        EXPECT_EQ(16u, length);
-        EXPECT_EQ(open_error == 0 ? "names of 17 " + near_end(d.sender) + " 0.0.0.0:0\n" : "",
-                  requests(script));
+        EXPECT_STREQ(text, "hello");
+        EXPECT_EQ(length, 16u);
+        EXPECT_EQ(requests(script),
+                  open_error == 0 ? "names of 17 " + near_end(d.sender) + " 0.0.0.0:0\n" : "");
         return std::to_string(count) + ' ' + text_of_end(from) + ' ' + text_of_end(to);
     };
-    EXPECT_EQ("5 10.8.8.8:808 10.9.9.9:909", received(0, 0));
-    EXPECT_EQ("5 " + near_end(d.sender) + ' ' + near_end(d.receiver), received(0, ENOENT));
-    EXPECT_EQ("-1 " + near_end(d.sender) + " 0.0.0.0:0", received(0, EIO));
-    EXPECT_EQ("-1 " + near_end(d.sender) + " 0.0.0.0:0", received(ENOENT, 0));
+    EXPECT_EQ(received(0, 0), "5 10.8.8.8:808 10.9.9.9:909");
+    EXPECT_EQ(received(0, ENOENT), "5 " + near_end(d.sender) + ' ' + near_end(d.receiver));
+    EXPECT_EQ(received(0, EIO), "-1 " + near_end(d.sender) + " 0.0.0.0:0");
+    EXPECT_EQ(received(ENOENT, 0), "-1 " + near_end(d.sender) + " 0.0.0.0:0");
 }
 
-TEST(firewall_device, own_addresses_are_asked_for_where_it_must)
+TEST(FirewallDevice, OwnAddressesAreAskedForWhereItMust)
 {
     const auto checked = [](const char *addr, int open_error, scripted_driver driver) {
         scripted_platform script;
@@ -145,13 +145,13 @@ TEST(firewall_device, own_addresses_are_asked_for_where_it_must)
         const int code = vfw_checklocal(&end);
         return std::to_string(code) + ' ' + requests(script);
     };
-    EXPECT_EQ("258 request 17 10.9.9.9\n", checked("10.9.9.9", 0, {.local_result = 0x102}));
-    EXPECT_EQ("-1 request 17 10.9.9.9\n", checked("10.9.9.9", 0, {.local_error = EIO}));
-    EXPECT_EQ("1 1 ", checked("127.9.9.9", 0, {}) + checked("0.0.0.0", 0, {}));
-    EXPECT_EQ("-1 ", checked("127.0.0.1", EACCES, {}));
+    EXPECT_EQ(checked("10.9.9.9", 0, {.local_result = 0x102}), "258 request 17 10.9.9.9\n");
+    EXPECT_EQ(checked("10.9.9.9", 0, {.local_error = EIO}), "-1 request 17 10.9.9.9\n");
+    EXPECT_EQ(checked("127.9.9.9", 0, {}) + checked("0.0.0.0", 0, {}), "1 1 ");
+    EXPECT_EQ(checked("127.0.0.1", EACCES, {}), "-1 ");
 }
 
-TEST(vfw_bind_fsa, binds_then_tells_the_driver)
+TEST(VfwBindFsa, BindsThenTellsTheDriver)
 {
     const sockaddr_in apparent = end_of("10.5.5.5", 55);
     const auto bound = [&](int type, const char *text, int open_error, int driver_error) {
@@ -161,25 +161,25 @@ TEST(vfw_bind_fsa, binds_then_tells_the_driver)
         const test_socket sock(socket(AF_INET, type | SOCK_CLOEXEC, 0));
         sockaddr_in addr = end_of(text, 0), remote = end_of("10.2.3.4", 99);
         const int code = vfw_bind_fsa(sock, &addr, &remote, &apparent);
-        EXPECT_NE(0, addr.sin_port); // the port that the system chose is known to the caller
-        EXPECT_EQ(near_end(sock), text_of_end(addr));
+        EXPECT_NE(addr.sin_port, 0); // the port that the system chose is known to the caller
+        EXPECT_EQ(text_of_end(addr), near_end(sock));
         int reuse = -1;
         socklen_t length = sizeof reuse;
-        EXPECT_EQ(0, getsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &reuse, &length));
-        EXPECT_EQ(addr.sin_addr.s_addr == 0, reuse != 0);
+        EXPECT_EQ(getsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &reuse, &length), 0);
+        EXPECT_EQ(reuse != 0, addr.sin_addr.s_addr == 0);
         const std::string asked = requests(script);
         return std::to_string(code) + ' ' + text_of_end(remote) + ' ' +
                asked.substr(0, asked.find(near_end(sock)));
     };
     const std::string moved = "0 10.7.7.7:707 ", kept = "-1 10.2.3.4:99 ";
     const std::string stream = "fsa of 6 10.5.5.5:55 10.2.3.4:99 ";
-    EXPECT_EQ(moved + stream, bound(SOCK_STREAM, "0.0.0.0", 0, 0));
-    EXPECT_EQ(moved + "fsa of 17 10.5.5.5:55 10.2.3.4:99 ", bound(SOCK_DGRAM, "127.0.0.1", 0, 0));
-    EXPECT_EQ(kept + stream, bound(SOCK_STREAM, "127.0.0.1", 0, EADDRINUSE));
-    EXPECT_EQ(kept, bound(SOCK_STREAM, "127.0.0.1", ENOENT, 0));
+    EXPECT_EQ(bound(SOCK_STREAM, "0.0.0.0", 0, 0), moved + stream);
+    EXPECT_EQ(bound(SOCK_DGRAM, "127.0.0.1", 0, 0), moved + "fsa of 17 10.5.5.5:55 10.2.3.4:99 ");
+    EXPECT_EQ(bound(SOCK_STREAM, "127.0.0.1", 0, EADDRINUSE), kept + stream);
+    EXPECT_EQ(bound(SOCK_STREAM, "127.0.0.1", ENOENT, 0), kept);
 }
 
-TEST(vfw_sendto, apparent_sender_goes_through_the_driver)
+TEST(VfwSendto, ApparentSenderGoesThroughTheDriver)
 {
     const sockaddr_in apparent = end_of("10.5.5.5", 55);
     const loopback_datagrams d;
@@ -194,37 +194,37 @@ TEST(vfw_sendto, apparent_sender_goes_through_the_driver)
         };
         sockaddr_in to = end_of("127.0.0.1", 9);
         const ssize_t count = vfw_sendto(d.sender, "hello", 5, 0x02000000, &to, sizeof to, seen);
-        EXPECT_EQ(text_of_end(count == 5 ? there : end_of("127.0.0.1", 9)), text_of_end(to));
+        EXPECT_EQ(text_of_end(to), text_of_end(count == 5 ? there : end_of("127.0.0.1", 9)));
         char text[8];
-        EXPECT_EQ(count, recv(d.receiver, text, 8, MSG_DONTWAIT));
+        EXPECT_EQ(recv(d.receiver, text, 8, MSG_DONTWAIT), count);
         return std::to_string(count) + ' ' + requests(script);
     };
     const std::string asked = " fsa of 17 10.5.5.5:55 127.0.0.1:9 " + near_end(d.sender) + '\n';
-    EXPECT_EQ("5" + asked, sent(&apparent, 0));
-    EXPECT_EQ("-1" + asked, sent(&apparent, ENOENT));
-    EXPECT_EQ("-1 ", sent(nullptr, 0));
+    EXPECT_EQ(sent(&apparent, 0), "5" + asked);
+    EXPECT_EQ(sent(&apparent, ENOENT), "-1" + asked);
+    EXPECT_EQ(sent(nullptr, 0), "-1 ");
 }
 
-TEST(firewall_device, faults_of_the_caller_ask_no_driver)
+TEST(FirewallDevice, FaultsOfTheCallerAskNoDriver)
 {
     scripted_platform script;
     const test_socket listener(socket_at(bind, SOCK_STREAM, end_of("127.0.0.1", 0)));
     sockaddr_in addr{}, foreign = end_of("192.0.2.1", 0);
     socklen_t length = sizeof addr;
     char text[8];
-    EXPECT_EQ(-1, vfw_getpeername(listener, &addr, &length));
-    EXPECT_EQ(-1, vfw_getdstname(listener, &addr, &length));
-    EXPECT_EQ(-1, vfw_getsockname(-1, &addr, &length));
-    EXPECT_EQ(-1, vfw_recvfrom(listener, text, 8, 0, &addr, &length, &addr));
-    EXPECT_EQ(-1, vfw_recvfrom(listener, text, 8, 0, &addr, nullptr, &addr));
-    EXPECT_EQ(-1, vfw_bind_fsa(listener, &addr, &addr, nullptr));
-    EXPECT_EQ(-1, vfw_bind_fsa(listener, &foreign, &addr, &addr));
-    EXPECT_EQ(0, vfw_getsockname(listener, &addr, &length)); // not connected
-    EXPECT_EQ(near_end(listener), text_of_end(addr));
-    EXPECT_EQ("", requests(script));
+    EXPECT_EQ(vfw_getpeername(listener, &addr, &length), -1);
+    EXPECT_EQ(vfw_getdstname(listener, &addr, &length), -1);
+    EXPECT_EQ(vfw_getsockname(-1, &addr, &length), -1);
+    EXPECT_EQ(vfw_recvfrom(listener, text, 8, 0, &addr, &length, &addr), -1);
+    EXPECT_EQ(vfw_recvfrom(listener, text, 8, 0, &addr, nullptr, &addr), -1);
+    EXPECT_EQ(vfw_bind_fsa(listener, &addr, &addr, nullptr), -1);
+    EXPECT_EQ(vfw_bind_fsa(listener, &foreign, &addr, &addr), -1);
+    EXPECT_EQ(vfw_getsockname(listener, &addr, &length), 0); // not connected
+    EXPECT_EQ(text_of_end(addr), near_end(listener));
+    EXPECT_EQ(requests(script), "");
 }
 
-TEST(vfw_addredirect, records_are_handed_through)
+TEST(VfwAddredirect, RecordsAreHandedThrough)
 {
     std::array<std::uint8_t, 8> timer{};
     std::array<std::uint8_t, 12> redirect{};
@@ -233,9 +233,9 @@ TEST(vfw_addredirect, records_are_handed_through)
         ++record.back(); // in the caller's record
         return request == 0xC00C6616 ? -1 : 7;
     };
-    EXPECT_EQ(0, vfw_set_udp_timer(timer) + vfw_addredirect(redirect));
-    EXPECT_EQ(-1, vfw_delredirect(redirect));
-    EXPECT_EQ(3, timer.back() + redirect.back());
-    EXPECT_EQ("request 20 0.0.0.0\nwriting request 21 0.0.0.0\nwriting request 22 0.0.0.0\n",
-              requests(script));
+    EXPECT_EQ(vfw_set_udp_timer(timer) + vfw_addredirect(redirect), 0);
+    EXPECT_EQ(vfw_delredirect(redirect), -1);
+    EXPECT_EQ(timer.back() + redirect.back(), 3);
+    EXPECT_EQ(requests(script),
+              "request 20 0.0.0.0\nwriting request 21 0.0.0.0\nwriting request 22 0.0.0.0\n");
 }

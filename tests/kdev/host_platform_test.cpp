@@ -28,7 +28,7 @@ std::string run(const std::string &commands)
     FILE *pipe = popen(commands.c_str(), "r");
     char text[1024];
     const std::size_t length = std::fread(text, 1, sizeof text, pipe);
-    EXPECT_EQ(0, pclose(pipe)) << commands;
+    EXPECT_EQ(pclose(pipe), 0) << commands;
     return {text, length};
 }
 
@@ -42,7 +42,7 @@ void on_own_host(const std::function<void()> &body)
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        EXPECT_EQ(0, unshare(CLONE_NEWNET | CLONE_NEWNS));
+        EXPECT_EQ(unshare(CLONE_NEWNET | CLONE_NEWNS), 0);
         run("mount --make-rprivate / && ip link set lo up && "
             "ip link add near0 type veth peer name near1 && ip addr add 10.1.0.1/24 dev near0 && "
             "ip link set near1 up && ip link set near0 up && "
@@ -51,13 +51,13 @@ void on_own_host(const std::function<void()> &body)
         const auto before = open_descriptors();
         if (!testing::Test::HasFailure())
             body();
-        EXPECT_EQ(before, open_descriptors());
+        EXPECT_EQ(open_descriptors(), before);
         std::fflush(nullptr);
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = -1;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    EXPECT_EQ(0, status) << "the child's checks failed";
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "the child's checks failed";
 }
 
 // The code; and destination, mask, gateway, source and interface.
@@ -70,7 +70,7 @@ std::string look_up(const char *addr)
         return text;
     const auto found = load<route_answer>(reply, 0);
     char name[17] = {};
-    EXPECT_EQ(RA_DONE, ra_get_route_interface(inet_addr(addr), name));
+    EXPECT_EQ(ra_get_route_interface(inet_addr(addr), name), RA_DONE);
     for (const sockaddr_in &a : {found.dst, found.netmask, found.gateway, found.source})
         text += ' ' + format_address(a.sin_addr.s_addr);
     return text + ' ' + name;
@@ -78,40 +78,40 @@ std::string look_up(const char *addr)
 
 } // namespace
 
-TEST(host_firewall, datagrams_have_their_plain_ends)
+TEST(HostFirewall, DatagramsHaveTheirPlainEnds)
 {
     const loopback_datagrams d;
-    EXPECT_EQ(5, vfw_sendto(d.sender, "hello", 5, 0, nullptr, 0, nullptr));
+    EXPECT_EQ(vfw_sendto(d.sender, "hello", 5, 0, nullptr, 0, nullptr), 5);
     char text[8];
     sockaddr_in from{}, to{};
     socklen_t length = 0;
-    EXPECT_EQ(5, vfw_recvfrom(d.receiver, text, sizeof text, 0, &from, &length, &to));
-    EXPECT_EQ(text_of_end(plain_end(getsockname, d.sender)), text_of_end(from));
-    EXPECT_EQ(text_of_end(plain_end(getsockname, d.receiver)), text_of_end(to));
+    EXPECT_EQ(vfw_recvfrom(d.receiver, text, sizeof text, 0, &from, &length, &to), 5);
+    EXPECT_EQ(text_of_end(from), text_of_end(plain_end(getsockname, d.sender)));
+    EXPECT_EQ(text_of_end(to), text_of_end(plain_end(getsockname, d.receiver)));
 }
 
-TEST(host_firewall, refuses_what_has_no_counterpart)
+TEST(HostFirewall, RefusesWhatHasNoCounterpart)
 {
     on_own_host([] {
         const auto error_of = [](unsigned long request, std::size_t size_bytes) {
             const int device = HOST_PLATFORM.fw_open(O_RDONLY);
             std::vector<std::uint8_t> record(size_bytes);
-            EXPECT_EQ(-1, HOST_PLATFORM.fw_ioctl(device, -1, request, record));
+            EXPECT_EQ(HOST_PLATFORM.fw_ioctl(device, -1, request, record), -1);
             const int error = errno;
-            EXPECT_EQ(0, HOST_PLATFORM.fw_close(device));
+            EXPECT_EQ(HOST_PLATFORM.fw_close(device), 0);
             return error;
         };
         for (const unsigned long request : {0xC0346612, 0xC0086614, 0xC00C6615, 0xC00C6616})
-            EXPECT_EQ(EOPNOTSUPP, error_of(request, request >> 16 & 0xFF));
-        EXPECT_EQ(EINVAL, error_of(0xC00C66FF, 12)); // unknown
-        EXPECT_EQ(EINVAL, error_of(0xC0246610, 12));
+            EXPECT_EQ(error_of(request, request >> 16 & 0xFF), EOPNOTSUPP);
+        EXPECT_EQ(error_of(0xC00C66FF, 12), EINVAL); // unknown
+        EXPECT_EQ(error_of(0xC0246610, 12), EINVAL);
         run("mount -t tmpfs none /dev && mknod /dev/fw0 c 1 3"); // knows no request
-        EXPECT_EQ(ENOTTY, error_of(0xC0346612, 52));
+        EXPECT_EQ(error_of(0xC0346612, 52), ENOTTY);
     });
 }
 
 // Connections that others make are redirected in tests/system.
-TEST(host_firewall, own_ends_are_told_from_redirected_ones)
+TEST(HostFirewall, OwnEndsAreToldFromRedirectedOnes)
 {
     on_own_host([] {
         run("ip addr add 10.1.0.5/24 dev near0");
@@ -120,7 +120,7 @@ TEST(host_firewall, own_ends_are_told_from_redirected_ones)
             const sockaddr_in end = end_of(addr, 0);
             own += std::to_string(vfw_checklocal(&end));
         }
-        EXPECT_EQ("11000", own);
+        EXPECT_EQ(own, "11000");
         const test_socket listener(socket_at(bind, SOCK_STREAM, end_of("0.0.0.0", 0)));
         const std::uint16_t port = ntohs(plain_end(getsockname, listener).sin_port);
         run("nft 'add table ip t; add chain ip t c { type nat hook output priority -100; }; "
@@ -136,38 +136,37 @@ TEST(host_firewall, own_ends_are_told_from_redirected_ones)
                 u32 own_be = 0;
                 text += std::to_string(vfw_getbothnames(sock, &peer, &dst, &own_be)) + ' ';
                 text += format_address(own_be) + ' ' + text_of_end(dst) + ' ';
-                EXPECT_EQ(text_of_end(plain_end(getpeername, sock)), text_of_end(peer));
+                EXPECT_EQ(text_of_end(peer), text_of_end(plain_end(getpeername, sock)));
             }
             return text;
         };
         const std::string plain = "1 10.1.0.1 0.0.0.0:0 ";
-        EXPECT_EQ(plain + "0 10.2.9.9 10.2.9.9:80 ", told(end_of("10.2.9.9", 80)));
-        EXPECT_EQ(plain + plain, told(end_of("10.1.0.1", port)));
+        EXPECT_EQ(told(end_of("10.2.9.9", 80)), plain + "0 10.2.9.9 10.2.9.9:80 ");
+        EXPECT_EQ(told(end_of("10.1.0.1", port)), plain + plain);
     });
 }
 
-TEST(netlink_routes, look_up_tells_prefix_gateway_and_source)
+TEST(NetlinkRoutes, LookUpTellsPrefixGatewayAndSource)
 {
     on_own_host([] {
-        EXPECT_EQ("0 10.1.0.0 255.255.255.0 0.0.0.0 10.1.0.1 near0", look_up("10.1.0.7"));
-        EXPECT_EQ("0 10.2.0.0 255.255.0.0 10.1.0.254 10.1.0.1 near0", look_up("10.2.3.4"));
-        EXPECT_EQ("0 10.3.0.5 255.255.255.255 10.1.0.253 10.1.0.1 near0", look_up("10.3.0.5"));
-        EXPECT_EQ("2", look_up("10.9.9.9"));
-        EXPECT_EQ("2", look_up("0.0.0.0"));
+        EXPECT_EQ(look_up("10.1.0.7"), "0 10.1.0.0 255.255.255.0 0.0.0.0 10.1.0.1 near0");
+        EXPECT_EQ(look_up("10.2.3.4"), "0 10.2.0.0 255.255.0.0 10.1.0.254 10.1.0.1 near0");
+        EXPECT_EQ(look_up("10.3.0.5"), "0 10.3.0.5 255.255.255.255 10.1.0.253 10.1.0.1 near0");
+        EXPECT_EQ(look_up("10.9.9.9"), "2");
+        EXPECT_EQ(look_up("0.0.0.0"), "2");
         run("ip route add default via 10.1.0.250 metric 50 && "
             "ip route add default via 10.1.0.251 metric 10 && "
             "ip route add default via 10.1.0.252 metric 30");
-        EXPECT_EQ("0 0.0.0.0 0.0.0.0 10.1.0.251 10.1.0.1 near0", look_up("10.9.9.9"));
-        EXPECT_EQ("0 0.0.0.0 0.0.0.0 10.1.0.251 10.1.0.1 near0", look_up("0.0.0.0"));
-        EXPECT_EQ(RA_NO_ROUTE, ra_delete_route(inet_addr("10.9.9.9")));
-        EXPECT_EQ(RA_DONE, ra_delete_route(0));
-        EXPECT_EQ("default via 10.1.0.252 dev near0 metric 30 \n"
-                  "default via 10.1.0.250 dev near0 metric 50 \n",
-                  run("ip route show default"));
+        EXPECT_EQ(look_up("10.9.9.9"), "0 0.0.0.0 0.0.0.0 10.1.0.251 10.1.0.1 near0");
+        EXPECT_EQ(look_up("0.0.0.0"), "0 0.0.0.0 0.0.0.0 10.1.0.251 10.1.0.1 near0");
+        EXPECT_EQ(ra_delete_route(inet_addr("10.9.9.9")), RA_NO_ROUTE);
+        EXPECT_EQ(ra_delete_route(0), RA_DONE);
+        EXPECT_EQ(run("ip route show default"), "default via 10.1.0.252 dev near0 metric 30 \n"
+                                                "default via 10.1.0.250 dev near0 metric 50 \n");
     });
 }
 
-TEST(netlink_routes, changes_reach_the_main_table)
+TEST(NetlinkRoutes, ChangesReachTheMainTable)
 {
     on_own_host([] {
         const auto add = [](const char *dst, const char *gateway, const char *mask, int flags) {
@@ -176,39 +175,38 @@ TEST(netlink_routes, changes_reach_the_main_table)
         const auto remove = [](const char *dst, const char *gateway) {
             return ra_remove_route(inet_addr(dst), inet_addr(gateway), inet_addr("255.255.0.0"), 0);
         };
-        EXPECT_EQ(RA_DONE, add("10.5.0.0", "10.1.0.9", "255.255.0.0", 0x803));
-        EXPECT_EQ(RA_EXISTS, add("10.5.0.0", "10.1.0.8", "255.255.0.0", 0x803));
-        EXPECT_EQ(RA_DONE, add("10.6.0.1", "10.1.0.9", "255.0.0.0", 0x807));
-        EXPECT_EQ(RA_DONE, add("10.7.1.2", "10.1.0.9", "255.255.0.0", 3)); // bits below the mask
-        EXPECT_EQ(RA_DONE, add("10.8.0.0", "10.1.0.1", "255.255.0.0", 0x801));
-        EXPECT_EQ(RA_DONE, add("10.9.0.0", "10.1.0.1", "255.255.0.0", 0x801));
-        EXPECT_EQ(RA_FAILED, add("10.10.0.0", "10.1.0.9", "255.255.0.0", 1));
-        EXPECT_EQ(RA_FAILED, add("10.10.0.0", "10.1.0.9", "255.0.255.0", 3));
-        EXPECT_EQ(RA_NO_ROUTE, remove("10.5.0.0", "10.1.0.8"));
-        EXPECT_EQ(RA_DONE, remove("10.9.0.0", "10.1.0.1"));
-        EXPECT_EQ(RA_NO_ROUTE, ra_delete_route(inet_addr("10.1.0.1")));
-        EXPECT_EQ(RA_DONE, ra_delete_route(inet_addr("10.3.0.5")));
-        EXPECT_EQ(RA_DONE, ra_delete_route(inet_addr("10.1.0.0"))); // the neighbours' network
-        EXPECT_EQ("10.2.0.0/16 via 10.1.0.254 dev near0 \n"
-                  "10.5.0.0/16 via 10.1.0.9 dev near0 proto static \n"
-                  "10.6.0.1 via 10.1.0.9 dev near0 proto static \n"
-                  "10.7.0.0/16 via 10.1.0.9 dev near0 \n"
-                  "10.8.0.0/16 dev near0 proto static scope link \n",
-                  run("ip route show"));
+        EXPECT_EQ(add("10.5.0.0", "10.1.0.9", "255.255.0.0", 0x803), RA_DONE);
+        EXPECT_EQ(add("10.5.0.0", "10.1.0.8", "255.255.0.0", 0x803), RA_EXISTS);
+        EXPECT_EQ(add("10.6.0.1", "10.1.0.9", "255.0.0.0", 0x807), RA_DONE);
+        EXPECT_EQ(add("10.7.1.2", "10.1.0.9", "255.255.0.0", 3), RA_DONE); // bits below the mask
+        EXPECT_EQ(add("10.8.0.0", "10.1.0.1", "255.255.0.0", 0x801), RA_DONE);
+        EXPECT_EQ(add("10.9.0.0", "10.1.0.1", "255.255.0.0", 0x801), RA_DONE);
+        EXPECT_EQ(add("10.10.0.0", "10.1.0.9", "255.255.0.0", 1), RA_FAILED);
+        EXPECT_EQ(add("10.10.0.0", "10.1.0.9", "255.0.255.0", 3), RA_FAILED);
+        EXPECT_EQ(remove("10.5.0.0", "10.1.0.8"), RA_NO_ROUTE);
+        EXPECT_EQ(remove("10.9.0.0", "10.1.0.1"), RA_DONE);
+        EXPECT_EQ(ra_delete_route(inet_addr("10.1.0.1")), RA_NO_ROUTE);
+        EXPECT_EQ(ra_delete_route(inet_addr("10.3.0.5")), RA_DONE);
+        EXPECT_EQ(ra_delete_route(inet_addr("10.1.0.0")), RA_DONE); // the neighbours' network
+        EXPECT_EQ(run("ip route show"), "10.2.0.0/16 via 10.1.0.254 dev near0 \n"
+                                        "10.5.0.0/16 via 10.1.0.9 dev near0 proto static \n"
+                                        "10.6.0.1 via 10.1.0.9 dev near0 proto static \n"
+                                        "10.7.0.0/16 via 10.1.0.9 dev near0 \n"
+                                        "10.8.0.0/16 dev near0 proto static scope link \n");
     });
 }
 
-TEST(netlink_routes, refuses_broken_messages)
+TEST(NetlinkRoutes, RefusesBrokenMessages)
 {
     const int fd = HOST_PLATFORM.route_open();
     std::array<std::uint8_t, 124> message{0, 0, ROUTE_VERSION, ROUTE_ADD};
     message[12] = HAS_DST | HAS_GATEWAY | HAS_NETMASK;
     for (const std::size_t size_bytes : {0U, 40U, 76U, 108U}) {
         message[0] = static_cast<std::uint8_t>(size_bytes);
-        EXPECT_EQ(-1, HOST_PLATFORM.route_write(fd, byte_view(message).first(size_bytes)));
-        EXPECT_EQ(EINVAL, errno);
+        EXPECT_EQ(HOST_PLATFORM.route_write(fd, byte_view(message).first(size_bytes)), -1);
+        EXPECT_EQ(errno, EINVAL);
     }
-    EXPECT_EQ(-1, HOST_PLATFORM.route_write(fd, message)); // longer than it says
-    EXPECT_EQ(EINVAL, errno);
-    EXPECT_EQ(0, HOST_PLATFORM.route_close(fd));
+    EXPECT_EQ(HOST_PLATFORM.route_write(fd, message), -1); // longer than it says
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(HOST_PLATFORM.route_close(fd), 0);
 }

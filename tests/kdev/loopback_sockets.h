@@ -38,7 +38,7 @@ inline sockaddr_in plain_end(int (*call)(int, sockaddr *, socklen_t *), int sock
 {
     sockaddr_in end{};
     socklen_t length = sizeof end;
-    EXPECT_EQ(0, call(sock, reinterpret_cast<sockaddr *>(&end), &length));
+    EXPECT_EQ(call(sock, reinterpret_cast<sockaddr *>(&end), &length), 0);
     return end;
 }
 
@@ -48,7 +48,7 @@ inline int socket_at(int (*call)(int, const sockaddr *, socklen_t), int type,
                      const sockaddr_in &end)
 {
     const int sock = socket(AF_INET, type | SOCK_CLOEXEC, 0);
-    EXPECT_EQ(0, call(sock, reinterpret_cast<const sockaddr *>(&end), sizeof end));
+    EXPECT_EQ(call(sock, reinterpret_cast<const sockaddr *>(&end), sizeof end), 0);
     (void)listen(sock, 4);
     return sock;
 }

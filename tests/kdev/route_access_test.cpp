@@ -28,9 +28,9 @@ std::string written(const scripted_platform &script, std::size_t from = 0)
     std::string text;
     for (std::size_t i = from; i < script.written.size(); ++i) {
         const byte_list &m = script.written[i];
-        EXPECT_EQ(m.size() | 3 << 16, load<u32>(m, 0) & 0xFFFFFF);
-        EXPECT_EQ(m[3] == 4 ? 49 : m.size() == 108 ? 3 : 7, load<std::int32_t>(m, 12));
-        EXPECT_EQ((std::array{getpid(), gettid()}), (load<std::array<pid_t, 2>>(m, 16)));
+        EXPECT_EQ(load<u32>(m, 0) & 0xFFFFFF, m.size() | 3 << 16);
+        EXPECT_EQ(load<std::int32_t>(m, 12), m[3] == 4 ? 49 : m.size() == 108 ? 3 : 7);
+        EXPECT_EQ((load<std::array<pid_t, 2>>(m, 16)), (std::array{getpid(), gettid()}));
         text += m[3] == 1 ? "add " : m[3] == 2 ? "remove " : "get ";
         text += std::to_string(load<std::int32_t>(m, 8));
         for (std::size_t at = 76; at < m.size(); at += 16)
@@ -75,7 +75,7 @@ std::string linked(const test_link &l)
     script.on_route_write = [&l](byte_view m) { return m[3] == 4 ? l.lookup_error : l.add_error; };
     std::string ahead;
     script.on_vpn_ioctl = [&](unsigned long request, byte_area asked) {
-        EXPECT_EQ(0xC0004701, request);
+        EXPECT_EQ(request, 0xC0004701);
         ahead = written(script) + dotted_at(asked, 40) + " to the driver\n";
         script.written.clear();
         // The driver writes over both networks; the routes must be those asked for.
@@ -88,7 +88,7 @@ std::string linked(const test_link &l)
 
 } // namespace
 
-TEST(ra_get_route_address, judges_what_it_reads)
+TEST(RaGetRouteAddress, JudgesWhatItReads)
 {
     // The code, the error, the number of messages that stay unread, and the address or what was
     // there.
@@ -102,30 +102,30 @@ TEST(ra_get_route_address, judges_what_it_reads)
         errno = 0;
         const int code = ra_get_route_address(inet_addr("10.2.3.4"), &found);
         const std::string error = code == RA_DONE ? "" : strerrorname_np(errno);
-        EXPECT_EQ(open_error == 0 ? "get 0 10.2.3.4\n" : "", written(script));
+        EXPECT_EQ(written(script), open_error == 0 ? "get 0 10.2.3.4\n" : "");
         return std::to_string(code) + error + ' ' + std::to_string(script.readings.size()) + ' ' +
                format_address(found);
     };
     byte_list longer = stranger; // of which nothing stays
     longer.resize(1024, 0xAA);
-    EXPECT_EQ("0 1 10.1.0.1", looked_up({stranger, reply_with(20, 1), usual, usual}));
-    EXPECT_EQ("1EIO 1 0.0.0.5", looked_up({stranger, stranger, stranger, usual}));
-    EXPECT_EQ("1EAGAIN 0 0.0.0.5", looked_up({}));
-    EXPECT_EQ("1EIO 1 0.0.0.5", looked_up({reply_with(24, ENETDOWN), usual})); // error inside
-    EXPECT_EQ("1EIO 0 0.0.0.5", looked_up({reply_with(8, 0x801)}));            // not done
+    EXPECT_EQ(looked_up({stranger, reply_with(20, 1), usual, usual}), "0 1 10.1.0.1");
+    EXPECT_EQ(looked_up({stranger, stranger, stranger, usual}), "1EIO 1 0.0.0.5");
+    EXPECT_EQ(looked_up({}), "1EAGAIN 0 0.0.0.5");
+    EXPECT_EQ(looked_up({reply_with(24, ENETDOWN), usual}), "1EIO 1 0.0.0.5"); // error inside
+    EXPECT_EQ(looked_up({reply_with(8, 0x801)}), "1EIO 0 0.0.0.5");            // not done
     for (const int addrs : {0x36, 0x35, 0x33, 0x27})                           // one is missing
-        EXPECT_EQ("1EIO 0 0.0.0.5", looked_up({reply_with(12, addrs)}));
-    EXPECT_EQ("0 0 0.0.0.0", looked_up({longer, reply_with(12, 0x17, 376)})); // no source
-    EXPECT_EQ("1EIO 0 0.0.0.5", looked_up({reply_with(12, 0x17, 375)}));
-    EXPECT_EQ("1EIO 0 0.0.0.5", looked_up({reply_with(12, 0x37, 391)}));
-    EXPECT_EQ("0 0 10.1.0.1", looked_up({reply_with(12, 0x37, 18), usual})); // another sender
-    EXPECT_EQ("2ESRCH 1 0.0.0.5", looked_up({usual}, ESRCH));
-    EXPECT_EQ("1EPERM 1 0.0.0.5", looked_up({usual}, EPERM));
-    EXPECT_EQ("1EIO 1 0.0.0.5", looked_up({usual}, -2));
-    EXPECT_EQ("1ESRCH 1 0.0.0.5", looked_up({usual}, 0, ESRCH));
+        EXPECT_EQ(looked_up({reply_with(12, addrs)}), "1EIO 0 0.0.0.5");
+    EXPECT_EQ(looked_up({longer, reply_with(12, 0x17, 376)}), "0 0 0.0.0.0"); // no source
+    EXPECT_EQ(looked_up({reply_with(12, 0x17, 375)}), "1EIO 0 0.0.0.5");
+    EXPECT_EQ(looked_up({reply_with(12, 0x37, 391)}), "1EIO 0 0.0.0.5");
+    EXPECT_EQ(looked_up({reply_with(12, 0x37, 18), usual}), "0 0 10.1.0.1"); // another sender
+    EXPECT_EQ(looked_up({usual}, ESRCH), "2ESRCH 1 0.0.0.5");
+    EXPECT_EQ(looked_up({usual}, EPERM), "1EPERM 1 0.0.0.5");
+    EXPECT_EQ(looked_up({usual}, -2), "1EIO 1 0.0.0.5");
+    EXPECT_EQ(looked_up({usual}, 0, ESRCH), "1ESRCH 1 0.0.0.5");
 }
 
-TEST(ra_get_route_interface, cuts_long_names)
+TEST(RaGetRouteInterface, CutsLongNames)
 {
     const auto name_of = [](int length, std::size_t room) {
         scripted_platform script;
@@ -135,16 +135,16 @@ TEST(ra_get_route_interface, cuts_long_names)
         script.readings = {reply};
         // Exactly the room, so that the sanitizer sees a byte too many.
         std::vector<char> name(room, '?');
-        EXPECT_EQ(RA_DONE, ra_get_route_interface(inet_addr("10.2.3.4"), name));
+        EXPECT_EQ(ra_get_route_interface(inet_addr("10.2.3.4"), name), RA_DONE);
         return std::string(name.data());
     };
-    EXPECT_EQ("", name_of(0, 16) + name_of(4, 1));
-    EXPECT_EQ("abcdefghijklmnop", name_of(16, 17));
-    EXPECT_EQ("abcdefghijklmno", name_of(16, 16));
-    EXPECT_EQ("abcdefghijklmno", name_of(17, 300));
+    EXPECT_EQ(name_of(0, 16) + name_of(4, 1), "");
+    EXPECT_EQ(name_of(16, 17), "abcdefghijklmnop");
+    EXPECT_EQ(name_of(16, 16), "abcdefghijklmno");
+    EXPECT_EQ(name_of(17, 300), "abcdefghijklmno");
 }
 
-TEST(ra_add_route, codes_follow_the_failure)
+TEST(RaAddRoute, CodesFollowTheFailure)
 {
     const auto changed = [](int open_error, int write_error) {
         scripted_platform script;
@@ -158,17 +158,17 @@ TEST(ra_add_route, codes_follow_the_failure)
     };
     const std::string messages =
         "\nadd 2051 10.2.0.0 10.1.0.9 255.255.0.0\nremove 4 10.2.0.0 10.1.0.9 255.255.0.0\n";
-    EXPECT_EQ("00" + messages, changed(0, 0));
+    EXPECT_EQ(changed(0, 0), "00" + messages);
     for (const int error : {EEXIST, ENOENT, -1}) // the last sets no errno
-        EXPECT_EQ("31" + messages, changed(0, error));
-    EXPECT_EQ("12" + messages, changed(0, ESRCH));
-    EXPECT_EQ("11" + messages, changed(0, EPERM));
-    EXPECT_EQ("11" + messages, changed(0, -2));
-    EXPECT_EQ("11\n", changed(EEXIST, 0));
-    EXPECT_EQ("11\n", changed(ESRCH, 0));
+        EXPECT_EQ(changed(0, error), "31" + messages);
+    EXPECT_EQ(changed(0, ESRCH), "12" + messages);
+    EXPECT_EQ(changed(0, EPERM), "11" + messages);
+    EXPECT_EQ(changed(0, -2), "11" + messages);
+    EXPECT_EQ(changed(EEXIST, 0), "11\n");
+    EXPECT_EQ(changed(ESRCH, 0), "11\n");
 }
 
-TEST(ra_delete_route, takes_only_the_exact_destination)
+TEST(RaDeleteRoute, TakesOnlyTheExactDestination)
 {
     const auto deleted = [](const char *addr, const char *dst, const char *mask, int error) {
         scripted_platform script;
@@ -178,14 +178,14 @@ TEST(ra_delete_route, takes_only_the_exact_destination)
         return std::to_string(code) + ' ' + written(script, 1);
     };
     const std::string host = "remove 4 10.2.3.4 10.1.0.9 255.255.255.255\n";
-    EXPECT_EQ("0 " + host, deleted("10.2.3.4", "10.2.3.4", "255.255.255.255", 0));
-    EXPECT_EQ("1 " + host, deleted("10.2.3.4", "10.2.3.4", "255.255.255.255", EPERM));
-    EXPECT_EQ("0 remove 0 10.2.0.0 10.1.0.9 255.255.0.0\n",
-              deleted("10.2.0.0", "10.2.0.0", "255.255.0.0", 0));
-    EXPECT_EQ("2 ", deleted("10.2.3.4", "10.2.0.0", "255.255.0.0", 0));
+    EXPECT_EQ(deleted("10.2.3.4", "10.2.3.4", "255.255.255.255", 0), "0 " + host);
+    EXPECT_EQ(deleted("10.2.3.4", "10.2.3.4", "255.255.255.255", EPERM), "1 " + host);
+    EXPECT_EQ(deleted("10.2.0.0", "10.2.0.0", "255.255.0.0", 0),
+              "0 remove 0 10.2.0.0 10.1.0.9 255.255.0.0\n");
+    EXPECT_EQ(deleted("10.2.3.4", "10.2.0.0", "255.255.0.0", 0), "2 ");
 }
 
-TEST(vvpn_ioctl, adds_the_routes_of_each_kind_of_network)
+TEST(VvpnIoctl, AddsTheRoutesOfEachKindOfNetwork)
 {
     const std::string before = "0 10.1.0.1\n10.1.0.1 to the driver\nget 0 10.2.3.4\n";
     const auto network = [](const std::string &hop) {
@@ -207,30 +207,31 @@ TEST(vvpn_ioctl, adds_the_routes_of_each_kind_of_network)
         {{.flags = 1, .start = "192.168.1.5", .delimiter = "192.168.1.3", .type = 7}, ""},
     };
     for (const auto &[link, routes] : cases)
-        EXPECT_EQ(before + routes, linked(link));
+        EXPECT_EQ(linked(link), before + routes);
 }
 
-TEST(vvpn_ioctl, stops_at_the_first_failure)
+TEST(VvpnIoctl, StopsAtTheFirstFailure)
 {
     const std::string driver = "10.1.0.1 to the driver\n", get = "get 0 10.2.3.4\n";
-    EXPECT_EQ("-1 10.1.0.1\n" + driver + get + "add 2055 1.0.0.1 10.1.0.9\n",
-              linked({.start = "1.0.0.1", .delimiter = "1.0.0.3", .type = 7, .add_error = EPERM}));
-    EXPECT_EQ("-1 10.1.0.1\n" + driver, linked({.flags = 0}));
-    EXPECT_EQ("7 10.1.0.1\n" + driver, linked({.driver_result = 7}));
-    EXPECT_EQ("-1 0.0.0.0\n" + get, linked({.local = "0.0.0.0", .lookup_error = ESRCH}));
-    EXPECT_EQ("0 10.1.0.1\n" + get + driver + get,
-              linked({.start = "1.0.0.1", .delimiter = "1.0.0.0", .type = 7, .local = "0.0.0.0"}));
-    EXPECT_EQ("5 0.0.0.0\n0.0.0.0 to the driver\n", // no link command
-              linked({.local = "0.0.0.0", .command = 2, .driver_result = 5}));
+    EXPECT_EQ(linked({.start = "1.0.0.1", .delimiter = "1.0.0.3", .type = 7, .add_error = EPERM}),
+              "-1 10.1.0.1\n" + driver + get + "add 2055 1.0.0.1 10.1.0.9\n");
+    EXPECT_EQ(linked({.flags = 0}), "-1 10.1.0.1\n" + driver);
+    EXPECT_EQ(linked({.driver_result = 7}), "7 10.1.0.1\n" + driver);
+    EXPECT_EQ(linked({.local = "0.0.0.0", .lookup_error = ESRCH}), "-1 0.0.0.0\n" + get);
+    EXPECT_EQ(linked({.start = "1.0.0.1", .delimiter = "1.0.0.0", .type = 7, .local = "0.0.0.0"}),
+              "0 10.1.0.1\n" + get + driver + get);
+    EXPECT_EQ( // no link command
+        linked({.local = "0.0.0.0", .command = 2, .driver_result = 5}),
+        "5 0.0.0.0\n0.0.0.0 to the driver\n");
     scripted_platform script;
     script.on_route_write = [](byte_view) { return ESRCH; };
     byte_list payload(50, 1);
-    EXPECT_EQ(RA_NO_ROUTE, vvpn_add_routes(payload));
-    EXPECT_EQ(VVPN_NO_ROUTES, vvpn_add_routes(byte_view(payload).first(49)));
-    EXPECT_EQ(VVPN_NO_ROUTES, vvpn_add_routes({}));
+    EXPECT_EQ(vvpn_add_routes(payload), RA_NO_ROUTE);
+    EXPECT_EQ(vvpn_add_routes(byte_view(payload).first(49)), VVPN_NO_ROUTES);
+    EXPECT_EQ(vvpn_add_routes({}), VVPN_NO_ROUTES);
 }
 
-TEST(vfw_vpnclientcheck, believes_only_a_marked_answer)
+TEST(VfwVpnclientcheck, BelievesOnlyAMarkedAnswer)
 {
     byte_list wanted(256);
     wanted[0] = 1; // 256, most significant byte first
@@ -241,7 +242,7 @@ TEST(vfw_vpnclientcheck, believes_only_a_marked_answer)
         scripted_platform script;
         script.vpn_open_error = error;
         script.on_vpn_ioctl = [&](unsigned long, byte_area message) {
-            EXPECT_EQ(wanted, byte_list(message.begin(), message.end()));
+            EXPECT_EQ(byte_list(message.begin(), message.end()), wanted);
             std::ranges::fill(message, std::uint8_t{0});
             std::ranges::copy(id, message.begin() + 8);
             std::ranges::copy(name, message.begin() + 24);
@@ -254,8 +255,8 @@ TEST(vfw_vpnclientcheck, believes_only_a_marked_answer)
         return std::to_string(code) + identity + display;
     };
     const std::string full_id(16, 'i'), full_name = '~' + std::string(231, 'd');
-    EXPECT_EQ('1' + full_id + full_name, known(full_id, full_name, 0));
-    EXPECT_EQ("1a~b", known("a", "~b", 0));
-    EXPECT_EQ("0??", known("road-warrior", "Ann", 0));
-    EXPECT_EQ("0??", known("a", "~b", ENOENT));
+    EXPECT_EQ(known(full_id, full_name, 0), '1' + full_id + full_name);
+    EXPECT_EQ(known("a", "~b", 0), "1a~b");
+    EXPECT_EQ(known("road-warrior", "Ann", 0), "0??");
+    EXPECT_EQ(known("a", "~b", ENOENT), "0??");
 }

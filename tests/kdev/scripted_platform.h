@@ -65,7 +65,7 @@ class scripted_platform
     }
     static int close_one(int fd)
     {
-        EXPECT_EQ(FD, fd);
+        EXPECT_EQ(fd, FD);
         --current->open_now;
         return failed(EBADMSG); // must not show in the caller's errno
     }
@@ -138,8 +138,8 @@ inline void put_end(byte_area record, std::size_t offset, const char *addr, std:
 
 inline std::string end_at(byte_view record, std::size_t offset)
 {
-    EXPECT_EQ(htons(AF_INET), flatlink::load<std::uint16_t>(record, offset));
-    EXPECT_EQ(0u, flatlink::load<std::uint64_t>(record, offset + 8));
+    EXPECT_EQ(flatlink::load<std::uint16_t>(record, offset), htons(AF_INET));
+    EXPECT_EQ(flatlink::load<std::uint64_t>(record, offset + 8), 0u);
     return dotted_at(record, offset + 4) + ':' +
            std::to_string(ntohs(flatlink::load<std::uint16_t>(record, offset + 2)));
 }

@@ -20,7 +20,7 @@ static std::string objects()
     return each_behind("net_", side_cases()[0]["objs"]);
 }
 
-class trusted_link : public conversion_test
+class TrustedLink : public conversion_test
 {
   protected:
     static void add(const char *remote, const char *local, const char *vpnobj = "vpnnetwork_quay")
@@ -55,7 +55,7 @@ class trusted_link : public conversion_test
     }
 };
 
-TEST_F(trusted_link, expands_both_sides)
+TEST_F(TrustedLink, ExpandsBothSides)
 {
     for (case_row &c : side_cases()) {
         const char *const object = c["case"].c_str();
@@ -63,25 +63,24 @@ TEST_F(trusted_link, expands_both_sides)
         start_anew();
         load_tree(objects());
         add(object, "ipaddr_pc");
-        EXPECT_EQ(c["far"], remotes());
+        EXPECT_EQ(remotes(), c["far"]);
         EXPECT_EQ(linkinfos.size(), static_cast<std::size_t>(linkno)) << "no number is lost";
         linkinfos.clear();
         add("ipaddr_first", object);
-        EXPECT_EQ(c["near"], locals());
+        EXPECT_EQ(locals(), c["near"]);
     }
     start_anew();
     load_tree(objects());
     add("pattern_two", "pattern_two");
-    EXPECT_EQ("q: 10.5.0.7 10.5.0.7\nq: 10.5.0.7 10.6.0.0\nq: 10.6.0.0 10.5.0.7\n"
-              "q: 10.6.0.0 10.6.0.0\n",
-              made_links());
+    EXPECT_EQ(made_links(), "q: 10.5.0.7 10.5.0.7\nq: 10.5.0.7 10.6.0.0\nq: 10.6.0.0 10.5.0.7\n"
+                            "q: 10.6.0.0 10.6.0.0\n");
 }
 
-TEST_F(trusted_link, cuts_what_is_too_long)
+TEST_F(TrustedLink, CutsWhatIsTooLong)
 {
     // Stored names hold 127 bytes, so a key of 150 takes two. Cut, it names another object.
     const std::string long_key = "ipaddr_" + std::string(117, 'k');
-    ASSERT_EQ(LINK_TEXT_SIZE, 4 + long_key.size());
+    ASSERT_EQ(4 + long_key.size(), LINK_TEXT_SIZE);
     const std::string name(200, 'n');
     const std::string text(200, 't');
     load_tree(objects() + "net_" + long_key + "_addr=10.7.0.1\nnet_" + long_key +
@@ -92,14 +91,14 @@ TEST_F(trusted_link, cuts_what_is_too_long)
         add((long_key + "x").c_str(), "dns_long", "vpnnetwork_long");
         add("dns_long", "ipaddr_pc", "vpnnetwork_long");
     });
-    EXPECT_EQ("10.7.0.1/-/1 " + text.substr(0, 128) + "/-/2", remotes());
-    EXPECT_EQ(text + "/-/2 10.1.0.7/-/1", locals()) << "the local text is not cut";
-    EXPECT_EQ("~" + name.substr(0, 128), linkinfos[0]->lname);
-    EXPECT_EQ(LINE_SIZE - 1 - std::string("1_secret=").size(), linkinfos[0]->peer.secret.size());
-    EXPECT_EQ(0u, trace.find("TRACE trusted(net_" + long_key + "(" + name.substr(0, 128) + "), "));
+    EXPECT_EQ(remotes(), "10.7.0.1/-/1 " + text.substr(0, 128) + "/-/2");
+    EXPECT_EQ(locals(), text + "/-/2 10.1.0.7/-/1") << "the local text is not cut";
+    EXPECT_EQ(linkinfos[0]->lname, "~" + name.substr(0, 128));
+    EXPECT_EQ(linkinfos[0]->peer.secret.size(), LINE_SIZE - 1 - std::string("1_secret=").size());
+    EXPECT_EQ(trace.find("TRACE trusted(net_" + long_key + "(" + name.substr(0, 128) + "), "), 0u);
 }
 
-TEST_F(trusted_link, stops_at_the_bound_of_a_run)
+TEST_F(TrustedLink, StopsAtTheBoundOfARun)
 {
     load_tree(objects());
     const report_log log;
@@ -108,12 +107,12 @@ TEST_F(trusted_link, stops_at_the_bound_of_a_run)
     linkno = MAX_LINKS - 1;
     for (const int reports : {0, 1, 1}) { // reported once
         add("ipaddr_first", "ipaddr_pc");
-        EXPECT_EQ(reports, report_log::calls);
+        EXPECT_EQ(report_log::calls, reports);
     }
-    EXPECT_EQ(MAX_LINKS, linkno);
-    EXPECT_EQ("flatlink: more than 65535 links, seen 65537; the first left out at "
-              "net_ipaddr_pc, net_vpnnetwork_quay\n",
-              messages_of([] { EXPECT_FALSE(report_bounds()); }));
+    EXPECT_EQ(linkno, MAX_LINKS);
+    EXPECT_EQ(messages_of([] { EXPECT_FALSE(report_bounds()); }),
+              "flatlink: more than 65535 links, seen 65537; the first left out at "
+              "net_ipaddr_pc, net_vpnnetwork_quay\n");
     set_walk_origin(nullptr);
 
     start_bounds();
@@ -123,8 +122,8 @@ TEST_F(trusted_link, stops_at_the_bound_of_a_run)
         (void)take_steps(MAX_OBJECT_STEPS, nullptr);
         add("ipaddr_first", "ipaddr_pc");
     }
-    EXPECT_EQ(0, linkno);
-    EXPECT_EQ(1U, struck_bounds().size());
+    EXPECT_EQ(linkno, 0);
+    EXPECT_EQ(struck_bounds().size(), 1U);
 }
 
 // ---- peers inside of peers
@@ -150,21 +149,21 @@ static void walk_chain(const std::string &lines)
     vpn_add_link(&def_database, node("net_vpnnetwork_p1"), node("net_ipaddr_pc"));
 }
 
-TEST_F(trusted_link, puts_inner_peers_first)
+TEST_F(TrustedLink, PutsInnerPeersFirst)
 {
     walk_chain(chain(3, "net_ipaddr_far"));
-    EXPECT_EQ("p3: 10.2.0.7 10.1.0.7\np2: 10.2.0.7 10.1.0.7\np1: 10.2.0.7 10.1.0.7\n",
-              made_links());
-    EXPECT_EQ(2u, linkinfos[0]->nesting_level);
+    EXPECT_EQ(made_links(),
+              "p3: 10.2.0.7 10.1.0.7\np2: 10.2.0.7 10.1.0.7\np1: 10.2.0.7 10.1.0.7\n");
+    EXPECT_EQ(linkinfos[0]->nesting_level, 2u);
     vpn_add_link(&def_database, node("net_vpnnetwork_p1"), node("net_ipaddr_pc"));
-    EXPECT_EQ(6u, linkinfos.size()) << "the next rule opens them again";
+    EXPECT_EQ(linkinfos.size(), 6u) << "the next rule opens them again";
 
     start_anew();
     walk_chain(chain(2, "net_ipaddr_far") + "net_vpnnetwork_p2_ip-address=lost\n");
-    EXPECT_EQ("", made_links()) << "an inner peer without a gateway";
+    EXPECT_EQ(made_links(), "") << "an inner peer without a gateway";
 }
 
-TEST_F(trusted_link, ends_where_peers_lie_inside_of_themselves)
+TEST_F(TrustedLink, EndsWherePeersLieInsideOfThemselves)
 {
     static const struct {
         int length;
@@ -183,25 +182,25 @@ TEST_F(trusted_link, ends_where_peers_lie_inside_of_themselves)
         const report_log log;
         walk_chain(chain(c.length, c.end) + "net_group_ring_elem_1_type=vpnnetwork\n"
                                             "net_group_ring_elem_1_obj=net_vpnnetwork_p1\n");
-        EXPECT_EQ(c.links, made_links());
+        EXPECT_EQ(made_links(), c.links);
         EXPECT_GT(report_log::calls, 0);
-        EXPECT_NE(std::string::npos, report_log::text.find(" is recursive."));
+        EXPECT_NE(report_log::text.find(" is recursive."), std::string::npos);
         const std::size_t before = linkinfos.size();
         add("ipaddr_first", "ipaddr_pc");
-        EXPECT_EQ(before + 1, linkinfos.size()) << "the walk goes on";
+        EXPECT_EQ(linkinfos.size(), before + 1) << "the walk goes on";
     }
 }
 
-TEST_F(trusted_link, bounds_the_depth_of_peers_and_its_reports)
+TEST_F(TrustedLink, BoundsTheDepthOfPeersAndItsReports)
 {
     const report_log log;
     start_bounds();
     walk_chain(chain(60, "net_ipaddr_far"));
-    EXPECT_EQ("vhltcfgerr: Object net_vpnnetwork_p14 is nested too deeply.", report_log::text);
-    EXPECT_EQ(1, report_log::calls);
-    ASSERT_EQ(1U, struck_bounds().size());
-    EXPECT_EQ("net_vpnnetwork_p14", struck_bounds()[0].where);
-    EXPECT_EQ(0, nestinglevel);
+    EXPECT_EQ(report_log::text, "vhltcfgerr: Object net_vpnnetwork_p14 is nested too deeply.");
+    EXPECT_EQ(report_log::calls, 1);
+    ASSERT_EQ(struck_bounds().size(), 1U);
+    EXPECT_EQ(struck_bounds()[0].where, "net_vpnnetwork_p14");
+    EXPECT_EQ(nestinglevel, 0);
 
     start_anew();
     std::string lines = chain(MAX_PEER_NESTING + 1, "net_group_many");
@@ -210,6 +209,6 @@ TEST_F(trusted_link, bounds_the_depth_of_peers_and_its_reports)
                              "type=vpnnetwork\nobj=net_vpnnetwork_quay");
     report_log::calls = 0;
     walk_chain(lines);
-    EXPECT_EQ(MAX_OBJECT_REPORTS, report_log::calls);
-    EXPECT_EQ("vhltcfgerr: Further reports about objects are left out.", report_log::text);
+    EXPECT_EQ(report_log::calls, MAX_OBJECT_REPORTS);
+    EXPECT_EQ(report_log::text, "vhltcfgerr: Further reports about objects are left out.");
 }

@@ -18,7 +18,7 @@ static std::string objects()
     return each_behind("net_", link_cases()[0]["objs"]);
 }
 
-class rule_walk : public conversion_test
+class RuleWalk : public conversion_test
 {
   protected:
     // Walks a list of rules as read_vpndata does; `flags` as for the callback.
@@ -30,7 +30,7 @@ class rule_walk : public conversion_test
     }
 };
 
-TEST_F(rule_walk, makes_links_by_the_types_of_both_sides)
+TEST_F(RuleWalk, MakesLinksByTheTypesOfBothSides)
 {
     for (case_row &c : link_cases()) {
         SCOPED_TRACE(c["case"] + " with " + c["line"]);
@@ -40,26 +40,26 @@ TEST_F(rule_walk, makes_links_by_the_types_of_both_sides)
                   c["case"].substr(0, blank) + "\nr_1_dst=net_" + c["case"].substr(blank + 1) +
                   "\n");
         walk("r", 0);
-        EXPECT_EQ(each_behind("", c["want"]), made_links());
+        EXPECT_EQ(made_links(), each_behind("", c["want"]));
     }
 }
 
-TEST_F(rule_walk, traces_what_it_finds_and_misses)
+TEST_F(RuleWalk, TracesWhatItFindsAndMisses)
 {
     for (case_row &c : case_rows("flatlink/rule_trace", "rule want src")) {
         SCOPED_TRACE(c["rule"]);
         start_anew();
         load_tree(objects() + each_behind("r_1_", c["rule"]));
-        EXPECT_EQ(c["want"] + "\n", trace_of([] { walk("r", 0); }));
-        EXPECT_EQ(c["src"], fval(&def_database, "r_1_src"));
+        EXPECT_EQ(trace_of([] { walk("r", 0); }), c["want"] + "\n");
+        EXPECT_EQ(fval(&def_database, "r_1_src"), c["src"]);
     }
     start_anew();
     load_tree(objects() + "r_1_src=net_ipaddr_pc\nr_1_dst=net_ipaddr_pc\n");
-    EXPECT_EQ("vpn enum rule, dst not found: (<NULL>)\n", trace_of([] { walk("r", PROXY_RULE); }))
+    EXPECT_EQ(trace_of([] { walk("r", PROXY_RULE); }), "vpn enum rule, dst not found: (<NULL>)\n")
         << "a proxy rule has dest";
 }
 
-TEST_F(rule_walk, sets_the_state_of_each_rule)
+TEST_F(RuleWalk, SetsTheStateOfEachRule)
 {
     for (case_row &c : case_rows("flatlink/rule_state", "rule want")) {
         SCOPED_TRACE(c["case"]);
@@ -68,17 +68,17 @@ TEST_F(rule_walk, sets_the_state_of_each_rule)
         std::string state;
         nestinglevel = 3;
         enum_rule_list(&def_database, node("r"), [&](frag **db, frag *rule, const char *) {
-            EXPECT_EQ(0, vpn_enum_link_rules(db, rule, 0));
-            EXPECT_EQ(0, nestinglevel);
+            EXPECT_EQ(vpn_enum_link_rules(db, rule, 0), 0);
+            EXPECT_EQ(nestinglevel, 0);
             state += std::to_string(rulenumber) + " " + std::to_string(ruleloglevel) + " " +
                      (rulelabel != nullptr ? '"' + std::string(rulelabel) + '"' : "-") + "\n";
             return 0;
         });
-        EXPECT_EQ(each_behind("", c["want"]), state);
+        EXPECT_EQ(state, each_behind("", c["want"]));
     }
 }
 
-TEST_F(rule_walk, reports_lost_objects_up_to_a_bound)
+TEST_F(RuleWalk, ReportsLostObjectsUpToABound)
 {
     std::string lines = objects();
     for (int i = 1; i <= 2 * MAX_OBJECT_REPORTS; ++i)
@@ -86,6 +86,6 @@ TEST_F(rule_walk, reports_lost_objects_up_to_a_bound)
     load_tree(lines);
     const report_log log;
     vpn_check_link_pair(&def_database, node("net_group_lost"), node("net_vpnnetwork_a"));
-    EXPECT_EQ(MAX_OBJECT_REPORTS, report_log::calls);
-    EXPECT_EQ("vhltcfgerr: Further reports about objects are left out.", report_log::text);
+    EXPECT_EQ(report_log::calls, MAX_OBJECT_REPORTS);
+    EXPECT_EQ(report_log::text, "vhltcfgerr: Further reports about objects are left out.");
 }

@@ -4,7 +4,7 @@
 
 using namespace flatlink;
 
-TEST(sraddrmask, reads_each_form_of_expression)
+TEST(Sraddrmask, ReadsEachFormOfExpression)
 {
     static const struct {
         const char *text;
@@ -24,11 +24,11 @@ TEST(sraddrmask, reads_each_form_of_expression)
         SCOPED_TRACE(c.text == nullptr ? "null" : c.text);
         u32 addr = 1;
         u32 mask = 1;
-        EXPECT_EQ(c.kind, sraddrmask(c.text, &addr, &mask));
-        EXPECT_EQ(c.addr, format_address(addr));
-        EXPECT_EQ(c.mask, format_address(mask));
+        EXPECT_EQ(sraddrmask(c.text, &addr, &mask), c.kind);
+        EXPECT_EQ(format_address(addr), c.addr);
+        EXPECT_EQ(format_address(mask), c.mask);
     }
-    EXPECT_EQ("10.255.255.1", sraddrmask_fill("10.*.*x.1", "255"));
-    EXPECT_EQ("1234567890123456.12345678901234",
-              sraddrmask_fill("1234567890123456.1234567890123456.1", "0"));
+    EXPECT_EQ(sraddrmask_fill("10.*.*x.1", "255"), "10.255.255.1");
+    EXPECT_EQ(sraddrmask_fill("1234567890123456.1234567890123456.1", "0"),
+              "1234567890123456.12345678901234");
 }

@@ -5,7 +5,7 @@
 
 using namespace flatlink;
 
-class decoder : public conversion_test
+class Decoder : public conversion_test
 {
 };
 
@@ -19,27 +19,27 @@ static std::string settings()
     return text + "|" + ip_hostname + "|" + ip_domainname + "|" + ip_myhostname;
 }
 
-TEST_F(decoder, stores_settings)
+TEST_F(Decoder, StoresSettings)
 {
     for (case_row &c : case_rows("flatlink/settings", "want")) {
         SCOPED_TRACE(c["case"]);
         start_anew();
         feed(c["case"]);
-        EXPECT_EQ(c["want"], settings());
+        EXPECT_EQ(settings(), c["want"]);
     }
 }
 
-TEST_F(decoder, takes_vpn_lines_only)
+TEST_F(Decoder, TakesVpnLinesOnly)
 {
     for (const char *line : {"#vlink_1_lname=x", "", "a=b", "vlink_1_lname=x", "vpn_threadcount="})
         EXPECT_TRUE(decode_vpn_buffer(line)) << line;
     for (const char *line :
          {"ab=c", "VLINK_1_lname=x", " vlink_1_lname=x", "vpn_colour=red", "vpn_threadcount"})
         EXPECT_FALSE(decode_vpn_buffer(line)) << line;
-    EXPECT_EQ(1u, linkinfos.size());
+    EXPECT_EQ(linkinfos.size(), 1u);
 }
 
-TEST_F(decoder, follows_interfaces_and_their_three_special_lists)
+TEST_F(Decoder, FollowsInterfacesAndTheirThreeSpecialLists)
 {
     for (case_row &c : case_rows("flatlink/interface_lists", "from elem want")) {
         SCOPED_TRACE(c["from"]);
@@ -49,20 +49,21 @@ TEST_F(decoder, follows_interfaces_and_their_three_special_lists)
         for (const auto &intf : intf_list)
             elements += (elements.empty() ? "" : " ") + std::to_string(intf->listno) + "." +
                         std::to_string(intf->elemno);
-        EXPECT_EQ(c["elem"], elements);
-        EXPECT_EQ(c["want"], format_address(outside_addr) + " " + format_address(outside_mask) +
-                                 (outside_face.empty() ? "" : " ") + outside_face);
+        EXPECT_EQ(elements, c["elem"]);
+        EXPECT_EQ(format_address(outside_addr) + " " + format_address(outside_mask) +
+                      (outside_face.empty() ? "" : " ") + outside_face,
+                  c["want"]);
     }
     feed("netobj_list_4_name=Inside\nnetobj_list_5_name=Service\n"
          "netobj_list_4_element_1_addr=10.0.0.1\nnetobj_list_5_element_1_interface=qfe0");
-    EXPECT_EQ("10.0.0.1", format_address(inside_addr));
-    EXPECT_EQ("qfe0", thirdside_face);
+    EXPECT_EQ(format_address(inside_addr), "10.0.0.1");
+    EXPECT_EQ(thirdside_face, "qfe0");
 }
 
-TEST(make_line, cuts_at_the_room_for_a_line)
+TEST(MakeLine, CutsAtTheRoomForALine)
 {
     for (const std::size_t size : {LINE_SIZE - 1, LINE_SIZE, 2 * LINE_SIZE}) {
         const std::string whole = "1_key=" + std::string(size - 6, 'x');
-        EXPECT_EQ(whole.substr(0, LINE_SIZE - 1), make_line("1_", "key", whole.substr(6)));
+        EXPECT_EQ(make_line("1_", "key", whole.substr(6)), whole.substr(0, LINE_SIZE - 1));
     }
 }

@@ -18,7 +18,7 @@ static const char *const words[] = {
     "rsa", "High",     "Range",       "Set", "tunnel", "trusted", "Outside", "768-bit",
     "MD5", "DES",      "KPDK",        "LZS", "SHA-1",  "CAST",    "None",    "1536-bit"};
 
-class fields : public conversion_test
+class Fields : public conversion_test
 {
   protected:
     std::string secrets, constant; // keys; of the rows that no value changes
@@ -49,13 +49,13 @@ class fields : public conversion_test
                 row.held.store(again, value.value_or(""));
                 seen.insert(value);
                 if (value && row.key != "logid") { // read as decimal, written as hexadecimal
-                    EXPECT_EQ(value, row.held.print(again)) << word;
+                    EXPECT_EQ(row.held.print(again), value) << word;
                 }
                 if (row.key == "gateway" || row.key == "use_xgw")
                     continue; // each is told by two lines
                 for (const std::string &line :
                      lines_of(new_lines(written(table, record()), written(table, given))))
-                    EXPECT_EQ(0u, line.find(std::string(row.key) + "=")) << line;
+                    EXPECT_EQ(line.find(std::string(row.key) + "="), 0u) << line;
             }
             if (seen.size() == 1)
                 constant += std::string(row.key) + " ";
@@ -63,7 +63,7 @@ class fields : public conversion_test
     }
 };
 
-TEST_F(fields, read_what_they_write)
+TEST_F(Fields, ReadWhatTheyWrite)
 {
     go_in_and_out(link_fields);
     go_in_and_out(old_link_fields);
@@ -74,13 +74,13 @@ TEST_F(fields, read_what_they_write)
     go_in_and_out(ipsecprop_fields);
     go_in_and_out(pool_fields);
     go_in_and_out(interface_fields);
-    EXPECT_EQ("fixed_remote xgwenforced name name name ", constant)
+    EXPECT_EQ(constant, "fixed_remote xgwenforced name name name ")
         << "the first two show beside others, names are told in the key";
-    EXPECT_EQ("secret ikey okey preshrd key ", secrets);
+    EXPECT_EQ(secrets, "secret ikey okey preshrd key ");
 }
 
 // Which fields two links may differ in without being two links.
-TEST_F(fields, tell_links_apart)
+TEST_F(Fields, TellLinksApart)
 {
     std::string may_differ;
     for (const field<linkinfo> &row : link_fields) {
@@ -94,6 +94,6 @@ TEST_F(fields, tell_links_apart)
         }
         may_differ += are_twins ? std::string(row.key) + " " : "";
     }
-    EXPECT_EQ("lname description ikepolicy ipsecpolicy rulenumber rulelabel nesting-level ",
-              may_differ);
+    EXPECT_EQ(may_differ,
+              "lname description ikepolicy ipsecpolicy rulenumber rulelabel nesting-level ");
 }

@@ -4,7 +4,7 @@
 
 using namespace flatlink;
 
-class interfaces : public conversion_test
+class Interfaces : public conversion_test
 {
   protected:
     // "interface name location broadcast" of each record, finished; `fields` are those of several
@@ -23,7 +23,7 @@ class interfaces : public conversion_test
     }
 };
 
-TEST_F(interfaces, of_one_address_become_one)
+TEST_F(Interfaces, OfOneAddressBecomeOne)
 {
     static const char usable[] = "addr=10.1.0.1\nnetmask=255.255.255.0\n";
     for (case_row &c : case_rows("flatlink/interface_pairs", "want")) {
@@ -31,44 +31,43 @@ TEST_F(interfaces, of_one_address_become_one)
         start_anew();
         std::string &both = c["case"];
         both.insert(both.find('|') + 1, usable);
-        EXPECT_EQ(c["want"] + '\n', finished(usable + both));
+        EXPECT_EQ(finished(usable + both), c["want"] + '\n');
     }
     for (const char *missing : {"addr=0.0.0.0", "addr=rubbish", "netmask=0.0.0.0", "netmask=x"}) {
         SCOPED_TRACE(missing);
         start_anew();
-        EXPECT_EQ("hme1 - 0 0.0.0.0\n",
-                  finished(usable + std::string("name=no interface|") + usable +
-                           "interface=hme0\nname=a\n" + missing + "|" + usable + "interface=hme1"));
+        EXPECT_EQ(finished(usable + std::string("name=no interface|") + usable +
+                           "interface=hme0\nname=a\n" + missing + "|" + usable + "interface=hme1"),
+                  "hme1 - 0 0.0.0.0\n");
     }
 }
 
 // Lines without a value never come here; fields of the tree may.
-TEST_F(interfaces, take_empty_values_like_others)
+TEST_F(Interfaces, TakeEmptyValuesLikeOthers)
 {
     static const char fields[] = "addr=10.1.0.1\nnetmask=255.255.255.0\ninterface=hme0\nname=a";
     add_partial_intf(1, 1, "name", "");
     add_partial_intf(1, 2, "broadcast", "");
     EXPECT_EQ(
-        "hme0  0 255.255.255.255\n",
-        finished("addr=10.1.0.1\nnetmask=255.255.255.0\ninterface=hme0|" + std::string(fields)))
+        finished("addr=10.1.0.1\nnetmask=255.255.255.0\ninterface=hme0|" + std::string(fields)),
+        "hme0  0 255.255.255.255\n")
         << "an empty name is a name";
 }
 
-TEST_F(interfaces, are_ordered_by_location)
+TEST_F(Interfaces, AreOrderedByLocation)
 {
     std::string elements;
     int number = 0;
     for (const std::string location : {"Heartbeat", "?", "Outside", "SERVICE", "Inside", "Outside"})
         elements += "netmask=255.0.0.0\ninterface=" + location + "\nlocation=" + location +
                     "\naddr=10.1.0." + std::to_string(++number) + "|";
-    EXPECT_EQ("Inside - 1 0.0.0.0\nSERVICE - 2 0.0.0.0\nOutside - 3 0.0.0.0\n"
-              "Outside - 3 0.0.0.0\nHeartbeat - 4 0.0.0.0\n? - 0 0.0.0.0\n",
-              finished(elements));
-    EXPECT_EQ("10.0.0.0", format_address(intf_list[0]->network));
-    EXPECT_EQ("10.1.0.3", format_address(intf_list[2]->addr)) << "equal ones keep their order";
+    EXPECT_EQ(finished(elements), "Inside - 1 0.0.0.0\nSERVICE - 2 0.0.0.0\nOutside - 3 0.0.0.0\n"
+                                  "Outside - 3 0.0.0.0\nHeartbeat - 4 0.0.0.0\n? - 0 0.0.0.0\n");
+    EXPECT_EQ(format_address(intf_list[0]->network), "10.0.0.0");
+    EXPECT_EQ(format_address(intf_list[2]->addr), "10.1.0.3") << "equal ones keep their order";
 }
 
-TEST_F(interfaces, are_found_by_address_and_name)
+TEST_F(Interfaces, AreFoundByAddressAndName)
 {
     EXPECT_TRUE(isfwaddr(parse_address("127.0.0.1")));
     add_partial_intf(1, 1, "addr", "10.1.0.1");
@@ -78,6 +77,6 @@ TEST_F(interfaces, are_found_by_address_and_name)
     EXPECT_TRUE(isfwaddr(parse_address("10.1.0.2")));
     add_partial_intf(1, 1, "interface", "hme0");
     add_partial_intf(1, 2, "interface", "hme0");
-    EXPECT_EQ("10.1.0.2", format_address(ifname2addr("hme0"))) << "the first of that name";
-    EXPECT_EQ(0u, ifname2addr("HME0"));
+    EXPECT_EQ(format_address(ifname2addr("hme0")), "10.1.0.2") << "the first of that name";
+    EXPECT_EQ(ifname2addr("HME0"), 0u);
 }

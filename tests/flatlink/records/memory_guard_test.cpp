@@ -38,7 +38,7 @@ static long allocations_left = 0; // the last of them fails; 0: none does
     std::free(memory);
 }
 
-class memory : public conversion_test
+class Memory : public conversion_test
 {
   protected:
     static std::string all_records()
@@ -63,7 +63,7 @@ class memory : public conversion_test
     }
 };
 
-TEST_F(memory, that_runs_out_costs_a_line_which_is_reported)
+TEST_F(Memory, ThatRunsOutCostsALineWhichIsReported)
 {
     static const std::string w(99, 'w'); // longer than what a text holds without an allocation
     static const std::string any = "vpndata:Malloc failure\n", spaced = "vpndata: Malloc failure\n";
@@ -101,8 +101,8 @@ TEST_F(memory, that_runs_out_costs_a_line_which_is_reported)
                 messages += message;
             last = message;
             feed(c.line);
-            EXPECT_EQ(whole, all_records()) << "the same line once more, after allocation " << n;
+            EXPECT_EQ(all_records(), whole) << "the same line once more, after allocation " << n;
         }
-        EXPECT_EQ(c.messages, messages + message.substr(0, message.find(" VPN")));
+        EXPECT_EQ(messages + message.substr(0, message.find(" VPN")), c.messages);
     }
 }

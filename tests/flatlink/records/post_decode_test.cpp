@@ -8,27 +8,27 @@
 
 using namespace flatlink;
 
-class finishing : public conversion_test
+class Finishing : public conversion_test
 {
 };
 
-TEST_F(finishing, drops_what_has_no_name_and_upgrades_older_links)
+TEST_F(Finishing, DropsWhatHasNoNameAndUpgradesOlderLinks)
 {
     feed("link_0001_type=pass\nlink_0002_lname=a\nlink_0002_mode=swipe\npair_0001_lname=b\n"
          "pair_0001_rname=c\nvlink_1_secret=s\nvlink_2_lname=d\nvlink_3_secret=s\n"
          "key_0001_id=x\nkey_0002_key=k\nkey_0003_type=DNS\n");
-    EXPECT_EQ(0, post_decode());
-    ASSERT_EQ(2u, links.size());
-    EXPECT_EQ("a", links[0]->lname);
-    EXPECT_EQ(0, links[0]->mode);
-    EXPECT_EQ("b <=> c", links[1]->lname);
-    EXPECT_EQ(0, autosortold + swipelinks);
-    EXPECT_EQ("d ", values_of(saved(save_linkinfos, linkinfos), "lname"));
-    ASSERT_EQ(1u, swkeys.size());
-    EXPECT_EQ("k", swkeys[0]->key);
+    EXPECT_EQ(post_decode(), 0);
+    ASSERT_EQ(links.size(), 2u);
+    EXPECT_EQ(links[0]->lname, "a");
+    EXPECT_EQ(links[0]->mode, 0);
+    EXPECT_EQ(links[1]->lname, "b <=> c");
+    EXPECT_EQ(autosortold + swipelinks, 0);
+    EXPECT_EQ(values_of(saved(save_linkinfos, linkinfos), "lname"), "d ");
+    ASSERT_EQ(swkeys.size(), 1u);
+    EXPECT_EQ(swkeys[0]->key, "k");
 }
 
-TEST_F(finishing, finds_the_default_route)
+TEST_F(Finishing, FindsTheDefaultRoute)
 {
     for (const char *lines : {"1_addr=10.1.0.1\n1_netmask=255.255.255.0\n1_interface=a",
                               "2_addr=10.2.0.1\n2_netmask=255.255.255.0\n2_interface=b",
@@ -41,11 +41,11 @@ TEST_F(finishing, finds_the_default_route)
           std::pair{"10.3.0.254", "10.3.0.254"}, std::pair{"x.invalid", "255.255.255.255"}}) {
         my_def_interface = router;
         post_decode();
-        EXPECT_EQ(route, format_address(my_def_route));
+        EXPECT_EQ(format_address(my_def_route), route);
     }
 }
 
-TEST_F(finishing, knows_interfaces_and_the_host_name_before_it_sorts)
+TEST_F(Finishing, KnowsInterfacesAndTheHostNameBeforeItSorts)
 {
     int number = 0;
     for (const std::string local : {"10.1.0.7", "10.1.0.1", "gate.x.invalid"})
@@ -58,12 +58,12 @@ TEST_F(finishing, knows_interfaces_and_the_host_name_before_it_sorts)
     feed("netobj_list_1_element_2_addr=10.1.0.7"); // no interface, and dropped
     feed("ip_hostname=gate\nip_domainname=x.invalid");
     post_decode();
-    EXPECT_EQ("10.1.0.1 gate.x.invalid 10.1.0.7 ",
-              values_of(saved(save_linkinfos, linkinfos), "lname"));
+    EXPECT_EQ(values_of(saved(save_linkinfos, linkinfos), "lname"),
+              "10.1.0.1 gate.x.invalid 10.1.0.7 ");
 }
 
 // A reload, or a second file, goes through what the first one left.
-TEST_F(finishing, keeps_the_order_of_what_is_finished)
+TEST_F(Finishing, KeepsTheOrderOfWhatIsFinished)
 {
     const auto policies = [](const std::string &names) {
         std::string lines;
@@ -88,26 +88,26 @@ TEST_F(finishing, keeps_the_order_of_what_is_finished)
                           "mcpool_p_dns_3=10.0.0.3\n");
     for (int run = 0; run < 2; ++run) {
         post_decode();
-        EXPECT_EQ("b a b a p ", shown("_name")) << run;
-        EXPECT_EQ("1 2 1 2 ", shown("lifetime")) << run;
-        EXPECT_EQ("1 2 1 2 ", shown("lifetime_mb")) << run;
+        EXPECT_EQ(shown("_name"), "b a b a p ") << run;
+        EXPECT_EQ(shown("lifetime"), "1 2 1 2 ") << run;
+        EXPECT_EQ(shown("lifetime_mb"), "1 2 1 2 ") << run;
     }
     feed(policies("ca") + "mcpool_p_addr_1=10.9.0.1\nmcpool_p_net_0_addr=10.0.0.4\n"
                           "mcpool_p_dns_0=10.0.0.4\n");
     post_decode();
-    EXPECT_EQ("b a c b a c p ", shown("_name"));
-    EXPECT_EQ("1 2 1 2 1 2 1 2 ", shown("lifetime_mb")) << "new proposals come last";
-    EXPECT_EQ("10.9.0.7 10.9.0.1 ", shown("addr_1") + shown("addr_2"))
+    EXPECT_EQ(shown("_name"), "b a c b a c p ");
+    EXPECT_EQ(shown("lifetime_mb"), "1 2 1 2 1 2 1 2 ") << "new proposals come last";
+    EXPECT_EQ(shown("addr_1") + shown("addr_2"), "10.9.0.7 10.9.0.1 ")
         << "what stayed has moved up, to the numbers from 0";
-    EXPECT_EQ("10.0.0.4 10.0.0.4 ", shown("net_1_addr") + shown("dns_1"));
+    EXPECT_EQ(shown("net_1_addr") + shown("dns_1"), "10.0.0.4 10.0.0.4 ");
 }
 
-TEST_F(finishing, asks_names_anew)
+TEST_F(Finishing, AsksNamesAnew)
 {
     for (const char *addr : {"192.0.2.1", "192.0.2.2"}) {
         host_names.hosts["peer.invalid"] = {{addr}};
         feed("vlink_1_lname=a\nvlink_1_gateway=peer.invalid");
         post_decode();
-        EXPECT_EQ(addr, format_address(linkinfos[0]->gateway_addr));
+        EXPECT_EQ(format_address(linkinfos[0]->gateway_addr), addr);
     }
 }

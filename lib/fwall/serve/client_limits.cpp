@@ -1,29 +1,17 @@
 #include "lib/fwall/serve/client_limits.h"
 
+#include "lib/fwall/serve/children.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/address.h"
 #include "lib/ulib/notice.h"
 
-#include <algorithm>
 #include <chrono>
 #include <sys/socket.h>
-#include <vector>
 
 using namespace flatlink;
 
-namespace
-{
-
 using steady = std::chrono::steady_clock;
 
-struct served_client {
-    pid_t child;
-    in_addr_t client_be;
-};
-
-} // namespace
-
-static std::vector<served_client> clients;
 static steady::time_point second_begun;
 static int served_in_second = 0;
 
@@ -41,10 +29,7 @@ static bool is_within_address_limit(int connection, in_addr_t &client_be)
     if (proxy_address_limit <= 0)
         return true;
     client_be = address_of_client(connection);
-    const auto count = std::count_if(clients.begin(), clients.end(), [&](const served_client &one) {
-        return one.client_be == client_be;
-    });
-    if (count < proxy_address_limit)
+    if (client_be == INADDR_ANY || clients_from(client_be) < proxy_address_limit)
         return true;
     notice(EVENT_CHILD_LIMIT, 0, "deny use of proxy: too many connections from %s (limit %d)",
            format_address(client_be).c_str(), proxy_address_limit);
@@ -73,20 +58,4 @@ bool flatlink::is_within_client_limits(int connection, in_addr_t &client_be)
 {
     client_be = INADDR_ANY;
     return is_within_address_limit(connection, client_be) && is_within_rate_limit();
-}
-
-void flatlink::add_client(pid_t child, in_addr_t client_be)
-{
-    if (client_be != INADDR_ANY)
-        clients.push_back({child, client_be});
-}
-
-void flatlink::remove_client(pid_t child)
-{
-    const auto found = std::find_if(clients.begin(), clients.end(),
-                                    [&](const served_client &one) { return one.child == child; });
-    if (found == clients.end())
-        return;
-    *found = clients.back(); // the order does not matter
-    clients.pop_back();
 }

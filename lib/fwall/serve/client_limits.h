@@ -3,7 +3,6 @@
 #pragma once
 
 #include <netinet/in.h>
-#include <sys/types.h>
 
 namespace flatlink
 {
@@ -12,12 +11,7 @@ namespace flatlink
 //   "deny use of proxy: too many connections from ADDRESS (limit N)"
 //   "deny use of proxy: too many connections a second (limit N)"
 //   connection   the accepted socket, which stays the caller's
-//   client_be    receives the client's address for add_client; INADDR_ANY if that is not needed
+//   client_be    receives the client's address for add_client; INADDR_ANY if no limit needs it
 bool is_within_client_limits(int connection, in_addr_t &client_be);
-
-// Note that a child serves a client, and that it has ended. The address INADDR_ANY, and a process
-// that serves no client, are ignored.
-void add_client(pid_t child, in_addr_t client_be);
-void remove_client(pid_t child);
 
 } // namespace flatlink

@@ -3,6 +3,7 @@
 #include "lib/fwall/log/log.h"
 #include "lib/fwall/match/port.h"
 #include "lib/fwall/serve/accept_lock.h"
+#include "lib/fwall/serve/children.h"
 #include "lib/fwall/serve/client_limits.h"
 #include "lib/fwall/serve/daemon_signals.h"
 #include "lib/fwall/serve/init.h"
@@ -119,7 +120,7 @@ static void fork_acceptors()
     for (int i = 1; i < proxy_accept_count; ++i) {
         const pid_t pid = fork();
         if (pid == 0) {
-            clear_acceptors();
+            clear_children();
             return;
         }
         if (pid < 0)

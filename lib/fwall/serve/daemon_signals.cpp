@@ -1,20 +1,17 @@
 #include "lib/fwall/serve/daemon_signals.h"
 
 #include "lib/fwall/log/log.h"
-#include "lib/fwall/serve/client_limits.h"
+#include "lib/fwall/serve/children.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/name_table.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/safe_text.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <string_view>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 using namespace flatlink;
 
@@ -33,7 +30,6 @@ static void (*volatile proxy_callback)(int number) = nullptr;
 static volatile sig_atomic_t at_any_instant = 0; // 1 in a connection child
 static bool held = false;                        // true from start_daemon_signals on
 static sigset_t open_mask;                       // while a process waits, and in its children
-static std::vector<pid_t> acceptors;
 
 static void tell(events event, const safe_line &line)
 {
@@ -68,12 +64,7 @@ static void on_status(int)
 void waitwaitwait()
 {
     const int error = errno;
-    pid_t pid = 0;
-    while ((pid = waitpid(-1, nullptr, WNOHANG)) > 0)
-        if (std::find(acceptors.begin(), acceptors.end(), pid) == acceptors.end()) {
-            --proxy_child_count;
-            remove_client(pid);
-        }
+    collect_children();
     install(SIGCHLD, on_child);
     errno = error;
 }
@@ -140,19 +131,9 @@ signals_open::~signals_open()
         hold_signals(nullptr);
 }
 
-void flatlink::add_acceptor(pid_t pid)
-{
-    acceptors.push_back(pid);
-}
-
-void flatlink::clear_acceptors()
-{
-    acceptors.clear();
-}
-
 void flatlink::give_signals_back()
 {
-    acceptors.clear();
+    clear_children();
     at_any_instant = 1;
     held = false;
     (void)sigprocmask(SIG_SETMASK, &open_mask, nullptr);

@@ -4,8 +4,6 @@
 // what is async-signal-safe: see stat_signal and hup_exit.
 #pragma once
 
-#include <sys/types.h>
-
 // Handler of SIGCHLD: collects all finished children, subtracts each connection among them from
 // `proxy_child_count`, and installs itself again.
 void waitwaitwait();
@@ -42,12 +40,6 @@ class signals_open
     signals_open(const signals_open &) = delete;
     signals_open &operator=(const signals_open &) = delete;
 };
-
-// Notes that a child is an accepting process, so that its end does not count as a connection's.
-void add_acceptor(pid_t pid);
-
-// Empties the list of acceptors; call in a new accepting process, whose children they are not.
-void clear_acceptors();
 
 // Unblocks the signals for good; call in a new connection child when the daemon's part is done.
 void give_signals_back();

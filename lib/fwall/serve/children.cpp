@@ -1,0 +1,65 @@
+#include "lib/fwall/serve/children.h"
+
+#include "lib/fwall/table/proxy.h"
+
+#include <algorithm>
+#include <sys/wait.h>
+#include <vector>
+
+using namespace flatlink;
+
+namespace
+{
+
+struct served_client {
+    pid_t child;
+    in_addr_t client_be;
+};
+
+} // namespace
+
+static std::vector<pid_t> acceptors;
+static std::vector<served_client> clients;
+
+void flatlink::add_acceptor(pid_t pid)
+{
+    acceptors.push_back(pid);
+}
+
+void flatlink::add_client(pid_t child, in_addr_t client_be)
+{
+    clients.push_back({child, client_be});
+}
+
+void flatlink::clear_children()
+{
+    acceptors.clear();
+    clients.clear();
+}
+
+static void remove_client(pid_t child)
+{
+    const auto found = std::find_if(clients.begin(), clients.end(),
+                                    [&](const served_client &one) { return one.child == child; });
+    if (found == clients.end())
+        return;
+    *found = clients.back(); // the order does not matter
+    clients.pop_back();
+}
+
+void flatlink::collect_children()
+{
+    pid_t pid = 0;
+    while ((pid = waitpid(-1, nullptr, WNOHANG)) > 0)
+        if (std::erase(acceptors, pid) == 0) {
+            --proxy_child_count;
+            remove_client(pid);
+        }
+}
+
+int flatlink::clients_from(in_addr_t client_be)
+{
+    return static_cast<int>(
+        std::count_if(clients.begin(), clients.end(),
+                      [&](const served_client &one) { return one.client_be == client_be; }));
+}

@@ -3,6 +3,7 @@
 #include "lib/fwall/match/port.h"
 #include "lib/fwall/serve/daemon.h"
 #include "lib/fwall/serve/init.h"
+#include "lib/fwall/serve/service_manager.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/report.h"
@@ -83,7 +84,7 @@ static int start_daemon()
         notice(EVENT_BAD_ENTRY, 0, "cfgerr: cannot decode %s as port", gPortName);
         return 1;
     }
-    if (!can_listen(port)) {
+    if (handed_listener() < 0 && !can_listen(port)) {
         notice(EVENT_BIND, 0, "Failed to bind port %d, %s", port, std::strerror(errno));
         return 1;
     }

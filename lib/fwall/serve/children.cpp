@@ -3,6 +3,7 @@
 #include "lib/fwall/table/proxy.h"
 
 #include <algorithm>
+#include <csignal>
 #include <sys/wait.h>
 #include <vector>
 
@@ -62,4 +63,22 @@ int flatlink::clients_from(in_addr_t client_be)
     return static_cast<int>(
         std::count_if(clients.begin(), clients.end(),
                       [&](const served_client &one) { return one.client_be == client_be; }));
+}
+
+bool flatlink::has_children()
+{
+    return !acceptors.empty() || !clients.empty();
+}
+
+// A child keeps its number until it is collected, so no other process is hit.
+void flatlink::signal_acceptors(int number)
+{
+    for (const pid_t pid : acceptors)
+        (void)kill(pid, number);
+}
+
+void flatlink::signal_clients(int number)
+{
+    for (const served_client &one : clients)
+        (void)kill(one.child, number);
 }

@@ -24,4 +24,11 @@ void collect_children();
 // The number of connections from an address.
 int clients_from(in_addr_t client_be);
 
+// True until all children have been collected.
+bool has_children();
+
+// Send a signal to all accepting processes of the list, and to all children of connections.
+void signal_acceptors(int number);
+void signal_clients(int number);
+
 } // namespace flatlink

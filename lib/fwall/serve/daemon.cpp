@@ -7,7 +7,9 @@
 #include "lib/fwall/serve/client_limits.h"
 #include "lib/fwall/serve/daemon_signals.h"
 #include "lib/fwall/serve/init.h"
+#include "lib/fwall/serve/service_manager.h"
 #include "lib/fwall/serve/standard_fds.h"
+#include "lib/fwall/serve/stop.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/log_sender.h"
 #include "lib/ulib/notice.h"
@@ -121,6 +123,7 @@ static void fork_acceptors()
         const pid_t pid = fork();
         if (pid == 0) {
             clear_children();
+            leave_service_manager();
             return;
         }
         if (pid < 0)
@@ -241,27 +244,47 @@ static void serve(acceptor &own)
     }
 }
 
-int do_daemon(const char *port)
+// False when the fork failed.
+static bool continue_in_background(int port)
 {
-    const int number = port_number(port);
     (void)setsid(); // fails for a group leader, which is about to end
     const pid_t pid = fork_clean();
-    if (pid < 0)
-        return -1;
     if (pid > 0) {
-        write_pid_file(number, pid);
+        write_pid_file(port, pid);
         _exit(0);
     }
+    return pid == 0;
+}
+
+// The port of a socket that was handed over, which counts before what the command line says.
+static int port_of(int listener)
+{
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    (void)getsockname(listener, reinterpret_cast<sockaddr *>(&address), &length); // it is a socket
+    return ntohs(address.sin_port);
+}
+
+int do_daemon(const char *port)
+{
+    int number = port_number(port);
+    if (!has_service_manager() && !continue_in_background(number))
+        return -1;
+    if (handed_listener() >= 0)
+        number = port_of(handed_listener());
+    (void)std::fflush(nullptr); // before the first connection forks, as in fork_clean
     standard_fds_to_null();
     set_log_wait_ms(0); // while an accepting process waits, so do all clients
     share_lost_counts();
     notice(EVENT_DAEMON, 0, "Starting daemon mode on port %s(%d)", port, number);
     acceptor own;
-    own.listener = open_listener(number);
+    own.listener = handed_listener() >= 0 ? handed_listener() : open_listener(number);
     own.spare = open_spare();
+    prepare_stop(own.listener);
     start_daemon_signals();
     if (proxy_accept_count > 1)
         lock_init(port);
+    tell_service_manager("READY=1");
     fork_acceptors();
     serve(own);
     return 0;

@@ -2,6 +2,7 @@
 
 #include "lib/fwall/log/log.h"
 #include "lib/fwall/serve/children.h"
+#include "lib/fwall/serve/stop.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/name_table.h"
 #include "lib/ulib/notice.h"
@@ -69,7 +70,7 @@ void waitwaitwait()
     errno = error;
 }
 
-void hup_exit(int number)
+static void report_signal(int number)
 {
     const std::string_view name = parsenumtoname(signal_names, number);
     safe_line line;
@@ -78,11 +79,30 @@ void hup_exit(int number)
     else
         line << "caught " << name << " signal";
     tell(EVENT_SIGNAL, line);
+}
+
+[[noreturn]] static void finish(int number, int status)
+{
     if (proxy_callback != nullptr)
         proxy_callback(number);
     if (at_any_instant != 0)
-        _exit(1);
-    std::exit(1);
+        _exit(status);
+    std::exit(status);
+}
+
+void hup_exit(int number)
+{
+    report_signal(number);
+    finish(number, 1);
+}
+
+static void on_stop(int number)
+{
+    if (at_any_instant != 0 || !is_stop_orderly())
+        hup_exit(number);
+    report_signal(number);
+    stop_orderly();
+    finish(number, 0);
 }
 
 void stat_signal()
@@ -114,8 +134,9 @@ void flatlink::start_daemon_signals()
         sigdelset(&open_mask, number); // the parent may have started us with them blocked
     held = true;
     install(SIGCHLD, on_child);
-    for (const int number : {SIGHUP, SIGINT, SIGTERM})
+    for (const int number : {SIGHUP, SIGINT})
         install(number, hup_exit);
+    install(SIGTERM, on_stop);
     install(SIGUSR1, on_status);
 }
 

@@ -75,6 +75,7 @@ static constexpr keyword_row keywords[] = {
     {"bind-address", "needs an argument", true, set_bind_address},
     {"address-limit", "needs an argument", false, set_number<proxy_address_limit>},
     {"rate-limit", "needs an argument", false, set_number<proxy_rate_limit>},
+    {"stop-timeout", "needs an argument", false, set_number<proxy_stop_timeout>},
 };
 
 static void apply_keyword(const keyword_row &row)

@@ -14,6 +14,7 @@ std::int32_t proxy_child_limit = 0;
 std::int32_t proxy_accept_count = 1;
 std::int32_t flatlink::proxy_address_limit = 0;
 std::int32_t flatlink::proxy_rate_limit = 0;
+std::int32_t flatlink::proxy_stop_timeout = 0;
 sockaddr_in proxy_bind;
 char policy_name[64];
 const char *gPortName = nullptr;

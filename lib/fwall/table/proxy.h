@@ -27,6 +27,8 @@ namespace flatlink
 
 extern std::int32_t proxy_address_limit; // connections from one address; 0 or less: no limit
 extern std::int32_t proxy_rate_limit;    // connections a second; 0 or less: no limit
+extern std::int32_t proxy_stop_timeout;  // seconds that connections have after SIGTERM; 0 or less:
+                                         // it ends the daemon at once
 
 } // namespace flatlink
 extern sockaddr_in proxy_bind; // address to listen on; the daemon sets family and port

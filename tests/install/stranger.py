@@ -4,6 +4,7 @@ as a subproject. Needs a build of everything.
 """
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -73,6 +74,19 @@ class Stranger(unittest.TestCase):
         for name in ("doc/flatlink/LICENSE", "doc/flatlink/CHANGELOG.md", "man/man1/flatlink.1",
                      "man/man5/netperm-table.5", "man/man7/flatlink-proxy.7"):
             self.assertTrue((self.prefix / "share" / name).is_file())
+
+    @unittest.skipUnless(shutil.which("systemd-analyze"), "no systemd-analyze")
+    def test_units(self):
+        names = ("plug-relay.service", "plug-relay.socket")
+        for name in names:
+            text = (self.prefix / "lib/systemd/system" / name).read_text()
+            text = re.sub("ExecStart=.*/bin", f"ExecStart={self.prefix}/bin", text)
+            (self.work / name).write_text(text)
+        said = run("systemd-analyze", "verify", "--man=no", *(self.work / name for name in names))
+        self.assertEqual("", said)
+        # 2.0 at most, in tenths.
+        run("systemd-analyze", "security", "--offline=true", "--threshold=20",
+            self.work / names[0])
 
 
 if __name__ == "__main__":

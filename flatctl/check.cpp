@@ -17,14 +17,18 @@ static bool is_wanted(const request &asked, const finding &found)
 }
 
 static int check_file(const request &asked, const std::string &path, const known_world &world,
-                      checked_input &checked)
+                      const std::map<std::string, proxy_options> &options, checked_input &checked)
 {
-    if (const std::string error = open_database(path, asked, checked.file); !error.empty()) {
+    std::string error = open_database(path, asked, checked.file);
+    if (error.empty())
+        error = make_rereadable(checked.file);
+    if (!error.empty()) {
         tell(error);
         return STATUS_UNREADABLE;
     }
     checked.file.limits.may_use_memory_files = true; // for the reader of a table
-    const int status = check_input({.kind = asked.kind}, world, checked);
+    check_task task{.kind = asked.kind, .proxy = asked.proxy, .options = options};
+    const int status = check_input(task, world, checked);
     std::erase_if(checked.findings, [&](const finding &found) { return !is_wanted(asked, found); });
     fold_findings(checked.findings);
     return status;
@@ -33,15 +37,25 @@ static int check_file(const request &asked, const std::string &path, const known
 int flatlink::run_check(const request &asked)
 {
     known_world world;
-    if (const std::string error = read_world(asked, world); !error.empty()) {
+    auto options = installed_proxy_options();
+    std::string error = read_world(asked, world);
+    if (error.empty() && !asked.options.empty()) {
+        if (asked.proxy.empty()) {
+            tell("--options needs --proxy, whose options they are");
+            return STATUS_USAGE;
+        }
+        error = read_proxy_options(asked.options, options[asked.proxy]);
+    }
+    if (!error.empty()) {
         tell(error);
         return STATUS_UNREADABLE;
     }
+    read_services(world);
     std::vector<checked_input> all(asked.operands.size());
     level_counts counts;
     int status = STATUS_FINE;
     for (std::size_t i = 0; i < all.size(); ++i) {
-        status = std::max(status, check_file(asked, asked.operands[i], world, all[i]));
+        status = std::max(status, check_file(asked, asked.operands[i], world, options, all[i]));
         for (const finding &found : all[i].findings)
             counts.add(found.row->level);
     }

@@ -42,7 +42,7 @@ class checker
     {
     }
 
-    int run();
+    int run(int first_step);
     void add(std::string_view code, std::int32_t line, std::string detail,
              std::int32_t related_line = 0);
 
@@ -54,7 +54,7 @@ class checker
     void check_spelling(const frag *node);
     void check_access();
     void derive();
-    std::vector<finding> check_flat();
+    void check_flat();
     void send_all();
 
     const input &database_;
@@ -211,7 +211,7 @@ void checker::derive()
 }
 
 // Reads lines as the reader of flat data does; what it refuses it says on the error stream.
-std::vector<finding> checker::check_flat()
+void checker::check_flat()
 {
     for (std::string_view rest = text_; !rest.empty();) {
         const std::string line(rest.substr(0, rest.find('\n')));
@@ -221,7 +221,6 @@ std::vector<finding> checker::check_flat()
             decode_nonvpn_buffer(line);
     }
     (void)post_decode();
-    return {};
 }
 
 // In the order of their lines, each with its line's text, which one pass over the input finds.
@@ -251,7 +250,7 @@ void checker::send_all()
     port_.send(frame_kind::RECORD, packed_facts(facts_));
 }
 
-int checker::run()
+int checker::run(int first_step)
 {
     if (!read_text())
         return STATUS_UNREADABLE;
@@ -260,8 +259,12 @@ int checker::run()
     if (task_.kind == "flat" || task_.kind == "table" ||
         (task_.kind == "auto" && looks_like_table(text_))) {
         facts_.kind = task_.kind == "flat" ? "flat" : "table";
-        found_ = task_.kind == "flat" ? check_flat() : check_table(text_, facts_);
-        send_all();
+        if (task_.kind == "flat") {
+            check_flat();
+            send_all();
+        } else {
+            check_table(text_, {task_.proxy, &task_.options, first_step}, facts_, port_);
+        }
         return STATUS_FINE;
     }
     import_watch = &OBSERVER;
@@ -283,8 +286,8 @@ int checker::run()
 } // namespace
 
 int flatlink::check_in_child(const input &database, const check_task &task,
-                             const known_world &world, child_port &port)
+                             const known_world &world, int first_step, child_port &port)
 {
     enter_world(world, port);
-    return checker(database, task, port).run();
+    return checker(database, task, port).run(first_step);
 }

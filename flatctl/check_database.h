@@ -12,7 +12,8 @@ namespace flatlink
 // (check_table.h), and any other input is taken for a database: reads, brings to the current layout
 // and derives, as a conversion does, and sends findings and facts (check_message.h). Returns an
 // exit_status, which tells whether the work came to its end, not what it found.
+//   first_step  0, or the step from which the check of a table goes on
 int check_in_child(const input &database, const check_task &task, const known_world &world,
-                   child_port &port);
+                   int first_step, child_port &port);
 
 } // namespace flatlink

@@ -7,7 +7,8 @@
 
 using namespace flatlink;
 
-static constexpr std::string_view FACTS = "facts"; // in the place of a finding's code
+// In the place of a finding's code.
+static constexpr std::string_view FACTS = "facts", STEP = "step", CAUSE = "cause";
 
 // Texts with a NUL terminator each.
 static void pack(std::string &bytes, std::string_view text)
@@ -93,4 +94,32 @@ bool flatlink::unpack_facts(std::string_view bytes, input_facts &facts)
     while (!bytes.empty())
         facts.names.push_back(unpack(bytes));
     return true;
+}
+
+std::string flatlink::packed_step(int step)
+{
+    std::string bytes;
+    pack(bytes, STEP);
+    pack(bytes, std::to_string(step));
+    return bytes;
+}
+
+bool flatlink::unpack_step(std::string_view bytes, int &step)
+{
+    if (unpack(bytes) != STEP)
+        return false;
+    step = lenient_number(unpack(bytes));
+    return true;
+}
+
+std::string flatlink::packed_cause(const finding &found)
+{
+    std::string bytes;
+    pack(bytes, CAUSE);
+    return bytes + packed_finding(found);
+}
+
+bool flatlink::unpack_cause(std::string_view bytes, finding &found)
+{
+    return unpack(bytes) == CAUSE && unpack_finding(bytes, found);
 }

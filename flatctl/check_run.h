@@ -4,13 +4,17 @@
 #include "flatctl/findings.h"
 #include "flatctl/input.h"
 #include "flatctl/kind.h"
+#include "flatctl/proxy_options.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
 // What is to be checked.
 struct check_task {
     std::string kind = "auto"; // or database, table, flat
+    std::string proxy = {};    // of a table, the only one to be checked; empty for all
+    std::map<std::string, proxy_options> options = {}; // of a table, by proxy
 };
 
 struct checked_input {

@@ -1,17 +1,36 @@
 // The check of one netperm-table: runs inside of a child that may use files of memory.
+//
+// Everything that is found comes from the code that proxies run: reports, and what its watch
+// (table_watch.h) tells. Where that code ends the process, the child ends, and another one goes on
+// with the next step.
 #pragma once
 
 #include "flatctl/findings.h"
 #include "flatctl/kind.h"
+#include "flatctl/proxy_options.h"
+#include "flatctl/run_child.h"
 
+#include <map>
+#include <string>
 #include <string_view>
 #include <vector>
+
+struct table_task {
+    std::string proxy; // the only one to be checked; empty for all
+    const std::map<std::string, proxy_options> *options = nullptr; // by proxy; null for none
+    int first_step = 0; // 0: the reading of the whole table; then the start of each proxy
+};
+
+// The names of one table times its bytes may be this many, since each name is read by itself: some
+// seconds. Names beyond it are not checked.
+inline constexpr double TABLE_BYTES_MAX = 4e9;
 
 namespace flatlink
 {
 
-// What the reader of the table drops, for any name in it, and what is wrong with the policies that
-// the `hosts` lines name. In the order of their lines, each once.
-std::vector<finding> check_table(std::string_view table, input_facts &facts);
+// Sends findings, facts and the steps that are taken (check_message.h). Ends the process as a proxy
+// does that cannot go on; the last step, and the report that was sent as its cause, tell why.
+void check_table(std::string_view table, const table_task &task, input_facts &facts,
+                 const child_port &port);
 
 } // namespace flatlink

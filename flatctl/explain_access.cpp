@@ -6,6 +6,7 @@
 #include "flatctl/json_write.h"
 #include "flatctl/memory_path.h"
 #include "flatctl/options.h"
+#include "flatctl/proxy_options.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 #include "lib/fwall/access/access_watch.h"
@@ -16,54 +17,21 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <list>
-#include <sstream>
 
 using namespace flatlink;
 
 namespace
 {
 
-// The options of a proxy, as its file lists them.
-struct option_list {
-    std::list<std::string> texts; // which the rows point to
-    std::vector<policy_option> rows;
-};
-
 struct explanation {
     const request &asked;
     input table;
     known_world world;
-    option_list options;
+    proxy_options options;
     access_question_asked question;
 };
 
 // ---- the command line
-
-std::string read_options(const std::string &path, option_list &options)
-{
-    constexpr std::string_view KINDS[] = {"none", "one", "list", "rest"};
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream words(line.substr(0, line.find('#')));
-        std::string name, kind, expansion;
-        if (!(words >> name))
-            continue;
-        words >> kind;
-        std::getline(words >> std::ws, expansion);
-        const auto *found = std::ranges::find(KINDS, std::string_view(kind));
-        if (found == std::end(KINDS) || name[0] != '-')
-            return shown(path) + ": not an option and its kind: " + shown_line(line);
-        options.texts.push_back(name);
-        const char *option = options.texts.back().c_str();
-        options.texts.push_back(expansion);
-        options.rows.push_back({option, static_cast<policy_kind>(found - KINDS),
-                                expansion.empty() ? nullptr : options.texts.back().c_str()});
-    }
-    options.rows.push_back({});
-    return file.eof() ? "" : shown(path) + ": " + std::strerror(errno);
-}
 
 bool is_host_text(std::string_view text)
 {
@@ -245,7 +213,7 @@ int flatlink::run_explain_access(const request &asked)
     }
     error = read_world(asked, run.world);
     if (error.empty() && !asked.options.empty())
-        error = read_options(asked.options, run.options);
+        error = read_proxy_options(asked.options, run.options);
     if (error.empty())
         error = open_input(asked.operands[0], asked, run.table);
     if (!error.empty()) {
@@ -254,7 +222,7 @@ int flatlink::run_explain_access(const request &asked)
     }
     read_services(run.world);
     run.question.proxy = asked.proxy;
-    run.question.options = run.options.rows.empty() ? nullptr : run.options.rows.data();
+    run.question.options = run.options.rows.data();
     run.table.limits.may_use_memory_files = true;
     side_frames side(run.table, asked.quiet);
     const child_result result = run_child(

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 using namespace flatlink;
@@ -55,6 +56,24 @@ std::string flatlink::open_database(const std::string &path, const request &aske
     if (installed != path && !asked.quiet)
         tell("reading " + shown(installed) + ", as flatlink would");
     return open_input(installed, asked, opened);
+}
+
+std::string flatlink::make_rereadable(input &opened)
+{
+    if (lseek(opened.fd.get(), 0, SEEK_CUR) >= 0)
+        return {};
+    descriptor copy(memfd_create("input", MFD_CLOEXEC));
+    char block[65536];
+    for (;;) {
+        const ssize_t got =
+            uninterrupted([&] { return read(opened.fd.get(), block, sizeof block); });
+        if (got == 0 && lseek(copy.get(), 0, SEEK_SET) == 0)
+            break;
+        if (got <= 0 || write(copy.get(), block, static_cast<std::size_t>(got)) != got)
+            return opened.shown + ": " + std::strerror(errno);
+    }
+    opened.fd = std::move(copy);
+    return {};
 }
 
 bool flatlink::load_input(const input &database)

@@ -29,6 +29,10 @@ std::string open_input(const std::string &path, const request &asked, input &ope
 // place, where the host has one.
 std::string open_database(const std::string &path, const request &asked, input &opened);
 
+// Takes all of an input that can be read only once, such as a pipe, into memory, so that a second
+// child can read it again. Returns as open_input does.
+std::string make_rereadable(input &opened);
+
 // Reads the database into the default tree, inside of a child; a failure goes to its error stream.
 [[nodiscard]] bool load_input(const input &database);
 

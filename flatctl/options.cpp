@@ -40,10 +40,11 @@ constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
 constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
 
 constexpr option_row OPTIONS[] = {
-    {"--proxy", "NAME", VERB_EXPLAIN_ACCESS, "the proxy's name in the table", &request::proxy},
+    {"--proxy", "NAME", VERB_CHECK | VERB_EXPLAIN_ACCESS, "the proxy's name in the table",
+     &request::proxy},
     {"--client", "ADDRESS[=NAME]", VERB_EXPLAIN_ACCESS, "who connects", &request::client},
     {"--dest", "HOST:PORT", VERB_EXPLAIN_ACCESS, "where the client wants to go", &request::dest},
-    {"--options", "FILE", VERB_EXPLAIN_ACCESS,
+    {"--options", "FILE", VERB_CHECK | VERB_EXPLAIN_ACCESS,
      "options of the proxy's hosts lines: lines of -OPTION, none|one|list|rest, EXPANSION",
      &request::options},
     {"--kind", "KIND", VERB_CHECK,

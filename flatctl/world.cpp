@@ -81,6 +81,8 @@ void flatlink::read_services(known_world &world)
 
 // ---- names
 
+static constexpr std::uint32_t NO_ONE = 65534; // number of the user and group without rights
+
 static const known_world *known = nullptr;
 static const child_port *port = nullptr;
 
@@ -155,6 +157,27 @@ static servent *service_by_name(const char *name, const char *protocol)
     return nullptr;
 }
 
+// An account that is not asked about exists, with no right that any other lacks.
+static passwd *user_by_name(const char *name)
+{
+    static passwd answer;
+    if (known->may_resolve)
+        return getpwnam(name);
+    tell_question(std::string("user ") + name, false, 0);
+    answer.pw_uid = NO_ONE;
+    return &answer;
+}
+
+static group *group_by_name(const char *name)
+{
+    static group answer;
+    if (known->may_resolve)
+        return getgrnam(name);
+    tell_question(std::string("group ") + name, false, 0);
+    answer.gr_gid = NO_ONE;
+    return &answer;
+}
+
 // ---- routes
 
 static u32 asked_route_be = 0;
@@ -221,6 +244,8 @@ void flatlink::enter_world(const known_world &world, const child_port &to)
         .host_by_name = host_by_name,
         .host_by_address = host_by_address,
         .service_by_name = service_by_name,
+        .user_by_name = user_by_name,
+        .group_by_name = group_by_name,
     };
     known = &world;
     port = &to;

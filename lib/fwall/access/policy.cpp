@@ -5,6 +5,7 @@
 #include "lib/fwall/table/enargv.h"
 #include "lib/fwall/table/policy_table.h"
 #include "lib/fwall/table/proxy.h"
+#include "lib/fwall/table/table_watch.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
 
@@ -73,7 +74,14 @@ static void take_one(const char *option, line_rest &rest, option_record &record)
     record.args.push_back(rest.take());
 }
 
-// Of an argument that begins with a brace only that character counts; the rest is dropped.
+// Takes an argument that begins with a brace, of which the rest is dropped.
+static void take_brace(line_rest &rest)
+{
+    const char *brace = rest.take();
+    if (table_watch != nullptr && brace[1] != '\0')
+        table_watch->value(value_fault::AFTER_BRACE, brace);
+}
+
 static void take_list(const char *option, line_rest &rest, option_record &record)
 {
     if (rest.argc == 0) {
@@ -85,12 +93,12 @@ static void take_list(const char *option, line_rest &rest, option_record &record
         take_one(option, rest, record);
         return;
     }
-    (void)rest.take();
+    take_brace(rest);
     record.args = record.fixed;
     while (rest.argc > 0 && rest.front()[0] != '}')
         record.args.push_back(rest.take());
     if (rest.argc > 0)
-        (void)rest.take();
+        take_brace(rest);
     else
         notice(EVENT_BAD_ENTRY, rest.line, "cfgerr: missing end of list '}', line %d", rest.line);
 }

@@ -53,16 +53,24 @@ static void say_standard_denial(int fd)
         (void)fwall_say(fd, text); // the client may be gone; it is refused all the same
 }
 
-static void say_denial(int fd)
+const char *flatlink::denial_file(bool &is_faulty)
 {
     const cfgrec *entry = cfg_first("denial-msg", proxy_confp);
-    if (entry == nullptr)
-        say_standard_denial(fd);
-    else if (entry->argc != 1)
+    is_faulty = entry != nullptr && entry->argc != 1;
+    if (is_faulty)
         notice(EVENT_BAD_ENTRY, entry->lineno,
                "cfgerr: denial-msg must have one parameter, line %d", entry->lineno);
-    else if (fwall_saypart(fd, entry->argv[0], DENIAL_MAX_BYTES) != 0)
-        notice(EVENT_DENIAL_FILE, 0, "syserr: cannot display denial-msg %s: %s", entry->argv[0],
+    return entry == nullptr || is_faulty ? nullptr : entry->argv[0];
+}
+
+static void say_denial(int fd)
+{
+    bool is_faulty = false;
+    const char *path = denial_file(is_faulty);
+    if (path == nullptr && !is_faulty)
+        say_standard_denial(fd);
+    else if (path != nullptr && fwall_saypart(fd, path, DENIAL_MAX_BYTES) != 0)
+        notice(EVENT_DENIAL_FILE, 0, "syserr: cannot display denial-msg %s: %s", path,
                std::strerror(errno));
 }
 

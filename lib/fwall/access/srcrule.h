@@ -32,6 +32,15 @@ struct cfgrec;
 [[nodiscard]] int rule_src_sub(const sockaddr_in *local, const policy_option *options,
                                const char *user);
 
+namespace flatlink
+{
+
+// The file that a denied client is told; null without a `denial-msg` entry, and after the report
+// of one with other than one parameter, which sets `is_faulty`.
+const char *denial_file(bool &is_faulty);
+
+} // namespace flatlink
+
 // Stores the rule in `connContext`: the first argument of the first `ruleNumber`, `ruleName` and
 // `logLevel` in `list`. Defaults, also used for all three when `code` is SRC_NO_RULE or SRC_FAILED:
 // "N/A", the empty name, level -1.

@@ -2,6 +2,8 @@
 // built, so it reports to the system log and leaves the cursor of cfg_get alone.
 #include "lib/fwall/log/log.h"
 #include "lib/fwall/table/config.h"
+#include "lib/ulib/events.h"
+#include "lib/ulib/report.h"
 #include "lib/ulib/system_log.h"
 
 #include <cstring>
@@ -25,12 +27,25 @@ constexpr mode_word mode_words[] = {
 
 } // namespace
 
+// Straight to the system log; see above.
+__attribute__((format(printf, 2, 3))) static void report(int line, const char *format, ...)
+{
+    UNIQUE_DATA_T uniq = UNIQUE_DATA;
+    uniq.event = EVENT_BAD_ENTRY;
+    uniq.line = line;
+    va_list args;
+    va_start(args, format);
+    if (!is_tapped(uniq, REPORT_ERROR, format, args))
+        vsystem_log(REPORT_ERROR, format, args);
+    va_end(args);
+}
+
 static std::int32_t mode_of_word(const char *word, std::int32_t line)
 {
     for (const mode_word &row : mode_words)
         if (std::strcmp(row.word, word) == 0)
             return row.mode;
-    system_log(REPORT_ERROR, "cfgerr: invalid value %s for logging keyword, line %d", word, line);
+    report(line, "cfgerr: invalid value %s for logging keyword, line %d", word, line);
     return LOG_MODE_STDLOG;
 }
 
@@ -41,15 +56,15 @@ static std::int32_t mode_of_list(cfgrec *list)
     if (logging == nullptr)
         return LOG_MODE_STDLOG;
     if (enabled != nullptr && enabled->argc >= 2) {
-        system_log(REPORT_ERROR, "cfgerr: log-enabled keyword expects only one value, line %d",
-                   enabled->lineno);
+        report(enabled->lineno, "cfgerr: log-enabled keyword expects only one value, line %d",
+               enabled->lineno);
         return LOG_MODE_STDLOG;
     }
     if (enabled != nullptr && enabled->argc == 1 && std::strcmp(enabled->argv[0], "no") == 0)
         return 0;
     if (logging->argc != 1)
-        system_log(REPORT_ERROR, "cfgerr: logging keyword expects only one value, line %d",
-                   logging->lineno);
+        report(logging->lineno, "cfgerr: logging keyword expects only one value, line %d",
+               logging->lineno);
     return logging->argc == 0 ? LOG_MODE_STDLOG : mode_of_word(logging->argv[0], logging->lineno);
 }
 

@@ -23,16 +23,25 @@ namespace
 struct octet_row {
     u32 value = 0;
     u32 given = 0; // all bits of the octets that the text has
+    bool is_exact = true;
 };
 
 } // namespace
 
-static u32 take_octet(const char *&text, const char *ends)
+// Takes a number and the point after it.
+//   is_exact  becomes false when the number is above 255, or something else stands in its place
+static u32 take_octet(const char *&text, const char *ends, bool &is_exact)
 {
     u32 value = 0;
-    for (; *text >= '0' && *text <= '9'; ++text)
-        value = (value * 10 + static_cast<u32>(*text - '0')) % 256;
-    text += std::strcspn(text, ends);
+    const char *const begin = text;
+    for (; *text >= '0' && *text <= '9'; ++text) {
+        value = value * 10 + static_cast<u32>(*text - '0');
+        is_exact = is_exact && value < 256;
+        value %= 256;
+    }
+    const std::size_t ignored = std::strcspn(text, ends);
+    is_exact = is_exact && text != begin && ignored == 0;
+    text += ignored;
     if (*text == '.')
         ++text;
     return value;
@@ -44,7 +53,7 @@ static octet_row take_octets(const char *&text, const char *ends)
 {
     octet_row row;
     for (int bits = 24; bits >= 0 && *text != '\0' && *text != ends[1]; bits -= 8) {
-        row.value |= take_octet(text, ends) << bits;
+        row.value |= take_octet(text, ends, row.is_exact) << bits;
         row.given |= 0xFFU << bits;
     }
     return row;
@@ -105,17 +114,20 @@ host_pattern flatlink::compile_octets(const char *text)
     const char *rest = text;
     const octet_row value = take_octets(rest, ".:");
     u32 mask = value.given;
+    bool is_exact = value.is_exact;
     if (*rest == ':') {
         ++rest;
         // An octet that the mask lacks is compared as a whole, if the value has it.
         const octet_row given = take_octets(rest, ".");
         mask = given.value | (value.given & ~given.given);
+        is_exact = is_exact && given.is_exact;
     }
     const bool never = (value.value & ~mask) != 0;
     return {.text = text,
             .low = value.value,
             .high = mask,
-            .kind = never ? host_kind::BAD_MASK : host_kind::OCTETS};
+            .kind = never ? host_kind::BAD_MASK : host_kind::OCTETS,
+            .is_exact = is_exact && *rest == '\0'};
 }
 
 // Reads one end of a range. False when it is no address, or too long.

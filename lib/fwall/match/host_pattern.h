@@ -71,6 +71,7 @@ struct host_pattern {
     bool wants_name : 1 = false; // compared with a name, anything else with an address
     bool has_star : 1 = false;
     bool one_star : 1 = false;
+    bool is_exact : 1 = true; // false for octets of which something is kept modulo 256 or ignored
 
     // Whether the client fits, with the look-up and the reports of hostmatch.
     bool fits(const host_client &client) const;

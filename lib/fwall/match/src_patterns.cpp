@@ -48,8 +48,7 @@ src_pattern flatlink::compile_src_pattern(const char *argument, char *room)
     return {.host = compile_host_pattern(argument, room), .kind = src_kind::HOST};
 }
 
-// Number of patterns among an entry's arguments: those before its first option.
-static int pattern_count(const cfgrec &entry)
+int flatlink::pattern_count(const cfgrec &entry)
 {
     int count = 0;
     while (count < entry.argc && entry.argv[count][0] != '-')

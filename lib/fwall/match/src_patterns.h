@@ -51,6 +51,9 @@ struct src_client {
 // Compiles the argument of a `hosts` entry; `room` is that of compile_host_pattern.
 src_pattern compile_src_pattern(const char *argument, char *room);
 
+// Number of patterns among the arguments of a `hosts` entry: those before its first option.
+int pattern_count(const cfgrec &entry);
+
 // Compiles the patterns of all `hosts` records of a list (null or the failure marker: none) and
 // keeps them with the first of these records. After that their arguments must not change, and no
 // `hosts` record may be inserted between them or removed; the list may grow at both ends. Without

@@ -6,6 +6,7 @@
 #include "lib/fwall/serve/mapu.h"
 #include "lib/fwall/table/config.h"
 #include "lib/fwall/table/proxy.h"
+#include "lib/fwall/table/table_watch.h"
 #include "lib/ulib/address.h"
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/notice.h"
@@ -53,14 +54,27 @@ template <auto &FIELD> static void set_path(const cfgrec &entry)
     set_text(FIELD, entry.argv[0]);
 }
 
+static bool is_whole_number(std::string_view text)
+{
+    if (text.starts_with('-') || text.starts_with('+'))
+        text.remove_prefix(1);
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
 template <std::int32_t &NUMBER> static void set_number(const cfgrec &entry)
 {
     NUMBER = lenient_number(entry.argv[0]);
+    if (table_watch != nullptr && !is_whole_number(entry.argv[0]))
+        table_watch->value(value_fault::WANTS_NUMBER, entry.argv[0]);
 }
 
 static void set_bind_address(const cfgrec &entry)
 {
     proxy_bind.sin_addr.s_addr = parse_address(entry.argv[0]); // none: the bind will fail
+    if (table_watch != nullptr && proxy_bind.sin_addr.s_addr == NOT_AN_ADDRESS)
+        table_watch->value(value_fault::WANTS_ADDRESS, entry.argv[0]);
+    if (table_watch != nullptr && entry.argc > 1)
+        table_watch->value(value_fault::NOT_READ, entry.argv[1]);
 }
 
 // Rows are checked for faults in this order.
@@ -83,6 +97,9 @@ static void apply_keyword(const keyword_row &row)
     const cfgrec *entry = cfg_first(row.keyword, proxy_confp);
     if (entry == nullptr)
         return;
+    for (const cfgrec *later = table_watch == nullptr ? nullptr : cfg_next(row.keyword, entry);
+         later != nullptr; later = cfg_next(row.keyword, later))
+        table_watch->overridden(*entry, *later);
     if (entry->argc == 1 || (entry->argc > 1 && row.more_allowed)) {
         row.apply(*entry);
         return;

@@ -2,6 +2,7 @@
 
 #include "lib/fwall/table/enargv.h"
 #include "lib/fwall/table/line_pieces.h"
+#include "lib/fwall/table/table_watch.h"
 #include "lib/ulib/location.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
@@ -60,8 +61,12 @@ int cfg_setpfile(const char *path)
     return table_path ? 0 : 1;
 }
 
-static void fault(const reading &now, const char *what)
+// Reports a line that is dropped.
+//   at  into the line, for the watch
+static void drop_line(const reading &now, const char *what, table_fault kind, const char *at)
 {
+    if (table_watch != nullptr)
+        table_watch->fault(kind, at);
     now.report(EVENT_BAD_ENTRY, now.lineno, "cfgerr: %s line %d %s", now.path, now.lineno, what);
 }
 
@@ -77,10 +82,15 @@ static std::string_view take_word(std::string_view &text, std::string_view separ
 
 static bool is_for(std::string_view names, std::string_view name)
 {
-    for (;;) {
+    const char *const begin = names.data();
+    for (bool is_first = true;; is_first = false) {
         const std::string_view word = take_word(names, " \t,");
+        if (table_watch != nullptr && word.empty() && is_first)
+            table_watch->fault(table_fault::NO_NAME, begin);
         if (word.empty())
             return false;
+        if (table_watch != nullptr)
+            table_watch->name(word);
         if (word == name || word == "*")
             return true;
     }
@@ -99,11 +109,13 @@ static cfgrec *read_body(reading &now, std::string_view body)
 {
     std::string_view keyword = take_word(body, " \t");
     if (keyword.empty() || keyword.find('\0') != std::string_view::npos) {
-        fault(now, "malformed");
+        drop_line(now, "malformed", table_fault::NO_ENTRY, keyword.data());
         return nullptr;
     }
+    if (table_watch != nullptr)
+        table_watch->word(keyword.data(), keyword.data() + keyword.size());
     if (body.empty()) {
-        fault(now, "missing parameter");
+        drop_line(now, "missing parameter", table_fault::NO_ARGUMENT, keyword.data());
         return nullptr;
     }
     const std::int32_t flags = take_flags(keyword);
@@ -111,7 +123,7 @@ static cfgrec *read_body(reading &now, std::string_view body)
     std::array<char, ARGUMENT_BYTES_MAX> texts;
     const int argc = enargv(body, argv.data(), ARGUMENTS_MAX, texts.data(), ARGUMENT_BYTES_MAX);
     if (argc < 0) {
-        fault(now, "too long or misquoted");
+        drop_line(now, "too long or misquoted", table_fault::TOO_LONG, body.data());
         return nullptr;
     }
     cfgrec *record = cfg_make(keyword, flags, now.lineno, argc, argv.data());
@@ -122,10 +134,15 @@ static cfgrec *read_body(reading &now, std::string_view body)
 // The record of one line, or null if there is none for this name.
 static cfgrec *read_line(reading &now, line_pieces &file, std::string_view line)
 {
+    if (table_watch != nullptr)
+        table_watch->line(now.lineno, line.substr(0, line.find('\n')));
     if (line.starts_with('#'))
         return nullptr;
     if (!line.ends_with('\n')) {
-        fault(now, "too long");
+        drop_line(now, "too long",
+                  line.size() < line_pieces::PIECE_MAX ? table_fault::NO_NEWLINE
+                                                       : table_fault::TOO_LONG,
+                  line.data());
         file.skip_line();
         return nullptr;
     }
@@ -134,7 +151,7 @@ static cfgrec *read_line(reading &now, line_pieces &file, std::string_view line)
         return nullptr;
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) {
-        fault(now, "malformed");
+        drop_line(now, "malformed", table_fault::NO_ENTRY, line.data());
         return nullptr;
     }
     return is_for(line.substr(0, colon), now.name) ? read_body(now, line.substr(colon + 1))

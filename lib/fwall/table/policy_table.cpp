@@ -2,6 +2,7 @@
 
 #include "lib/fwall/table/config.h"
 #include "lib/fwall/table/proxy.h"
+#include "lib/fwall/table/table_watch.h"
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/notice.h"
 
@@ -101,6 +102,8 @@ void flatlink::name_policy(std::string_view name)
     constexpr std::string_view PREFIX = "policy-";
     constexpr std::size_t NAME_PART = 50;
     static_assert(sizeof policy_name > PREFIX.size() + NAME_PART);
+    if (table_watch != nullptr && name.size() > NAME_PART)
+        table_watch->value(value_fault::NAME_CUT, name.data());
     set_text(policy_name, PREFIX);
     name.copy(policy_name + PREFIX.size(), NAME_PART);
 }

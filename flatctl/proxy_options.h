@@ -1,0 +1,31 @@
+// The options that a proxy's `hosts` lines take. They are compiled into each proxy; for those who
+// only look at a table they stand in a file, share/flatlink/proxies/NAME.options, a line each:
+//   -OPTION KIND [EXPANSION...]
+// with none, one, list or rest for KIND, as policy_kind names them, and '#' before a comment.
+#pragma once
+
+#include "lib/fwall/access/policy.h"
+
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+struct proxy_options {
+    std::list<std::string> texts;        // which the rows point to
+    std::vector<policy_option> rows{{}}; // with the row that ends them
+
+    bool is_known() const { return rows.size() > 1; }
+};
+
+namespace flatlink
+{
+
+// Reads a file of options. Returns the empty text, or what is wrong with it, in one line.
+std::string read_proxy_options(const std::string &path, proxy_options &options);
+
+// Those that are installed with this program, by the names of their proxies. A file that cannot be
+// read counts as none.
+std::map<std::string, proxy_options> installed_proxy_options();
+
+} // namespace flatlink

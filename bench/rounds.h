@@ -7,7 +7,7 @@
 #include <vector>
 
 // Seconds for `times` calls; each gets its index.
-template <typename CALL> double seconds_of(int times, CALL call)
+template <typename callback> double seconds_of(int times, callback call)
 {
     const auto from = std::chrono::steady_clock::now();
     for (int i = 0; i < times; ++i)

@@ -81,8 +81,8 @@ tap_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format,
 
 std::string stage_text(const access_verdict &verdict)
 {
-    constexpr const char *NAMES[] = {"client", "terms", "destination", "port"};
-    return NAMES[static_cast<int>(verdict.stage)];
+    constexpr const char *names[] = {"client", "terms", "destination", "port"};
+    return names[static_cast<int>(verdict.stage)];
 }
 
 std::string answer_of(const access_step &step)

@@ -128,8 +128,8 @@ const finding_row *flatlink::find_code(std::string_view code)
 
 std::string_view flatlink::level_name(finding_level level)
 {
-    constexpr std::string_view NAMES[] = {"error", "warning", "note"};
-    return NAMES[static_cast<int>(level)];
+    constexpr std::string_view level_names[] = {"error", "warning", "note"};
+    return level_names[static_cast<int>(level)];
 }
 
 std::string flatlink::finding_help_text(const finding_row &row)

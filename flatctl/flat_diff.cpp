@@ -20,18 +20,18 @@ struct family_row {
     std::span<const std::string_view> identity; // keys of the fields that it is known by
 };
 
-constexpr std::string_view LINK_IDENTITY[] = {
+constexpr std::string_view link_identity[] = {
     "lname",         "lnetwork_start_address", "lnetwork_delimiter",
     "lnetwork_type", "rnetwork_start_address", "rnetwork_delimiter",
     "rnetwork_type"};
-constexpr std::string_view NAME_IDENTITY[] = {"name"};
-constexpr std::string_view KEY_IDENTITY[] = {"id"};
-constexpr std::string_view INTERFACE_IDENTITY[] = {"interface", "addr"};
+constexpr std::string_view name_identity[] = {"name"};
+constexpr std::string_view key_identity[] = {"id"};
+constexpr std::string_view interface_identity[] = {"interface", "addr"};
 
 constexpr family_row families[] = {
-    {"vlink", "", LINK_IDENTITY},       {"ikePolicy", "", NAME_IDENTITY},
-    {"ipsecPolicy", "", NAME_IDENTITY}, {"mcpool", "", NAME_IDENTITY},
-    {"key", "", KEY_IDENTITY},          {"netobj_list", "element", INTERFACE_IDENTITY},
+    {"vlink", "", link_identity},       {"ikePolicy", "", name_identity},
+    {"ipsecPolicy", "", name_identity}, {"mcpool", "", name_identity},
+    {"key", "", key_identity},          {"netobj_list", "element", interface_identity},
 };
 
 struct flat_record {

@@ -9,17 +9,17 @@
 using namespace flatlink;
 
 // First parts of the keys that the programs of the firewall read, the layouts before this one too.
-static constexpr std::string_view DATABASE_PARTS[] = {
+static constexpr std::string_view database_parts[] = {
     "?xml",   "OS",    "auth",     "cust",   "def",           "destination", "fpf-serv",
     "gui",    "ip",    "lpf-serv", "net",    "netobj",        "netx",        "pfedit",
     "policy", "proxy", "rule",     "stdlog", "varnholt.conf", "version",     "vpn"};
 
 // The first that only flat data has.
-static constexpr std::string_view FLAT_PARTS[] = {"vlink", "ikePolicy", "ipsecPolicy", "mcpool",
+static constexpr std::string_view flat_parts[] = {"vlink", "ikePolicy", "ipsecPolicy", "mcpool",
                                                   "link",  "pair",      "pass",        "key"};
 
 // Keys that every flat file has, and that no database needs.
-static constexpr const char *FLAT_KEYS[] = {"vpn_kernelacceleration", "ip_myhostname"};
+static constexpr const char *flat_keys[] = {"vpn_kernelacceleration", "ip_myhostname"};
 
 input_kind flatlink::kind_of_tree(const frag *first)
 {
@@ -27,13 +27,13 @@ input_kind flatlink::kind_of_tree(const frag *first)
     bool is_database = false;
     for (const frag *node = first; node != nullptr; node = node->next) {
         if (node->child != nullptr &&
-            std::ranges::find(FLAT_PARTS, std::string_view(node->name)) != std::end(FLAT_PARTS))
+            std::ranges::find(flat_parts, std::string_view(node->name)) != std::end(flat_parts))
             return input_kind::FLAT_DATA;
         is_database =
-            is_database || std::ranges::find(DATABASE_PARTS, std::string_view(node->name)) !=
-                               std::end(DATABASE_PARTS);
+            is_database || std::ranges::find(database_parts, std::string_view(node->name)) !=
+                               std::end(database_parts);
     }
-    for (const char *key : FLAT_KEYS)
+    for (const char *key : flat_keys)
         if (ffind(&head, key) != nullptr)
             return input_kind::FLAT_DATA;
     return is_database ? input_kind::DATABASE : input_kind::UNKNOWN;
@@ -50,7 +50,7 @@ static std::string_view layout_of(frag *head)
 
 void flatlink::take_tree_facts(const frag *first, input_facts &facts)
 {
-    constexpr std::string_view NAMES[] = {"", "flat", "sections", "tags"};
+    constexpr std::string_view names[] = {"", "flat", "sections", "tags"};
     std::vector<const frag *> open{first};
     while (!open.empty()) {
         const frag *node = open.back();
@@ -61,7 +61,7 @@ void flatlink::take_tree_facts(const frag *first, input_facts &facts)
             if (node->value == nullptr)
                 continue;
             ++facts.keys;
-            const std::string_view name = NAMES[static_cast<std::size_t>(origin_notation(node))];
+            const std::string_view name = names[static_cast<std::size_t>(origin_notation(node))];
             if (facts.notation.empty() || name.empty())
                 facts.notation += name;
             else if (facts.notation != name)

@@ -13,14 +13,14 @@ using namespace flatlink;
 namespace
 {
 
-constexpr std::string_view COLORS[] = {"auto", "always", "never"};
-constexpr std::string_view FORMS[] = {"flat", "sections", "tags", "numbered", "xml", "vpn"};
-constexpr std::string_view KINDS[] = {"auto", "database", "table", "flat"};
-constexpr std::string_view FORMATS[] = {"text", "json", "jsonl", "sarif"};
+constexpr std::string_view colors[] = {"auto", "always", "never"};
+constexpr std::string_view forms[] = {"flat", "sections", "tags", "numbered", "xml", "vpn"};
+constexpr std::string_view kinds[] = {"auto", "database", "table", "flat"};
+constexpr std::string_view formats[] = {"text", "json", "jsonl", "sarif"};
 
 constexpr std::size_t MANY = 10000; // more than a command line holds
 
-constexpr verb_row VERBS[] = {
+constexpr verb_row verbs[] = {
     {"check", VERB_CHECK, "FILE...", 1, MANY, "tell what is wrong with a database or a table",
      run_check},
     {"preview", VERB_PREVIEW, "DB", 1, 1, "print what flatlink would write, and touch nothing",
@@ -39,7 +39,7 @@ constexpr verb_row VERBS[] = {
 constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
 constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
 
-constexpr option_row OPTIONS[] = {
+constexpr option_row options[] = {
     {"--proxy", "NAME", VERB_CHECK | VERB_EXPLAIN_ACCESS, "the proxy's name in the table",
      &request::proxy},
     {"--client", "ADDRESS[=NAME]", VERB_EXPLAIN_ACCESS, "who connects", &request::client},
@@ -48,11 +48,11 @@ constexpr option_row OPTIONS[] = {
      "options of the proxy's hosts lines: lines of -OPTION, none|one|list|rest, EXPANSION",
      &request::options},
     {"--kind", "KIND", VERB_CHECK,
-     "what FILE is: auto (told by its content), database, table or flat", &request::kind, KINDS},
+     "what FILE is: auto (told by its content), database, table or flat", &request::kind, kinds},
     {"--only", "CODES", VERB_CHECK, "tell these findings alone: D111,D112", &request::only},
     {"--strict", "", VERB_CHECK, "take warnings for errors", &request::strict},
     {"--to", "FORM", VERB_CONVERT, "flat, sections, tags, numbered, xml or vpn", &request::to,
-     FORMS},
+     forms},
     {"-o", "FILE", VERB_CONVERT, "write FILE, which is replaced as a whole", &request::output},
     {"--in-place", "", VERB_CONVERT, "write over DB, and keep its old content beside it",
      &request::in_place},
@@ -73,9 +73,9 @@ constexpr option_row OPTIONS[] = {
     {"--time-limit", "SECONDS", READS_DATABASE, "processor time for it (600)",
      &request::time_limit_s},
     {"--format", "FORMAT", VERB_CHECK | VERB_CONVERT | VERB_EXPLAIN_ACCESS,
-     "text, json, jsonl or sarif", &request::format, FORMATS},
+     "text, json, jsonl or sarif", &request::format, formats},
     {"--color", "WHEN", VERB_ALL, "auto (on a terminal, unless NO_COLOR is set), always or never",
-     &request::color, COLORS},
+     &request::color, colors},
     {"--quiet", "", VERB_ALL, "say nothing: the exit status is the answer (-q)", &request::quiet},
     {"-q", "", VERB_ALL, "", &request::quiet},
     {"--help", "", VERB_ALL, "show this page (-h)", &request::help},
@@ -94,18 +94,18 @@ constexpr std::string_view LAST_LINES =
 
 std::span<const verb_row> flatlink::verb_rows()
 {
-    return VERBS;
+    return verbs;
 }
 
 std::span<const option_row> flatlink::option_rows()
 {
-    return OPTIONS;
+    return options;
 }
 
 const verb_row *flatlink::find_verb(std::string_view name)
 {
-    const auto *found = std::ranges::find(VERBS, name, &verb_row::name);
-    return found == std::end(VERBS) ? nullptr : found;
+    const auto *found = std::ranges::find(verbs, name, &verb_row::name);
+    return found == std::end(verbs) ? nullptr : found;
 }
 
 // ---- the nearest word
@@ -191,9 +191,9 @@ static std::string take_option(std::span<const std::string> words, std::size_t &
     const std::string_view word = words[at];
     const std::size_t equals = word.starts_with("--") ? word.find('=') : std::string_view::npos;
     const std::string_view name = word.substr(0, equals);
-    const auto *option = std::ranges::find(OPTIONS, name, &option_row::name);
-    if (option == std::end(OPTIONS))
-        return not_known("no option", name, OPTIONS);
+    const auto *option = std::ranges::find(options, name, &option_row::name);
+    if (option == std::end(options))
+        return not_known("no option", name, options);
     if (asked.verb != nullptr && (option->verbs & asked.verb->bit) == 0)
         return std::string(asked.verb->name) + " takes no " + std::string(name);
     if (const auto *flag = std::get_if<bool request::*>(&option->target)) {
@@ -219,7 +219,7 @@ static std::string take_verb(std::span<const std::string> &words, request &asked
         words.size() > 1 ? find_verb(words[0] + " " + words[1]) : static_cast<verb_row *>(nullptr);
     asked.verb = two_words != nullptr ? two_words : find_verb(words[0]);
     if (asked.verb == nullptr)
-        return not_known("no verb", words[0], VERBS);
+        return not_known("no verb", words[0], verbs);
     words = words.subspan(two_words != nullptr ? 2 : 1);
     return {};
 }
@@ -265,7 +265,7 @@ std::string flatlink::overview_text()
     std::string text = "usage: flatctl VERB [OPTION...] OPERAND...\n\n";
     text += FIRST_LINES;
     text += "\n";
-    for (const verb_row &row : VERBS)
+    for (const verb_row &row : verbs)
         text += "  " + padded(std::string(row.name) + " " + std::string(row.operands), 30) +
                 std::string(row.summary) + "\n";
     text += "\nflatctl help VERB shows the options of a verb, flatctl help CODE what a finding "
@@ -281,7 +281,7 @@ std::string flatlink::verb_help_text(const verb_row &verb)
     text += std::string(verb.summary) + ".\n";
     text += FIRST_LINES;
     text += "\n";
-    for (const option_row &row : OPTIONS)
+    for (const option_row &row : options)
         if ((row.verbs & verb.bit) != 0 && !row.help.empty())
             text += "  " + padded(std::string(row.name) + " " + std::string(row.argument), 22) +
                     std::string(row.help) + "\n";

@@ -27,7 +27,7 @@ constexpr std::uint32_t OWN_ARCHITECTURE = 0; // no filter
 #endif
 
 // What a computation needs that has its input and its pipe open: memory, reading, writing, ending.
-constexpr int CALLS_OF_A_COMPUTATION[] = {
+constexpr int calls_of_a_computation[] = {
     SYS_read,
     SYS_readv,
     SYS_pread64,
@@ -67,10 +67,10 @@ constexpr int CALLS_OF_A_COMPUTATION[] = {
 };
 
 // What a library needs that opens its input by a path, which is that of a file of memory then.
-constexpr int CALLS_FOR_MEMORY_FILES[] = {SYS_memfd_create, SYS_openat};
+constexpr int calls_for_memory_files[] = {SYS_memfd_create, SYS_openat};
 
 // What the name service and the look-up of routes need on top.
-constexpr int CALLS_OF_A_RESOLVER[] = {
+constexpr int calls_of_a_resolver[] = {
     SYS_openat,      SYS_socket,
     SYS_connect,     SYS_bind,
     SYS_sendto,      SYS_recvfrom,
@@ -112,13 +112,13 @@ void filter_calls(const sandbox_limits &limits)
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
     };
-    for (const int call : CALLS_OF_A_COMPUTATION)
+    for (const int call : calls_of_a_computation)
         allow(program, call);
     if (limits.may_use_memory_files)
-        for (const int call : CALLS_FOR_MEMORY_FILES)
+        for (const int call : calls_for_memory_files)
             allow(program, call);
     if (limits.may_resolve)
-        for (const int call : CALLS_OF_A_RESOLVER)
+        for (const int call : calls_of_a_resolver)
             allow(program, call);
     program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM));
     const sock_fprog filter = {static_cast<unsigned short>(program.size()), program.data()};
@@ -146,7 +146,7 @@ constexpr std::uint64_t NETWORK_TCP = 0b11;      // bind, connect
 constexpr std::uint64_t SCOPE_EVERYTHING = 0b11; // abstract sockets, signals
 
 // What each version of Landlock can deny in the file system: so many bits.
-constexpr int FILE_BITS[] = {0, 13, 14, 15, 15, 16};
+constexpr int file_bits[] = {0, 13, 14, 15, 15, 16};
 constexpr long VERSION_WITH_NETWORK = 4;
 constexpr long VERSION_WITH_SCOPES = 6;
 
@@ -166,9 +166,9 @@ void lock_file_system(bool may_resolve)
     const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, ASK_VERSION);
     if (version < 1)
         return;
-    constexpr long LAST = std::size(FILE_BITS) - 1;
+    constexpr long LAST = std::size(file_bits) - 1;
     ruleset_attributes attributes{};
-    attributes.handled_files = (std::uint64_t{1} << FILE_BITS[version < LAST ? version : LAST]) - 1;
+    attributes.handled_files = (std::uint64_t{1} << file_bits[version < LAST ? version : LAST]) - 1;
     if (!may_resolve && version >= VERSION_WITH_NETWORK)
         attributes.handled_network = NETWORK_TCP;
     if (!may_resolve && version >= VERSION_WITH_SCOPES)

@@ -54,10 +54,10 @@ palette::palette(std::string_view choice, int fd)
 
 std::string palette::painted(ink meaning, std::string_view text) const
 {
-    constexpr const char *STARTS[] = {"\033[1;31m", "\033[1;33m", "\033[1;36m", "\033[1m"};
+    constexpr const char *starts[] = {"\033[1;31m", "\033[1;33m", "\033[1;36m", "\033[1m"};
     if (!is_on_)
         return std::string(text);
-    return std::string(STARTS[static_cast<int>(meaning)]).append(text).append("\033[0m");
+    return std::string(starts[static_cast<int>(meaning)]).append(text).append("\033[0m");
 }
 
 void flatlink::put(std::string_view text)

@@ -74,13 +74,17 @@ frag *populateDef42Tree(const char *path)
     return installed ? populateDef42TreeFromEnv(installed->c_str()) : nullptr;
 }
 
+frag *flatlink::load_tree_once(const char *path)
+{
+    if (def_database != nullptr)
+        return def_database;
+    const auto installed = installed_path(path != nullptr ? path : DEFAULT_DATABASE);
+    return installed ? populateDef42Tree(installed->c_str()) : nullptr;
+}
+
 const char *read_vpn_nonrule_loglevel(const char *path)
 {
-    frag *head = def_database;
-    if (head == nullptr) {
-        const auto installed = installed_path(path != nullptr ? path : DEFAULT_DATABASE);
-        head = installed ? populateDef42Tree(installed->c_str()) : nullptr;
-    }
+    frag *head = load_tree_once(path);
     return fval(&head, "stdlog_define_loglevel_nonrule_vpn_display");
 }
 
@@ -114,7 +118,7 @@ static void load_host()
 {
     load_host_name("ip_hostname");
     load_host_name("ip_domainname");
-    for (const char *key : INTERFACE_LISTS)
+    for (const char *key : interface_lists)
         if (frag *list = ffind(&def_database, key))
             load_interfaces(list);
     if (const char *router = fval(&def_database, "ip_defaultrouter"))
@@ -142,7 +146,7 @@ void flatlink::derive_records(const char *path, bool reload)
 {
     if (reload)
         free_fraglist(&def_database);
-    read_vpn_nonrule_loglevel(path);
+    (void)load_tree_once(path); // without a tree the default settings are derived
     derive_from_tree(reload);
 }
 

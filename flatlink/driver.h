@@ -18,6 +18,10 @@ namespace flatlink
 // a read that failed; then the tree is incomplete.
 [[nodiscard]] int load_database(int fd);
 
+// Loads the tree if it is empty: from the database at `path`, or null for the default one, at its
+// installed place. Returns the tree's head, null when it is empty or unread.
+frag *load_tree_once(const char *path);
+
 // Derives all records from the default tree, with a trace to `fout`, which may be null.
 //   reload  keep host names, interfaces and the default router
 void derive_from_tree(bool reload);

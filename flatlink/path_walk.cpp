@@ -8,7 +8,7 @@ using namespace flatlink;
 
 static constexpr int MAX_LINKS = 40; // the kernel's limit
 static constexpr int FOLDER_FLAGS = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-static constexpr const char *REFUSED_FOLDERS[] = {"/dev", "/proc"};
+static constexpr const char *refused_folders[] = {"/dev", "/proc"};
 
 bool flatlink::is_same_file(const struct stat &a, const struct stat &b)
 {
@@ -21,7 +21,7 @@ static fault check_folder(int folder)
     };
     if (uninterrupted([&] { return fstat(folder, &here); }) != 0)
         return {errno};
-    for (const char *refused : REFUSED_FOLDERS) {
+    for (const char *refused : refused_folders) {
         struct stat there {
         };
         if (uninterrupted([&] { return stat(refused, &there); }) == 0) {

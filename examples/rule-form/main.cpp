@@ -28,7 +28,7 @@ int main(int argc, char **argv)
     rule asked;
     int end = 0;
     {
-        CTerminal terminal;
+        form_terminal terminal;
         if (!terminal.usable()) {
             (void)std::fputs("rule-form: needs a terminal to run on\n", stderr);
             return 2;
@@ -43,9 +43,9 @@ int main(int argc, char **argv)
         end = sc_interact(stdscr, form);
         sc_destroy(form);
     }
-    if (CTerminal::interrupted() != 0) {
+    if (form_terminal::interrupted() != 0) {
         (void)std::fputs("rule-form: interrupted, nothing saved\n", stderr);
-        die_of(CTerminal::interrupted());
+        die_of(form_terminal::interrupted());
     }
     if (end != RULE_SAVED) {
         (void)std::puts(end == RULE_CANCELLED ? "cancelled, nothing saved"

@@ -17,7 +17,7 @@ static void end_input(int signal)
     dup2(no_input, STDIN_FILENO);
 }
 
-CTerminal::CTerminal()
+form_terminal::form_terminal()
 {
     if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)
         return;
@@ -30,20 +30,20 @@ CTerminal::CTerminal()
         sigaction(signal, &caught, nullptr);
     if (newterm(nullptr, stdout, stdin) == nullptr)
         return;
-    running = true;
+    running_ = true;
     savetty();
     cbreak();
     noecho();
 }
 
-void CTerminal::give_back()
+void form_terminal::give_back()
 {
-    if (running)
+    if (running_)
         endwin();
-    running = false;
+    running_ = false;
 }
 
-CTerminal::~CTerminal()
+form_terminal::~form_terminal()
 {
     give_back();
     for (const int signal : ending_signals)
@@ -52,7 +52,7 @@ CTerminal::~CTerminal()
         close(no_input);
 }
 
-int CTerminal::interrupted()
+int form_terminal::interrupted()
 {
     return ended_by;
 }

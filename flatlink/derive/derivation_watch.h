@@ -9,21 +9,21 @@ struct frag;
 // What a step works on. Steps lie inside of each other: a group's members become pairs of their
 // own, two peers become links of each, a list of networks becomes one link for each.
 enum class derivation_step : std::uint8_t {
-    rule,    // first: the rule
-    pair,    // first, second: source and destination
-    chained, // first, second: two peers
-    offer,   // first: the peer whose links are made; second: what stands on this side
-    trusted, // first, second: remote and local side
+    RULE,    // first: the rule
+    PAIR,    // first, second: source and destination
+    CHAINED, // first, second: two peers
+    OFFER,   // first: the peer whose links are made; second: what stands on this side
+    TRUSTED, // first, second: remote and local side
 };
 
 // Where the next value of a link comes from.
 enum class value_source : std::uint8_t {
-    read,        // the nodes found since the value before it
-    program,     // no node: it is the same in all links of its kind
-    peer,        // a child of the peer
-    remote_side, // the nodes found when that side was expanded
-    local_side,
-    rule, // a child of the rule
+    READ,        // the nodes found since the value before it
+    PROGRAM,     // no node: it is the same in all links of its kind
+    PEER,        // a child of the peer
+    REMOTE_SIDE, // the nodes found when that side was expanded
+    LOCAL_SIDE,
+    RULE, // a child of the rule
 };
 
 // Each call may be null. Nodes are borrowed for the call and may be null where an object was not

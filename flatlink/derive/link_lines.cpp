@@ -129,15 +129,15 @@ static void feed_networks(const link_feeder &out, const link_side &remote, const
         out.feed_from(source, nullptr, fields[1], parts.second);
         out.feed_from(source, nullptr, fields[2], network_type(side.type));
     };
-    feed_side(value_source::remote_side, remote,
+    feed_side(value_source::REMOTE_SIDE, remote,
               {"rnetwork_start_address", "rnetwork_delimiter", "rnetwork_type"});
-    feed_side(value_source::local_side, local,
+    feed_side(value_source::LOCAL_SIDE, local,
               {"lnetwork_start_address", "lnetwork_delimiter", "lnetwork_type"});
 }
 
 static void feed_client(const link_feeder &out, frag **db, frag *vpnobj)
 {
-    constexpr auto PROGRAM = value_source::program;
+    constexpr auto PROGRAM = value_source::PROGRAM;
     out.feed_from(PROGRAM, nullptr, "lname", std::string("~") + vpnobj->name);
     out.feed_from(PROGRAM, nullptr, "fixed_remote", "Off");
     out.feed_from(PROGRAM, nullptr, "auth", "Certificate based");
@@ -150,9 +150,9 @@ static void feed_client(const link_feeder &out, frag **db, frag *vpnobj)
 static void feed_network_peer(const link_feeder &out, frag **db, frag *vpnobj,
                               const std::string &name)
 {
-    out.feed_from(value_source::peer, "name", "lname", "~" + name);
+    out.feed_from(value_source::PEER, "name", "lname", "~" + name);
     out.feed("gateway", name_of_sgo_object(db, vpnobj));
-    out.feed_from(value_source::program, nullptr, "fixed_remote", "On");
+    out.feed_from(value_source::PROGRAM, nullptr, "fixed_remote", "On");
     out.feed_if("auth", child_value(vpnobj, "auth"));
     out.feed_if("df_bit", child_value(vpnobj, "df"));
     out.feed_name("ikepolicy", db, child_value(vpnobj, "ike"));
@@ -191,19 +191,19 @@ void flatlink::make_link(frag **db, frag *vpnobj, const std::string &name, const
     ++linkno;
     const link_feeder out;
     note_link(vpnobj);
-    out.feed_from(value_source::peer, "name", "description", name);
+    out.feed_from(value_source::PEER, "name", "description", name);
     feed_networks(out, remote, local);
     if (is_of_type(vpnobj, "vpnclient"))
         feed_client(out, db, vpnobj);
     else
         feed_network_peer(out, db, vpnobj, name);
     out.feed_name("ipsecpolicy", db, child_value(vpnobj, "ipsec"));
-    constexpr auto RULE = value_source::rule;
+    constexpr auto RULE = value_source::RULE;
     out.feed_from(RULE, "loglevel_number", "logging", std::to_string(ruleloglevel));
     out.feed_from(RULE, "number", "rulenumber", std::to_string(rulenumber));
     if (rulelabel != nullptr)
         out.feed_from(RULE, "rulelabel", "rulelabel", rulelabel);
     if (nestinglevel != 0)
-        out.feed_from(value_source::program, nullptr, "nesting-level",
+        out.feed_from(value_source::PROGRAM, nullptr, "nesting-level",
                       std::to_string(nestinglevel));
 }

@@ -86,7 +86,7 @@ int vpn_check_link_pair(frag **db, frag *src, frag *dst)
 {
     if (src == nullptr || dst == nullptr)
         return 0;
-    const step_note step(derivation_step::pair, src, dst);
+    const step_note step(derivation_step::PAIR, src, dst);
     const side_kind source = kind_of(src);
     // The source is opened first: links come in the order of sources, then of destinations.
     if (source == side_kind::GROUP) {
@@ -154,7 +154,7 @@ static int add_network_links(frag **db, frag *vpnobj, frag *peer, frag *gateway,
 
 int vpn_add_link(frag **db, frag *vpnobj, frag *peer)
 {
-    const step_note step(derivation_step::offer, vpnobj, peer);
+    const step_note step(derivation_step::OFFER, vpnobj, peer);
     int includes_gateway = 1;
     frag *gateway = find_sgo_ip(db, vpnobj, &includes_gateway);
     if (is_of_type(vpnobj, "vpnnetwork"))
@@ -186,7 +186,7 @@ static bool add_links_with(frag **db, frag *vpnobj, frag *other)
 
 int vpn_add_chained_links(frag **db, frag *first, frag *second)
 {
-    const step_note step(derivation_step::chained, first, second);
+    const step_note step(derivation_step::CHAINED, first, second);
     const std::string first_key = fragkeyname(first);
     condfprintf(fout, "TRACE chained(%s, %s)\n", first_key.c_str(), fragkeyname(second));
     if (is_of_type(first, "vpnnetwork"))
@@ -236,7 +236,7 @@ namespace
 {
 
 // Types of remote sides that can be turned into an address text.
-constexpr std::string_view REMOTE_TYPES[] = {"ipnet", "ipaddr", "iprange", "dns", "pattern"};
+constexpr std::string_view remote_types[] = {"ipnet", "ipaddr", "iprange", "dns", "pattern"};
 
 std::string cut_text(std::string_view text)
 {
@@ -256,7 +256,7 @@ std::string link_name(frag *vpnobj)
 
 bool is_remote_type(const char *type)
 {
-    for (const std::string_view usable : REMOTE_TYPES)
+    for (const std::string_view usable : remote_types)
         if (same_word(usable, type))
             return true;
     return false;
@@ -286,7 +286,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     if (vpnobj == nullptr || remote == nullptr || local == nullptr)
         return 1;
 
-    const step_note step(derivation_step::trusted, remote, local);
+    const step_note step(derivation_step::TRUSTED, remote, local);
     link_side remote_side{{}, type_of_key(remote)};
     const object_callback add_remote = [vpnobj, local](frag **tree, frag *obj, const char *type) {
         return vpn_enum_add_trust(tree, obj, type, {vpnobj, local});
@@ -306,7 +306,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     if (!is_remote_type(remote_side.type))
         return 1;
 
-    note_expands(value_source::remote_side, remote);
+    note_expands(value_source::REMOTE_SIDE, remote);
     std::string &remote_text = netobj_to_netperm(db, remote_key.c_str());
     if (enum_pattern(db, &remote_text, add_remote, "VPNremotepat", &remote_side.type) == 0)
         return 0;
@@ -316,7 +316,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     const object_callback add_local = [vpnobj, remote](frag **tree, frag *obj, const char *type) {
         return vpn_enum_add_trust_dst(tree, obj, type, {vpnobj, remote});
     };
-    note_expands(value_source::local_side, local);
+    note_expands(value_source::LOCAL_SIDE, local);
     std::string &local_text = netobj_to_netperm(db, local_key.c_str());
     if (enum_pattern(db, &local_text, add_local, "VPNlocalpat", &local_side.type) == 0)
         return 0;

@@ -134,7 +134,7 @@ int load_interfaces(frag *list)
 
 void build_interface_list(frag **tree)
 {
-    for (const char *key : INTERFACE_LISTS)
+    for (const char *key : interface_lists)
         if (frag *list = ffind(tree, key))
             load_interfaces(list);
     finish_intfs();

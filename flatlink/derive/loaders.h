@@ -16,7 +16,7 @@ int load_interfaces(frag *list);
 
 // Keys of the lists of interfaces, in the order in which they take numbers. The first is one
 // name with an escaped underscore, the second a path, as older files spell it.
-inline constexpr const char *INTERFACE_LISTS[] = {
+inline constexpr const char *interface_lists[] = {
     "netobj_list_all%5Finterfaces",
     "netobj_list_all_interfaces",
     "netobj_list_Outside",

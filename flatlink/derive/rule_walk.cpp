@@ -87,7 +87,7 @@ int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags)
 {
     if (rule == nullptr)
         return 0;
-    const step_note step(derivation_step::rule, rule);
+    const step_note step(derivation_step::RULE, rule);
     free_replaced_patterns();
     set_walk_origin(rule);
     set_rule_state(rule, flags);

@@ -88,7 +88,7 @@ void merge_equal_addresses()
         const auto [place, is_new] = by_address.try_emplace(intf->addr, intf.get());
         if (is_new)
             continue;
-        note_dropped(left_out::same_address, intf.get(), place->second);
+        note_dropped(left_out::SAME_ADDRESS, intf.get(), place->second);
         merge(*place->second, *intf);
         intf.reset();
     }
@@ -124,7 +124,7 @@ void finish_intfs()
     std::erase_if(intf_list, [](const auto &intf) {
         const bool is_useless = !is_usable(*intf);
         if (is_useless)
-            note_dropped(left_out::no_interface, intf.get());
+            note_dropped(left_out::NO_INTERFACE, intf.get());
         return is_useless;
     });
     for (const auto &intf : intf_list)

@@ -82,7 +82,7 @@ static void keep_first_twins()
         const auto [first, is_new] = kept.insert(link.get());
         if (is_new)
             continue;
-        note_dropped(left_out::equal_link, link.get(), *first);
+        note_dropped(left_out::EQUAL_LINK, link.get(), *first);
         removed.push_back(std::move(link));
     }
     std::erase(linkinfos, nullptr);

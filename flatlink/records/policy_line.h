@@ -144,7 +144,7 @@ void finish_proposals(record_stack<proposal> &props, predicate keep)
     std::erase_if(props, [&keep](const auto &prop) {
         const bool is_useless = !keep(*prop);
         if (is_useless)
-            note_dropped(left_out::no_words, prop.get());
+            note_dropped(left_out::NO_WORDS, prop.get());
         return is_useless;
     });
     props.sort([](const auto &a, const auto &b) { return a->number < b->number; });
@@ -158,7 +158,7 @@ template <typename policy> void finish_policy_list(record_stack<policy> &list)
 {
     std::erase_if(list, [](const auto &pol) {
         if (pol->propcount == 0)
-            note_dropped(left_out::no_proposals, pol.get());
+            note_dropped(left_out::NO_PROPOSALS, pol.get());
         return pol->propcount == 0;
     });
     list.sort([](const auto &a, const auto &b) { return a->seq < b->seq; });

@@ -180,7 +180,7 @@ static void close_up(mcpool &pool, std::span<const entry_field> fields, predicat
             if (is_kept)
                 note_moved(&pool, key, &pool, key_of(field, kept.size()));
             else
-                note_dropped(left_out::entry_address, &pool, nullptr, key);
+                note_dropped(left_out::ENTRY_ADDRESS, &pool, nullptr, key);
         }
     }
     pool.*entries = std::move(kept);
@@ -223,7 +223,7 @@ void finish_mcpools()
     std::erase_if(mcpools, [](const auto &pool) {
         const bool is_useless = !finish_pool(*pool);
         if (is_useless)
-            note_dropped(left_out::no_addresses, pool.get());
+            note_dropped(left_out::NO_ADDRESSES, pool.get());
         return is_useless;
     });
     std::stable_sort(mcpools.begin(), mcpools.end(),

@@ -22,7 +22,7 @@ static void purge_unnamed_records()
     std::erase_if(links, [](const auto &link) { return link->lname.empty(); });
     std::erase_if(linkinfos, [](const auto &link) {
         if (link->lname.empty())
-            note_dropped(left_out::no_name, link.get());
+            note_dropped(left_out::NO_NAME, link.get());
         return link->lname.empty();
     });
     std::erase_if(swkeys, [](const auto &record) { return record->key.empty(); });

@@ -6,14 +6,14 @@
 
 // Why a record, or an entry of one, is not written.
 enum class left_out : std::uint8_t {
-    no_name,       // a link
-    equal_link,    // an earlier link says the same
-    same_address,  // an interface in a second list, merged into the first
-    no_interface,  // an interface without a device, an address or a mask
-    no_words,      // a proposal without its words
-    no_proposals,  // a policy
-    no_addresses,  // a pool without a mask or a range
-    entry_address, // an entry of a pool without an address
+    NO_NAME,       // a link
+    EQUAL_LINK,    // an earlier link says the same
+    SAME_ADDRESS,  // an interface in a second list, merged into the first
+    NO_INTERFACE,  // an interface without a device, an address or a mask
+    NO_WORDS,      // a proposal without its words
+    NO_PROPOSALS,  // a policy
+    NO_ADDRESSES,  // a pool without a mask or a range
+    ENTRY_ADDRESS, // an entry of a pool without an address
 };
 
 // Each call may be null. A record is told by its address, which stays the same from its first field

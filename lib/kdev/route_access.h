@@ -48,9 +48,9 @@ inline constexpr std::int32_t RA_STATIC = 0x800;
 [[nodiscard]] int ra_get_route_interface(u32 addr_be, std::span<char> name);
 
 // The same with the address of 16 bytes.
-template <typename Pointer>
-requires std::is_pointer_v<Pointer>
-[[nodiscard]] int ra_get_route_interface(u32 addr_be, const Pointer &name)
+template <typename pointer>
+requires std::is_pointer_v<pointer>
+[[nodiscard]] int ra_get_route_interface(u32 addr_be, const pointer &name)
 {
     constexpr std::size_t SHORTEST_ROOM = 16;
     return ra_get_route_interface(addr_be, std::span<char>(name, SHORTEST_ROOM));

@@ -19,9 +19,9 @@ namespace
 constexpr std::size_t LINK_SIZE = VPN_NET2_TYPE + 1 - VPN_PAYLOAD;
 
 // A field of a link message, from its payload.
-template <typename T> T link_field(byte_view payload, std::size_t message_offset)
+template <typename plain> plain link_field(byte_view payload, std::size_t message_offset)
 {
-    return load<T>(payload, message_offset - VPN_PAYLOAD);
+    return load<plain>(payload, message_offset - VPN_PAYLOAD);
 }
 
 struct protected_network {
@@ -87,7 +87,7 @@ int vvpn_get_route(u32 *addrio_be)
 
 int vvpn_ioctl(int fd, unsigned long request, vpn_message &message)
 {
-    if (std::ranges::count(VPN_LINK_COMMANDS, message[VPN_COMMAND]) == 0)
+    if (std::ranges::count(vpn_link_commands, message[VPN_COMMAND]) == 0)
         return platform->vpn_ioctl(fd, request, message);
 
     const vpn_message asked = message; // the driver answers in the same bytes
@@ -117,16 +117,16 @@ int vvpn_add_routes(byte_view payload)
     if (code != RA_DONE)
         return code;
 
-    constexpr std::int32_t route_flags = RA_UP | RA_GATEWAY | RA_STATIC;
+    constexpr std::int32_t ROUTE_FLAGS = RA_UP | RA_GATEWAY | RA_STATIC;
     if (!network.is_range && network.delimiter_be != NOT_AN_ADDRESS)
-        return add_unless_there(network.start_be, hop_be, network.delimiter_be, route_flags);
+        return add_unless_there(network.start_be, hop_be, network.delimiter_be, ROUTE_FLAGS);
 
     // 64 bits, since the last address of a range may be the last of all.
     const std::uint64_t first = host_order(network.start_be);
     const std::uint64_t last = network.is_range ? host_order(network.delimiter_be) : first;
     for (std::uint64_t address = first; address <= last; ++address) {
         const int added = add_unless_there(network_order(static_cast<u32>(address)), hop_be,
-                                           NOT_AN_ADDRESS, route_flags | RA_HOST);
+                                           NOT_AN_ADDRESS, ROUTE_FLAGS | RA_HOST);
         if (added != RA_DONE)
             return added;
     }

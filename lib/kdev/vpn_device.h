@@ -43,7 +43,7 @@ inline constexpr std::size_t VPN_DISPLAY_SIZE = 232;
 inline constexpr std::uint8_t VPN_CLIENT_CHECK = 'D';
 
 // Values of the command byte that make or change a link, for which routes are managed.
-inline constexpr std::uint8_t VPN_LINK_COMMANDS[] = {1, 3};
+inline constexpr std::uint8_t vpn_link_commands[] = {1, 3};
 
 // Bit of the flags: the protected network is the first one; else it is the second.
 inline constexpr std::uint8_t VPN_FIRST_NETWORK = 0x10;
@@ -80,9 +80,9 @@ int vvpn_ioctl(int fd, unsigned long request, vpn_message &message);
 [[nodiscard]] int vvpn_add_routes(byte_view payload);
 
 // The same with the address of the payload in a whole message.
-template <typename Pointer>
-requires std::is_pointer_v<Pointer>
-[[nodiscard]] int vvpn_add_routes(const Pointer &payload)
+template <typename pointer>
+requires std::is_pointer_v<pointer>
+[[nodiscard]] int vvpn_add_routes(const pointer &payload)
 {
     return vvpn_add_routes(byte_view(payload, sizeof(vpn_message) - VPN_PAYLOAD));
 }

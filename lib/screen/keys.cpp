@@ -37,22 +37,22 @@ constexpr key_row arrow_keys[] = {
 
 // Holds back the signal of a size change while it lives. Curses catches that signal in a way that
 // breaks off a read, which would look like the end of input.
-class CHoldSizeSignal
+class size_signal_hold
 {
   public:
-    CHoldSizeSignal()
+    size_signal_hold()
     {
         sigset_t size_change;
         sigemptyset(&size_change);
         sigaddset(&size_change, SIGWINCH);
-        pthread_sigmask(SIG_BLOCK, &size_change, &before);
+        pthread_sigmask(SIG_BLOCK, &size_change, &before_);
     }
-    ~CHoldSizeSignal() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-    CHoldSizeSignal(const CHoldSizeSignal &) = delete;
-    CHoldSizeSignal &operator=(const CHoldSizeSignal &) = delete;
+    ~size_signal_hold() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    size_signal_hold(const size_signal_hold &) = delete;
+    size_signal_hold &operator=(const size_signal_hold &) = delete;
 
   private:
-    sigset_t before;
+    sigset_t before_;
 };
 
 volatile std::sig_atomic_t size_changed = 0;
@@ -70,19 +70,19 @@ void note_size_change(int signal)
 
 // While it lives, a change of the terminal's size breaks off a read and is told by `size_changed`.
 // A change in the instant between its start and the read is seen with the next key instead.
-class CWatchSize
+class size_watch
 {
   public:
-    CWatchSize()
+    size_watch()
     {
         size_changed = 0;
         struct sigaction noted = {};
         noted.sa_handler = note_size_change; // without SA_RESTART: the read must end
         sigaction(SIGWINCH, &noted, &handler_before);
     }
-    ~CWatchSize() { sigaction(SIGWINCH, &handler_before, nullptr); }
-    CWatchSize(const CWatchSize &) = delete;
-    CWatchSize &operator=(const CWatchSize &) = delete;
+    ~size_watch() { sigaction(SIGWINCH, &handler_before, nullptr); }
+    size_watch(const size_watch &) = delete;
+    size_watch &operator=(const size_watch &) = delete;
 };
 
 int read_byte()
@@ -92,7 +92,7 @@ int read_byte()
 }
 
 // The table's key for `byte`, or `byte` itself.
-template <std::size_t N> int translated(const key_row (&table)[N], int byte)
+template <std::size_t rows> int translated(const key_row (&table)[rows], int byte)
 {
     for (const key_row &row : table)
         if (row.byte == byte)
@@ -126,7 +126,7 @@ int sc_mapkey()
     if (held.next < held.count)
         return held.bytes[held.next++];
     held = {};
-    const CWatchSize watch;
+    const size_watch watch;
     const int byte = read_byte();
     if (byte < 0 && size_changed != 0)
         return SC_KEY_REDRAW;
@@ -135,13 +135,13 @@ int sc_mapkey()
 
 int sc_getbyte()
 {
-    const CHoldSizeSignal hold;
+    const size_signal_hold hold;
     return read_byte();
 }
 
 int sc_getbyte_timed()
 {
-    const CHoldSizeSignal hold;
+    const size_signal_hold hold;
     fd_set input;
     FD_ZERO(&input);
     FD_SET(STDIN_FILENO, &input);

@@ -22,33 +22,33 @@ inline bool holds(byte_view bytes, std::size_t offset, std::size_t size)
 }
 
 // The field at `offset`, in the byte order of the record; all zero when it does not fit.
-template <typename T> T load(byte_view bytes, std::size_t offset)
+template <typename plain> plain load(byte_view bytes, std::size_t offset)
 {
-    static_assert(std::is_trivially_copyable_v<T>);
-    T field{};
+    static_assert(std::is_trivially_copyable_v<plain>);
+    plain field{};
     if (holds(bytes, offset, sizeof field))
         std::memcpy(&field, bytes.data() + offset, sizeof field);
     return field;
 }
 
 // Stores `field` at `offset` as it stands; nothing happens when it does not fit.
-template <typename T> void store(byte_area bytes, std::size_t offset, const T &field)
+template <typename plain> void store(byte_area bytes, std::size_t offset, const plain &field)
 {
-    static_assert(std::is_trivially_copyable_v<T>);
+    static_assert(std::is_trivially_copyable_v<plain>);
     if (holds(bytes, offset, sizeof field))
         std::memcpy(bytes.data() + offset, &field, sizeof field);
 }
 
 // The bytes of a plain record, to read or to write.
-template <typename T> byte_area area_of(T &record)
+template <typename plain> byte_area area_of(plain &record)
 {
-    static_assert(std::is_trivially_copyable_v<T>);
+    static_assert(std::is_trivially_copyable_v<plain>);
     return {reinterpret_cast<std::uint8_t *>(&record), sizeof record};
 }
 
-template <typename T> byte_view bytes_of(const T &record)
+template <typename plain> byte_view bytes_of(const plain &record)
 {
-    static_assert(std::is_trivially_copyable_v<T>);
+    static_assert(std::is_trivially_copyable_v<plain>);
     return {reinterpret_cast<const std::uint8_t *>(&record), sizeof record};
 }
 

@@ -20,21 +20,21 @@ inline void set_bytes(char *field, std::size_t size, std::string_view text)
 }
 
 // For a field that a text may fill without a NUL terminator.
-template <std::size_t SIZE> void set_bytes(char (&field)[SIZE], std::string_view text)
+template <std::size_t size> void set_bytes(char (&field)[size], std::string_view text)
 {
-    set_bytes(field, SIZE, text);
+    set_bytes(field, size, text);
 }
 
 // For a field that is always NUL-terminated.
-template <std::size_t SIZE> void set_text(char (&field)[SIZE], std::string_view text)
+template <std::size_t size> void set_text(char (&field)[size], std::string_view text)
 {
-    set_bytes(field, SIZE, text.substr(0, SIZE - 1));
+    set_bytes(field, size, text.substr(0, size - 1));
 }
 
 // The text of a field that may lack a NUL terminator.
-template <std::size_t SIZE> std::string_view field_text(const char (&field)[SIZE])
+template <std::size_t size> std::string_view field_text(const char (&field)[size])
 {
-    return {field, strnlen(field, SIZE)};
+    return {field, strnlen(field, size)};
 }
 
 } // namespace flatlink

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string_view>
 
-template <std::size_t SIZE> class safe_text
+template <std::size_t size> class safe_text
 {
   public:
     safe_text() { bytes_[0] = '\0'; }
@@ -34,7 +34,7 @@ template <std::size_t SIZE> class safe_text
     // To write the next part in place: end() is where it goes, room() is how many characters fit
     // before the NUL terminator, and extend() adds the `count` that were written.
     char *end() { return bytes_ + length_; }
-    std::size_t room() const { return SIZE - 1 - length_; }
+    std::size_t room() const { return size - 1 - length_; }
     void extend(std::size_t count)
     {
         length_ += count;
@@ -43,5 +43,5 @@ template <std::size_t SIZE> class safe_text
 
   private:
     std::size_t length_ = 0;
-    char bytes_[SIZE];
+    char bytes_[size];
 };

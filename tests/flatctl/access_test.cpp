@@ -26,10 +26,10 @@ access_question_asked question(const char *client, const char *host, int port)
 // "permit 3" or "deny port 0": the line that decides, and the stage where it is denied.
 std::string text_of(const access_verdict &verdict)
 {
-    constexpr const char *STAGES[] = {"client ", "terms ", "destination ", "port "};
+    constexpr const char *stages[] = {"client ", "terms ", "destination ", "port "};
     if (!verdict.is_known)
         return "none";
-    return (verdict.permitted ? "permit " : std::string("deny ") + STAGES[int(verdict.stage)]) +
+    return (verdict.permitted ? "permit " : std::string("deny ") + stages[int(verdict.stage)]) +
            std::to_string(verdict.line) + (verdict.differs ? " differs" : "");
 }
 

@@ -49,11 +49,11 @@ static std::string bytes_of(const std::string &text)
     return text.ends_with('\\') ? bytes : bytes + "\n";
 }
 
-class check_cases : public testing::TestWithParam<const char *>
+class CheckCases : public testing::TestWithParam<const char *>
 {
 };
 
-TEST_P(check_cases, rows)
+TEST_P(CheckCases, AreJudged)
 {
     std::set<std::string> without_row;
     for (const finding_row &row : finding_rows())
@@ -77,8 +77,7 @@ TEST_P(check_cases, rows)
     EXPECT_TRUE(without_row.empty()) << *without_row.begin();
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, check_cases,
-                         testing::Values("flatctl/databases", "flatctl/tables"));
+INSTANTIATE_TEST_SUITE_P(Files, CheckCases, testing::Values("flatctl/databases", "flatctl/tables"));
 
 TEST(Check, SmallestInputs)
 {

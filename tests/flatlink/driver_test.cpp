@@ -41,7 +41,7 @@ TEST_F(Driver, FailsASaveThatLostItsFirstLines)
         return std::exchange(*static_cast<bool *>(failed), true) ? static_cast<ssize_t>(size) : 0;
     };
     fout = fopencookie(&has_failed, "w", {nullptr, fail_once, nullptr, nullptr});
-    EXPECT_NE(messages_of([] { EXPECT_EQ(1, save_vpndata("none")); }), "");
+    EXPECT_NE(messages_of([] { EXPECT_EQ(save_vpndata("none"), 1); }), "");
 }
 
 TEST_F(Driver, LoadsATree)

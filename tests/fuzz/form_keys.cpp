@@ -115,10 +115,10 @@ void check_form(const scobj *focus)
 }
 
 // Looks at the state that the key before has left.
-template <sc_onkey_op HANDLER> int checked_key(WINDOW *window, scobj *object, int key)
+template <sc_onkey_op handler> int checked_key(WINDOW *window, scobj *object, int key)
 {
     check_form(object);
-    return HANDLER(window, object, key);
+    return handler(window, object, key);
 }
 
 // Does what applications do to fields: empties one, gives a menu a new list, asks for a repaint.
@@ -186,7 +186,7 @@ void make_swap(form &made, input_bytes &input)
 
 void play(input_bytes &input)
 {
-    const CScreen screen(24, 80);
+    const test_screen screen(24, 80);
     form made;
     played = &made;
     played_in = newwin(1 + input.below(24), 1 + input.below(60), 0, 0);
@@ -195,7 +195,7 @@ void play(input_bytes &input)
         made.head = sc_add(made.head, make_object(made, input, object * ROWS_EACH - 1));
     make_swap(made, input);
 
-    CKeys keys(input.left.substr(0, KEYS_MAX));
+    typed_keys keys(input.left.substr(0, KEYS_MAX));
     keys.end();
     if (sc_interact(played_in, made.head) != SC_NO_FOCUS)
         check_form(nullptr);

@@ -88,14 +88,14 @@ outcome check(scripted_names &names, u32 address_be)
 // Which terms there are is told in tests/fwall; here that each line's end where the table begins.
 void check_terms(const cfgrec &hosts)
 {
-    static constexpr policy_option OPTIONS[] = {{"-none", POLICY_ARG_NONE, "deny-kind a 'b c'"},
+    static constexpr policy_option options[] = {{"-none", POLICY_ARG_NONE, "deny-kind a 'b c'"},
                                                 {"-one", POLICY_ARG_ONE, "Permit-timeout"},
                                                 {"-list", POLICY_ARG_LIST, "destination x"},
                                                 {"-rest", POLICY_ARG_REST, nullptr},
                                                 {"-odd", 9, "absorb-odd lost"},
                                                 {}};
     policy_confp = proxy_confp;
-    const bool are_whole = get_policy(&hosts, OPTIONS) == 0;
+    const bool are_whole = get_policy(&hosts, options) == 0;
     must(are_whole || policy_confp == proxy_confp, "half of the terms");
     while (policy_confp != proxy_confp) { // the records of options, which have no owner
         must(policy_confp != nullptr && policy_confp->lineno >= 1, "terms that lost the table");

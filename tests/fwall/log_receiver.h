@@ -12,11 +12,11 @@
 
 class log_receiver
 {
-    table_file place{""};
-    int sock = -1;
+    table_file place_{""};
+    int sock_ = -1;
 
   public:
-    const std::string path = place.path + ".log";
+    const std::string path = place_.path + ".log";
 
     log_receiver() { start(); }
     ~log_receiver() { stop(); }
@@ -28,16 +28,16 @@ class log_receiver
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         flatlink::set_text(address.sun_path, path);
-        sock = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sock_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
         const timeval patience{.tv_sec = 10, .tv_usec = 0};
-        setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        EXPECT_EQ(bind(sock, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+        setsockopt(sock_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        EXPECT_EQ(bind(sock_, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     }
 
     // Ends the receiver and removes its path.
     void stop() const
     {
-        close(sock);
+        close(sock_);
         unlink(path.c_str());
     }
 
@@ -45,7 +45,7 @@ class log_receiver
     std::string next() const
     {
         char bytes[4096];
-        const ssize_t length = recv(sock, bytes, sizeof bytes, 0);
+        const ssize_t length = recv(sock_, bytes, sizeof bytes, 0);
         return {bytes, static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
     }
 

@@ -105,7 +105,7 @@ namespace interfaces
 {
 
 // Takes the results of calls.
-template <typename... Results> static void use(const Results &...) {}
+template <typename... results> static void use(const results &...) {}
 
 static bool is_run()
 {

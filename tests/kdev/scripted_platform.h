@@ -44,7 +44,7 @@ class scripted_platform
     }
     ~scripted_platform()
     {
-        EXPECT_EQ(open_now, 0) << "left open, or closed twice";
+        EXPECT_EQ(open_now_, 0) << "left open, or closed twice";
         flatlink::platform = &flatlink::HOST_PLATFORM;
     }
     scripted_platform(const scripted_platform &) = delete;
@@ -60,13 +60,13 @@ class scripted_platform
     }
     static int opened(int error)
     {
-        current->open_now += error == 0 ? 1 : 0;
+        current->open_now_ += error == 0 ? 1 : 0;
         return error == 0 ? FD : failed(error);
     }
     static int close_one(int fd)
     {
         EXPECT_EQ(fd, FD);
-        --current->open_now;
+        --current->open_now_;
         return failed(EBADMSG); // must not show in the caller's errno
     }
     static int open_route()
@@ -93,31 +93,33 @@ class scripted_platform
     }
     static int open_fw(int access)
     {
-        current->fw_access = access;
+        current->fw_access_ = access;
         return opened(current->fw_open_error);
     }
     static int request_fw(int, int sock, unsigned long number, byte_area record)
     {
         current->fw_requests.push_back(
-            {current->fw_access, sock, number, {record.begin(), record.end()}});
+            {current->fw_access_, sock, number, {record.begin(), record.end()}});
         return current->on_fw_ioctl(number, record);
     }
 
-    int fw_access = -1; // of the latest open
-    int open_now = 0;
+    int fw_access_ = -1; // of the latest open
+    int open_now_ = 0;
     static inline scripted_platform *current = nullptr;
-    static inline const platform_calls TABLE = {
-        .fw_open = open_fw,
-        .fw_ioctl = request_fw,
-        .fw_close = close_one,
-        .vpn_open = [] { return opened(current->vpn_open_error); },
-        .vpn_ioctl = [](int, auto... request) { return current->on_vpn_ioctl(request...); },
-        .vpn_close = close_one,
-        .route_open = open_route,
-        .route_write = write_route,
-        .route_read = read_route,
-        .route_close = close_one,
-    };
+    static const platform_calls TABLE;
+};
+
+inline const platform_calls scripted_platform::TABLE = {
+    .fw_open = open_fw,
+    .fw_ioctl = request_fw,
+    .fw_close = close_one,
+    .vpn_open = [] { return opened(current->vpn_open_error); },
+    .vpn_ioctl = [](int, auto... request) { return current->on_vpn_ioctl(request...); },
+    .vpn_close = close_one,
+    .route_open = open_route,
+    .route_write = write_route,
+    .route_read = read_route,
+    .route_close = close_one,
 };
 
 // Fields by literal offset, so that a test fixes the layout by itself.

@@ -11,7 +11,7 @@ static const char *const items[] = {"one", "two", "three", nullptr};
 
 TEST(Form, WithoutFocusIsNotPainted)
 {
-    const CScreen screen(4, 20);
+    const test_screen screen(4, 20);
     EXPECT_EQ(sc_interact(stdscr, nullptr), 0);
     EXPECT_EQ(screen.bells.count(), 0);
     scobj *head = sc_add(sc_newlabel(0, 0, "label"), sc_newlabel(1, 0, "label"));
@@ -32,7 +32,7 @@ TEST(Form, FocusGoesRound)
                  {"<", "A|b|C|{d}|E"}, {"<<", "A|{b}|C|d|E"}, {">?>", "A|b|C|{d}|E", SC_NO_FOCUS}};
     for (const auto &one : cases) {
         SCOPED_TRACE(one.keys);
-        const CScreen screen(5, 12);
+        const test_screen screen(5, 12);
         scobj *head = nullptr;
         int row = 0;
         for (const char *text : {"A", "b", "C", "d", "E"}) {
@@ -71,7 +71,7 @@ TEST(Form, CallbackRunsWhenATouchedObjectIsLeft)
     };
     for (const auto &one : cases) {
         SCOPED_TRACE(one.keys);
-        const CScreen screen(4, 20);
+        const test_screen screen(4, 20);
         char text[8];
         const auto arg = [](const char *name) { return const_cast<char *>(name); };
         scobj *head = sc_newstrobj(0, 0, nullptr, text, sizeof text, 5, note, arg("f"));
@@ -96,7 +96,7 @@ TEST(Form, RepaintsWhenAskedTo)
     };
     for (const char *keys : {"a\x12", "\r"}) { // Ctrl-R; the callback
         SCOPED_TRACE(keys);
-        const CScreen screen(4, 20);
+        const test_screen screen(4, 20);
         char status[] = "old";
         scobj *head = sc_newbutton(1, 0, "[b]", ask, nullptr);
         sc_add(head, sc_newclabel(2, status));

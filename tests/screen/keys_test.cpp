@@ -39,7 +39,7 @@ TEST(Keys, BytesBecomeKeysInTime)
     };
     for (const auto &one : cases) {
         SCOPED_TRACE(one.input[0].second);
-        CKeys keys;
+        typed_keys keys;
         auto at_most = 900ms;
         for (const burst &part : one.input)
             at_most += part.first;
@@ -69,7 +69,7 @@ TEST(Keys, SizeChangeRepaints)
     for (const int signal : {SIGWINCH, SIGUSR1}) {
         SCOPED_TRACE(signal);
         ASSERT_EQ(sigaction(signal, &caught, &before), 0);
-        CKeys keys;
+        typed_keys keys;
         std::thread person([&, reader = pthread_self()] {
             for (const char *bytes : {"\x1b", "[A"}) {
                 std::this_thread::sleep_for(50ms);

@@ -37,7 +37,7 @@ class Swapping : public testing::Test
     }
     ~Swapping() override { sc_destroy(head); }
 
-    CScreen screen{5, 20};
+    test_screen screen{5, 20};
     char file[16], host[16];
     scobj *head, *menu, *name, *value;
 };

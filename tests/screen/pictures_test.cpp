@@ -27,7 +27,7 @@ static void play_field(std::istream &made, case_row &row)
     int size = 0, width = 0;
     std::string initial;
     made >> size >> width >> initial;
-    const CScreen screen(2, 20);
+    const test_screen screen(2, 20);
     std::string buffer(static_cast<std::size_t>(size), '#');
     scobj *field = sc_newstrobj(0, 0, initial.empty() ? nullptr : initial.c_str(), buffer.data(),
                                 size, width, nullptr, nullptr);
@@ -48,7 +48,7 @@ static void play_menu(std::istream &made, case_row &row)
     int start = 0, height = 0, width = 0, centre = 0;
     std::string items;
     made >> items >> start >> height >> width >> centre;
-    const CScreen screen(8, 20);
+    const test_screen screen(8, 20);
     const char *result = "";
     scobj *menu = sc_newmenu(0, 0,
                              items == "three" ? three

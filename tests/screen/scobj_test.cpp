@@ -16,7 +16,7 @@ void *operator new(std::size_t size, const std::nothrow_t &) noexcept
 
 TEST(Memory, ExhaustedEndsTheProgramAndCurses)
 {
-    const CScreen screen(5, 20);
+    const test_screen screen(5, 20);
     EXPECT_EXIT(
         {
             (void)std::atexit([] { (void)std::fputs(isendwin() ? "ended" : "running", stderr); });

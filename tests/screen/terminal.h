@@ -25,10 +25,10 @@ inline int must(int result)
 }
 
 // Gives a standard descriptor one end of a pipe while it lives; the test has the other.
-class CPiped
+class piped_stream
 {
   public:
-    explicit CPiped(int fd) : place(fd), before(fcntl(fd, F_DUPFD_CLOEXEC, 3))
+    explicit piped_stream(int fd) : place(fd), before(fcntl(fd, F_DUPFD_CLOEXEC, 3))
     {
         int ends[2];
         must(pipe2(ends, O_CLOEXEC));
@@ -37,15 +37,15 @@ class CPiped
         close(ends[given]);
         other_end = ends[1 - given];
     }
-    ~CPiped()
+    ~piped_stream()
     {
         end();
         if (before >= 0)
             dup2(before, place);
         close(before);
     }
-    CPiped(const CPiped &) = delete;
-    CPiped &operator=(const CPiped &) = delete;
+    piped_stream(const piped_stream &) = delete;
+    piped_stream &operator=(const piped_stream &) = delete;
     void end()
     {
         close(other_end);
@@ -56,21 +56,21 @@ class CPiped
     int place, before, other_end;
 };
 
-struct CKeys : CPiped {
-    explicit CKeys(std::string_view bytes = {}) : CPiped(STDIN_FILENO) { type(bytes); }
+struct typed_keys : piped_stream {
+    explicit typed_keys(std::string_view bytes = {}) : piped_stream(STDIN_FILENO) { type(bytes); }
     void type(std::string_view bytes) const
     {
         must(static_cast<int>(write(other_end, bytes.data(), bytes.size())));
     }
 };
 
-struct CBells : CPiped {
-    CBells() : CPiped(STDERR_FILENO)
+struct rung_bells : piped_stream {
+    rung_bells() : piped_stream(STDERR_FILENO)
     {
         must(fcntl(other_end, F_SETFL, O_NONBLOCK));
         report_to(before);
     }
-    ~CBells() { report_to(STDERR_FILENO); }
+    ~rung_bells() { report_to(STDERR_FILENO); }
     static void report_to(std::intptr_t fd)
     {
         if (__sanitizer_set_report_fd != nullptr)
@@ -86,23 +86,23 @@ struct CBells : CPiped {
     }
 };
 
-class CScreen
+class test_screen
 {
   public:
-    CScreen(int rows, int columns)
+    test_screen(int rows, int columns)
     {
-        if (screen == nullptr)
+        if (screen_ == nullptr)
             throw std::runtime_error("no vt100 in this machine's terminal descriptions");
         resize_term(rows, columns);
     }
-    ~CScreen()
+    ~test_screen()
     {
         endwin();
-        delscreen(screen);
-        (void)std::fclose(nowhere);
+        delscreen(screen_);
+        (void)std::fclose(nowhere_);
     }
-    CScreen(const CScreen &) = delete;
-    CScreen &operator=(const CScreen &) = delete;
+    test_screen(const test_screen &) = delete;
+    test_screen &operator=(const test_screen &) = delete;
 
     // The rows with | after each, standout in {}, without blanks and empty rows at the end.
     static std::string picture()
@@ -131,17 +131,17 @@ class CScreen
         return std::to_string(getcury(curscr)) + "," + std::to_string(getcurx(curscr));
     }
 
-    const CBells bells;
+    const rung_bells bells;
 
   private:
-    std::FILE *nowhere = std::fopen("/dev/null", "we");
-    SCREEN *screen = newterm("vt100", nowhere, stdin);
+    std::FILE *nowhere_ = std::fopen("/dev/null", "we");
+    SCREEN *screen_ = newterm("vt100", nowhere_, stdin);
 };
 
 // Runs a form with keys, after which input ends.
 inline int run(scobj *head, std::string_view typed)
 {
-    CKeys keys(typed);
+    typed_keys keys(typed);
     keys.end();
     return sc_interact(stdscr, head);
 }

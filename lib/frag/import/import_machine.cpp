@@ -15,29 +15,29 @@ using namespace flatlink;
 using namespace std::string_view_literals;
 
 importer::machine::machine(frag **tree_head, int keep_values)
-    : head(tree_head), keep(keep_values), skip(keep_values != 0)
+    : head(tree_head), keep_(keep_values), skip_(keep_values != 0)
 {
 }
 
 void importer::machine::feed(std::string_view bytes)
 {
-    piece = bytes;
-    pos = 0;
-    while (!at_end() && (this->*now)()) {
+    piece_ = bytes;
+    pos_ = 0;
+    while (!at_end() && (this->*now_)()) {
     }
     line_here();
-    counted = 0;
+    counted_ = 0;
 }
 
 void importer::machine::end_input() const
 {
-    if (name_line != 0)
-        tell(&import_observer::unfinished, name_line);
+    if (name_line_ != 0)
+        tell(&import_observer::unfinished, name_line_);
 }
 
 bool importer::machine::go(state next)
 {
-    now = next;
+    now_ = next;
     return !at_end();
 }
 
@@ -47,23 +47,23 @@ bool importer::machine::go(state next)
 bool importer::machine::skip_white()
 {
     while (!at_end() && WHITE_SPACE.has(at_pos()))
-        ++pos;
+        ++pos_;
     return !at_end();
 }
 
 void importer::machine::clear_name()
 {
-    name_length = 0;
-    name[0] = '\0';
+    name_length_ = 0;
+    name_[0] = '\0';
 }
 
 // Collects bytes up to one of `stops` or to `limit`. False at the end of the piece, even with a
 // full name, because the byte after a name decides what it is.
 bool importer::machine::collect_name(const byte_set &stops, std::size_t limit)
 {
-    while (!at_end() && name_length < limit && !stops.has(at_pos()))
-        name[name_length++] = piece[pos++];
-    name[name_length] = '\0';
+    while (!at_end() && name_length_ < limit && !stops.has(at_pos()))
+        name_[name_length_++] = piece_[pos_++];
+    name_[name_length_] = '\0';
     return !at_end();
 }
 
@@ -71,122 +71,122 @@ bool importer::machine::collect_name(const byte_set &stops, std::size_t limit)
 // do.
 bool importer::machine::take_name(const byte_set &stops, std::size_t limit, std::string_view &taken)
 {
-    const std::size_t end = stops.find_in(piece.substr(0, pos + limit), pos);
-    if (name_length == 0 && end < piece.size()) {
-        taken = piece.substr(pos, end - pos);
-        pos = end;
+    const std::size_t end = stops.find_in(piece_.substr(0, pos_ + limit), pos_);
+    if (name_length_ == 0 && end < piece_.size()) {
+        taken = piece_.substr(pos_, end - pos_);
+        pos_ = end;
         return true;
     }
     const bool is_whole = collect_name(stops, limit);
-    taken = {name.data(), name_length};
+    taken = {name_.data(), name_length_};
     return is_whole;
 }
 
 // ---- where a value begins
 
-// The line of the byte at `pos`.
+// The line of the byte at `pos_`.
 std::int32_t importer::machine::line_here()
 {
-    while (counted < pos) {
-        const void *found = std::memchr(piece.data() + counted, '\n', pos - counted);
+    while (counted_ < pos_) {
+        const void *found = std::memchr(piece_.data() + counted_, '\n', pos_ - counted_);
         if (found == nullptr) {
-            counted = pos;
+            counted_ = pos_;
             break;
         }
-        counted = static_cast<std::size_t>(static_cast<const char *>(found) - piece.data()) + 1;
+        counted_ = static_cast<std::size_t>(static_cast<const char *>(found) - piece_.data()) + 1;
         next_line();
     }
-    return line_number;
+    return line_number_;
 }
 
 // Notes that a key, tag or comment begins here, unless it began in an earlier piece.
 void importer::machine::begin_name()
 {
-    if (import_watch != nullptr && name_line == 0)
-        name_line = line_here();
+    if (import_watch != nullptr && name_line_ == 0)
+        name_line_ = line_here();
 }
 
 // Notes that the key, or the name of the tag, is complete.
 void importer::machine::end_name()
 {
-    if (name_line != 0 && name_line != line_here())
-        tell(&import_observer::lines_joined, name_line, line_number);
+    if (name_line_ != 0 && name_line_ != line_here())
+        tell(&import_observer::lines_joined, name_line_, line_number_);
 }
 
 void importer::machine::begin_value(frag_notation form)
 {
     if (form != frag_notation::TAGS) { // a tag goes on after an attribute's value
         end_name();
-        name_line = 0;
+        name_line_ = 0;
     }
-    vlen = 0;
-    value_origin = make_origin(line_here(), form);
+    vlen_ = 0;
+    value_origin_ = make_origin(line_here(), form);
 }
 
 // Called at the first bytes of a value.
 void importer::machine::begin_bytes()
 {
-    if (cur->value != nullptr)
-        tell(&import_observer::value_replaced, cur, origin_line(cur), value_line());
-    set_origin(cur, value_origin);
+    if (cur_->value != nullptr)
+        tell(&import_observer::value_replaced, cur_, origin_line(cur_), value_line());
+    set_origin(cur_, value_origin_);
 }
 
 // Moves over the bytes up to one of `stops` or the end of the piece, and appends them to the
 // value of cur.
 void importer::machine::store_until(const byte_set &stops)
 {
-    store(stops.find_in(piece, pos));
+    store(stops.find_in(piece_, pos_));
 }
 
 void importer::machine::store(std::size_t end)
 {
-    const std::size_t start = pos;
+    const std::size_t start = pos_;
     const std::size_t length = end - start;
-    pos = end;
-    if (length == 0 || skip || cur == nullptr)
+    pos_ = end;
+    if (length == 0 || skip_ || cur_ == nullptr)
         return;
-    if (vlen == 0)
+    if (vlen_ == 0)
         begin_bytes();
-    write_frag_value(cur, vlen, piece.data() + start, length);
-    vlen += length;
+    write_frag_value(cur_, vlen_, piece_.data() + start, length);
+    vlen_ += length;
 }
 
 void importer::machine::ensure_value() const
 {
-    if (cur->value != nullptr)
+    if (cur_->value != nullptr)
         return;
-    set_frag_value(cur, "", 0);
-    set_origin(cur, value_origin);
+    set_frag_value(cur_, "", 0);
+    set_origin(cur_, value_origin_);
 }
 
 void importer::machine::end_value()
 {
-    skip = keep != 0;
-    if (vlen == 0 && cur->value != nullptr)
-        tell(&import_observer::value_kept, cur, origin_line(cur), value_line());
+    skip_ = keep_ != 0;
+    if (vlen_ == 0 && cur_->value != nullptr)
+        tell(&import_observer::value_kept, cur_, origin_line(cur_), value_line());
     ensure_value();
 }
 
 frag **importer::machine::siblings() const
 {
-    return parent != nullptr ? &parent->child : head;
+    return parent_ != nullptr ? &parent_->child : head;
 }
 
 void importer::machine::link_new(frag *node)
 {
-    node->parent = parent;
-    if (parent != nullptr && parent->names == nullptr)
-        node->next = std::exchange(parent->child, node); // push_front would look for an index
+    node->parent = parent_;
+    if (parent_ != nullptr && parent_->names == nullptr)
+        node->next = std::exchange(parent_->child, node); // push_front would look for an index
     else
         push_front(siblings(), node);
-    skip = false;
+    skip_ = false;
 }
 
 // Links a node in a notation that does not use the trie.
 void importer::machine::link_past_trie(frag *node)
 {
     // Built late, the trie equals one that was kept from the start.
-    has_unentered = (parent != nullptr && make_due_trie(parent)) || has_unentered;
+    has_unentered_ = (parent_ != nullptr && make_due_trie(parent_)) || has_unentered_;
     link_new(node);
 }
 
@@ -196,14 +196,14 @@ frag *importer::machine::find_named(std::string_view part) const
     frag **list = siblings();
     if (*list == nullptr)
         return nullptr;
-    return has_unentered ? fnewfind(list, std::string(part).c_str()) : find_in_list(list, part);
+    return has_unentered_ ? fnewfind(list, std::string(part).c_str()) : find_in_list(list, part);
 }
 
 // ---- flat notation
 
 bool importer::machine::line_start()
 {
-    if (parent == nullptr)
+    if (parent_ == nullptr)
         while (take_flat_line()) {
         }
     clear_name();
@@ -227,7 +227,7 @@ static std::uint32_t take_access_prefixes(std::string_view &part)
     std::uint32_t flags = 0;
     for (bool found = true; found;) {
         found = false;
-        for (const access_prefix &prefix : ACCESS_PREFIXES) {
+        for (const access_prefix &prefix : access_prefixes) {
             if (begins_with_word(part, prefix.word)) {
                 part.remove_prefix(prefix.word.size());
                 flags |= prefix.flag;
@@ -242,27 +242,27 @@ static std::uint32_t take_access_prefixes(std::string_view &part)
 void importer::machine::resolve_flat_part(std::string_view part)
 {
     const std::uint32_t flags = take_access_prefixes(part);
-    cur = find_named(part);
-    if (cur == nullptr) {
-        cur = newsymfrag(part);
-        link_new(cur);
-        if (parent != nullptr)
-            count_new_child(cur);
+    cur_ = find_named(part);
+    if (cur_ == nullptr) {
+        cur_ = newsymfrag(part);
+        link_new(cur_);
+        if (parent_ != nullptr)
+            count_new_child(cur_);
     }
-    cur->flags |= flags;
+    cur_->flags |= flags;
 }
 
 bool importer::machine::flat_name()
 {
-    last_path.clear();
+    last_path_.clear();
     begin_name();
-    if (name_length == 0 && at_pos() == '[') {
-        ++pos;
-        parent = nullptr;
+    if (name_length_ == 0 && at_pos() == '[') {
+        ++pos_;
+        parent_ = nullptr;
         return go(&machine::sect_name);
     }
-    if (name_length == 0 && at_pos() == '<') {
-        ++pos;
+    if (name_length_ == 0 && at_pos() == '<') {
+        ++pos_;
         return go(&machine::tag_name);
     }
     static constexpr byte_set STOPS("\0_="sv);
@@ -272,8 +272,8 @@ bool importer::machine::flat_name()
     resolve_flat_part(taken);
     if (!STOPS.has(at_pos()))
         tell(&import_observer::name_cut, line_here(), taken);
-    if (piece[pos++] == '_') {
-        parent = cur;
+    if (piece_[pos_++] == '_') {
+        parent_ = cur_;
         return go(&machine::line_start);
     }
     begin_value(frag_notation::FLAT);
@@ -293,11 +293,11 @@ bool importer::machine::flat_value()
     store_until(STOPS);
     if (at_end())
         return false;
-    if (piece[pos++] == '\r')
+    if (piece_[pos_++] == '\r')
         return !at_end();
-    parent = nullptr;
+    parent_ = nullptr;
     end_value();
-    trim_counted_end(cur);
+    trim_counted_end(cur_);
     return go(&machine::line_start);
 }
 
@@ -305,16 +305,16 @@ bool importer::machine::flat_value()
 // parent.
 std::size_t importer::machine::follow_last_line(std::string_view line)
 {
-    const std::size_t limit = std::min(line.size(), last_key.size());
+    const std::size_t limit = std::min(line.size(), last_key_.size());
     std::size_t same = 0;
-    while (same + 8 <= limit && std::memcmp(line.data() + same, last_key.data() + same, 8) == 0)
+    while (same + 8 <= limit && std::memcmp(line.data() + same, last_key_.data() + same, 8) == 0)
         same += 8;
-    while (same < limit && line[same] == last_key[same])
+    while (same < limit && line[same] == last_key_[same])
         ++same;
-    while (!last_path.empty() && last_path.back().end >= same)
-        last_path.pop_back();
-    parent = last_path.empty() ? nullptr : last_path.back().node;
-    return last_path.empty() ? 0 : last_path.back().end + 1;
+    while (!last_path_.empty() && last_path_.back().end >= same)
+        last_path_.pop_back();
+    parent_ = last_path_.empty() ? nullptr : last_path_.back().node;
+    return last_path_.empty() ? 0 : last_path_.back().end + 1;
 }
 
 // Finds or makes the nodes of a key, from `part` on, below parent: cur becomes the last. Returns
@@ -333,8 +333,8 @@ std::size_t importer::machine::resolve_plain_key(std::string_view line, std::siz
         resolve_flat_part(line.substr(part, end - part));
         if (line[end] == '=')
             return end;
-        last_path.push_back({cur, end});
-        parent = cur;
+        last_path_.push_back({cur_, end});
+        parent_ = cur_;
         part = end + 1;
     }
 }
@@ -343,31 +343,31 @@ std::size_t importer::machine::resolve_plain_key(std::string_view line, std::siz
 // result is that of the states. False for any other line, which is left to them.
 bool importer::machine::take_flat_line()
 {
-    std::size_t start = pos;
-    while (start < piece.size() && WHITE_SPACE.has(piece[start]))
+    std::size_t start = pos_;
+    while (start < piece_.size() && WHITE_SPACE.has(piece_[start]))
         ++start;
     // Checked before the search for the line's end: a line may hold any number of elements, and
     // searching for each would take quadratic time.
-    if (start < piece.size() && (piece[start] == '<' || piece[start] == '['))
+    if (start < piece_.size() && (piece_[start] == '<' || piece_[start] == '['))
         return false;
-    const std::size_t line_end = piece.find('\n', start);
+    const std::size_t line_end = piece_.find('\n', start);
     if (line_end == std::string_view::npos)
         return false;
-    const std::string_view line = piece.substr(start, line_end - start);
+    const std::string_view line = piece_.substr(start, line_end - start);
     const std::size_t key_end = resolve_plain_key(line, follow_last_line(line));
     if (key_end == std::string_view::npos || line.find('\r', key_end) != std::string_view::npos) {
-        parent = nullptr;
+        parent_ = nullptr;
         return false;
     }
-    last_key.assign(line, 0, key_end);
-    pos = start;
+    last_key_.assign(line, 0, key_end);
+    pos_ = start;
     begin_value(frag_notation::FLAT);
-    pos = start + key_end + 1;
+    pos_ = start + key_end + 1;
     store(line_end);
-    counted = ++pos;
+    counted_ = ++pos_;
     next_line();
-    parent = nullptr;
+    parent_ = nullptr;
     end_value();
-    trim_counted_end(cur);
+    trim_counted_end(cur_);
     return true;
 }

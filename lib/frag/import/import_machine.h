@@ -18,11 +18,11 @@ namespace flatlink
 {
 
 // Makes one call of the observer, if there is one.
-template <typename... Types, typename... Values>
-void tell(void (*import_observer::*call)(void *, Types...), Values... values)
+template <typename... types, typename... values>
+void tell(void (*import_observer::*call)(void *, types...), values... told)
 {
     if (import_watch != nullptr && import_watch->*call != nullptr)
-        (import_watch->*call)(import_watch->context, values...);
+        (import_watch->*call)(import_watch->context, told...);
 }
 
 } // namespace flatlink
@@ -64,9 +64,9 @@ struct flatlink::importer::machine {
     frag **const head; // the tree; stays the caller's
 
   private:
-    const steady_lists steady;
+    const steady_lists steady_;
 
-    // A state: consumes bytes at `pos`; returns false if it needs more.
+    // A state: consumes bytes at `pos_`; returns false if it needs more.
     using state = bool (machine::*)();
 
     bool line_start();
@@ -90,20 +90,20 @@ struct flatlink::importer::machine {
     bool decl();
 
     bool go(state next);
-    char at_pos() const { return piece[pos]; }
-    bool at_end() const { return pos == piece.size(); }
+    char at_pos() const { return piece_[pos_]; }
+    bool at_end() const { return pos_ == piece_.size(); }
 
     bool skip_white();
     bool collect_name(const byte_set &stops, std::size_t limit);
     bool take_name(const byte_set &stops, std::size_t limit, std::string_view &taken);
     void clear_name();
     std::int32_t line_here();
-    void next_line() { line_number += line_number < LAST_ORIGIN_LINE ? 1 : 0; }
+    void next_line() { line_number_ += line_number_ < LAST_ORIGIN_LINE ? 1 : 0; }
     void begin_name();
     void end_name();
     void begin_value(frag_notation form);
     void begin_bytes();
-    std::int32_t value_line() const { return value_origin & LAST_ORIGIN_LINE; }
+    std::int32_t value_line() const { return value_origin_ & LAST_ORIGIN_LINE; }
     void store_until(const byte_set &stops);
     void store(std::size_t end);
     void ensure_value() const;
@@ -130,31 +130,31 @@ struct flatlink::importer::machine {
     std::size_t follow_last_line(std::string_view line);
     std::size_t resolve_plain_key(std::string_view line, std::size_t part);
 
-    const int keep; // non-zero to protect existing values
-    state now = &machine::line_start;
+    const int keep_; // non-zero to protect existing values
+    state now_ = &machine::line_start;
 
-    std::string_view piece; // the bytes at hand
-    std::size_t pos = 0;
+    std::string_view piece_; // the bytes at hand
+    std::size_t pos_ = 0;
 
-    std::array<char, NAME_PART_SIZE + 1> name{}; // always NUL-terminated
-    std::size_t name_length = 0;
-    bool is_name_cut = false; // some of its bytes were dropped
-    char quote = 0;           // the byte that ends an attribute's value; 0: blank or '>' does
+    std::array<char, NAME_PART_SIZE + 1> name_{}; // always NUL-terminated
+    std::size_t name_length_ = 0;
+    bool is_name_cut_ = false; // some of its bytes were dropped
+    char quote_ = 0;           // the byte that ends an attribute's value; 0: blank or '>' does
 
-    frag *cur = nullptr;    // node being filled
-    frag *parent = nullptr; // node under which names are resolved; null: the top
-    std::size_t vlen = 0;   // bytes stored of cur's value
-    bool skip = false;      // drop value bytes
+    frag *cur_ = nullptr;    // node being filled
+    frag *parent_ = nullptr; // node under which names are resolved; null: the top
+    std::size_t vlen_ = 0;   // bytes stored of cur's value
+    bool skip_ = false;      // drop value bytes
 
     // Lines are counted lazily: when a value begins, from the last such place on.
-    std::int32_t line_number = 1;   // of the byte at `counted`
-    std::size_t counted = 0;        // in the piece
-    std::int32_t name_line = 0;     // where an unfinished key, tag or comment began; for observers
-    std::uint32_t value_origin = 0; // of the value being read
+    std::int32_t line_number_ = 1;   // of the byte at `counted_`
+    std::size_t counted_ = 0;        // in the piece
+    std::int32_t name_line_ = 0;     // where an unfinished key, tag or comment began; for observers
+    std::uint32_t value_origin_ = 0; // of the value being read
 
     // Some child was linked below a parent with a trie but not entered in it. Before that trie and
     // list agree, and the trie need not be consulted.
-    bool has_unentered = false;
+    bool has_unentered_ = false;
 
     // The key of the last flat line with the nodes of all its parts but the last, each with the
     // offset of the '_' after it: the next line often begins the same way.
@@ -162,6 +162,6 @@ struct flatlink::importer::machine {
         frag *node;
         std::size_t end;
     };
-    std::string last_key;
-    std::vector<path_part> last_path;
+    std::string last_key_;
+    std::vector<path_part> last_path_;
 };

@@ -15,28 +15,28 @@ using namespace std::string_view_literals;
 std::string_view importer::machine::plain_line()
 {
     while (!at_end() && WHITE_SPACE.has(at_pos()))
-        pass_plain(pos + 1);
-    const std::size_t end = piece.find('\n', pos);
-    return end == std::string_view::npos ? std::string_view() : piece.substr(pos, end - pos);
+        pass_plain(pos_ + 1);
+    const std::size_t end = piece_.find('\n', pos_);
+    return end == std::string_view::npos ? std::string_view() : piece_.substr(pos_, end - pos_);
 }
 
 // Moves to `end`, and updates the line count.
 void importer::machine::pass_plain(std::size_t end)
 {
-    if (counted == pos) {
-        if (piece[end - 1] == '\n')
+    if (counted_ == pos_) {
+        if (piece_[end - 1] == '\n')
             next_line();
-        counted = end;
+        counted_ = end;
     }
-    pos = end;
+    pos_ = end;
 }
 
 void importer::machine::resolve_section_part(std::string_view part)
 {
-    cur = find_named(part);
-    if (cur == nullptr) {
-        cur = newsymfrag(part);
-        link_past_trie(cur);
+    cur_ = find_named(part);
+    if (cur_ == nullptr) {
+        cur_ = newsymfrag(part);
+        link_past_trie(cur_);
     }
 }
 
@@ -54,14 +54,14 @@ bool importer::machine::take_section_header(std::string_view line)
         if (end - part > NAME_PART_SIZE || NO_STARTS.has(line[part]))
             break;
         resolve_section_part(line.substr(part, end - part));
-        last_path.push_back({cur, end});
-        parent = cur;
+        last_path_.push_back({cur_, end});
+        parent_ = cur_;
         part = end + 1;
     }
-    last_key.assign(line, 0, line.size());
+    last_key_.assign(line, 0, line.size());
     if (part <= close)
         return false;
-    pass_plain(pos + line.size());
+    pass_plain(pos_ + line.size());
     return true;
 }
 
@@ -75,10 +75,10 @@ bool importer::machine::take_section_key(std::string_view line)
         return false;
     resolve_section_part(line.substr(0, end));
     begin_value(frag_notation::SECTION);
-    const std::size_t line_end = pos + line.size();
-    pos += end + 1;
+    const std::size_t line_end = pos_ + line.size();
+    pos_ += end + 1;
     store(line_end);
-    counted = ++pos;
+    counted_ = ++pos_;
     next_line();
     end_value();
     return true;
@@ -90,8 +90,8 @@ bool importer::machine::take_section_line()
 {
     // Tried only at the start of a line: a line may hold any number of parts, and searching for its
     // end at each would take quadratic time.
-    const bool is_start = at_pos() == '\n' || (pos > 0 && piece[pos - 1] == '\n');
-    if (!is_start || has_unentered || name_line != 0)
+    const bool is_start = at_pos() == '\n' || (pos_ > 0 && piece_[pos_ - 1] == '\n');
+    if (!is_start || has_unentered_ || name_line_ != 0)
         return false;
     const std::string_view line = plain_line();
     if (line.empty())
@@ -101,43 +101,43 @@ bool importer::machine::take_section_line()
 
 bool importer::machine::sect_name()
 {
-    if (name_length == 0)
+    if (name_length_ == 0)
         while (!at_end() && take_section_line()) {
         }
-    while (name_length == 0) {
+    while (name_length_ == 0) {
         if (!skip_white())
             return false;
         begin_name();
         if (at_pos() != '[')
             break;
-        ++pos;
-        parent = nullptr;
+        ++pos_;
+        parent_ = nullptr;
     }
     static constexpr byte_set STOPS("\0\\]=_"sv);
     std::string_view taken;
     if (!take_name(STOPS, NAME_PART_SIZE, taken))
         return false;
-    is_name_cut = is_name_cut || !STOPS.has(at_pos());
-    pos = STOPS.find_in(piece, pos); // drops the end of a name that is too long
+    is_name_cut_ = is_name_cut_ || !STOPS.has(at_pos());
+    pos_ = STOPS.find_in(piece_, pos_); // drops the end of a name that is too long
     if (at_end()) {
-        if (name_length == 0)
-            name_length = taken.copy(name.data(), taken.size());
+        if (name_length_ == 0)
+            name_length_ = taken.copy(name_.data(), taken.size());
         return false;
     }
-    if (std::exchange(is_name_cut, false))
+    if (std::exchange(is_name_cut_, false))
         tell(&import_observer::name_cut, line_here(), taken);
-    cur = find_named(taken);
-    if (cur == nullptr) {
-        cur = newsymfrag(taken);
-        link_past_trie(cur);
+    cur_ = find_named(taken);
+    if (cur_ == nullptr) {
+        cur_ = newsymfrag(taken);
+        link_past_trie(cur_);
     }
     clear_name();
-    const char stop = piece[pos++];
+    const char stop = piece_[pos_++];
     if (stop == '\\' || stop == ']' || stop == '_') {
-        parent = cur;
+        parent_ = cur_;
         if (stop == ']') {
             end_name();
-            name_line = 0;
+            name_line_ = 0;
         }
         return !at_end();
     }
@@ -151,7 +151,7 @@ bool importer::machine::sect_value()
     store_until(STOPS);
     if (at_end())
         return false;
-    const char stop = piece[pos++];
+    const char stop = piece_[pos_++];
     if (stop == '\r')
         return !at_end();
     if (stop == '\\')
@@ -164,16 +164,16 @@ bool importer::machine::sect_value()
 bool importer::machine::sect_eol()
 {
     static constexpr byte_set STOPS("\n\0"sv);
-    pos = STOPS.find_in(piece, pos);
+    pos_ = STOPS.find_in(piece_, pos_);
     if (at_end())
         return false;
-    ++pos;
+    ++pos_;
     return go(&machine::sect_indent);
 }
 
 bool importer::machine::sect_indent()
 {
     while (!at_end() && is_ws(at_pos()))
-        ++pos;
+        ++pos_;
     return !at_end() && go(&machine::sect_value);
 }

@@ -8,7 +8,7 @@ using namespace flatlink;
 // Removes one prefix from the front. Returns its bit, 0 for none.
 static unsigned take_one(std::string_view &name, unsigned accepted)
 {
-    for (const access_prefix &prefix : ACCESS_PREFIXES) {
+    for (const access_prefix &prefix : access_prefixes) {
         if ((prefix.flag & accepted) == 0 || !begins_with_word(name, prefix.word))
             continue;
         name.remove_prefix(prefix.word.size());

@@ -83,13 +83,13 @@ constexpr std::size_t count_of(program_column column)
         programs, [column](const program_row &row) { return row.*column != nullptr; }));
 }
 
-template <program_column COLUMN> constexpr auto rows_of()
+template <program_column column> constexpr auto rows_of()
 {
-    std::array<proxy_map_row, count_of(COLUMN)> rows{};
+    std::array<proxy_map_row, count_of(column)> rows{};
     std::size_t used = 0;
     for (const program_row &row : programs)
-        if (row.*COLUMN != nullptr)
-            rows[used++] = {row.node, row.state, row.type, row.port, row.*COLUMN};
+        if (row.*column != nullptr)
+            rows[used++] = {row.node, row.state, row.type, row.port, row.*column};
     return rows;
 }
 

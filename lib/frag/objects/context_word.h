@@ -13,16 +13,16 @@ namespace flatlink
 {
 
 // A callback that passes `word` on to `callback`.
-template <typename Function, typename Word>
-object_callback object_callback_with(Function callback, Word word)
+template <typename callback_type, typename word_type>
+object_callback object_callback_with(callback_type callback, word_type word)
 {
     return [callback, word](frag **db, frag *obj, const char *type) {
         return callback(db, obj, type, word);
     };
 }
 
-template <typename Function, typename Word>
-text_callback text_callback_with(Function callback, Word word)
+template <typename callback_type, typename word_type>
+text_callback text_callback_with(callback_type callback, word_type word)
 {
     return
         [callback, word](frag *element, const char *text) { return callback(element, text, word); };
@@ -30,50 +30,50 @@ text_callback text_callback_with(Function callback, Word word)
 
 } // namespace flatlink
 
-template <typename Function, typename Word>
-int enum_group(frag **db, frag *obj, Function callback, Word word)
+template <typename callback_type, typename word_type>
+int enum_group(frag **db, frag *obj, callback_type callback, word_type word)
 {
     return enum_group(db, obj, flatlink::object_callback_with(callback, word));
 }
 
-template <typename Function, typename Word>
-int enum_list(frag **db, frag **list, Function callback, Word word)
+template <typename callback_type, typename word_type>
+int enum_list(frag **db, frag **list, callback_type callback, word_type word)
 {
     return enum_list(db, list, flatlink::object_callback_with(callback, word));
 }
 
-template <typename Function, typename Word>
-int enum_netobj(frag **db, const char *key, Function callback, Word word)
+template <typename callback_type, typename word_type>
+int enum_netobj(frag **db, const char *key, callback_type callback, word_type word)
 {
     return enum_netobj(db, key, flatlink::text_callback_with(callback, word));
 }
 
-template <typename Function, typename Word>
-int enum_netobj6(frag **db, frag *obj, const char *key, Function callback, Word word)
+template <typename callback_type, typename word_type>
+int enum_netobj6(frag **db, frag *obj, const char *key, callback_type callback, word_type word)
 {
     return enum_netobj6(db, obj, key, flatlink::text_callback_with(callback, word));
 }
 
-template <typename Function, typename Word>
-int enum_netobj42(frag **db, const char *key, Function callback, Word word)
+template <typename callback_type, typename word_type>
+int enum_netobj42(frag **db, const char *key, callback_type callback, word_type word)
 {
     return enum_netobj42(db, key, flatlink::text_callback_with(callback, word));
 }
 
-template <typename Function, typename Word>
-int enum_netgroup(frag **db, frag *group, const char *key, Function callback, Word word)
+template <typename callback_type, typename word_type>
+int enum_netgroup(frag **db, frag *group, const char *key, callback_type callback, word_type word)
 {
     return enum_netgroup(db, group, key, flatlink::text_callback_with(callback, word));
 }
 
-template <typename Function, typename Word>
-int enum_netlist(frag **db, frag *list, const char *name, Function callback, Word word)
+template <typename callback_type, typename word_type>
+int enum_netlist(frag **db, frag *list, const char *name, callback_type callback, word_type word)
 {
     return enum_netlist(db, list, name, flatlink::text_callback_with(callback, word));
 }
 
 // The text callback of netobj_to_netperm, which needs no word.
-template <typename Word> int n2n_func(frag *element, const char *text, Word)
+template <typename word_type> int n2n_func(frag *element, const char *text, word_type)
 {
     return n2n_func(element, text);
 }
@@ -95,8 +95,8 @@ inline int convert_pat(std::nullptr_t)
     return convert_pat(static_cast<std::string *>(nullptr));
 }
 
-template <typename Function, typename Word>
-int enum_pattern(frag **db, char *text, Function callback, Word word, const char *tag,
+template <typename callback_type, typename word_type>
+int enum_pattern(frag **db, char *text, callback_type callback, word_type word, const char *tag,
                  const char **typeout)
 {
     const object_callback calls = flatlink::object_callback_with(callback, word);

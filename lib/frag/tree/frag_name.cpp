@@ -67,7 +67,7 @@ struct key_text {
 
 std::string_view flatlink::shown_prefix(const frag *node)
 {
-    for (const access_prefix &prefix : ACCESS_PREFIXES)
+    for (const access_prefix &prefix : access_prefixes)
         if (node->flags & prefix.flag)
             return prefix.word;
     return ""; // not a null view: callers copy its bytes

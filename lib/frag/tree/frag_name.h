@@ -12,7 +12,7 @@ struct access_prefix {
 };
 
 // In order of precedence: a name shows at most one prefix, the first that applies.
-inline constexpr access_prefix ACCESS_PREFIXES[] = {
+inline constexpr access_prefix access_prefixes[] = {
     {"deny-", 0x02},
     {"permit-", 0x01},
     {"absorb-", 0x04},

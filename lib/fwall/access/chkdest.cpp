@@ -65,8 +65,8 @@ static void tell_decided(const decision &found)
 }
 
 // The verdict of the first item for which `compare` says that it fits, in the entries of a keyword.
-template <typename COMPARE>
-static decision first_verdict(const char *keyword, cfgrec *list, COMPARE compare)
+template <typename comparer>
+static decision first_verdict(const char *keyword, cfgrec *list, comparer compare)
 {
     for (const cfgrec *entry = cfg_first(keyword, list); entry != nullptr;
          entry = cfg_next(keyword, entry)) {

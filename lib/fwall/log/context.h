@@ -39,16 +39,16 @@ class CServiceContext
     // context is left without a list.
     virtual void SetProxyConfList(cfgrec *list);
 
-    services GetServiceType() const { return service_type; }
-    void SetServiceType(services type) { service_type = type; }
-    prots GetProtocol() const { return protocol; }
-    void SetProtocol(prots value) { protocol = value; }
+    services GetServiceType() const { return service_type_; }
+    void SetServiceType(services type) { service_type_ = type; }
+    prots GetProtocol() const { return protocol_; }
+    void SetProtocol(prots value) { protocol_ = value; }
 
   private:
-    services service_type = SERVICE_PROXY;
-    prots protocol = PROTOCOL_OTHER;
-    char own_name[1024] = {};
-    cfgrec *conf_list = nullptr; // owned
+    services service_type_ = SERVICE_PROXY;
+    prots protocol_ = PROTOCOL_OTHER;
+    char own_name_[1024] = {};
+    cfgrec *conf_list_ = nullptr; // owned
 };
 
 // Works on `proxy_name` and on `proxy_confp` itself: lists are neither copied nor freed.
@@ -75,15 +75,15 @@ class CConnectionContext
     virtual const char *GetSrcIPAddress() const;
     virtual void SetSrcIPAddress(const char *address); // keeps 15 characters
 
-    std::int32_t GetSrcPort() const { return src_port; }
-    void SetSrcPort(std::int32_t port) { src_port = port; }
-    std::int32_t GetDstPort() const { return dst_port; }
-    void SetDstPort(std::int32_t port) { dst_port = port; }
-    std::int32_t GetMappedDstPort() const { return mapped_dst_port; }
-    void SetMappedDstPort(std::int32_t port) { mapped_dst_port = port; }
-    const char *GetDstIPAddress() const { return dst_address; }
+    std::int32_t GetSrcPort() const { return src_port_; }
+    void SetSrcPort(std::int32_t port) { src_port_ = port; }
+    std::int32_t GetDstPort() const { return dst_port_; }
+    void SetDstPort(std::int32_t port) { dst_port_ = port; }
+    std::int32_t GetMappedDstPort() const { return mapped_dst_port_; }
+    void SetMappedDstPort(std::int32_t port) { mapped_dst_port_ = port; }
+    const char *GetDstIPAddress() const { return dst_address_; }
     void SetDstIPAddress(const char *address); // keeps 15 characters
-    const char *GetUser() const { return user; }
+    const char *GetUser() const { return user_; }
     void SetUser(const char *name); // keeps 63 characters
 
     // Keeps 32 bytes of each text, and the level up to which events are logged (-1: all).
@@ -92,23 +92,23 @@ class CConnectionContext
     // Copy at most `size` and at most 32 bytes; a text that fills them is not NUL-terminated.
     void GetRuleNumber(char *buffer, std::size_t size) const;
     void GetRuleLabel(char *buffer, std::size_t size) const;
-    std::int32_t GetLogLevel() const { return log_level; }
+    std::int32_t GetLogLevel() const { return log_level_; }
 
     // The identifier in the log's record: 32 bytes, not NUL-terminated when the text fills them.
     void SetConnectionID(const char *id);
     void GetConnectionID(char *buffer, std::size_t size) const;
 
   private:
-    std::int32_t src_port = 0;
-    std::int32_t dst_port = 0;
-    std::int32_t mapped_dst_port = 0;
-    char dst_address[16] = {};
-    char user[64] = {};
-    char src_address[16] = {};
-    char connection_id[32] = {};
-    std::int32_t log_level = -1;
-    char rule_number[32] = {'N', '/', 'A'};
-    char rule_label[32] = {};
+    std::int32_t src_port_ = 0;
+    std::int32_t dst_port_ = 0;
+    std::int32_t mapped_dst_port_ = 0;
+    char dst_address_[16] = {};
+    char user_[64] = {};
+    char src_address_[16] = {};
+    char connection_id_[32] = {};
+    std::int32_t log_level_ = -1;
+    char rule_number_[32] = {'N', '/', 'A'};
+    char rule_label_[32] = {};
 };
 
 // Keeps the source address in `proxy_riaddr`, cut at 511 characters.

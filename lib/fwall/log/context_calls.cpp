@@ -3,14 +3,15 @@
 #include <new>
 
 // One template for all getters and one for all setters hold the only tests for null.
-template <typename CONTEXT, typename RESULT>
-static RESULT get(const CONTEXT *context, RESULT (CONTEXT::*getter)() const, RESULT without)
+template <typename context_type, typename result>
+static result get(const context_type *context, result (context_type::*getter)() const,
+                  result without)
 {
     return context == nullptr ? without : (context->*getter)();
 }
 
-template <typename CONTEXT, typename VALUE>
-static void set(CONTEXT *context, void (CONTEXT::*setter)(VALUE), VALUE value)
+template <typename context_type, typename value_type>
+static void set(context_type *context, void (context_type::*setter)(value_type), value_type value)
 {
     if (context != nullptr)
         (context->*setter)(value);

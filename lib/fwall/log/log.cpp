@@ -149,9 +149,9 @@ void Log::vSendLog(CServiceContext *service, CConnectionContext *connection,
     SendLogFormatted(service, connection, uniq, priority, text);
 }
 
-template <std::size_t SIZE> static void set_escaped(char (&field)[SIZE], const char *text)
+template <std::size_t size> static void set_escaped(char (&field)[size], const char *text)
 {
-    (void)hexescNonAsciiPlus(field, text, SIZE, ","); // may be cut
+    (void)hexescNonAsciiPlus(field, text, size, ","); // may be cut
 }
 
 static void fill_connection(DaemonMsg &record, const CConnectionContext &connection)

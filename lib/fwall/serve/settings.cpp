@@ -49,9 +49,9 @@ static void set_user(const cfgrec &entry)
     std::exit(1);
 }
 
-template <auto &FIELD> static void set_path(const cfgrec &entry)
+template <auto &field> static void set_path(const cfgrec &entry)
 {
-    set_text(FIELD, entry.argv[0]);
+    set_text(field, entry.argv[0]);
 }
 
 static bool is_whole_number(std::string_view text)
@@ -61,9 +61,9 @@ static bool is_whole_number(std::string_view text)
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-template <std::int32_t &NUMBER> static void set_number(const cfgrec &entry)
+template <std::int32_t &number> static void set_number(const cfgrec &entry)
 {
-    NUMBER = lenient_number(entry.argv[0]);
+    number = lenient_number(entry.argv[0]);
     if (table_watch != nullptr && !is_whole_number(entry.argv[0]))
         table_watch->value(value_fault::WANTS_NUMBER, entry.argv[0]);
 }

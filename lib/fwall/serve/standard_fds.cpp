@@ -5,7 +5,7 @@
 
 using namespace flatlink;
 
-static constexpr int STANDARD_FDS[] = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+static constexpr int standard_fds[] = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
 static constexpr int LAST_STANDARD = STDERR_FILENO;
 
 static int open_null()
@@ -30,7 +30,7 @@ void flatlink::standard_fds_to_null()
 
 void flatlink::standard_fds_from(int fd)
 {
-    for (const int standard : STANDARD_FDS)
+    for (const int standard : standard_fds)
         (void)dup2(fd, standard); // both are in range
     if (fd > LAST_STANDARD)
         (void)close(fd); // lives on in its duplicates

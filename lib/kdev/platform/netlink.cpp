@@ -30,10 +30,10 @@ constexpr std::size_t DATAGRAM_SIZE = 32768;
 
 // Takes the first item off `bytes`: its head to `head`, what follows in it to `body`. Netlink's
 // messages and attributes are built alike. False at the end and at a length that doesn't fit.
-template <typename Head, typename Length>
-bool take_item(byte_view &bytes, Length Head::*length, Head &head, byte_view &body)
+template <typename item_head, typename length_type>
+bool take_item(byte_view &bytes, length_type item_head::*length, item_head &head, byte_view &body)
 {
-    head = load<Head>(bytes, 0);
+    head = load<item_head>(bytes, 0);
     const std::size_t size_bytes = head.*length;
     if (size_bytes < sizeof head || size_bytes > bytes.size())
         return false;

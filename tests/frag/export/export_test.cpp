@@ -123,7 +123,9 @@ TEST(XmlWrite, IndentationEndsAtItsLimit)
     for (const auto &[depth, outer, inner] :
          {std::tuple(0, 0U, 1U), {40, 40U, 41U}, {41, 41U, 41U}, {1000, 41U, 41U}}) {
         const std::string before(outer, ' ');
-        EXPECT_EQ(written([&](std::FILE *out) { return outxmlfile(out, tree.head, depth); }),
+        EXPECT_EQ(written([&, depth = depth](std::FILE *out) {
+                      return outxmlfile(out, tree.head, depth);
+                  }),
                   before + "<a b=\"2\">\n" + std::string(inner, ' ') + "<x>1</x>\n" + before +
                       "</a>\n");
     }

@@ -32,7 +32,7 @@ std::size_t count_nodes(frag *head)
     return count;
 }
 
-constexpr notation ALL[] = {notation::FLAT, notation::SECTIONS, notation::TAGS};
+constexpr notation notations[] = {notation::FLAT, notation::SECTIONS, notation::TAGS};
 
 } // namespace
 
@@ -80,7 +80,7 @@ TEST(NotationWrite, ReadsBackTheSame)
         {"!a=1", true, true, false},
     };
     for (const auto &row : cases) {
-        for (const notation form : ALL) {
+        for (const notation form : notations) {
             built_tree tree(row.tree);
             count_whole_values(tree.head);
             const std::string text = written(form, tree.head);
@@ -103,7 +103,7 @@ TEST(NotationWrite, FittedCopies)
     for (const std::string &text :
          {std::string("a='x\ny=\\\\<b>\r'{_c]d=1} [e=' <'"), longest + "=1", std::string("/a!=1"),
           std::string("a\\_b=1 \\ c='  d'"), std::string("a=>{b>c=1}")}) {
-        for (const notation form : ALL) {
+        for (const notation form : notations) {
             built_tree tree(text);
             frag *fitted = copy_fit_for(form, tree.head);
             SCOPED_TRACE(tree_text(fitted));

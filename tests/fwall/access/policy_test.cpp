@@ -7,7 +7,7 @@
 
 static const std::string LONG_NAME(80, 'l'), LONG_EXPANSION = "deny-x " + std::string(1024, 'x');
 
-static const policy_option OPTIONS[] = {
+static const policy_option options[] = {
     {"-flag", POLICY_ARG_NONE, "keyword a 'b c'"},
     {"-bare", POLICY_ARG_NONE, nullptr},
     {"-xyz", POLICY_ARG_ONE, ""},
@@ -58,7 +58,7 @@ TEST(GetPolicy, PutsTheTermsOfALineInOrder)
                                 "\nhosts b -policy p\nhosts c -policy q\nk 0\n"
                                 "policy-p: k 1\npolicy-q: deny-l 2\npolicy-p: m 3 4");
         const std::string own = records(proxy_confp);
-        EXPECT_EQ(get_policy(proxy_confp, OPTIONS), 0);
+        EXPECT_EQ(get_policy(proxy_confp, options), 0);
         EXPECT_EQ(records(policy_confp), row.made + own + row.added) << row.words;
         EXPECT_EQ(report_log::lines(), "");
     }
@@ -81,7 +81,7 @@ TEST(GetPolicy, ReportsFaultsAndGoesOn)
     for (const auto &row : cases) {
         SCOPED_TRACE(row.words);
         const proxy_setup setup("permit-hosts " + std::string(row.words));
-        EXPECT_EQ(get_policy(proxy_confp, OPTIONS), 0);
+        EXPECT_EQ(get_policy(proxy_confp, options), 0);
         EXPECT_EQ(records(policy_confp, proxy_confp), row.want);
         EXPECT_EQ(report_log::lines(),
                   *row.report == '\0' ? "" : std::string("11502/1 cfgerr: ") + row.report);
@@ -100,7 +100,7 @@ TEST(GetPolicy, RefusesHalfOfTheTerms)
     for (const auto &[words, report] : cases) {
         const proxy_setup setup("hosts a -flag -policy p " + words +
                                 "\nhosts b -policy p\npolicy-p: k 1");
-        EXPECT_EQ(get_policy(proxy_confp, OPTIONS), 1);
+        EXPECT_EQ(get_policy(proxy_confp, options), 1);
         EXPECT_EQ(policy_confp, proxy_confp);
         EXPECT_EQ(report_log::lines(), report);
     }

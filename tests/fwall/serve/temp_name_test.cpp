@@ -11,7 +11,9 @@
 using namespace flatlink;
 
 // Names in a folder of its own, which has one file.
-struct TempName : testing::Test {
+class TempName : public testing::Test
+{
+  protected:
     table_file taken{""};
 
     // The name after the folder; else the error.

@@ -171,11 +171,10 @@ std::string flatlink::shown_change(const flat_change &change, bool is_revealed)
         return text;
     const auto add = [&](const char *mark, const flat_field &field) {
         const std::string line = std::string(field.key) + "=" + std::string(field.value);
-        // A key record's key is a secret under its whole key alone.
-        const bool is_key = change.family == "key" && field.key == "key";
+        const bool is_hidden =
+            !is_revealed && is_secret_key(change.family + "_" + std::string(field.key));
         text += mark;
-        text += is_key && !is_revealed ? "key=" + hidden_secret(field.value)
-                                       : shown_setting(line, is_revealed);
+        text += is_hidden ? std::string(field.key) + "=" + hidden_secret(field.value) : shown(line);
         text += "\n";
     };
     for (const flat_field &field : change.was)

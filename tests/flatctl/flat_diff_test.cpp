@@ -45,9 +45,11 @@ TEST(FlatDiff, Records)
 TEST(FlatDiff, SecretsStayHidden)
 {
     const std::string text =
-        changes("vpn_anonsecret=first\nkey_0001_id=i\nkey_0001_key=00aa\nvlink_1_secret=one\n",
-                "vpn_anonsecret=second\nkey_0001_id=i\nkey_0001_key=00bb\nvlink_1_secret=two\n");
-    for (const char *secret : {"first", "second", "00aa", "00bb", "one", "two"})
+        changes("vpn_anonsecret=first\nkey_0001_id=i\nkey_0001_key=00aa\nvlink_1_secret=one\n"
+                "link_0001_okey=11cc\n",
+                "vpn_anonsecret=second\nkey_0001_id=i\nkey_0001_key=00bb\nvlink_1_secret=two\n"
+                "link_0001_okey=11dd\n");
+    for (const char *secret : {"first", "second", "00aa", "00bb", "one", "two", "11cc", "11dd"})
         EXPECT_EQ(text.find(secret), std::string::npos) << text;
     EXPECT_NE(text.find("+ secret=<secret "), std::string::npos) << text;
 }

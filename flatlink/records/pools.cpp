@@ -23,10 +23,16 @@ constexpr field<mcpool> fields_of_pool[] = {
     {"ifname", as<as_text, &mcpool::ifname>},
 };
 
-// An address in an entry of a pool: its key is the entry's number between stem and ending.
+// How a field of the entry with a number is held. To store one makes the entry.
+struct entry_form {
+    void (*store)(mcpool &pool, std::int32_t number, std::string_view value);
+    printed (*print)(const mcpool &pool, std::int32_t number);
+};
+
+// A field of an entry: its key is the entry's number between stem and ending.
 struct entry_field {
     std::string_view stem, ending;
-    u32 &(*place)(mcpool &pool, std::int32_t number); // makes the entry
+    entry_form held;
 };
 
 // The entries of one kind: their numbers, and what each holds.
@@ -43,25 +49,24 @@ template <auto entries> std::vector<std::int32_t> numbers_of(const mcpool &pool)
     return numbers;
 }
 
-template <auto entries> u32 &server(mcpool &pool, std::int32_t number)
-{
-    return (pool.*entries)[number];
-}
-
-template <auto entries, auto member> u32 &part(mcpool &pool, std::int32_t number)
-{
-    return (pool.*entries)[number].*member;
-}
+// As `as` of field.h, for an entry or a member of it.
+template <typename codec, auto entries, auto... member>
+constexpr entry_form in{[](mcpool &pool, std::int32_t number, std::string_view value) {
+                            codec::read(((pool.*entries)[number].*....*member), value);
+                        },
+                        [](const mcpool &pool, std::int32_t number) {
+                            return codec::print(((pool.*entries).at(number).*....*member));
+                        }};
 
 constexpr entry_field range_fields[] = {
-    {"addr_", "", part<&mcpool::addr, &mcpool_range::addr>},
-    {"addr2_", "", part<&mcpool::addr, &mcpool_range::addr2>},
+    {"addr_", "", in<address, &mcpool::addr, &mcpool_range::addr>},
+    {"addr2_", "", in<address, &mcpool::addr, &mcpool_range::addr2>},
 };
-constexpr entry_field nbns_fields[] = {{"nbns_", "", server<&mcpool::nbns>}};
-constexpr entry_field dns_fields[] = {{"dns_", "", server<&mcpool::dns>}};
+constexpr entry_field nbns_fields[] = {{"nbns_", "", in<address, &mcpool::nbns>}};
+constexpr entry_field dns_fields[] = {{"dns_", "", in<address, &mcpool::dns>}};
 constexpr entry_field net_fields[] = {
-    {"net_", "_addr", part<&mcpool::net, &mcpool_net::addr>},
-    {"net_", "_mask", part<&mcpool::net, &mcpool_net::mask>},
+    {"net_", "_addr", in<address, &mcpool::net, &mcpool_net::addr>},
+    {"net_", "_mask", in<address, &mcpool::net, &mcpool_net::mask>},
 };
 
 // In the order of their lines.
@@ -109,10 +114,8 @@ static int store_entry(mcpool &pool, std::string_view key, std::string_view valu
             if (number < 0)
                 return 1;
             if (field.ending.empty() || field.ending == rest) {
-                const u32 addr = parse_address(std::string(value));
                 note_stored(&pool, key, value);
-                note_unless_address(addr, value);
-                field.place(pool, number) = addr;
+                field.held.store(pool, number, value);
                 return 0;
             }
             unknown = rest;
@@ -235,16 +238,18 @@ void finish_mcpools()
 
 // ---- the way out
 
-static void save_entries(const record_writer &out, mcpool &pool, const entry_kind &kind)
+static void save_entries(const record_writer &out, const mcpool &pool, const entry_kind &kind)
 {
     std::size_t written = 0;
     for (const std::int32_t number : kind.numbers(pool)) {
         ++written;
         for (const entry_field &field : kind.fields) {
+            const printed value = field.held.print(pool, number);
+            if (!value)
+                continue;
             const std::string key = key_of(field, written);
-            const std::string addr = format_address(field.place(pool, number));
-            note_written(&pool, key, addr);
-            out.text(key, addr);
+            note_written(&pool, key, *value);
+            out.text(key, *value);
         }
     }
 }

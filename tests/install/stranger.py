@@ -39,7 +39,7 @@ class Stranger(unittest.TestCase):
         run(CMAKE, "-S", PROGRAMS / "tree", "-B", folder, f"-DCMAKE_CXX_COMPILER={COMPILER}",
             *options)
         run(CMAKE, "--build", folder, "--parallel", str(os.cpu_count()), "--target", "tree")
-        self.assertEqual("10.1.*\n", run(folder / "tree"))
+        self.assertEqual(run(folder / "tree"), "10.1.*\n")
         return folder
 
     def test_cmake_package(self):
@@ -69,7 +69,7 @@ class Stranger(unittest.TestCase):
         self.assertTrue(os.access(self.prefix / "bin" / "flatlink", os.X_OK))
         for name in ("flatctl", "plug-relay", "line-filter", "stdlog", "rule-form"):
             program = self.prefix / "bin" / name
-            self.assertEqual(f"{name} 1.0.0\n", run(program, "--version"))
+            self.assertEqual(run(program, "--version"), f"{name} 1.0.0\n")
             self.assertIn(f"usage: {name}", run(program, "--help").lower())
         for name in ("doc/flatlink/LICENSE", "doc/flatlink/CHANGELOG.md", "man/man1/flatlink.1",
                      "man/man5/netperm-table.5", "man/man7/flatlink-proxy.7"):
@@ -83,7 +83,7 @@ class Stranger(unittest.TestCase):
             text = re.sub("ExecStart=.*/bin", f"ExecStart={self.prefix}/bin", text)
             (self.work / name).write_text(text)
         said = run("systemd-analyze", "verify", "--man=no", *(self.work / name for name in names))
-        self.assertEqual("", said)
+        self.assertEqual(said, "")
         # 2.0 at most, in tenths.
         run("systemd-analyze", "security", "--offline=true", "--threshold=20",
             self.work / names[0])

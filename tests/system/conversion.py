@@ -5,12 +5,11 @@ import os
 import socket
 import stat
 import subprocess
-import sys
 import unittest
 
 import hostile
-import namespace as ns
-from namespace import DATABASE, NOBODY, SCRATCH, convert, read, write
+import kit as ns
+from kit import DATABASE, NOBODY, SCRATCH, convert, read, write
 
 DEFAULT_LINES = b"""vpn_anonsecret=
 vpn_clientIKEpolicy=
@@ -24,13 +23,10 @@ ip_domainname=
 SAMPLE = ns.WORK + "/samples/branch-office.conf"
 
 
-class Case(unittest.TestCase):
-    def setUp(self):
-        ns.fresh_tmp()
-
+class Case(ns.Case):
     def check(self, run, status, messages):
         """A run has this status and error stream, and an empty standard output."""
-        self.assertEqual((status, messages, b""), (run.returncode, run.stderr, run.stdout))
+        self.assertEqual((run.returncode, run.stderr, run.stdout), (status, messages, b""))
 
 
 class Arguments(Case):
@@ -39,22 +35,22 @@ class Arguments(Case):
         for args in ((), (DATABASE, DATABASE), (DATABASE, "", "")):
             with self.subTest(args=args):
                 self.check(convert(*args), 1, b"")
-                self.assertEqual(b"ip_hostname=gate\n", read(DATABASE))
-                self.assertEqual([], os.listdir("/tmp"))
+                self.assertEqual(read(DATABASE), b"ip_hostname=gate\n")
+                self.assertEqual(os.listdir("/tmp"), [])
 
 
 class Databases(Case):
     def test_missing_one_is_made(self):
         self.check(convert(DATABASE), 0, b"")
-        self.assertEqual(DEFAULT_LINES, read(DATABASE))
-        self.assertEqual(DEFAULT_LINES, read(SCRATCH))
+        self.assertEqual(read(DATABASE), DEFAULT_LINES)
+        self.assertEqual(read(SCRATCH), DEFAULT_LINES)
 
     def test_empty_one_gets_the_default_lines(self):
         for content in (b"", b"\n \r\n\t", b"no equals sign at all"):
             with self.subTest(content=content):
                 write(DATABASE, content)
                 self.check(convert(DATABASE), 0, b"")
-                self.assertEqual(DEFAULT_LINES, read(DATABASE))
+                self.assertEqual(read(DATABASE), DEFAULT_LINES)
 
     def test_relative_path(self):
         write(DATABASE, b"ip_hostname=gate\n")
@@ -67,29 +63,29 @@ class Databases(Case):
 
     def check_refused(self, reason, uid=0):
         run = convert(DATABASE, uid=uid)
-        self.assertEqual((1, b""), (run.returncode, run.stdout))
-        self.assertEqual(1, run.stderr.count(b"\n"), run.stderr)
+        self.assertEqual((run.returncode, run.stdout), (1, b""))
+        self.assertEqual(run.stderr.count(b"\n"), 1, run.stderr)
         self.assertIn(DATABASE.encode(), run.stderr)
         self.assertIn(reason, run.stderr)
 
     def test_folder_is_refused(self):
         os.mkdir(DATABASE)
         self.check_refused(b"Is a directory")
-        self.assertEqual([], os.listdir(DATABASE))
+        self.assertEqual(os.listdir(DATABASE), [])
 
     def test_unreadable_one_is_refused(self):
         write(DATABASE, b"ip_hostname=gate\n")
         os.chown(DATABASE, NOBODY, NOBODY)
         os.chmod(DATABASE, 0o200)  # the run could write it
         self.check_refused(b"Permission denied", uid=NOBODY)
-        self.assertEqual(b"ip_hostname=gate\n", read(DATABASE))
+        self.assertEqual(read(DATABASE), b"ip_hostname=gate\n")
 
     def test_read_only_one_stays(self):
         content = read(SAMPLE)
         write(DATABASE, content)
         os.chmod(DATABASE, 0o444)
         self.check(convert(DATABASE, uid=NOBODY), 1, DATABASE.encode() + b": Permission denied\n")
-        self.assertEqual(content, read(DATABASE))
+        self.assertEqual(read(DATABASE), content)
         self.assertTrue(read(SCRATCH).endswith(read(ns.WORK + "/tests/data/branch-office.want")))
 
     def test_full_file_system_is_told(self):
@@ -124,10 +120,10 @@ class Replacement(Case):
 
     def check_refused(self, path, reason, **options):
         run = convert(path, **options)
-        self.assertEqual((1, 1), (run.returncode, run.stderr.count(b"\n")), run.stderr)
+        self.assertEqual((run.returncode, run.stderr.count(b"\n")), (1, 1), run.stderr)
         self.assertIn(path.encode() + b": ", run.stderr)
         self.assertIn(reason, run.stderr)
-        self.assertEqual(self.content, read(DATABASE))
+        self.assertEqual(read(DATABASE), self.content)
 
     def link(self, target, path=ns.WORK + "/link"):
         os.symlink(target, path)
@@ -155,16 +151,16 @@ class Replacement(Case):
                     if before:
                         write(SCRATCH, before)
                     self.check_refused(path, b"the scratch file")
-                    self.assertEqual(before, read(SCRATCH) if os.path.exists(SCRATCH) else None)
+                    self.assertEqual(read(SCRATCH) if os.path.exists(SCRATCH) else None, before)
 
     def test_one_run_at_a_time(self):
         for path, name in ((DATABASE, DATABASE), (SCRATCH, SCRATCH)):
             with self.subTest(path), open(path, "ab") as other:
                 fcntl.flock(other, fcntl.LOCK_EX)
                 run = convert(DATABASE)
-                self.assertEqual(1, run.returncode)
+                self.assertEqual(run.returncode, 1)
                 self.assertRegex(run.stderr, name.encode() + b": another run [^\n]*\n\\Z")
-                self.assertEqual(self.content, read(DATABASE))
+                self.assertEqual(read(DATABASE), self.content)
 
     def test_owner_mode_attributes_and_links_stay(self):
         os.chown(DATABASE, NOBODY, NOBODY)
@@ -174,20 +170,20 @@ class Replacement(Case):
         for path in (self.link("link2"), self.link(DATABASE, ns.WORK + "/link2"), DATABASE):
             self.check(convert(path), 0, b"")
             after = os.stat(DATABASE)
-            self.assertEqual((before.st_mode, before.st_uid, before.st_gid),
-                             (after.st_mode, after.st_uid, after.st_gid))
-            self.assertEqual(["trusted.label"], os.listxattr(DATABASE))
-            self.assertNotEqual(before.st_ino, after.st_ino)
+            self.assertEqual((after.st_mode, after.st_uid, after.st_gid),
+                             (before.st_mode, before.st_uid, before.st_gid))
+            self.assertEqual(os.listxattr(DATABASE), ["trusted.label"])
+            self.assertNotEqual(after.st_ino, before.st_ino)
         os.remove(DATABASE)
         self.check(convert(ns.WORK + "/link"), 0, b"")
-        self.assertEqual(DEFAULT_LINES, read(DATABASE))
+        self.assertEqual(read(DATABASE), DEFAULT_LINES)
 
     def test_closed_streams(self):
         name = ns.WORK + "/tests/data/bad_values"
         write(DATABASE, read(name + ".in"))
         closed = subprocess.run(["sh", "-c", f"{ns.TOOL} {DATABASE} <&- >&- 2>&-"], check=False)
-        self.assertEqual(0, closed.returncode)
-        self.assertEqual(read(name + ".want"), read(DATABASE))
+        self.assertEqual(closed.returncode, 0)
+        self.assertEqual(read(DATABASE), read(name + ".want"))
         self.assertTrue(read(SCRATCH).endswith(read(name + ".want")))
 
 
@@ -208,9 +204,9 @@ class Scratch(Case):
 
     def check_untouched(self, reason):
         run = convert(DATABASE)
-        self.assertEqual(1, run.returncode)
+        self.assertEqual(run.returncode, 1)
         self.assertRegex(run.stderr, rb"\A" + SCRATCH.encode() + b": [^\n]*" + reason + b"[^\n]*\n\Z")
-        self.assertEqual(self.content, read(DATABASE))
+        self.assertEqual(read(DATABASE), self.content)
 
     def test_is_for_its_owner_alone(self):
         for before in (None, 0o600, 0o666):
@@ -220,8 +216,8 @@ class Scratch(Case):
                     os.chmod(SCRATCH, before)
                 self.check(convert(DATABASE), 0, b"")
                 status = os.stat(SCRATCH)
-                self.assertEqual(0o600, stat.S_IMODE(status.st_mode))
-                self.assertEqual(0, status.st_uid)
+                self.assertEqual(stat.S_IMODE(status.st_mode), 0o600)
+                self.assertEqual(status.st_uid, 0)
                 self.assertNotIn(b"old ", read(SCRATCH))
                 write(DATABASE, self.content)
 
@@ -231,7 +227,7 @@ class Scratch(Case):
         scratch, lines = read(SCRATCH), read(DATABASE)
         self.assertTrue(scratch.endswith(lines))
         trace = scratch[:-len(lines)].decode().splitlines()
-        self.assertEqual("Dst vpnnetwork check", trace[0])
+        self.assertEqual(trace[0], "Dst vpnnetwork check")
         for line in trace:
             self.assertRegex(line, "^(<<|TRACE |Src |Dst )")
 
@@ -264,14 +260,14 @@ class Scratch(Case):
                 plant()
                 before = what_stands_in("/tmp")
                 self.check_untouched(reason)  # a pipe without a reader: must not wait for one
-                self.assertEqual(before, what_stands_in("/tmp"))
+                self.assertEqual(what_stands_in("/tmp"), before)
 
     def test_planted_pipe_with_a_reader(self):
         os.mkfifo(SCRATCH, 0o666)
         reader = os.open(SCRATCH, os.O_RDONLY | os.O_NONBLOCK)
         self.addCleanup(os.close, reader)
         self.check_untouched(b"not a plain file")
-        self.assertEqual(b"", os.read(reader, 100))
+        self.assertEqual(os.read(reader, 100), b"")
 
 
 class Golden(Case):
@@ -286,10 +282,10 @@ class Golden(Case):
         write(DATABASE, content)
         self.check(convert(DATABASE), 0, read(messages) if os.path.exists(messages) else b"")
         self.maxDiff = None
-        self.assertEqual(want.decode(), read(DATABASE).decode())
+        self.assertEqual(read(DATABASE).decode(), want.decode())
         trace = folder + name + ".trace"
         if os.path.exists(trace):
-            self.assertEqual((read(trace) + want).decode(), read(SCRATCH).decode())
+            self.assertEqual(read(SCRATCH).decode(), (read(trace) + want).decode())
 
     def test_data(self):
         names = sorted(name[:-3] for name in os.listdir(ns.WORK + "/tests/data") if name.endswith(".in"))
@@ -301,7 +297,7 @@ class Golden(Case):
     def test_three_layouts_of_one_firewall(self):
         databases = {read(f"{ns.WORK}/tests/data/layouts/{layout}.in")
                      for layout in ("current", "41", "numbered")}
-        self.assertEqual(3, len(databases))
+        self.assertEqual(len(databases), 3)
         for database in databases:
             self.check_golden(database, "layouts/layout")
 
@@ -311,7 +307,7 @@ class Golden(Case):
             with self.subTest(sample=sample):
                 self.check_golden(read(f"{ns.WORK}/samples/{sample}"), "branch-office")
                 traces.add(read(SCRATCH))
-        self.assertEqual(1, len(traces))
+        self.assertEqual(len(traces), 1)
 
 
 class Host(Case):
@@ -336,14 +332,14 @@ rule_pffwd_2_dst=net_vpnnetwork_b
 
     def test_names_and_routes(self):
         # Two gateways are one by name; the firewall and its own address are one by route.
-        self.assertEqual(2, self.links())
+        self.assertEqual(self.links(), 2)
         ns.call("ip", "link", "add", "outer", "type", "veth", "peer", "name", "inner")
         ns.call("ip", "link", "set", "outer", "up")
         ns.call("ip", "addr", "add", "198.51.100.9/24", "dev", "outer")
         ns.call("ip", "link", "set", "inner", "up")
         ns.call("ip", "route", "add", "default", "via", "198.51.100.1")
         self.addCleanup(ns.call, "ip", "link", "del", "outer")
-        self.assertEqual(1, self.links())
+        self.assertEqual(self.links(), 1)
 
 
 class Hostile(Case):
@@ -358,7 +354,7 @@ class Hostile(Case):
         lines = read(DATABASE)
         if run.returncode == 1:
             self.assertRegex(run.stderr, rb"flatlink: more than \d+ .* left out at .+\n")
-            self.assertEqual(content, lines)
+            self.assertEqual(lines, content)
             return
         self.assertRegex(lines[-200:], rb"\nip_domainname=[^\n]*\n$")
         if is_secret_kept:
@@ -380,18 +376,18 @@ class Hostile(Case):
     def test_nested_and_long_files(self):
         self.check_all(hostile.nested_and_long_files(50_000 if ns.is_sanitized else 1_000_000))
 
-    @unittest.skipIf("--sanitized" in sys.argv, "to reach every bound would take an hour")
+    @unittest.skipIf(ns.is_sanitized, "to reach every bound would take an hour")
     def test_bounds(self):
         for label, content, links in hostile.bounded_runs():
             with self.subTest(label=label):
                 write(DATABASE, content.encode())
                 run = convert(DATABASE)
-                self.assertEqual(1 if links is None else 0, run.returncode, run.stderr)
+                self.assertEqual(run.returncode, 1 if links is None else 0, run.stderr)
                 if links is None:
                     self.assertIn(b"flatlink: more than ", run.stderr)
-                    self.assertEqual(content.encode(), read(DATABASE))
+                    self.assertEqual(read(DATABASE), content.encode())
                 else:
-                    self.assertEqual(links, read(DATABASE).count(b"_lname="))
+                    self.assertEqual(read(DATABASE).count(b"_lname="), links)
 
     def test_objects_that_lead_back_or_grow(self):
         levels, width = (8, 5000) if ns.is_sanitized else (60, 100_000)
@@ -399,9 +395,4 @@ class Hostile(Case):
 
 
 if __name__ == "__main__":
-    options = sys.argv[1:]
-    ns.is_sanitized = "--sanitized" in options
-    tool, source_dir, group = [option for option in options if option != "--sanitized"]
-    ns.enter("-n")
-    ns.furnish(os.path.abspath(tool), os.path.abspath(source_dir))
-    unittest.main(argv=[sys.argv[0], "-v", group])
+    ns.main()

@@ -6,11 +6,9 @@ import errno
 import os
 import re
 import shutil
-import sys
-import unittest
 
-import namespace as ns
-from namespace import DATABASE, SCRATCH, convert, read, write
+import kit as ns
+from kit import DATABASE, SCRATCH, convert, read, write
 
 FOLDER = ns.WORK + "/folder"
 OLD = FOLDER + "/database"
@@ -22,15 +20,15 @@ ERRORS = {"openat": ("EIO", "EMFILE", "EACCES", "ENOMEM", "ENOSPC", "EINTR"),
 OTHERS = ("brk", "mmap", "munmap", "mprotect", "exit_group", "rt_sigaction", "geteuid", "futex")
 
 
-class Case(unittest.TestCase):
+class Case(ns.Case):
     def setUp(self):
-        ns.fresh_tmp()
+        super().setUp()
         self.old = b"".join(read(f"{ns.WORK}/tests/data/{name}.in") for name in self.databases)
         self.is_mounted = False
         shutil.rmtree(FOLDER, ignore_errors=True)
         os.mkdir(FOLDER)
         write(OLD, self.old)
-        self.assertEqual(0, convert(OLD).returncode)
+        self.assertEqual(convert(OLD).returncode, 0)
         self.new = read(OLD)
         write(OLD, self.old)
 
@@ -40,15 +38,15 @@ class Case(unittest.TestCase):
         with self.subTest(label):
             said = re.search(rb"was replaced|was written in part|\Z", run.stderr)[0]
             if content == self.old:
-                self.assertNotEqual((0, b""), (run.returncode, said), run.stderr)
+                self.assertNotEqual((run.returncode, said), (0, b""), run.stderr)
             elif content != self.new:
                 self.assertTrue(self.is_mounted, content[:200])
                 self.assertTrue(scratch.endswith(self.new))
                 self.assertIn((run.returncode, said), ((1, b"was written in part"), (-9, b"")))
             elif run.returncode == 1:
-                self.assertEqual(b"was replaced", said)
+                self.assertEqual(said, b"was replaced")
             if run.returncode == 0:
-                self.assertEqual(self.new, content)
+                self.assertEqual(content, self.new)
                 self.assertTrue(scratch.endswith(self.new))
             else:
                 self.assertIn(run.returncode, (1, -9), run.stderr)
@@ -56,7 +54,7 @@ class Case(unittest.TestCase):
                 self.assertRegex(run.stderr, b"(?m)^(flatlink: .*)?(" + OLD.encode() + b"|" +
                                  SCRATCH.encode() + b"|profile.vars).*" + words)
             if run.returncode >= 0 and "unlinkat" not in label:
-                self.assertEqual(["database"], os.listdir(FOLDER), "left behind")
+                self.assertEqual(os.listdir(FOLDER), ["database"], "left behind")
         with open(OLD, "r+b") as file:
             file.write(self.old)
             file.truncate()
@@ -98,7 +96,7 @@ class Calls(Case):
         trace = read(SCRATCH)[:-len(self.new)]
         for signal, rest in (("KILL", b"\0"), ("TERM", b"")):
             self.run_traced("-e", f"inject=socket:signal={signal}:when=1")
-            self.assertEqual(trace, read(SCRATCH).rstrip(rest))
+            self.assertEqual(read(SCRATCH).rstrip(rest), trace)
 
     def test_written_in_place(self):
         ns.call("mount", "--bind", OLD, OLD)
@@ -120,11 +118,4 @@ class Memory(Case):
 
 
 if __name__ == "__main__":
-    options = sys.argv[1:]
-    ns.is_sanitized = "--sanitized" in options
-    tool, memory, source_dir, group = [option for option in options if option != "--sanitized"]
-    ns.enter("-n")
-    memory_bytes = read(memory) if "TEST_NAMESPACE" in os.environ else b""
-    ns.furnish(os.path.abspath(tool), os.path.abspath(source_dir))
-    write(MEMORY, memory_bytes)
-    unittest.main(argv=[sys.argv[0], "-v", group])
+    ns.main("memory.so")

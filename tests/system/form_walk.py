@@ -5,13 +5,12 @@ form_walk.py PROGRAM README: the pictures are the README's, so that it shows wha
 """
 
 import os
-import re
 import subprocess
 import sys
 import tempfile
-import time
 
-PATIENCE_S = 20
+import kit
+
 INTERRUPTED = ["rule-form: interrupted, nothing saved"]
 # What the shell adds when a program died of a signal, by its exit status.
 SHELL_SAYS = {130: [""], 143: ["Terminated"], 129: ["Hangup"]}
@@ -57,11 +56,8 @@ class Terminal:
         return tuple(int(number) for number in place.split())
 
     def wait(self, what, seen):
-        end = time.monotonic() + PATIENCE_S
-        while not seen(self.rows()):
-            if time.monotonic() > end:
-                sys.exit("no %s, but:\n%s" % (what, "\n".join(self.rows())))
-            time.sleep(0.02)
+        if not kit.wait_until(lambda: seen(self.rows())):
+            sys.exit("no %s, but:\n%s" % (what, "\n".join(self.rows())))
 
     def shows(self, what, rows, cursor=None):
         self.wait("%s:\n%s\n" % (what, "\n".join(rows)), lambda now: now == rows)
@@ -84,9 +80,8 @@ class Terminal:
 
 
 def pictures(readme):
-    with open(readme, encoding="ascii") as file:
-        return [text.rstrip("\n").split("\n")
-                for text in re.findall(r"^```text\n(.*?)^```", file.read(), re.M | re.S)]
+    return [text.rstrip("\n").split("\n")
+            for kind, text in kit.readme_blocks(readme) if kind == "text"]
 
 
 def fill(terminal):

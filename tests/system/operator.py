@@ -4,11 +4,10 @@ import glob
 import json
 import os
 import subprocess
-import sys
 import unittest
 
-import namespace as ns
-from namespace import DATABASE, read, write
+import kit as ns
+from kit import DATABASE, read, write
 
 FLATCTL = ns.WORK + "/flatctl"
 
@@ -23,25 +22,20 @@ def databases():
                   glob.glob(ns.WORK + "/tests/data/**/*.in", recursive=True))
 
 
-class Case(unittest.TestCase):
-    def setUp(self):
-        ns.fresh_tmp()
-
-
-class Preview(Case):
+class Preview(ns.Case):
     def test_is_what_flatlink_leaves(self):
         for path in databases():
             with self.subTest(path=path):
                 ns.fresh_tmp()
                 before = read(path)
                 preview = flatctl("preview", "--resolve", path)
-                self.assertEqual(0, preview.returncode, preview.stderr)
-                self.assertEqual((before, []), (read(path), os.listdir("/tmp")))
+                self.assertEqual(preview.returncode, 0, preview.stderr)
+                self.assertEqual((read(path), os.listdir("/tmp")), (before, []))
                 write(DATABASE, before)
-                self.assertEqual(0, ns.convert(DATABASE).returncode)
-                self.assertEqual(read(DATABASE), preview.stdout)
+                self.assertEqual(ns.convert(DATABASE).returncode, 0)
+                self.assertEqual(preview.stdout, read(DATABASE))
                 against = flatctl("preview", "--resolve", "--against", DATABASE, path)
-                self.assertEqual((0, b""), (against.returncode, against.stdout))
+                self.assertEqual((against.returncode, against.stdout), (0, b""))
 
     def test_asks_the_host_on_demand_alone(self):
         own = read(ns.WORK + "/samples/branch-office.conf").replace(b"gatehouse", b"peer").replace(b"larchmutual.invalid", b"invalid")
@@ -50,9 +44,9 @@ class Preview(Case):
         write(hosts, b"# names\n192.0.2.77 peer.invalid\n")
         for args, is_known in (([], False), (["--resolve"], True), (["--names", hosts], True)):
             run = flatctl("preview", *args, DATABASE)
-            self.assertEqual(is_known, b"peer.invalid" not in run.stderr, run.stderr)
-        self.assertEqual(flatctl("preview", "--resolve", DATABASE).stdout,
-                         flatctl("preview", "--names", hosts, DATABASE).stdout)
+            self.assertEqual(b"peer.invalid" not in run.stderr, is_known, run.stderr)
+        self.assertEqual(flatctl("preview", "--names", hosts, DATABASE).stdout,
+                         flatctl("preview", "--resolve", DATABASE).stdout)
 
     def test_status_tells_why(self):
         write(DATABASE, b"ip_hostname=gate\n")
@@ -64,53 +58,53 @@ class Preview(Case):
                 if ns.is_sanitized and "--memory" in args:
                     continue
                 run = flatctl(*args)
-                self.assertEqual(status, run.returncode, run.stderr)
+                self.assertEqual(run.returncode, status, run.stderr)
         with open("/dev/full", "wb") as full:
             run = subprocess.run([FLATCTL, "preview", DATABASE], stdout=full, check=False,
                                  stderr=subprocess.PIPE)
-        self.assertEqual(3, run.returncode, run.stderr)
+        self.assertEqual(run.returncode, 3, run.stderr)
 
 
-class Check(Case):
+class Check(ns.Case):
     def test_formats_and_status(self):
         write(DATABASE, b"ip_hostname=gate\nip_hostname=\xe9\x1b[2J\n")
         for args, status in (([], 0), (["--strict"], 1), (["--only", "D101", "--strict"], 0)):
             run = flatctl("check", *args, DATABASE)
-            self.assertEqual(status, run.returncode, run.stdout)
+            self.assertEqual(run.returncode, status, run.stdout)
             self.assertNotIn(b"\x1b", run.stdout)
         found = json.loads(flatctl("check", "--format", "json", DATABASE).stdout)
-        self.assertEqual("flatctl/check/1", found["schema"])
-        self.assertEqual([("D111", 1)], [(f["code"], f["line"]) for f in found["findings"]])
+        self.assertEqual(found["schema"], "flatctl/check/1")
+        self.assertEqual([(f["code"], f["line"]) for f in found["findings"]], [("D111", 1)])
         lines = flatctl("check", "--format", "jsonl", DATABASE).stdout.splitlines()
-        self.assertEqual(["D111"], [json.loads(line)["code"] for line in lines])
+        self.assertEqual([json.loads(line)["code"] for line in lines], ["D111"])
         sarif = json.loads(flatctl("check", "--format", "sarif", DATABASE).stdout)
-        self.assertEqual("D111", sarif["runs"][0]["results"][0]["ruleId"])
+        self.assertEqual(sarif["runs"][0]["results"][0]["ruleId"], "D111")
         self.assertIn(b"the later value counts", flatctl("help", "D111").stdout)
-        self.assertEqual(2, flatctl("help", "D999").returncode)
-        self.assertEqual(1, flatctl("check", "/etc/passwd").returncode)
-        self.assertEqual(3, flatctl("check", "/nowhere", DATABASE).returncode)
+        self.assertEqual(flatctl("help", "D999").returncode, 2)
+        self.assertEqual(flatctl("check", "/etc/passwd").returncode, 1)
+        self.assertEqual(flatctl("check", "/nowhere", DATABASE).returncode, 3)
 
 
-class ExplainAccess(Case):
+class ExplainAccess(ns.Case):
     def test_service_names_and_status(self):
         write(DATABASE, b"relay: permit-hosts 127.0.0.1\nrelay: destination *\nrelay: ports smtp\n")
         for dest, status in (("10.1.1.1:25", 0), ("10.1.1.1:80", 1), ("nowhere.invalid:25", 1),
                              ("10.1.1.1", 2)):
             run = flatctl("explain", "access", "--proxy", "relay", "--client", "127.0.0.1", "--dest",
                           dest, DATABASE)
-            self.assertEqual(status, run.returncode, run.stdout + run.stderr)
+            self.assertEqual(run.returncode, status, run.stdout + run.stderr)
         run = flatctl("explain", "access", "--format", "json", "--proxy", "relay", "--client",
                       "10.1.1.1", DATABASE)
-        self.assertEqual(("deny", 1), (json.loads(run.stdout)["verdict"], run.returncode))
-        self.assertEqual("relay: permit-hosts 10.1.1.1 127.0.0.1",
-                         json.loads(run.stdout)["turn"][0]["to"])
+        self.assertEqual((json.loads(run.stdout)["verdict"], run.returncode), ("deny", 1))
+        self.assertEqual(json.loads(run.stdout)["turn"][0]["to"],
+                         "relay: permit-hosts 10.1.1.1 127.0.0.1")
 
 
-class Corpora(Case):
+class Corpora(ns.Case):
     def test_hostile_inputs_end_in_a_verdict(self):
         """A crash of the child would be status 1 with a finding of its own."""
-        for content in CORPORA:
-            write(DATABASE, content)
+        for path in glob.glob(ns.WORK + "/tests/fuzz/corpus/*/*"):
+            write(DATABASE, read(path))
             for args in (["check"], ["preview"], ["convert", "--lossy", "--to", "tags", "-o", "/tmp/out"]):
                 run = flatctl(*args, DATABASE)
                 self.assertIn(run.returncode, (0, 1), run.stderr)
@@ -120,7 +114,7 @@ class Corpora(Case):
                     self.assertNotRegex(stream, rb"[\x00-\x09\x0b-\x1f\x7f]")
 
 
-class Generated(Case):
+class Generated(ns.Case):
     def test_completion(self):
         script = flatctl("completion", "bash").stdout.decode()
         for words, wanted in (("pre", "preview"), ("convert --to ta", "tags"),
@@ -129,17 +123,17 @@ class Generated(Case):
             line = f"COMP_WORDS=({' '.join(words)}); COMP_CWORD={len(words) - 1}; _flatctl"
             run = subprocess.run(["bash", "-c", f"{script}\n{line}; echo ${{COMPREPLY[*]}}"],
                                  capture_output=True, check=True, cwd="/tmp")
-            self.assertEqual((wanted, b""), (run.stdout.decode().strip(), run.stderr))
+            self.assertEqual((run.stdout.decode().strip(), run.stderr), (wanted, b""))
         for shell in ("zsh", "fish"):
             text = flatctl("completion", shell).stdout
             for word in (b"convert", b"verify", b"sections"):
                 self.assertIn(word, text)
 
     def test_manual_is_the_one_of_the_tables(self):
-        self.assertEqual(MANUAL, flatctl("manual").stdout)
+        self.assertEqual(flatctl("manual").stdout, read(ns.WORK + "/man/flatctl.1"))
 
 
-class Convert(Case):
+class Convert(ns.Case):
     OUT = ns.WORK + "/out"
     FORMS = ("flat", "sections", "tags", "numbered", "xml")
 
@@ -149,13 +143,13 @@ class Convert(Case):
             for form in self.FORMS:
                 with self.subTest(path=path, form=form):
                     run = flatctl("convert", "--to", form, "--verify", "--lossy", "-o", self.OUT, path)
-                    self.assertEqual(0, run.returncode, run.stderr)
+                    self.assertEqual(run.returncode, 0, run.stderr)
                     if b"changed: " in run.stderr or form == "numbered":
                         continue  # the numbered layout has lists that bring interfaces of their own
                     # Flat again, so that flatlink can be asked about XML too.
                     run = flatctl("convert", "--to", "flat", "--verify", "-o", self.OUT, self.OUT)
-                    self.assertEqual(0, run.returncode, run.stderr)
-                    self.assertEqual(wanted, flatctl("preview", self.OUT).stdout)
+                    self.assertEqual(run.returncode, 0, run.stderr)
+                    self.assertEqual(flatctl("preview", self.OUT).stdout, wanted)
 
     def test_in_place_and_undo(self):
         before = read(databases()[0])
@@ -164,23 +158,23 @@ class Convert(Case):
         os.symlink(DATABASE, "/tmp/link")
         for form in ("tags", "vpn"):
             run = flatctl("convert", "--to", form, "--in-place", "/tmp/link")
-            self.assertEqual(0, run.returncode, run.stderr)
-        self.assertEqual(flatctl("preview", databases()[0]).stdout, read(DATABASE))
+            self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertEqual(read(DATABASE), flatctl("preview", databases()[0]).stdout)
         copies = glob.glob(DATABASE + ".*~")
-        self.assertEqual([0o600] * 2, [os.stat(copy).st_mode & 0o777 for copy in copies])
+        self.assertEqual([os.stat(copy).st_mode & 0o777 for copy in copies], [0o600] * 2)
         for _ in copies:
-            self.assertEqual(0, flatctl("undo", DATABASE).returncode)
-        self.assertEqual(before, read(DATABASE))
-        self.assertEqual(0o640, os.stat(DATABASE).st_mode & 0o777)
-        self.assertEqual(3, flatctl("undo", DATABASE).returncode)
+            self.assertEqual(flatctl("undo", DATABASE).returncode, 0)
+        self.assertEqual(read(DATABASE), before)
+        self.assertEqual(os.stat(DATABASE).st_mode & 0o777, 0o640)
+        self.assertEqual(flatctl("undo", DATABASE).returncode, 3)
         os.remove(DATABASE + ".undone~")
 
-    @unittest.skipIf("--sanitized" in sys.argv, "the address space has no limit")
+    @unittest.skipIf(ns.is_sanitized, "the address space has no limit")
     def test_half_a_text_is_not_written(self):
         # The path of each section is as long as its depth: far more than the memory allowed.
         write(DATABASE, b"<ip>" + b"<a><c><b>1</b></c>" * 30_000)
         run = flatctl("convert", "--to", "sections", "--lossy", "-o", self.OUT + "2", DATABASE)
-        self.assertEqual(1, run.returncode)
+        self.assertEqual(run.returncode, 1)
         self.assertIn(b"needs more memory", run.stderr)
         self.assertFalse(os.path.exists(self.OUT + "2"))
 
@@ -191,20 +185,11 @@ class Convert(Case):
             with self.subTest(database=database):
                 write(DATABASE, database)
                 run = flatctl("convert", "--to", form, "--in-place", DATABASE)
-                self.assertEqual((1, database), (run.returncode, read(DATABASE)))
+                self.assertEqual((run.returncode, read(DATABASE)), (1, database))
                 self.assertIn(code, run.stderr)
                 self.assertNotIn(b"\x1b", run.stderr)
-        self.assertEqual([], glob.glob(DATABASE + ".*"))
+        self.assertEqual(glob.glob(DATABASE + ".*"), [])
 
 
 if __name__ == "__main__":
-    ns.is_sanitized = "--sanitized" in sys.argv
-    flatlink_path, flatctl_path, source_dir = sys.argv[-3:]
-    ns.enter("-n")
-    flatctl_bytes = read(flatctl_path)
-    MANUAL = read(source_dir + "/man/flatctl.1")
-    CORPORA = [read(path) for path in sorted(glob.glob(source_dir + "/tests/fuzz/corpus/*/*"))]
-    ns.furnish(flatlink_path, source_dir)
-    write(FLATCTL, flatctl_bytes)
-    os.chmod(FLATCTL, 0o755)
-    unittest.main(argv=sys.argv[:1])
+    ns.main("flatctl", folders=("man", "tests/fuzz/corpus/*"))

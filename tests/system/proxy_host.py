@@ -15,19 +15,18 @@ import tempfile
 import threading
 import time
 
-import namespace
-from namespace import call
+import kit
+from kit import PATIENCE_S, call, wait_until
 
 TABLE = "/usr/local/etc/netperm-table"
 RECORD_SIZE = 1680
-PATIENCE_S = 30
 
 Record = collections.namedtuple("Record", "event line proxy text pid source destination rule label")
 
 
 def enter(*options):
     """Starts the calling script again inside the host, once."""
-    namespace.enter(*options)
+    kit.enter(*options)
     os.environ["KORVWSS"] = "/nonexistent"
     call("mount", "-t", "tmpfs", "tmpfs", "/usr/local/etc")
     dev = tempfile.mkdtemp()
@@ -121,14 +120,6 @@ class UnreadLog(Receiver):
     def close(self):
         super().close()
         os.rename(self.path + ".away", self.path)
-
-
-def wait_until(condition, patience_s=PATIENCE_S):
-    """The first true value of `condition`, or its last one when the time is over."""
-    end = time.monotonic() + patience_s
-    while not (value := condition()) and time.monotonic() < end:
-        time.sleep(0.01)
-    return value
 
 
 class StandardLog(Receiver):

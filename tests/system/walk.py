@@ -8,6 +8,7 @@ import re
 import subprocess
 import sys
 
+import kit
 import proxy_host
 
 # What is another at each run: times, process numbers, ports that the host chooses.
@@ -17,13 +18,11 @@ CHANGING = ((r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d", "TIME"), (r"\[\d+\]", "[PID]"),
 
 def blocks(readme):
     """Pairs of commands and the text that they must print; None where nothing is shown."""
-    with open(readme, encoding="ascii") as file:
-        found = re.findall(r"^```(sh|text)\n(.*?)^```", file.read(), re.M | re.S)
     walk = []
-    for kind, text in found:
+    for kind, text in kit.readme_blocks(readme):
         if kind == "sh":
             walk.append([text, None])
-        elif walk:
+        elif kind == "text" and walk:
             walk[-1][1] = text
     return walk
 

@@ -1,10 +1,15 @@
-"""Namespaces of their own for whole-process tests, and a machine for the conversion tool: no network
-at all, an empty /tmp, and what the tests need in WORK. All is gone when the runner ends."""
+"""What whole-process tests share: namespaces of their own, waiting, the blocks of a README, and a
+machine for the conversion tool: no network at all, an empty /tmp, and what the tests need in WORK.
+All is gone when the runner ends."""
+import glob
 import os
+import re
 import resource
 import shutil
 import subprocess
 import sys
+import time
+import unittest
 
 SCRATCH = "/tmp/vpndata.txt"
 WORK = "/mnt"
@@ -13,8 +18,9 @@ DATABASE = WORK + "/database"
 NOBODY = 65534
 SKIPPED = 77  # told to ctest as "skipped"
 INSIDE = "TEST_NAMESPACE"
+PATIENCE_S = 30
 
-is_sanitized = False
+is_sanitized = "--sanitized" in sys.argv
 
 
 def call(*command):
@@ -34,17 +40,49 @@ def enter(*options):
     os.execvp("unshare", unshare + [sys.executable, *sys.argv])
 
 
-def furnish(tool, source_dir):
-    """Puts the tool, samples and test data into WORK, and files in place of a name service."""
-    tool_bytes = open(tool, "rb").read()
-    folders = {name: read_folder(os.path.join(source_dir, name))
-               for name in ("samples", "tests/data", "tests/data/layouts")}
+def wait_until(condition, patience_s=PATIENCE_S):
+    """The first true value of `condition`, or its last one when the time is over."""
+    end = time.monotonic() + patience_s
+    while not (value := condition()) and time.monotonic() < end:
+        time.sleep(0.01)
+    return value
+
+
+def readme_blocks(path):
+    """(language, text) of each block of code."""
+    return re.findall(r"^```(\w+)\n(.*?)^```", read(path).decode("ascii"), re.M | re.S)
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        fresh_tmp()
+
+
+def main(*names, folders=()):
+    """Runs the tests of the calling script on a furnished machine. The script's arguments:
+    --sanitized if it is so, the tool, the programs that get `names` in WORK, the source folder, and
+    the class of tests to run, without one all."""
+    words = [word for word in sys.argv[1:] if word != "--sanitized"]
+    places = (TOOL, *(f"{WORK}/{name}" for name in names))
+    enter("-n")
+    furnish(dict(zip(places, words)), words[len(places)], folders)
+    unittest.main(argv=[sys.argv[0], "-v", *words[len(places) + 1:]])
+
+
+def furnish(programs, source_dir, folders=()):
+    """Puts programs, samples, test data and more folders of the sources into WORK, and files in
+    place of a name service."""
+    programs = {place: read(path) for place, path in programs.items()}
+    files = {name: read_folder(os.path.join(source_dir, name))
+             for pattern in ("samples", "tests/data", "tests/data/layouts", *folders)
+             for name in glob.glob(pattern, root_dir=source_dir)}
     call("mount", "-t", "tmpfs", "-o", "mode=0755", "none", WORK)
-    write(TOOL, tool_bytes)
-    os.chmod(TOOL, 0o755)
-    for name, files in folders.items():
+    for place, content in programs.items():
+        write(place, content)
+        os.chmod(place, 0o755)
+    for name, contents in files.items():
         os.makedirs(f"{WORK}/{name}")
-        for file, content in files.items():
+        for file, content in contents.items():
             write(f"{WORK}/{name}/{file}", content)
     for path, content in (("/etc/nsswitch.conf", b"hosts: files\n"),
                           ("/etc/hosts", b"192.0.2.77 peer.invalid\n"), ("/etc/resolv.conf", b"")):

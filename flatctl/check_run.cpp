@@ -90,8 +90,8 @@ static void drop_equal(std::vector<finding> &findings)
         return std::tuple(one.line, one.row->code, one.column, one.detail);
     };
     std::ranges::stable_sort(findings, {}, key);
-    const auto rest = std::ranges::unique(findings, {}, key);
-    findings.erase(rest.begin(), rest.end());
+    const auto same = [&key](const finding &a, const finding &b) { return key(a) == key(b); };
+    findings.erase(std::unique(findings.begin(), findings.end(), same), findings.end());
 }
 
 int check_run::run()

@@ -55,7 +55,7 @@ struct report_row {
     std::string_view code; // empty: it is told in another way
 };
 
-constexpr report_row REPORTS[] = {
+constexpr report_row reports[] = {
     {"cfgerr: %s line %d %s", ""}, // of the reader, whose watch says more
     {"cfgerr: pat:mask can never", ""},
     {"cfgerr: pattern %s too long", ""},
@@ -273,12 +273,12 @@ void table_checker::take_report(const UNIQUE_DATA_T &uniq, std::string_view form
                                 const std::string &item, const std::string &text)
 {
     const auto *row = std::ranges::find_if(
-        REPORTS, [&](const report_row &one) { return format.starts_with(one.format); });
+        reports, [&](const report_row &one) { return format.starts_with(one.format); });
     const int line = uniq.line == 0 && entry_ != nullptr ? entry_->lineno : uniq.line;
     const word_place place = words.argument(line, item);
     const std::string told =
         text.substr(text.find(": ") == std::string::npos ? 0 : text.find(": ") + 2);
-    if (row == std::end(REPORTS)) {
+    if (row == std::end(reports)) {
         if (!is_starting_)
             return; // the name service's and the like: nothing of the table
         finding cause{.row = find_code("T203"),

@@ -13,7 +13,7 @@ using namespace flatlink;
 
 std::string flatlink::read_proxy_options(const std::string &path, proxy_options &options)
 {
-    constexpr std::string_view KINDS[] = {"none", "one", "list", "rest"}; // as policy_kind counts
+    constexpr std::string_view kinds[] = {"none", "one", "list", "rest"}; // as policy_kind counts
     std::ifstream file(path);
     options.rows.clear();
     for (std::string line; std::getline(file, line);) {
@@ -23,13 +23,13 @@ std::string flatlink::read_proxy_options(const std::string &path, proxy_options 
             continue;
         words >> kind;
         std::getline(words >> std::ws, expansion);
-        const auto *found = std::ranges::find(KINDS, std::string_view(kind));
-        if (found == std::end(KINDS) || name[0] != '-')
+        const auto *found = std::ranges::find(kinds, std::string_view(kind));
+        if (found == std::end(kinds) || name[0] != '-')
             return shown(path) + ": not an option and its kind: " + shown_line(line);
         options.texts.push_back(name);
         const char *option = options.texts.back().c_str();
         options.texts.push_back(expansion);
-        options.rows.push_back({option, static_cast<policy_kind>(found - KINDS),
+        options.rows.push_back({option, static_cast<policy_kind>(found - kinds),
                                 expansion.empty() ? nullptr : options.texts.back().c_str()});
     }
     options.rows.push_back({});

@@ -255,7 +255,7 @@ shadowed_line shadow_search::describe(std::size_t entry) const
 
 shadow_result shadow_search::run()
 {
-    constexpr std::array<u32, 6> TRIED = {0, 1, 77, 3001, 70'003, 9'000'011}; // into the class
+    constexpr std::array<u32, 6> offsets = {0, 1, 77, 3001, 70'003, 9'000'011}; // into the class
     take_patterns();
     make_classes();
     shadow_result result;
@@ -267,10 +267,10 @@ shadow_result shadow_search::run()
     for (std::size_t i = 0; i < classes_.size(); ++i) {
         address_class &one = classes_[i];
         const u32 high = i + 1 < classes_.size() ? classes_[i + 1].low - 1 : LAST_ADDRESS;
-        const auto tried = std::ranges::find_if(TRIED, [&](u32 offset) {
+        const auto tried = std::ranges::find_if(offsets, [&](u32 offset) {
             return offset <= high - one.low && is_settled(one.low + offset);
         });
-        if (tried == TRIED.end()) {
+        if (tried == offsets.end()) {
             last_free_ = NONE; // it may be
             continue;
         }

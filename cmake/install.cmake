@@ -1,10 +1,17 @@
 # What `cmake --install` lays down: programs, headers below include/flatlink, the libraries
-# libflatlink-NAME.a, a CMake package whose components are the libraries, and a pkg-config file each.
+# libflatlink-NAME.a or .so, a CMake package whose components are the libraries, and a pkg-config
+# file each.
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/flatlink)
 set(generated_dir ${PROJECT_BINARY_DIR}/package)
 file(RELATIVE_PATH prefix_from_pkgconfig
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+if(FLATLINK_SHARED)
+  # Programs and libraries find the libraries wherever the installation lies.
+  file(RELATIVE_PATH libraries_from_programs
+    ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set(CMAKE_INSTALL_RPATH $ORIGIN $ORIGIN/${libraries_from_programs})
+endif()
 
 # install_library(NAME [what it links...]): a component, with its files.
 function(install_library name)
@@ -28,6 +35,7 @@ function(install_library name)
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   install(TARGETS flatlink-${name} EXPORT flatlink-${name}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/flatlink)
   install(EXPORT flatlink-${name} NAMESPACE flatlink:: DESTINATION ${package_dir})
 endfunction()

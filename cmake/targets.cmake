@@ -39,6 +39,15 @@ function(house_link target scope)
   endforeach()
 endfunction()
 
+# What a header declares is exported; everything else is in unnamed namespaces or static. Hidden is
+# what a compiler makes of the language's own templates, which is no interface of ours.
+function(shared_options target)
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} VISIBILITY_INLINES_HIDDEN ON)
+  target_link_options(${target} PRIVATE LINKER:-z,defs LINKER:-z,relro LINKER:-z,now
+    LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/hidden.map)
+endfunction()
+
 # house_library(NAME [lower libraries...]): every .cpp of the calling folder, subfolders included.
 # Its headers are included by their path from the root, here and where they are installed.
 function(house_library name)
@@ -46,7 +55,12 @@ function(house_library name)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS *.h)
-  add_library(${target} STATIC ${sources})
+  if(FLATLINK_SHARED)
+    add_library(${target} SHARED ${sources})
+    shared_options(${target})
+  else()
+    add_library(${target} STATIC ${sources})
+  endif()
   add_library(flatlink::${name} ALIAS ${target})
   set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
   target_sources(${target} PUBLIC
@@ -64,7 +78,7 @@ function(house_program name)
   house_link(${name} PRIVATE ${program_LINK})
   if(NOT FLATLINK_SANITIZE AND NOT FLATLINK_FUZZ)
     target_link_options(${name} PRIVATE LINKER:-z,relro LINKER:-z,now)
-    if(fwall IN_LIST program_LINK)
+    if(fwall IN_LIST program_LINK AND NOT FLATLINK_SHARED)
       # A proxy forks for every connection. What each child must look up, copy or release is done
       # once instead: all symbols at the start, and the language's library as part of the program.
       target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)

@@ -63,7 +63,8 @@ class Stranger(unittest.TestCase):
                     env=env).split()
         program = self.work / "links"
         run(COMPILER, "-std=c++20", PROGRAMS / "links" / "main.cpp", "-o", program, *flags)
-        self.assertRegex(run(program), r"\A1\n(.*\n)*vpn_kernelacceleration=On\n")
+        shared = {**os.environ, "LD_LIBRARY_PATH": str(folder.parent)}
+        self.assertRegex(run(program, env=shared), r"\A1\n(.*\n)*vpn_kernelacceleration=On\n")
 
     def test_programs_and_documents(self):
         self.assertTrue(os.access(self.prefix / "bin" / "flatlink", os.X_OK))

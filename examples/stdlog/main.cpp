@@ -205,6 +205,7 @@ int main(int argc, char **argv)
         return 1;
     }
     set_text(address.sun_path, path);
+    (void)umask(0111); // proxies of any identity report, as to the system log
     const int fd = bind_log(address);
     if (fd < 0) {
         (void)std::fprintf(stderr, "stdlog: cannot bind %s: %s\n", path.c_str(),

@@ -84,7 +84,6 @@ bool flatlink::load_input(const input &database)
     return error == 0;
 }
 
-// Reports that would go to the system log, which a child does not reach.
 __attribute__((format(printf, 3, 0))) static bool
 tell_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format, va_list args)
 {
@@ -93,10 +92,15 @@ tell_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format
     return true;
 }
 
+void flatlink::tap_reports()
+{
+    report_tap = tell_report;
+}
+
 int flatlink::derive_in_child(const input &database, const known_world &world, child_port &port)
 {
     enter_world(world, port);
-    report_tap = tell_report;
+    tap_reports();
     start_bounds();
     if (!load_input(database))
         return STATUS_UNREADABLE;

@@ -36,6 +36,10 @@ std::string make_rereadable(input &opened);
 // Reads the database into the default tree, inside of a child; a failure goes to its error stream.
 [[nodiscard]] bool load_input(const input &database);
 
+// Sends the reports of this process to its error stream instead of the system log, which a child
+// does not reach.
+void tap_reports();
+
 } // namespace flatlink
 
 // What every verb does with the frames of its children that are not its own: messages go to the

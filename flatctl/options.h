@@ -41,6 +41,7 @@ struct request {
     std::int32_t memory_mib = 0; // for each input's child; 0: told by the input's size
     std::int32_t time_limit_s = 600;
     bool in_place = false;
+    bool ledger = false;
     bool lossy = false;
     bool quiet = false;
     bool resolve = false;

@@ -1,7 +1,9 @@
 // preview DB: the bytes that flatlink would write over the database, or with --against what they
-// would change in flat data that is in use. The database is read, and nothing else happens.
+// would change in flat data that is in use, or with --ledger the account of every line. The
+// database is read, and nothing else happens.
 #include "flatctl/flat_diff.h"
 #include "flatctl/input.h"
+#include "flatctl/ledger.h"
 #include "flatctl/options.h"
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
@@ -78,6 +80,10 @@ static int compare_with(const input &old_data, const std::string &derived, const
 
 int flatlink::run_preview(const request &asked)
 {
+    if (asked.ledger && !asked.against.empty()) {
+        tell("preview takes --ledger or --against, not both");
+        return STATUS_USAGE;
+    }
     known_world world;
     input database, old_data;
     std::string error = read_world(asked, world);
@@ -94,9 +100,14 @@ int flatlink::run_preview(const request &asked)
     std::string derived;
     const child_result result = run_child(
         database.limits, database.fd.get(),
-        [&](child_port &port) { return derive_in_child(database, world, port); },
+        [&](child_port &port) {
+            return asked.ledger ? ledger_in_child(database, world, asked, port)
+                                : derive_in_child(database, world, port);
+        },
         [&](frame_kind kind, std::string_view bytes) {
-            if (kind == frame_kind::DATA && !asked.against.empty())
+            if (kind == frame_kind::DATA && asked.ledger && !asked.quiet)
+                put(bytes);
+            else if (kind == frame_kind::DATA && !asked.against.empty())
                 derived += bytes;
             else if (kind == frame_kind::DATA && !asked.quiet)
                 output.take(bytes);

@@ -121,8 +121,10 @@ static void load_host()
     for (const char *key : interface_lists)
         if (frag *list = ffind(&def_database, key))
             load_interfaces(list);
-    if (const char *router = fval(&def_database, "ip_defaultrouter"))
+    if (const char *router = fval(&def_database, "ip_defaultrouter")) {
+        note_stored(&my_def_interface, "defaultrouter", router);
         my_def_interface = router;
+    }
 }
 
 void flatlink::derive_from_tree(bool reload)

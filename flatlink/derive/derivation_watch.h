@@ -42,7 +42,8 @@ struct derivation_observer {
     // A side of the rule names an object only without its last part.
     void (*shortened)(void *context, const frag *rule, const char *key) = nullptr;
 
-    // One side of a link is about to be expanded.
+    // One side of a link is about to be expanded, or for `read` an entry of a pool; for `program`,
+    // an expansion came to its end.
     void (*expands)(void *context, value_source side, const frag *obj) = nullptr;
 
     // A link of `peer` is about to be made; the fields that are stored next are its own.

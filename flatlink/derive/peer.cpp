@@ -50,7 +50,7 @@ const char *name_of_object(frag **db, const char *key)
 {
     frag *obj = ffind(db, key);
     if (obj == nullptr)
-        note_missing(key);
+        note_missing(key, true);
     const char *name = child_value(obj, "name");
     if (name != nullptr)
         return name;

@@ -1,5 +1,6 @@
 #include "flatlink/derive/pool_loader.h"
 
+#include "flatlink/derive/derivation_watch.h"
 #include "flatlink/derive/link_lines.h"
 #include "flatlink/derive/link_pairs.h"
 #include "flatlink/derive/rule_walk.h"
@@ -135,6 +136,7 @@ static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &ou
     if (obj == nullptr || is_empty_group(word))
         return 1;
     const object_callback check = [&out](frag **tree, frag *member, const char *type) {
+        note_expands(value_source::read, member);
         return feed_entries(tree, member, type, out);
     };
     const char *type = type_of_key(obj);
@@ -163,6 +165,7 @@ static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &ou
 
 int check_mcpool_net(frag **db, frag *obj, const char *word, std::uint32_t row)
 {
+    note_expands(value_source::read, obj);
     return row < feeders.size() ? feed_entries(db, obj, word, feeders[row]) : 1;
 }
 
@@ -205,5 +208,6 @@ int load_mcpool(frag **db, frag *pool)
                        [row](frag **tree, frag *entry, const char *word) {
                            return check_mcpool_net(tree, entry, word, row);
                        });
+    note_expands(value_source::program, nullptr);
     return 0;
 }

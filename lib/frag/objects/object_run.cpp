@@ -233,6 +233,15 @@ static void find_member(frag **db, list_member &member)
     member.found_at = is_temporary_key(text_of(key)) ? 0 : walks.tree_state;
 }
 
+// A member that is known is met again.
+static void note_member(const list_member &member)
+{
+    if (member.name != nullptr)
+        note_found(member.name);
+    if (member.obj != nullptr)
+        note_found(member.obj);
+}
+
 // Null for a temporary list.
 static known_list *known_members(frag **list)
 {
@@ -275,6 +284,8 @@ const list_member *member_list::next()
         list_member &member = (*known_)[index_++];
         if (member.found_at != walks.tree_state)
             find_member(db_, member);
+        else
+            note_member(member);
         return &member;
     }
     if (index_++ > 0)

@@ -11,7 +11,8 @@ struct tree_observer {
     void (*found)(void *context, const frag *node) = nullptr;
 
     // The text `key` was taken for the key of an object, and none has it.
-    void (*missing)(void *context, const char *key) = nullptr;
+    //   stands  the text itself is used instead
+    void (*missing)(void *context, const char *key, bool stands) = nullptr;
 };
 
 namespace flatlink
@@ -28,10 +29,10 @@ inline void note_found(const frag *node)
 }
 
 // `key` may be null, which is no reference at all.
-inline void note_missing(const char *key)
+inline void note_missing(const char *key, bool stands = false)
 {
     if (tree_watch != nullptr && tree_watch->missing != nullptr && key != nullptr)
-        tree_watch->missing(tree_watch->context, key);
+        tree_watch->missing(tree_watch->context, key, stands);
 }
 
 } // namespace flatlink

@@ -1,0 +1,223 @@
+// What a conversion does with each line of its input: collected by the observers of import, tree,
+// derivation and records while the conversion itself runs. Ledger, explanations and findings read
+// it; none of them decides anything again.
+#pragma once
+
+#include "flatlink/derive/derivation_watch.h"
+#include "flatlink/records/record_watch.h"
+#include "lib/frag/tree/tree_watch.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+struct frag;
+struct import_observer;
+
+// Marks of a line.
+enum line_mark : std::uint16_t {
+    LINE_HAS_VALUE = 1,    // it set a value, which may be lost since
+    LINE_REPLACED = 2,     // a later line replaced it, or kept it out
+    LINE_JOINED = 4,       // it has no '=' and became a part of the next key
+    LINE_IN_TREE = 8,      // its value is in the tree of the current layout
+    LINE_FOR_LAYOUT = 16,  // read while the tree was brought there
+    LINE_READ = 32,        // read by the derivation
+    LINE_MEMBER_TYPE = 64, // the type of a group's member, which its name tells, too
+    LINE_ALL_ONES = 128,   // an address that means the same as none
+};
+
+struct input_line {
+    std::uint32_t key = 0; // where its key begins in the texts of keys
+    std::uint16_t marks = 0;
+};
+
+// Lines of the input that a value comes from. A negative one only led there: it names the object.
+struct origin_list {
+    std::uint32_t begin = 0;
+    std::uint32_t count = 0;
+};
+
+struct field_note {
+    explicit field_note(std::uint32_t number) : field(number) {}
+
+    std::uint32_t field; // its key, by field_key
+    value_source source = value_source::read;
+    bool is_plain = false;     // the record would hold the same without it
+    bool prints_same = false;  // its line would be the same without it
+    bool has_no_place = false; // no line of the output holds it
+    origin_list origins;
+};
+
+constexpr std::uint32_t NO_NOTE = ~0U;
+
+struct record_note {
+    std::vector<field_note> fields;
+    const void *kept = nullptr; // the record that stands for it
+    left_out why{};
+    bool is_dropped = false;
+    bool has_lent = false;        // a field of it stands in another record
+    std::uint32_t link = NO_NOTE; // index of its link
+};
+
+struct step {
+    derivation_step kind;
+    const frag *first;
+    const frag *second;
+};
+
+struct link_note {
+    const void *record = nullptr;
+    const frag *peer = nullptr;
+    const frag *remote = nullptr, *local = nullptr; // objects, null for a temporary one
+    std::uint32_t rule = NO_NOTE;
+    std::vector<step> path; // from the rule inwards; only when asked for
+};
+
+struct rule_note {
+    const frag *rule = nullptr;
+    std::uint32_t first_link = 0;
+    std::uint32_t link_count = 0;
+    const char *missing_side = nullptr; // "src", "dst" or "dest"
+    bool meets_peer = false;            // one side has a VPN object
+};
+
+struct output_note {
+    const void *record;
+    std::uint32_t field; // its key, by field_key
+    std::uint32_t hash;  // of the value
+};
+
+// A reference that names no object, a word or an address without meaning, a text that was cut.
+enum class remark : std::uint8_t { missing, shortened, unreadable, cut };
+
+struct remark_note {
+    remark kind;
+    std::int32_t line; // of the value; 0: the program's
+    std::string text;
+};
+
+// The lines that make the text of one side: "address:mask" or "first-last".
+struct text_origins {
+    std::vector<std::int32_t> first, second;
+    bool has_first = false;  // it was read, whatever its value
+    bool is_of_peer = false; // the lines lead to its text; a peer inside of itself has another
+
+    void become_led_there();
+};
+
+class conversion_log
+{
+  public:
+    // Watches the calls of this process from the import on, until it ends.
+    //   keeps_paths  whether links keep the steps that led to them
+    explicit conversion_log(bool keeps_paths);
+    ~conversion_log();
+    conversion_log(const conversion_log &) = delete;
+    conversion_log &operator=(const conversion_log &) = delete;
+
+    // For import_watch, when no other observer is needed; set by the constructor.
+    static const import_observer IMPORT;
+
+    // After the import, after the passes that bring the tree to the current layout, and after the
+    // records were written.
+    void import_ended(frag *tree);
+    void layout_reached(frag *tree);
+    void records_written();
+
+    // ---- what was noted
+
+    std::span<const input_line> lines() const { return lines_; } // by number; [0] is no line
+    std::string_view key_of_line(std::int32_t line) const;
+    std::span<const std::int32_t> lines_of(const origin_list &origins) const;
+    const std::vector<output_note> &output() const { return output_; }
+    const std::vector<rule_note> &rules() const { return rules_; }
+    const std::vector<link_note> &links() const { return links_; }
+    const std::vector<remark_note> &remarks() const { return remarks_; }
+    const std::unordered_map<const void *, record_note> &records() const { return records_; }
+    std::unordered_map<const void *, record_note> &records() { return records_; }
+    std::string_view field_key(std::uint32_t field) const { return *field_keys_[field]; }
+    const record_note *note_of(const void *record) const; // null for none
+    const field_note *note_of(const void *record, std::string_view field) const;
+    static std::uint32_t hash_of(std::string_view value);
+    const std::vector<std::string> &usual_settings() const { return usual_settings_; }
+
+    // Whether the derivation met the object or list `node`, and whether that was for a link, or for
+    // what is no link at all.
+    bool was_met(const frag *node) const { return met_.contains(node); }
+    bool was_met_for_link(const frag *node) const;
+    bool was_met_for_layout(const frag *node) const { return met_for_layout_.contains(node); }
+
+    // For the import's observers.
+    void line_replaced(std::int32_t line, const frag *node);
+    void line_joined(std::int32_t line);
+
+  private:
+    void found(const frag *node);
+    void note_value_read(const frag *node, std::int32_t line);
+    void choose_part(const frag *node);
+    std::span<const std::int32_t> part_of_side(const text_origins &side,
+                                               std::string_view field) const;
+    void take_back(std::int32_t line);
+    void missing(const char *key, bool stands);
+    void entered(derivation_step kind, const frag *first, const frag *second);
+    void left();
+    void expands(value_source side, const frag *obj);
+    void link(const frag *peer);
+    void from(value_source source, const char *key);
+    void stored(const void *record, std::string_view field);
+    void moved(const void *from, std::string_view from_field, const void *to,
+               std::string_view to_field);
+    void dropped(left_out why, const void *record, const void *kept, std::string_view field);
+
+    void end_rule();
+    input_line &line_at(std::int32_t line);
+    void note_values(frag *tree, std::uint16_t mark);
+    origin_list origins_now(std::string_view field);
+    void read_no_side();
+    void add_remark(remark kind, std::string_view text);
+    std::uint32_t field_number(std::string_view field);
+    field_note &field_of(const void *record, std::uint32_t field);
+
+    static const tree_observer TREE;
+    static const derivation_observer DERIVATION;
+    static const record_observer RECORDS;
+
+    enum class phase { import, layout, derivation, ended };
+
+    bool keeps_paths_;
+    phase phase_ = phase::import;
+    std::vector<std::string> usual_settings_; // by row, as they stand before any line
+    std::vector<input_line> lines_;
+    std::string keys_;
+    std::vector<std::int32_t> origins_;
+    std::map<std::string, std::uint32_t, std::less<>> field_numbers_;
+    std::vector<const std::string *> field_keys_;
+    std::unordered_map<const void *, record_note> records_;
+    std::vector<output_note> output_;
+    std::vector<rule_note> rules_;
+    std::vector<link_note> links_;
+    std::vector<remark_note> remarks_;
+    std::unordered_map<const frag *, bool> met_; // true: for a link
+    std::unordered_set<const frag *> met_for_layout_;
+
+    // Of the moment.
+    std::vector<std::int32_t> window_; // lines read since the value before
+    bool is_window_used_ = false;
+    text_origins sides_[2];        // of the remote and the local side
+    text_origins *side_ = nullptr; // the one that is expanded
+    std::vector<std::int32_t> *reads_ = &window_;
+    std::int32_t last_line_ = 0;                            // of the value that was read last
+    std::unordered_map<const frag *, std::int32_t> led_by_; // the line that named the object
+    std::unordered_set<const frag *> met_by_rule_;
+    std::vector<step> steps_;
+    value_source source_ = value_source::read;
+    const char *source_key_ = nullptr;
+    bool awaits_record_ = false; // the next one stored is that of the last link
+};

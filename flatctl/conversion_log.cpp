@@ -45,7 +45,7 @@ const derivation_observer conversion_log::DERIVATION = {
     .no_side = [](void *, const frag *,
                   const char *key) { current->rules_.back().missing_side = key; },
     .shortened = [](void *, const frag *,
-                    const char *key) { current->add_remark(remark::shortened, key); },
+                    const char *key) { current->add_remark(remark::SHORTENED, key); },
     .expands = [](void *, value_source side, const frag *obj) { current->expands(side, obj); },
     .link = [](void *, const frag *peer) { current->link(peer); },
     .from = [](void *, value_source source, const char *key) { current->from(source, key); },
@@ -56,8 +56,8 @@ const record_observer conversion_log::RECORDS = {
     .stored = [](void *, const void *record, std::string_view field,
                  std::string_view) { current->stored(record, field); },
     .unreadable = [](void *,
-                     std::string_view value) { current->add_remark(remark::unreadable, value); },
-    .cut = [](void *, std::string_view kept) { current->add_remark(remark::cut, kept); },
+                     std::string_view value) { current->add_remark(remark::UNREADABLE, value); },
+    .cut = [](void *, std::string_view kept) { current->add_remark(remark::CUT, kept); },
     .written =
         [](void *, const void *record, std::string_view field, std::string_view value) {
             current->output_.push_back({record, current->field_number(field), hash_of(value)});
@@ -137,14 +137,14 @@ void conversion_log::import_ended(frag *tree)
 {
     import_watch = nullptr;
     note_values(tree, LINE_HAS_VALUE);
-    phase_ = phase::layout;
+    phase_ = phase::LAYOUT;
     tree_watch = &TREE;
 }
 
 void conversion_log::layout_reached(frag *tree)
 {
     note_values(tree, LINE_IN_TREE);
-    phase_ = phase::derivation;
+    phase_ = phase::DERIVATION;
     derivation_watch = &DERIVATION;
     record_watch = &RECORDS;
 }
@@ -162,7 +162,7 @@ static bool is_member_type(const frag *node)
 void conversion_log::found(const frag *node)
 {
     const std::int32_t line = origin_line(node);
-    if (phase_ == phase::layout) {
+    if (phase_ == phase::LAYOUT) {
         if (line != 0)
             line_at(line).marks |= LINE_FOR_LAYOUT;
         if (node->child != nullptr)
@@ -231,14 +231,14 @@ void conversion_log::take_back(std::int32_t line)
 
 void conversion_log::missing(const char *key, bool stands)
 {
-    add_remark(remark::missing, key);
+    add_remark(remark::MISSING, key);
     if (!stands)
         take_back(last_line_);
 }
 
 void conversion_log::add_remark(remark kind, std::string_view text)
 {
-    if (phase_ == phase::derivation && remarks_.size() < REMARKS_MAX)
+    if (phase_ == phase::DERIVATION && remarks_.size() < REMARKS_MAX)
         remarks_.push_back({kind, last_line_, std::string(text.substr(0, SHOWN_LINE_MAX))});
 }
 
@@ -247,9 +247,9 @@ void conversion_log::add_remark(remark kind, std::string_view text)
 void conversion_log::entered(derivation_step kind, const frag *first, const frag *second)
 {
     read_no_side();
-    if (kind == derivation_step::rule)
+    if (kind == derivation_step::RULE)
         rules_.push_back({.rule = first, .first_link = static_cast<std::uint32_t>(links_.size())});
-    if (kind == derivation_step::offer || kind == derivation_step::chained)
+    if (kind == derivation_step::OFFER || kind == derivation_step::CHAINED)
         rules_.back().meets_peer = true;
     steps_.push_back({kind, first, second});
 }
@@ -266,7 +266,7 @@ void conversion_log::end_rule()
 {
     rule_note &rule = rules_.back();
     rule.link_count = static_cast<std::uint32_t>(links_.size()) - rule.first_link;
-    if (rule.link_count > 0)
+    if (rule.link_count > 0 || rule.meets_peer)
         for (const frag *node : met_by_rule_)
             met_[node] = true;
     met_by_rule_.clear();
@@ -299,9 +299,9 @@ void text_origins::become_led_there()
 void conversion_log::expands(value_source side, const frag *obj)
 {
     read_no_side();
-    if (side == value_source::read || side == value_source::program)
+    if (side == value_source::READ || side == value_source::PROGRAM)
         return;
-    side_ = &sides_[side == value_source::local_side];
+    side_ = &sides_[side == value_source::LOCAL_SIDE];
     if (is_temporary(obj)) {
         side_->become_led_there();
         reads_ = &side_->first;
@@ -321,7 +321,7 @@ void conversion_log::link(const frag *peer)
     made.peer = peer;
     made.rule = static_cast<std::uint32_t>(rules_.size() - 1);
     for (auto at = steps_.rbegin(); at != steps_.rend(); ++at) {
-        if (at->kind != derivation_step::trusted)
+        if (at->kind != derivation_step::TRUSTED)
             continue;
         made.remote = is_temporary(at->first) ? nullptr : at->first;
         made.local = is_temporary(at->second) ? nullptr : at->second;
@@ -381,22 +381,22 @@ origin_list conversion_log::origins_now(std::string_view field)
             origins_.push_back(side.is_of_peer ? -std::abs(line) : line);
     };
     switch (source_) {
-    case value_source::read:
+    case value_source::READ:
         origins_.insert(origins_.end(), window_.begin(), window_.end());
         is_window_used_ = true;
         break;
-    case value_source::program:
+    case value_source::PROGRAM:
         break;
-    case value_source::peer:
+    case value_source::PEER:
         add_child_of(links_.back().peer);
         break;
-    case value_source::remote_side:
+    case value_source::REMOTE_SIDE:
         add_side(sides_[0]);
         break;
-    case value_source::local_side:
+    case value_source::LOCAL_SIDE:
         add_side(sides_[1]);
         break;
-    case value_source::rule:
+    case value_source::RULE:
         add_child_of(rules_.back().rule);
         break;
     }
@@ -412,7 +412,7 @@ void conversion_log::stored(const void *record, std::string_view field)
     field_note &note = field_of(record, field_number(field));
     note.source = source_;
     note.origins = origins_now(field);
-    source_ = value_source::read;
+    source_ = value_source::READ;
     if (awaits_record_) {
         awaits_record_ = false;
         links_.back().record = record;
@@ -450,7 +450,7 @@ void conversion_log::dropped(left_out why, const void *record, const void *kept,
 
 void conversion_log::records_written()
 {
-    phase_ = phase::ended;
+    phase_ = phase::ENDED;
     record_watch = nullptr;
     tree_watch = nullptr;
     derivation_watch = nullptr;

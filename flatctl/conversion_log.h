@@ -48,7 +48,7 @@ struct field_note {
     explicit field_note(std::uint32_t number) : field(number) {}
 
     std::uint32_t field; // its key, by field_key
-    value_source source = value_source::read;
+    value_source source = value_source::READ;
     bool is_plain = false;     // the record would hold the same without it
     bool prints_same = false;  // its line would be the same without it
     bool has_no_place = false; // no line of the output holds it
@@ -95,7 +95,7 @@ struct output_note {
 };
 
 // A reference that names no object, a word or an address without meaning, a text that was cut.
-enum class remark : std::uint8_t { missing, shortened, unreadable, cut };
+enum class remark : std::uint8_t { MISSING, SHORTENED, UNREADABLE, CUT };
 
 struct remark_note {
     remark kind;
@@ -189,10 +189,10 @@ class conversion_log
     static const derivation_observer DERIVATION;
     static const record_observer RECORDS;
 
-    enum class phase { import, layout, derivation, ended };
+    enum class phase { IMPORT, LAYOUT, DERIVATION, ENDED };
 
     bool keeps_paths_;
-    phase phase_ = phase::import;
+    phase phase_ = phase::IMPORT;
     std::vector<std::string> usual_settings_; // by row, as they stand before any line
     std::vector<input_line> lines_;
     std::string keys_;
@@ -217,7 +217,7 @@ class conversion_log
     std::unordered_map<const frag *, std::int32_t> led_by_; // the line that named the object
     std::unordered_set<const frag *> met_by_rule_;
     std::vector<step> steps_;
-    value_source source_ = value_source::read;
+    value_source source_ = value_source::READ;
     const char *source_key_ = nullptr;
     bool awaits_record_ = false; // the next one stored is that of the last link
 };

@@ -39,10 +39,10 @@ std::string text_of_links(const conversion_log &log)
             ++missing[note->why];
     std::string text = counted(linkinfos.size(), "link", "links");
     text += " (" + std::to_string(log.links().size()) + " derived";
-    if (missing[left_out::equal_link] > 0)
-        text += ", " + std::to_string(missing[left_out::equal_link]) + " equal earlier ones";
-    if (missing[left_out::no_name] > 0)
-        text += ", " + std::to_string(missing[left_out::no_name]) + " without a name";
+    if (missing[left_out::EQUAL_LINK] > 0)
+        text += ", " + std::to_string(missing[left_out::EQUAL_LINK]) + " equal earlier ones";
+    if (missing[left_out::NO_NAME] > 0)
+        text += ", " + std::to_string(missing[left_out::NO_NAME]) + " without a name";
     return text + ")";
 }
 
@@ -81,7 +81,7 @@ std::vector<equal_links> links_left_out(const conversion_log &log)
     std::vector<equal_links> all;
     for (const link_note &link : log.links()) {
         const record_note &note = *log.note_of(link.record);
-        if (!note.is_dropped || note.why != left_out::equal_link)
+        if (!note.is_dropped || note.why != left_out::EQUAL_LINK)
             continue;
         const rule_note &rule = log.rules()[link.rule];
         if (all.empty() || all.back().rule != &rule)
@@ -106,7 +106,7 @@ void print_text(const conversion_log &log, const line_account &account, std::str
         if (lines.empty())
             continue;
         std::fprintf(out, "%8zu  %s", lines.size(), std::string(row.text).c_str());
-        if (row.kind != line_class::used && row.kind != line_class::decides)
+        if (row.kind != line_class::USED && row.kind != line_class::DECIDES)
             std::fprintf(out, ": %s", line_ranges(lines, LISTED_MAX).c_str());
         std::fputc('\n', out);
     }
@@ -195,7 +195,7 @@ void write_left_out(json_writer &json, const conversion_log &log)
         if (!note.is_dropped)
             continue;
         json.open("", '{').text("what", "link").number("derived", derived);
-        const bool is_equal = note.why == left_out::equal_link;
+        const bool is_equal = note.why == left_out::EQUAL_LINK;
         json.text("code", is_equal ? "D311" : "D403");
         if (is_equal)
             json.text("equals", "vlink_" + std::to_string(numbers[note.kept]));
@@ -234,7 +234,7 @@ int flatlink::ledger_in_child(const input &database, const known_world &world, c
     if (status != STATUS_FINE)
         return status;
     const line_account account = account_of(log, def_database);
-    std::FILE *out = port.stream(frame_kind::data);
+    std::FILE *out = port.stream(frame_kind::DATA);
     if (asked.format == "json")
         print_json(log, account, output, out);
     else

@@ -21,20 +21,20 @@ namespace
 {
 
 constexpr class_row ROWS[] = {
-    {line_class::used, "used", "", "used: a line of the output has their value"},
-    {line_class::decides, "decides", "",
+    {line_class::USED, "used", "", "used: a line of the output has their value"},
+    {line_class::DECIDES, "decides", "",
      "read: they may decide which records there are, and their order"},
-    {line_class::layout, "layout", "", "decide the layout only"},
-    {line_class::plain, "default", "", "say what holds without them, too"},
-    {line_class::no_link, "no-link", "D301", "of rules that imply no link"},
-    {line_class::unreached, "unreached", "", "of objects that no rule with links leads to"},
-    {line_class::no_place, "no-place", "D402", "read, no place in the flat file"},
-    {line_class::second, "second-interface", "", "of interfaces known by another list already"},
-    {line_class::dropped, "dropped", "D403", "of records that are not complete"},
-    {line_class::member, "member-type", "", "type of a group's member, not needed"},
-    {line_class::replaced, "replaced", "D111", "replaced by another line of their key"},
-    {line_class::joined, "joined", "D110", "without '=': part of the next key"},
-    {line_class::never_asked, "never-asked", "D401", "never asked for"},
+    {line_class::LAYOUT, "layout", "", "decide the layout only"},
+    {line_class::PLAIN, "default", "", "say what holds without them, too"},
+    {line_class::NO_LINK, "no-link", "D301", "of rules that imply no link"},
+    {line_class::UNREACHED, "unreached", "", "of objects that no rule with links leads to"},
+    {line_class::NO_PLACE, "no-place", "D402", "read, no place in the flat file"},
+    {line_class::SECOND, "second-interface", "", "of interfaces known by another list already"},
+    {line_class::DROPPED, "dropped", "D403", "of records that are not complete"},
+    {line_class::MEMBER, "member-type", "", "type of a group's member, not needed"},
+    {line_class::REPLACED, "replaced", "D111", "replaced by another line of their key"},
+    {line_class::JOINED, "joined", "D110", "without '=': part of the next key"},
+    {line_class::NEVER_ASKED, "never-asked", "D401", "never asked for"},
 };
 
 // What the fields that name one line have in common.
@@ -64,7 +64,7 @@ class accountant
   public:
     accountant(conversion_log &log, const frag *tree)
         : log_(log), tree_(tree), is_used_(log.lines().size()), fields_(log.lines().size()),
-          others_(log.lines().size(), line_class::decides)
+          others_(log.lines().size(), line_class::DECIDES)
     {
     }
 
@@ -256,18 +256,18 @@ void accountant::trace_output()
 void accountant::summarise_fields()
 {
     for (const auto &[record, note] : log_.records()) {
-        const bool is_twin = note.is_dropped && note.why == left_out::equal_link;
+        const bool is_twin = note.is_dropped && note.why == left_out::EQUAL_LINK;
         for (const field_note &stored : note.fields) {
             // Sizes and order of links come from the whole text of an address.
-            const bool is_address = stored.source == value_source::remote_side ||
-                                    stored.source == value_source::local_side;
+            const bool is_address = stored.source == value_source::REMOTE_SIDE ||
+                                    stored.source == value_source::LOCAL_SIDE;
             for (const std::int32_t line : log_.lines_of(stored.origins)) {
                 if (line < 0)
                     continue;
                 field_summary &summary = fields_[static_cast<std::size_t>(line)];
                 summary.is_stored = true;
                 if (note.is_dropped && !is_twin)
-                    (note.why != left_out::same_address ? summary.is_dropped
+                    (note.why != left_out::SAME_ADDRESS ? summary.is_dropped
                      : note.has_lent                    ? summary.has_value
                                                         : summary.is_second) = true;
                 else if (stored.has_no_place)
@@ -316,16 +316,16 @@ void accountant::look_at_place(const tree_place &place)
     const std::uint16_t marks = log_.lines()[static_cast<std::size_t>(line)].marks;
     line_class &kind = others_[static_cast<std::size_t>(line)];
     if (place.is_of_idle_rule && (marks & LINE_READ) != 0)
-        kind = line_class::no_link;
+        kind = line_class::NO_LINK;
     else if ((marks & LINE_READ) != 0 || place.is_sole)
-        kind = line_class::decides;
+        kind = line_class::DECIDES;
     else if (place.is_met)
-        kind = place.is_met_for_link ? line_class::never_asked : line_class::unreached;
+        kind = place.is_met_for_link ? line_class::NEVER_ASKED : line_class::UNREACHED;
     else if (place.is_for_layout || (marks & LINE_FOR_LAYOUT) != 0)
-        kind = line_class::layout;
+        kind = line_class::LAYOUT;
     else
-        kind = log_.key_of_line(line).starts_with("net_") ? line_class::unreached
-                                                          : line_class::never_asked;
+        kind = log_.key_of_line(line).starts_with("net_") ? line_class::UNREACHED
+                                                          : line_class::NEVER_ASKED;
 }
 
 void accountant::look_at_tree()
@@ -354,26 +354,26 @@ line_class accountant::class_of(std::int32_t line) const
     const std::uint16_t marks = log_.lines()[index].marks;
     const field_summary &fields = fields_[index];
     if ((marks & LINE_JOINED) != 0)
-        return line_class::joined;
+        return line_class::JOINED;
     if ((marks & LINE_REPLACED) != 0) // the order of interfaces is that of their first lines
-        return log_.key_of_line(line).starts_with("netobj_") ? line_class::decides
-                                                             : line_class::replaced;
+        return log_.key_of_line(line).starts_with("netobj_") ? line_class::DECIDES
+                                                             : line_class::REPLACED;
     if ((marks & LINE_IN_TREE) == 0)
-        return line_class::layout;
+        return line_class::LAYOUT;
     if (is_used_[index])
-        return line_class::used;
+        return line_class::USED;
     const bool is_mixed =
         fields.has_value ||
         fields.is_plain + fields.has_no_place + fields.is_second + fields.is_dropped > 1;
     const bool is_object = log_.key_of_line(line).starts_with("net_");
     if (fields.is_stored)
-        return is_mixed              ? line_class::decides
-               : fields.is_plain     ? line_class::plain
-               : fields.has_no_place ? line_class::no_place
-               : fields.is_second    ? line_class::second
-               : is_object           ? line_class::decides // without it, another text stands there
-                                     : line_class::dropped;
-    return (marks & LINE_MEMBER_TYPE) != 0 ? line_class::member : others_[index];
+        return is_mixed              ? line_class::DECIDES
+               : fields.is_plain     ? line_class::PLAIN
+               : fields.has_no_place ? line_class::NO_PLACE
+               : fields.is_second    ? line_class::SECOND
+               : is_object           ? line_class::DECIDES // without it, another text stands there
+                                     : line_class::DROPPED;
+    return (marks & LINE_MEMBER_TYPE) != 0 ? line_class::MEMBER : others_[index];
 }
 
 line_account accountant::run()

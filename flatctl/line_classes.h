@@ -9,19 +9,19 @@
 #include <vector>
 
 enum class line_class : std::uint8_t {
-    used,       // a line of the output has its value; without it the output is another
-    decides,    // read; it may decide which records there are, their order and what they name
-    layout,     // read, or changed, only while the tree was brought to the current layout
-    plain,      // says what holds without it, too
-    no_link,    // of a rule that implies no link
-    unreached,  // of an object that no rule with links leads to
-    no_place,   // read, but the flat data have no place for it
-    second,     // of an interface that is known by another list already
-    dropped,    // of a record that is not complete
-    member,     // the type of a group's member, which its name tells, too
-    replaced,   // a later line has its key
-    joined,     // has no '=': a part of the next key
-    never_asked // no one asks for its key
+    USED,       // a line of the output has its value; without it the output is another
+    DECIDES,    // read; it may decide which records there are, their order and what they name
+    LAYOUT,     // read, or changed, only while the tree was brought to the current layout
+    PLAIN,      // says what holds without it, too
+    NO_LINK,    // of a rule that implies no link
+    UNREACHED,  // of an object that no rule with links leads to
+    NO_PLACE,   // read, but the flat data have no place for it
+    SECOND,     // of an interface that is known by another list already
+    DROPPED,    // of a record that is not complete
+    MEMBER,     // the type of a group's member, which its name tells, too
+    REPLACED,   // a later line has its key
+    JOINED,     // has no '=': a part of the next key
+    NEVER_ASKED // no one asks for its key
 };
 
 struct class_row {

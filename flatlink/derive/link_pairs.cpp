@@ -321,7 +321,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     if (enum_pattern(db, &local_text, add_local, "VPNlocalpat", &local_side.type) == 0)
         return 0;
     local_side.text = local_text;
-    note_expands(value_source::program, nullptr);
+    note_expands(value_source::PROGRAM, nullptr);
     make_link(db, vpnobj, name, remote_side, local_side);
     return 0;
 }

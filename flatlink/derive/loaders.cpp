@@ -88,13 +88,13 @@ int load_policy(frag *policy, const policy_kind &kind)
         const std::string prop_prefix = prefix + "prop_" + prop->name + "_";
         for (const frag *field = prop->child; field != nullptr; field = field->next)
             if (field->value != nullptr && field->value[0] != '\0') {
-                note_expands(value_source::read, field);
+                note_expands(value_source::READ, field);
                 note_found(field);
                 (void)kind.add_partial(make_line(
                     prop_prefix, flat_key_of(kind.proposal_names, field->name), field->value));
             }
     }
-    note_expands(value_source::program, nullptr);
+    note_expands(value_source::PROGRAM, nullptr);
     return 0;
 }
 
@@ -127,7 +127,7 @@ int load_interfaces(frag *list)
         const int elemno = lenient_number(element->name);
         for (const frag *field = element->child; field != nullptr; field = field->next)
             if (field->value != nullptr) {
-                note_expands(value_source::read, field);
+                note_expands(value_source::READ, field);
                 note_found(field);
                 add_partial_intf(listno, elemno, field->name, field->value);
             }

@@ -136,7 +136,7 @@ static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &ou
     if (obj == nullptr || is_empty_group(word))
         return 1;
     const object_callback check = [&out](frag **tree, frag *member, const char *type) {
-        note_expands(value_source::read, member);
+        note_expands(value_source::READ, member);
         return feed_entries(tree, member, type, out);
     };
     const char *type = type_of_key(obj);
@@ -165,7 +165,7 @@ static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &ou
 
 int check_mcpool_net(frag **db, frag *obj, const char *word, std::uint32_t row)
 {
-    note_expands(value_source::read, obj);
+    note_expands(value_source::READ, obj);
     return row < feeders.size() ? feed_entries(db, obj, word, feeders[row]) : 1;
 }
 
@@ -208,6 +208,6 @@ int load_mcpool(frag **db, frag *pool)
                        [row](frag **tree, frag *entry, const char *word) {
                            return check_mcpool_net(tree, entry, word, row);
                        });
-    note_expands(value_source::program, nullptr);
+    note_expands(value_source::PROGRAM, nullptr);
     return 0;
 }

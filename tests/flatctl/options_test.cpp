@@ -24,7 +24,7 @@ TEST(Options, CommandLines)
         {{"preview", "--naems=x", "db"}, "no option '--naems'; did you mean --names?"},
         {{"preview", "db", "--names"}, "--names needs an argument: FILE"},
         {{"preview", "--reveal=on", "db"}, "--reveal takes no argument"},
-        {{"preview", "--format", "json", "db"}, "preview takes no --format"},
+        {{"undo", "--format", "json", "db"}, "undo takes no --format"},
         {{"preview", "--color", "red", "db"}, "--color takes auto, always, never, not 'red'"},
         {{"preview", "--memory", "0", "db"}, "--memory needs a number from 1 on, not '0'"},
         {{"preview", "--memory", "9x", "db"}, "--memory needs a number from 1 on, not '9x'"},

@@ -65,6 +65,47 @@ class Preview(ns.Case):
         self.assertEqual(run.returncode, 3, run.stderr)
 
 
+class Ledger(ns.Case):
+    # Of other classes a line may matter or not: they say what it is read for.
+    IS_NEEDED = {"used": True, "default": False, "no-link": False, "unreached": False,
+                 "no-place": False, "second-interface": False, "dropped": False,
+                 "member-type": False, "replaced": False, "never-asked": False}
+
+    @staticmethod
+    def of(path):
+        run = flatctl("preview", "--ledger", "--format", "json", path)
+        return json.loads(run.stdout) if run.returncode == 0 else run
+
+    def test_lines_taken_out(self):
+        paths = [path for path in databases() if "tags" not in path]
+        for path in paths[:3] if ns.is_sanitized else paths:
+            lines = read(path).split(b"\n")
+            output = flatctl("preview", path).stdout
+            ledger = self.of(path)["ledger"]
+            for row in ledger:
+                if row["class"] not in self.IS_NEEDED:
+                    continue
+                at = row["line"] - 1
+                write(DATABASE, b"\n".join(lines[:at] + lines[at + 1:]))
+                is_needed = flatctl("preview", DATABASE).stdout != output
+                self.assertEqual(is_needed, self.IS_NEEDED[row["class"]], (path, row, lines[at]))
+
+    def test_sums(self):
+        for path in databases():
+            with self.subTest(path=path):
+                ledger = self.of(path)
+                output = flatctl("preview", path).stdout.decode("latin1").splitlines()
+                self.assertEqual([line["key"] for line in ledger["output"]],
+                                 [line.split("=")[0] for line in output])
+                counts = {row: 0 for row in ledger["summary"]}
+                for row in ledger["ledger"]:
+                    counts[row["class"]] += 1
+                    self.assertEqual(row["to"] != [], row["class"] == "used")
+                for name, count in counts.items():
+                    if name not in ("input", "output", "derived", "written"):
+                        self.assertEqual(ledger["summary"][name], count, name)
+
+
 class Check(ns.Case):
     def test_formats_and_status(self):
         write(DATABASE, b"ip_hostname=gate\nip_hostname=\xe9\x1b[2J\n")

@@ -22,7 +22,7 @@ static conversion_log *current = nullptr;
 // Remarks of a hostile input; the first are as good as all.
 static constexpr std::size_t REMARKS_MAX = 100'000;
 
-const import_observer conversion_log::IMPORT = {
+const import_observer conversion_log::import_calls = {
     .context = nullptr,
     .value_replaced = [](void *, const frag *node, std::int32_t old_line,
                          std::int32_t) { current->line_replaced(old_line, node); },
@@ -31,13 +31,13 @@ const import_observer conversion_log::IMPORT = {
     .lines_joined = [](void *, std::int32_t first, std::int32_t) { current->line_joined(first); },
 };
 
-const tree_observer conversion_log::TREE = {
+const tree_observer conversion_log::tree_calls = {
     .context = nullptr,
     .found = [](void *, const frag *node) { current->found(node); },
     .missing = [](void *, const char *key, bool stands) { current->missing(key, stands); },
 };
 
-const derivation_observer conversion_log::DERIVATION = {
+const derivation_observer conversion_log::derivation_calls = {
     .context = nullptr,
     .entered = [](void *, derivation_step kind, const frag *first,
                   const frag *second) { current->entered(kind, first, second); },
@@ -51,7 +51,7 @@ const derivation_observer conversion_log::DERIVATION = {
     .from = [](void *, value_source source, const char *key) { current->from(source, key); },
 };
 
-const record_observer conversion_log::RECORDS = {
+const record_observer conversion_log::record_calls = {
     .context = nullptr,
     .stored = [](void *, const void *record, std::string_view field,
                  std::string_view) { current->stored(record, field); },
@@ -71,7 +71,7 @@ const record_observer conversion_log::RECORDS = {
 conversion_log::conversion_log(bool keeps_paths) : keeps_paths_(keeps_paths), lines_(1)
 {
     current = this;
-    import_watch = &IMPORT;
+    import_watch = &import_calls;
     for (const vpn_setting &row : vpn_settings)
         usual_settings_.push_back(row.print != nullptr ? row.print() : "");
 }
@@ -138,15 +138,15 @@ void conversion_log::import_ended(frag *tree)
     import_watch = nullptr;
     note_values(tree, LINE_HAS_VALUE);
     phase_ = phase::LAYOUT;
-    tree_watch = &TREE;
+    tree_watch = &tree_calls;
 }
 
 void conversion_log::layout_reached(frag *tree)
 {
     note_values(tree, LINE_IN_TREE);
     phase_ = phase::DERIVATION;
-    derivation_watch = &DERIVATION;
-    record_watch = &RECORDS;
+    derivation_watch = &derivation_calls;
+    record_watch = &record_calls;
 }
 
 // ---- reads
@@ -400,7 +400,7 @@ origin_list conversion_log::origins_now(std::string_view field)
         add_child_of(rules_.back().rule);
         break;
     }
-    tree_watch = &TREE;
+    tree_watch = &tree_calls;
     const auto first = origins_.begin() + begin;
     std::sort(first, origins_.end());
     origins_.erase(std::unique(first, origins_.end()), origins_.end());

@@ -123,7 +123,7 @@ class conversion_log
     conversion_log &operator=(const conversion_log &) = delete;
 
     // For import_watch, when no other observer is needed; set by the constructor.
-    static const import_observer IMPORT;
+    static const import_observer import_calls;
 
     // After the import, after the passes that bring the tree to the current layout, and after the
     // records were written.
@@ -185,9 +185,9 @@ class conversion_log
     std::uint32_t field_number(std::string_view field);
     field_note &field_of(const void *record, std::uint32_t field);
 
-    static const tree_observer TREE;
-    static const derivation_observer DERIVATION;
-    static const record_observer RECORDS;
+    static const tree_observer tree_calls;
+    static const derivation_observer derivation_calls;
+    static const record_observer record_calls;
 
     enum class phase { IMPORT, LAYOUT, DERIVATION, ENDED };
 

@@ -56,7 +56,7 @@ template <typename list> std::string text_of_policies(const list &policies, std:
            ", " + counted(proposals, "proposal", "proposals");
 }
 
-constexpr family_row FAMILIES[] = {
+constexpr family_row families[] = {
     {"vpn_", [](const conversion_log &) { return std::string("settings"); }},
     {"vlink_", text_of_links},
     {"ikePolicy_", [](const conversion_log &) { return text_of_policies(ikepolicy, "IKE"); }},
@@ -114,12 +114,12 @@ void print_text(const conversion_log &log, const line_account &account, std::str
     std::fprintf(out, "output  %zu lines\n", line_count);
     std::map<std::string_view, std::size_t> sizes;
     for (std::size_t begin = 0; begin < output.size(); begin = output.find('\n', begin) + 1)
-        for (const family_row &family : FAMILIES)
+        for (const family_row &family : families)
             if (output.substr(begin).starts_with(family.prefix)) {
                 ++sizes[family.prefix];
                 break;
             }
-    for (const family_row &family : FAMILIES)
+    for (const family_row &family : families)
         if (sizes[family.prefix] > 0)
             std::fprintf(out, "%8zu  %s\n", sizes[family.prefix], family.text(log).c_str());
     const std::vector<equal_links> missing = links_left_out(log);
@@ -135,8 +135,8 @@ void print_text(const conversion_log &log, const line_account &account, std::str
 
 // ---- JSON
 
-constexpr std::array<std::string_view, 6> SOURCES = {"value",  "program", "value",
-                                                     "remote", "local",   "rule"};
+constexpr std::array<std::string_view, 6> source_words = {"value",  "program", "value",
+                                                          "remote", "local",   "rule"};
 
 void write_ledger(json_writer &json, const conversion_log &log, const line_account &account)
 {
@@ -176,7 +176,7 @@ void write_output(json_writer &json, const conversion_log &log, std::string_view
         json.close(']');
         json.text("how", !has_origin  ? "default"
                          : count == 0 ? "program"
-                                      : SOURCES[static_cast<std::size_t>(stored->source)]);
+                                      : source_words[static_cast<std::size_t>(stored->source)]);
         json.close('}');
     }
     json.close(']');

@@ -20,7 +20,7 @@ using namespace flatlink;
 namespace
 {
 
-constexpr class_row ROWS[] = {
+constexpr class_row rows[] = {
     {line_class::USED, "used", "", "used: a line of the output has their value"},
     {line_class::DECIDES, "decides", "",
      "read: they may decide which records there are, and their order"},
@@ -118,12 +118,12 @@ template <> linkinfo usual_record(const linkinfo &link)
 
 std::span<const class_row> flatlink::class_rows()
 {
-    return ROWS;
+    return rows;
 }
 
 const class_row &flatlink::row_of(line_class kind)
 {
-    return ROWS[static_cast<std::size_t>(kind)];
+    return rows[static_cast<std::size_t>(kind)];
 }
 
 // ---- fields that say what holds without them

@@ -104,6 +104,33 @@ static u32 address_towards(u32 gateway_addr)
     return place->second;
 }
 
+static bool has_fixed_gateway(const linkinfo &link)
+{
+    return link.fixed_remote != 0 && !link.gateway.empty() && link.gateway[0] != '*';
+}
+
+static bool is_local_side_firewall(const linkinfo &link)
+{
+    const std::string &text = link.lnetwork_start_address;
+    return text.empty() || text == ip_myhostname || text == "127.0.0.1" || text == "localhost" ||
+           link.lnetwork_start == LOOPBACK;
+}
+
+// Most gateways are told by number, and a run may have one for each of its links: their routes are
+// asked for together. What stays open is looked up where it is needed.
+static void look_up_routes()
+{
+    std::vector<u32> gateways;
+    for (const auto &link : linkinfos)
+        if (has_fixed_gateway(*link) && link->gateway_addr != NOT_AN_ADDRESS &&
+            is_local_side_firewall(*link))
+            gateways.push_back(link->gateway_addr);
+    std::sort(gateways.begin(), gateways.end());
+    gateways.erase(std::unique(gateways.begin(), gateways.end()), gateways.end());
+    find_own_addresses(gateways,
+                       [](u32 addr_be, u32 own_be) { known_routes.try_emplace(addr_be, own_be); });
+}
+
 void flatlink::clear_lookups()
 {
     known_names.clear();
@@ -122,13 +149,6 @@ static u32 network_size(std::uint8_t type, u32 start, u32 delimiter)
     if (type == ADDRID_SUBNET)
         return -host_order(delimiter);
     return 1;
-}
-
-static bool is_local_side_firewall(const linkinfo &link)
-{
-    const std::string &text = link.lnetwork_start_address;
-    return text.empty() || text == ip_myhostname || text == "127.0.0.1" || text == "localhost" ||
-           link.lnetwork_start == LOOPBACK;
 }
 
 static u32 firewall_size(linkinfo &link)
@@ -192,7 +212,7 @@ static certificate_bits bits_of(const peerauth &peer)
 
 static void settle_gateway(linkinfo &link)
 {
-    if (link.fixed_remote == 0 || link.gateway.empty() || link.gateway[0] == '*') {
+    if (!has_fixed_gateway(link)) {
         link.gateway.clear();
         link.fixed_remote = 0;
         link.gateway_addr = 0;
@@ -230,6 +250,7 @@ void vpnauto_sort()
     invalidate_link_index();
     std::vector<keyed_link> keyed;
     keyed.reserve(linkinfos.size());
+    look_up_routes();
     for (auto &link : linkinfos) {
         const auto_key key = auto_key_of(*link);
         keyed.push_back({key, std::move(link)});

@@ -85,6 +85,13 @@ int vvpn_get_route(u32 *addrio_be)
     return -1;
 }
 
+void flatlink::find_own_addresses(std::span<const u32> addrs_be,
+                                  const std::function<void(u32 addr_be, u32 own_be)> &take)
+{
+    if (platform->route_sources != nullptr)
+        platform->route_sources(addrs_be, take);
+}
+
 int vvpn_ioctl(int fd, unsigned long request, vpn_message &message)
 {
     if (std::ranges::count(vpn_link_commands, message[VPN_COMMAND]) == 0)

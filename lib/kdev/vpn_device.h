@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <type_traits>
 
@@ -59,6 +60,18 @@ extern vpn_message k_msg;
 // Replaces the address at `addrio_be` by this host's own address towards it. Returns 0; or -1
 // with 0 stored there when no route leads to it or the look-up failed.
 int vvpn_get_route(u32 *addrio_be);
+
+namespace flatlink
+{
+
+// Finds this host's own addresses towards many others, at a fraction of what as many calls of
+// vvpn_get_route cost, where the host has a way.
+//   take  gets each address that was answered for, with the host's own address towards it, or 0
+//         if no route leads there; for the others vvpn_get_route is to be asked
+void find_own_addresses(std::span<const u32> addrs_be,
+                        const std::function<void(u32 addr_be, u32 own_be)> &take);
+
+} // namespace flatlink
 
 // Passes a request to the VPN driver. A link command first gets the local address if it has
 // none, and its routes once the driver has taken it.

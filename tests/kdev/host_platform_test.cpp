@@ -5,6 +5,7 @@
 #include "lib/kdev/platform/platform.h"
 #include "lib/kdev/platform/route_message.h"
 #include "lib/kdev/route_access.h"
+#include "lib/kdev/vpn_device.h"
 #include "tests/kdev/loopback_sockets.h"
 #include "tests/kdev/open_descriptors.h"
 
@@ -163,6 +164,23 @@ TEST(NetlinkRoutes, LookUpTellsPrefixGatewayAndSource)
         EXPECT_EQ(ra_delete_route(0), RA_DONE);
         EXPECT_EQ(run("ip route show default"), "default via 10.1.0.252 dev near0 metric 30 \n"
                                                 "default via 10.1.0.250 dev near0 metric 50 \n");
+    });
+}
+
+TEST(NetlinkRoutes, ManyLookUpsAtOnceTellTheSame)
+{
+    on_own_host([] {
+        std::vector<u32> addrs{0, inet_addr("10.9.9.9"), inet_addr("10.3.0.5")};
+        for (u32 i = 0; i < 300; ++i) // many times what one datagram asks for
+            addrs.push_back(network_order(0x0A010000 + i));
+        std::size_t count = 0;
+        find_own_addresses(addrs, [&](u32 addr_be, u32 own_be) {
+            u32 wanted_be = addr_be;
+            vvpn_get_route(&wanted_be);
+            EXPECT_EQ(format_address(own_be), format_address(wanted_be)) << addr_be;
+            ++count;
+        });
+        EXPECT_EQ(count, addrs.size() - 1); // the default route takes another way
     });
 }
 

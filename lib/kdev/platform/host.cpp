@@ -42,6 +42,7 @@ const platform_calls flatlink::HOST_PLATFORM = {
     .route_write = write_netlink_routes,
     .route_read = read_routes,
     .route_close = ::close,
+    .route_sources = find_netlink_sources,
 };
 
 const platform_calls *flatlink::platform = &HOST_PLATFORM;

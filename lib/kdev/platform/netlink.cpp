@@ -11,6 +11,7 @@
 #include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <vector>
 
 using namespace flatlink;
 
@@ -95,12 +96,12 @@ std::optional<int> take_answers(byte_view datagram, const route_taker &take)
 }
 
 // Receives one datagram from the kernel; datagrams from other senders are dropped.
-ssize_t receive(int fd, byte_area area)
+ssize_t receive(int fd, byte_area area, int flags)
 {
     for (;;) {
         sockaddr_nl sender{};
         socklen_t length = sizeof sender;
-        const ssize_t size_bytes = recvfrom(fd, area.data(), area.size(), 0,
+        const ssize_t size_bytes = recvfrom(fd, area.data(), area.size(), flags,
                                             reinterpret_cast<sockaddr *>(&sender), &length);
         if (size_bytes < 0 && errno == EINTR)
             continue;
@@ -109,17 +110,39 @@ ssize_t receive(int fd, byte_area area)
     }
 }
 
-bool send_request(int fd, const route_request &request)
+bool send_bytes(int fd, byte_view message)
 {
     sockaddr_nl kernel{};
     kernel.nl_family = AF_NETLINK;
-    const byte_view message = bytes_of(request).first(request.head.nlmsg_len);
     ssize_t sent = -1;
     do {
         sent = sendto(fd, message.data(), message.size(), 0,
                       reinterpret_cast<const sockaddr *>(&kernel), sizeof kernel);
     } while (sent < 0 && errno == EINTR);
     return sent == static_cast<ssize_t>(message.size());
+}
+
+byte_view message_of(const route_request &request)
+{
+    return bytes_of(request).first(request.head.nlmsg_len);
+}
+
+platform_handle open_netlink()
+{
+    return {socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE), ::close};
+}
+
+// Hands over one answer if it is one to the requests from `first` on, of which there are `count`.
+void take_answer(byte_view datagram, std::size_t first, std::size_t count, const answer_taker &take)
+{
+    nlmsghdr head;
+    byte_view body;
+    if (!take_item(datagram, &nlmsghdr::nlmsg_len, head, body) || head.nlmsg_seq - first >= count)
+        return;
+    if (head.nlmsg_type == NLMSG_ERROR)
+        take(head.nlmsg_seq, error_of(load<std::int32_t>(body, 0)), {});
+    else if (head.nlmsg_type == RTM_NEWROUTE && body.size() >= sizeof(rtmsg))
+        take(head.nlmsg_seq, 0, parse_route(body));
 }
 
 } // namespace
@@ -146,13 +169,12 @@ void route_request::add(std::uint16_t type, std::uint32_t word)
 
 int flatlink::ask_kernel(const route_request &request, const route_taker &take)
 {
-    const platform_handle netlink(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE),
-                                  ::close);
-    if (!netlink.is_open() || !send_request(netlink.fd(), request))
+    const platform_handle netlink = open_netlink();
+    if (!netlink.is_open() || !send_bytes(netlink.fd(), message_of(request)))
         return -1;
     alignas(nlmsghdr) std::array<std::uint8_t, DATAGRAM_SIZE> datagram;
     for (;;) {
-        const ssize_t size_bytes = receive(netlink.fd(), datagram);
+        const ssize_t size_bytes = receive(netlink.fd(), datagram, 0);
         if (size_bytes < 0)
             return -1;
         const auto verdict =
@@ -161,5 +183,33 @@ int flatlink::ask_kernel(const route_request &request, const route_taker &take)
             errno = *verdict;
         if (verdict)
             return *verdict == 0 ? 0 : -1;
+    }
+}
+
+// A request's number is its place. None is to be confirmed: the answer, or the error, is enough.
+void flatlink::ask_kernel_each(std::span<route_request> requests, const answer_taker &take)
+{
+    const platform_handle netlink = open_netlink();
+    std::vector<std::uint8_t> message;
+    alignas(nlmsghdr) std::array<std::uint8_t, DATAGRAM_SIZE> datagram;
+    for (std::size_t first = 0; netlink.is_open() && first < requests.size();
+         first += MAX_QUESTIONS) {
+        const std::size_t count = std::min(MAX_QUESTIONS, requests.size() - first);
+        message.clear();
+        for (std::size_t i = first; i < first + count; ++i) {
+            requests[i].head.nlmsg_flags = NLM_F_REQUEST;
+            requests[i].head.nlmsg_seq = static_cast<std::uint32_t>(i);
+            const byte_view bytes = message_of(requests[i]);
+            message.insert(message.end(), bytes.begin(), bytes.end());
+        }
+        if (!send_bytes(netlink.fd(), message))
+            return;
+        for (std::size_t i = 0; i < count; ++i) {
+            const ssize_t size_bytes = receive(netlink.fd(), datagram, MSG_DONTWAIT);
+            if (size_bytes < 0)
+                return;
+            take_answer(byte_view(datagram).first(static_cast<std::size_t>(size_bytes)), first,
+                        count, take);
+        }
     }
 }

@@ -9,6 +9,7 @@
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <netinet/in.h>
+#include <span>
 
 namespace flatlink
 {
@@ -54,5 +55,18 @@ namespace flatlink
 // Returns 0, or -1 with the errno of the verdict or of the failed call. Begins again after a
 // signal.
 int ask_kernel(const route_request &request, const route_taker &take);
+
+// Takes the answer to the request at `index`: `error` is 0 or an errno value, and then `route` is
+// empty.
+using answer_taker = std::function<void(std::size_t index, int error, const kernel_route &route)>;
+
+// The kernel answers a whole datagram before its sender reads: a queue of the default size,
+// 212,992 bytes, has room for more answers than this, each of which may take a page.
+inline constexpr std::size_t MAX_QUESTIONS = 32;
+
+// Asks for one route each, MAX_QUESTIONS of them with one datagram, all over one socket: opening
+// and closing a socket costs several times as much as an answer. Hands over the answers; gives up
+// on the rest, without a sign, when a call fails.
+void ask_kernel_each(std::span<route_request> requests, const answer_taker &take);
 
 } // namespace flatlink

@@ -15,6 +15,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 using namespace flatlink;
 
@@ -134,14 +135,25 @@ int remove_route(const route_order &order)
     return run_change(request);
 }
 
+bool is_no_route(int error)
+{
+    return error == ENETUNREACH || error == EHOSTUNREACH || error == ESRCH;
+}
+
+route_request question_for(in_addr_t dst_be)
+{
+    route_request request(RTM_GETROUTE, 0);
+    request.route.rtm_dst_len = HOST_PREFIX;
+    request.add(RTA_DST, dst_be);
+    return request;
+}
+
 // Asks which way packets to `dst_be` take, with `flags` and, if it is not 0, through that
 // interface only. The answer's last route is the result.
 int ask_way(in_addr_t dst_be, std::uint32_t flags, std::uint32_t interface_index, kernel_route &way)
 {
-    route_request request(RTM_GETROUTE, 0);
-    request.route.rtm_dst_len = HOST_PREFIX;
+    route_request request = question_for(dst_be);
     request.route.rtm_flags = flags;
-    request.add(RTA_DST, dst_be);
     if (interface_index != 0)
         request.add(RTA_OIF, interface_index);
     return ask_kernel(request, [&way](const kernel_route &route) { way = route; });
@@ -182,7 +194,7 @@ int find_route(in_addr_t dst_be, kernel_route &found)
         return find_default_route(found);
     kernel_route entry;
     if (ask_way(dst_be, 0, 0, found) != 0 || ask_way(dst_be, RTM_F_FIB_MATCH, 0, entry) != 0) {
-        if (errno == ENETUNREACH || errno == EHOSTUNREACH)
+        if (is_no_route(errno))
             errno = ESRCH;
         return -1;
     }
@@ -285,4 +297,16 @@ ssize_t flatlink::write_netlink_routes(int fd, byte_view message)
         break;
     }
     return result == 0 ? static_cast<ssize_t>(message.size()) : -1;
+}
+
+void flatlink::find_netlink_sources(std::span<const in_addr_t> dsts_be, const source_taker &take)
+{
+    std::vector<route_request> requests;
+    requests.reserve(dsts_be.size());
+    for (const in_addr_t dst_be : dsts_be)
+        requests.push_back(question_for(dst_be));
+    ask_kernel_each(requests, [&](std::size_t index, int error, const kernel_route &way) {
+        if (dsts_be[index] != 0 && (error == 0 || is_no_route(error)))
+            take(dsts_be[index], way.source_be);
+    });
 }

@@ -10,6 +10,7 @@
 //   that is spread over several gateways is not found so.
 #pragma once
 
+#include "lib/kdev/platform/platform.h"
 #include "lib/ulib/bytes.h"
 
 #include <sys/types.h>
@@ -25,5 +26,10 @@ int open_netlink_routes();
 // look-up without a route and for the removal of none, EEXIST for a route that is there, EINVAL
 // for a message that is no good, else the kernel's error.
 ssize_t write_netlink_routes(int fd, byte_view message);
+
+// Hands the source address towards each destination to `take`, as a look-up tells it, but asks
+// the kernel only once for each. Skips the destination 0, and any for which a look-up may fail with
+// another error than a missing route: the look-up is then to tell it.
+void find_netlink_sources(std::span<const in_addr_t> dsts_be, const source_taker &take);
 
 } // namespace flatlink

@@ -6,7 +6,13 @@
 
 #include "lib/ulib/bytes.h"
 
+#include <functional>
+#include <netinet/in.h>
+#include <span>
 #include <sys/types.h>
+
+// Takes the source address of packets to a destination, 0 when no route leads there.
+using source_taker = std::function<void(in_addr_t dst_be, in_addr_t source_be)>;
 
 // Every call returns -1 with errno on failure. A descriptor goes back only to the calls of its
 // own group, and to that group's close exactly once. No argument is kept after the call.
@@ -31,6 +37,10 @@ struct platform_calls {
     ssize_t (*route_write)(int fd, byte_view message);
     ssize_t (*route_read)(int fd, byte_area message);
     int (*route_close)(int fd);
+
+    // Null where the host has no such means. Finds the source addresses of packets to many
+    // destinations at once, without a routing socket.
+    void (*route_sources)(std::span<const in_addr_t> dsts_be, const source_taker &take) = nullptr;
 };
 
 namespace flatlink

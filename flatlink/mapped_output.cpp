@@ -3,11 +3,13 @@
 #include "lib/ulib/descriptor.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 using namespace flatlink;
@@ -15,6 +17,18 @@ using namespace flatlink;
 // Powers of two, many pages each: pieces double until the file grows once in thousands of lines.
 static constexpr std::size_t FIRST_PIECE = std::size_t{1} << 16;
 static constexpr std::size_t LARGEST_PIECE = std::size_t{1} << 22;
+
+// Fills a new piece of the file with NUL bytes. Its pages are then in memory, many to a folio, and
+// the first store into each costs a quarter of what it costs on a page that is not there. Errors
+// don't matter: the piece has its space already.
+static void touch_pages(int fd, off_t offset, std::size_t size)
+{
+    static constexpr std::array<char, FIRST_PIECE> zeros{};
+    const iovec part{const_cast<char *>(zeros.data()), zeros.size()};
+    std::array<iovec, LARGEST_PIECE / FIRST_PIECE> parts;
+    parts.fill(part);
+    (void)pwritev(fd, parts.data(), static_cast<int>(size / FIRST_PIECE), offset);
+}
 
 void mapped_output::start(int fd)
 {
@@ -41,6 +55,7 @@ void mapped_output::grow()
     is_mapping_ = uninterrupted([&] { return fallocate(fd_, 0, end, size); }) == 0;
     if (!is_mapping_)
         return;
+    touch_pages(fd_, end, piece_size_);
     void *piece = mmap(nullptr, piece_size_, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, end);
     is_mapping_ = piece != MAP_FAILED;
     if (is_mapping_) {

@@ -2,6 +2,7 @@
 
 #include "flatlink/driver.h"
 #include "flatlink/fault.h"
+#include "flatlink/mapped_input.h"
 #include "flatlink/plain_file.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/link_sort.h"
@@ -12,8 +13,6 @@
 #include "lib/ulib/location.h"
 
 #include <cstdio>
-#include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 
@@ -32,12 +31,6 @@ struct run_files {
 
     bool is_installed_elsewhere() const { return installed_path != path; }
     const plain_file &source() const { return is_installed_elsewhere() ? installed : database; }
-};
-
-// The lines of all records, kept in memory because they are written to two files.
-struct record_text {
-    std::string lines;
-    bool is_whole = true;
 };
 
 } // namespace
@@ -147,40 +140,24 @@ static bool is_run_complete(const char *path)
 
 // ---- write
 
-// Not open_memstream: the C library's stream does not survive exhausted memory.
-static ssize_t append_lines(void *text, const char *bytes, std::size_t size)
+// Writes the lines of all records after the trace, and maps them in `lines`: the database gets a
+// copy of them, so they need not be kept in memory too.
+static int write_scratch(const char *path, mapped_input &lines)
 {
-    auto &to = *static_cast<record_text *>(text);
-    try {
-        to.lines.append(bytes, size);
-    } catch (const std::bad_alloc &) {
-        to.is_whole = false;
-    }
-    return to.is_whole ? static_cast<ssize_t>(size) : 0;
-}
-
-static bool take_text(record_text &text)
-{
-    const cookie_io_functions_t calls = {
-        .read = nullptr, .write = append_lines, .seek = nullptr, .close = nullptr};
-    std::unique_ptr<std::FILE, int (*)(std::FILE *)> stream(fopencookie(&text, "w", calls),
-                                                            std::fclose);
-    if (stream == nullptr)
-        return false;
-    write_records(stream.get());
-    stream.reset();
-    return text.is_whole;
-}
-
-static int write_scratch(std::string_view text)
-{
-    std::fwrite(text.data(), 1, text.size(), fout);
+    (void)std::fflush(fout); // scratch_file_error tells of a failure, here and below
+    const std::size_t begin = scratch_file_size();
+    write_records(fout);
     std::FILE *stream = std::exchange(fout, nullptr);
-    (void)std::fclose(stream); // scratch_file_error tells of a failure
-    const int error = scratch_file_error();
-    if (error != 0)
+    (void)std::fclose(stream);
+    if (const int error = scratch_file_error()) {
         report_scratch_file(error);
-    return error != 0 ? 1 : 0;
+        return 1;
+    }
+    const fault found = lines.map(held_scratch_file.get(), begin, scratch_file_size());
+    if (found)
+        std::fprintf(stderr, "flatlink: cannot read %s: %s; %s was not changed\n", SCRATCH_FILE,
+                     found.words(), path);
+    return found ? 1 : 0;
 }
 
 static int write_database(const run_files &files, std::string_view text)
@@ -217,10 +194,6 @@ int flatlink::convert_database(const char *path)
     derive_from_tree(false);
     if (!is_run_complete(path))
         return 1;
-    record_text text;
-    if (!take_text(text)) {
-        report_out_of_memory();
-        return 1;
-    }
-    return write_scratch(text.lines) == 0 ? write_database(files, text.lines) : 1;
+    mapped_input lines;
+    return write_scratch(path, lines) == 0 ? write_database(files, lines.text()) : 1;
 }

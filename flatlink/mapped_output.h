@@ -25,6 +25,8 @@ class mapped_output
     // Ends the mapping and cuts the file. Returns 0, or errno.
     [[nodiscard]] int finish();
 
+    std::size_t length() const { return length_; } // bytes written
+
   private:
     void grow();
     void unmap();

@@ -100,6 +100,11 @@ int flatlink::scratch_file_error()
     return output.error;
 }
 
+std::size_t flatlink::scratch_file_size()
+{
+    return output.file.length();
+}
+
 descriptor flatlink::hold_scratch_file()
 {
     return descriptor(fcntl(output.fd, F_DUPFD_CLOEXEC, 0));

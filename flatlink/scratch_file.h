@@ -20,6 +20,9 @@ std::FILE *open_scratch_file();
 // stream is closed.
 int scratch_file_error();
 
+// Bytes written by the stream that is open or was open last, without what is in its buffer.
+std::size_t scratch_file_size();
+
 // Cuts off the NUL bytes, up to 4 MiB, that follow the written data until the stream is closed or
 // the process exits. Only needed where neither happens; safe in a signal handler.
 void cut_scratch_file();

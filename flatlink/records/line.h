@@ -61,7 +61,8 @@ class record_writer
 
   private:
     std::FILE *stream_;
-    std::string prefix_;
+    mutable std::string line_; // the prefix, and the rest of the latest line
+    std::size_t prefix_size_;
 };
 
 // "NAME_N_", the prefix of a numbered record, and the same with at least four digits.

@@ -56,22 +56,43 @@ template <typename record> using field_table = std::span<const field<record>>;
 
 // ---- the generic walks
 
+// The first row of `key`, null when there is none. The same few keys come again for each record, so
+// it is tried first where a key like this one was found the last time.
+template <typename record>
+const field<record> *find_row(field_table<record> table, std::string_view key)
+{
+    constexpr std::size_t PLACES = 128;
+    static std::array<std::uint8_t, PLACES> places{}; // of rows in a table
+    if (key.empty())
+        return nullptr;
+    std::uint8_t &place = places[(key.size() + 25U * static_cast<unsigned char>(key.front()) +
+                                  13U * static_cast<unsigned char>(key.back())) %
+                                 PLACES];
+    if (place < table.size() && table[place].key == key)
+        return &table[place];
+    for (const field<record> &row : table) {
+        if (row.key != key)
+            continue;
+        place = static_cast<std::uint8_t>(&row - table.data());
+        return &row;
+    }
+    return nullptr;
+}
+
 // Stores a value by the row of `key`; false when there is none. `message` is what a failed
 // allocation would print from here on.
 template <typename record>
 bool store_field(std::type_identity_t<field_table<record>> table, record &target,
                  std::string_view key, std::string_view value, const char *&message)
 {
-    for (const field<record> &row : table) {
-        if (row.key != key)
-            continue;
-        if (row.no_memory != nullptr)
-            message = row.no_memory;
-        note_stored(&target, row.key, value);
-        row.held.store(target, value);
-        return true;
-    }
-    return false;
+    const field<record> *row = find_row<record>(table, key);
+    if (row == nullptr)
+        return false;
+    if (row->no_memory != nullptr)
+        message = row->no_memory;
+    note_stored(&target, row->key, value);
+    row->held.store(target, value);
+    return true;
 }
 
 // Writes the lines of one record.

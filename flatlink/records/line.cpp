@@ -55,6 +55,16 @@ void condfprintf(std::FILE *stream, const char *format, ...)
     std::fflush(stream);
 }
 
+void flatlink::trace_line(std::FILE *stream, std::string_view before, std::string_view text)
+{
+    if (stream == nullptr)
+        return;
+    fwrite_unlocked(before.data(), 1, before.size(), stream);
+    fwrite_unlocked(text.data(), 1, text.size(), stream);
+    putc_unlocked('\n', stream);
+    fflush_unlocked(stream);
+}
+
 void flatlink::condfputs(std::FILE *stream, const char *before, const char *text, const char *after)
 {
     if (stream == nullptr)

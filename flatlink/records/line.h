@@ -38,6 +38,10 @@ void condfprintf(std::FILE *stream, const char *format, ...) __attribute__((form
 namespace flatlink
 {
 
+// Writes a line of the trace made of two parts, and flushes; nothing for a null stream. For the
+// lines of links, of which there may be a million: printf would take most of their time.
+void trace_line(std::FILE *stream, std::string_view before, std::string_view text);
+
 // The same for a text between two others, without the flush. For lines that come by the million:
 // they stay in the stream's buffer until another call flushes.
 void condfputs(std::FILE *stream, const char *before, const char *text, const char *after);

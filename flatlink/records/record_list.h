@@ -26,17 +26,22 @@ template <typename record, auto key, typename list_type = record_list<record>> c
     // The first record with this key, null if the list has none.
     record *find(const list_type &list, const key_type &wanted)
     {
+        // Lines of one record follow each other.
+        if (seen_ == list.size() && latest_ != nullptr && std::invoke(key, *latest_) == wanted)
+            return latest_;
         if (seen_ > list.size())
             invalidate();
         follow(list);
         const auto found = known_.find(wanted);
-        return found == known_.end() ? nullptr : found->second;
+        latest_ = found == known_.end() ? nullptr : found->second;
+        return latest_;
     }
 
     void invalidate()
     {
         known_.clear();
         seen_ = 0;
+        latest_ = nullptr;
     }
 
   private:
@@ -60,4 +65,5 @@ template <typename record, auto key, typename list_type = record_list<record>> c
 
     std::unordered_map<key_type, record *> known_;
     std::size_t seen_ = 0;
+    record *latest_ = nullptr; // what the last look-up found
 };

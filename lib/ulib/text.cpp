@@ -53,7 +53,12 @@ long flatlink::take_number(std::string_view &text)
     unsigned long value = 0;
     for (; pos < text.size() && text[pos] >= '0' && text[pos] <= '9'; ++pos) {
         const auto digit = static_cast<unsigned long>(text[pos] - '0');
-        value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
+        // A division for each digit would cost more than all the rest.
+        constexpr unsigned long FAR_FROM_LIMIT = std::numeric_limits<long>::max() / 16;
+        if (value < FAR_FROM_LIMIT)
+            value = value * 10 + digit;
+        else
+            value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
     }
     if (pos == first_digit)
         return 0;

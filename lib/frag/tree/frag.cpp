@@ -149,7 +149,9 @@ void flatlink::free_fraglist(frag **head)
 // Removes the first part from a key. `more` receives whether another part follows.
 static std::string_view take_part(const char *&key, bool &more)
 {
-    const std::size_t length = std::strcspn(key, "_=");
+    std::size_t length = 0; // parts are short: a call that sets up a search costs more
+    while (key[length] != '_' && key[length] != '=' && key[length] != '\0')
+        ++length;
     const std::string_view part(key, length);
     more = key[length] == '_';
     key += length + (more ? 1 : 0);

@@ -5,38 +5,28 @@
 #include "flatlink/records/record_watch.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 using namespace flatlink;
 
-namespace
+static std::size_t twin_hash(const linkinfo &link)
 {
-
-struct twin_hash {
-    std::size_t operator()(const linkinfo *link) const
-    {
-        constexpr std::size_t SPREAD = 0x9E3779B97F4A7C15ULL;
-        std::size_t hash = 0;
-        for (const field<linkinfo> &row : link_fields) {
-            if (row.flags & MAY_DIFFER)
-                continue;
-            hash = (hash ^ row.held.compared.hash(*link)) * SPREAD;
-            hash ^= hash >> 32;
-        }
-        return hash;
+    constexpr std::size_t SPREAD = 0x9E3779B97F4A7C15ULL;
+    std::size_t hash = 0;
+    for (const field<linkinfo> &row : link_fields) {
+        if (row.flags & MAY_DIFFER)
+            continue;
+        hash = (hash ^ row.held.compared.hash(link)) * SPREAD;
+        hash ^= hash >> 32;
     }
-};
+    return hash;
+}
 
-struct twin_equal {
-    bool operator()(const linkinfo *a, const linkinfo *b) const
-    {
-        return std::all_of(link_fields.begin(), link_fields.end(), [a, b](const auto &row) {
-            return (row.flags & MAY_DIFFER) || row.held.compared.same(*a, *b);
-        });
-    }
-};
-
-} // namespace
+static bool is_twin(const linkinfo &a, const linkinfo &b)
+{
+    return std::all_of(link_fields.begin(), link_fields.end(), [&a, &b](const auto &row) {
+        return (row.flags & MAY_DIFFER) || row.held.compared.same(a, b);
+    });
+}
 
 bool same_string(const std::string &a, const std::string &b)
 {
@@ -46,7 +36,7 @@ bool same_string(const std::string &a, const std::string &b)
 const linkinfo *find_twin_linkinfo(const linkinfo *record, const record_list<linkinfo> &list)
 {
     for (const auto &candidate : list)
-        if (candidate.get() == record || twin_equal()(candidate.get(), record))
+        if (candidate.get() == record || is_twin(*candidate, *record))
             return candidate.get();
     return record;
 }
@@ -74,15 +64,19 @@ static void open_local_networks()
 
 static void keep_first_twins()
 {
-    std::unordered_set<const linkinfo *, twin_hash, twin_equal> kept;
-    kept.reserve(linkinfos.size());
-    // Marks first, removes afterwards: the set compares the records that it points to.
+    record_table<const linkinfo> kept;
+    // Marks first, removes afterwards: the table compares the records that it points to.
     record_list<linkinfo> removed;
     for (auto &link : linkinfos) {
-        const auto [first, is_new] = kept.insert(link.get());
-        if (is_new)
+        const linkinfo &candidate = *link;
+        const std::size_t hash = twin_hash(candidate);
+        const linkinfo **const first = kept.find(
+            hash, [&candidate](const linkinfo &other) { return is_twin(other, candidate); });
+        if (first == nullptr) {
+            kept.add(hash, &candidate);
             continue;
-        note_dropped(left_out::EQUAL_LINK, link.get(), *first);
+        }
+        note_dropped(left_out::EQUAL_LINK, &candidate, *first);
         removed.push_back(std::move(link));
     }
     std::erase(linkinfos, nullptr);

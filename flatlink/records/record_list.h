@@ -1,18 +1,87 @@
 // Lists of records, and an index that finds a record by the number or name in its lines.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <iterator>
 #include <list>
 #include <memory>
 #include <type_traits>
-#include <unordered_map>
 #include <vector>
 
 // New records go to the end of a list, those of policies to the front.
 template <typename record> using record_list = std::vector<std::unique_ptr<record>>;
 template <typename record> using record_stack = std::list<std::unique_ptr<record>>;
+
+// Records by the hash of what tells them apart, in slots beside each other: 60,000 nodes of a
+// standard table take longer to make and to free than all look-ups in them. Owns no record. A
+// failed allocation leaves it unchanged.
+template <typename record> class record_table
+{
+  public:
+    // The slot of the record with this hash that `is_same` accepts; null if there is none.
+    template <typename test> record **find(std::size_t hash, const test &is_same)
+    {
+        if (slots_.empty())
+            return nullptr;
+        const std::size_t spread = spread_of(hash);
+        std::size_t pos = spread & mask();
+        for (; slots_[pos].held != nullptr; pos = (pos + 1) & mask())
+            if (slots_[pos].hash == spread && is_same(*slots_[pos].held))
+                return &slots_[pos].held;
+        return nullptr;
+    }
+
+    // Adds a record that is not in the table.
+    void add(std::size_t hash, record *added)
+    {
+        constexpr std::size_t SMALLEST = 16;
+        if (used_ * 2 >= slots_.size()) {
+            record_table larger;
+            larger.slots_.resize(std::max(SMALLEST, slots_.size() * 2));
+            for (const slot &kept : slots_)
+                if (kept.held != nullptr)
+                    larger.put(kept);
+            slots_.swap(larger.slots_);
+        }
+        put({spread_of(hash), added});
+        ++used_;
+    }
+
+    void clear()
+    {
+        slots_.clear();
+        used_ = 0;
+    }
+
+  private:
+    struct slot {
+        std::size_t hash = 0;
+        record *held = nullptr; // null: free
+    };
+
+    // The standard's hash of a number may be the number: the low bits of addresses are alike.
+    static std::size_t spread_of(std::size_t hash)
+    {
+        hash *= 0x9E3779B97F4A7C15ULL; // 2^64 over the golden ratio
+        return hash ^ hash >> 32;
+    }
+
+    std::size_t mask() const { return slots_.size() - 1; }
+
+    void put(const slot &added)
+    {
+        std::size_t pos = added.hash & mask();
+        while (slots_[pos].held != nullptr)
+            pos = (pos + 1) & mask();
+        slots_[pos] = added;
+    }
+
+    std::vector<slot> slots_; // a power of two, at most half of them taken
+    std::size_t used_ = 0;
+};
 
 // Finds the first record of a list with a given key. Kept beside the list while lines are read, and
 // extended as it grows; call invalidate() after removing records or changing keys. A failed
@@ -32,8 +101,8 @@ template <typename record, auto key, typename list_type = record_list<record>> c
         if (seen_ > list.size())
             invalidate();
         follow(list);
-        const auto found = known_.find(wanted);
-        latest_ = found == known_.end() ? nullptr : found->second;
+        record **const found = place_of(wanted);
+        latest_ = found == nullptr ? nullptr : *found;
         return latest_;
     }
 
@@ -45,11 +114,21 @@ template <typename record, auto key, typename list_type = record_list<record>> c
     }
 
   private:
+    static std::size_t hash_of(const key_type &wanted) { return std::hash<key_type>()(wanted); }
+
+    record **place_of(const key_type &wanted)
+    {
+        return known_.find(hash_of(wanted),
+                           [&wanted](record &known) { return std::invoke(key, known) == wanted; });
+    }
+
     void follow(const record_list<record> &list)
     {
         for (; seen_ < list.size(); ++seen_) {
             record *added = list[seen_].get();
-            known_.try_emplace(std::invoke(key, *added), added);
+            const key_type &its_key = std::invoke(key, *added);
+            if (place_of(its_key) == nullptr)
+                known_.add(hash_of(its_key), added);
         }
     }
 
@@ -59,11 +138,15 @@ template <typename record, auto key, typename list_type = record_list<record>> c
         auto added = std::next(list.begin(), static_cast<std::ptrdiff_t>(list.size() - seen_));
         for (; seen_ < list.size(); ++seen_) {
             --added;
-            known_.insert_or_assign(std::invoke(key, **added), added->get());
+            const key_type &its_key = std::invoke(key, **added);
+            if (record **const older = place_of(its_key))
+                *older = added->get();
+            else
+                known_.add(hash_of(its_key), added->get());
         }
     }
 
-    std::unordered_map<key_type, record *> known_;
+    record_table<record> known_;
     std::size_t seen_ = 0;
     record *latest_ = nullptr; // what the last look-up found
 };

@@ -49,14 +49,14 @@ constexpr struct {
 class link_feeder
 {
   public:
-    link_feeder() : prefix_(std::to_string(linkno) + "_") {}
+    link_feeder() : line_(std::to_string(linkno) + "_"), prefix_size_(line_.size()) {}
 
     void feed(std::string_view field, std::string_view value) const
     {
-        const std::string line = make_line(prefix_, field, value);
+        remake_line(line_, prefix_size_, field, value);
         // Each byte is kept, and written three times. The next link is the one to be refused.
-        (void)take_steps(4 * text_steps(line.size()), nullptr);
-        (void)add_partial_linkinfo(line);
+        (void)take_steps(4 * text_steps(line_.size()), nullptr);
+        (void)add_partial_linkinfo(line_);
     }
 
     // A value that is not what was read just before.
@@ -97,7 +97,8 @@ class link_feeder
     }
 
   private:
-    std::string prefix_;
+    mutable std::string line_; // the number, and the rest of the latest line
+    std::size_t prefix_size_;
 };
 
 std::string_view network_type(const char *object_type)

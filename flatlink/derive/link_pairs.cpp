@@ -281,8 +281,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     const std::string name = link_name(vpnobj);
     const std::string local_key = key_of(local);
     const std::string remote_key = key_of(remote);
-    condfprintf(fout, "TRACE trusted(%s(%s), %s)\n", remote_key.c_str(), name.c_str(),
-                local_key.c_str());
+    trace_line(fout, {"TRACE trusted(", remote_key, "(", name, "), ", local_key, ")"});
     if (vpnobj == nullptr || remote == nullptr || local == nullptr)
         return 1;
 

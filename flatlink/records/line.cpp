@@ -31,12 +31,20 @@ std::string flatlink::make_line(std::string_view prefix, std::string_view key,
 {
     std::string line;
     line.reserve(prefix.size() + key.size() + value.size() + 1);
-    line.append(prefix).append(key).append(1, '=').append(value);
+    line.append(prefix);
+    remake_line(line, prefix.size(), key, value);
+    return line;
+}
+
+void flatlink::remake_line(std::string &line, std::size_t prefix_size, std::string_view key,
+                           std::string_view value)
+{
+    line.resize(prefix_size);
+    line.append(key).append(1, '=').append(value);
     if (line.size() >= LINE_SIZE) {
         line.resize(LINE_SIZE - 1);
         note_cut(line);
     }
-    return line;
 }
 
 void flatlink::complain(const std::string &message)
@@ -55,12 +63,12 @@ void condfprintf(std::FILE *stream, const char *format, ...)
     std::fflush(stream);
 }
 
-void flatlink::trace_line(std::FILE *stream, std::string_view before, std::string_view text)
+void flatlink::trace_line(std::FILE *stream, std::initializer_list<std::string_view> parts)
 {
     if (stream == nullptr)
         return;
-    fwrite_unlocked(before.data(), 1, before.size(), stream);
-    fwrite_unlocked(text.data(), 1, text.size(), stream);
+    for (const std::string_view part : parts)
+        fwrite_unlocked(part.data(), 1, part.size(), stream);
     putc_unlocked('\n', stream);
     fflush_unlocked(stream);
 }

@@ -5,6 +5,7 @@
 #include "lib/ulib/address.h"
 
 #include <cstdio>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,11 @@ line_parts split_line(std::string_view line);
 // key=value after a prefix, cut to LINE_SIZE - 1 bytes.
 std::string make_line(std::string_view prefix, std::string_view key, std::string_view value);
 
+// The same in a text that begins with a prefix of that size, and keeps its memory from line to
+// line.
+void remake_line(std::string &line, std::size_t prefix_size, std::string_view key,
+                 std::string_view value);
+
 // Writes a message with a newline to the standard error stream.
 void complain(const std::string &message);
 
@@ -38,9 +44,9 @@ void condfprintf(std::FILE *stream, const char *format, ...) __attribute__((form
 namespace flatlink
 {
 
-// Writes a line of the trace made of two parts, and flushes; nothing for a null stream. For the
+// Writes a line of the trace made of some parts, and flushes; nothing for a null stream. For the
 // lines of links, of which there may be a million: printf would take most of their time.
-void trace_line(std::FILE *stream, std::string_view before, std::string_view text);
+void trace_line(std::FILE *stream, std::initializer_list<std::string_view> parts);
 
 // The same for a text between two others, without the flush. For lines that come by the million:
 // they stay in the stream's buffer until another call flushes.

@@ -21,15 +21,15 @@ template <typename record> using record_stack = std::list<std::unique_ptr<record
 template <typename record> class record_table
 {
   public:
-    // The slot of the record with this hash that `is_same` accepts; null if there is none.
+    // The slot of the record with this hash, whose low bits count most, that `is_same` accepts;
+    // null if there is none.
     template <typename test> record **find(std::size_t hash, const test &is_same)
     {
         if (slots_.empty())
             return nullptr;
-        const std::size_t spread = spread_of(hash);
-        std::size_t pos = spread & mask();
+        std::size_t pos = hash & mask();
         for (; slots_[pos].held != nullptr; pos = (pos + 1) & mask())
-            if (slots_[pos].hash == spread && is_same(*slots_[pos].held))
+            if (slots_[pos].hash == hash && is_same(*slots_[pos].held))
                 return &slots_[pos].held;
         return nullptr;
     }
@@ -46,7 +46,7 @@ template <typename record> class record_table
                     larger.put(kept);
             slots_.swap(larger.slots_);
         }
-        put({spread_of(hash), added});
+        put({hash, added});
         ++used_;
     }
 
@@ -61,13 +61,6 @@ template <typename record> class record_table
         std::size_t hash = 0;
         record *held = nullptr; // null: free
     };
-
-    // The standard's hash of a number may be the number: the low bits of addresses are alike.
-    static std::size_t spread_of(std::size_t hash)
-    {
-        hash *= 0x9E3779B97F4A7C15ULL; // 2^64 over the golden ratio
-        return hash ^ hash >> 32;
-    }
 
     std::size_t mask() const { return slots_.size() - 1; }
 
@@ -114,7 +107,14 @@ template <typename record, auto key, typename list_type = record_list<record>> c
     }
 
   private:
-    static std::size_t hash_of(const key_type &wanted) { return std::hash<key_type>()(wanted); }
+    // Small numbers come one after the other, and their slots shall too. The low bits of larger
+    // ones, such as addresses, are often alike, and the standard's hash may leave them so.
+    static std::size_t hash_of(const key_type &wanted)
+    {
+        constexpr std::size_t SPREAD = 0x9E3779B97F4A7C15ULL; // 2^64 over the golden ratio
+        const std::size_t hash = std::hash<key_type>()(wanted);
+        return sizeof(key_type) <= sizeof(std::uint16_t) ? hash : (hash * SPREAD) >> 32;
+    }
 
     record **place_of(const key_type &wanted)
     {

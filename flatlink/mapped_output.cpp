@@ -95,6 +95,21 @@ int mapped_output::write(std::string_view bytes)
     return 0;
 }
 
+bool mapped_output::append(std::initializer_list<std::string_view> parts)
+{
+    std::size_t size = 0;
+    for (const std::string_view part : parts)
+        size += part.size();
+    if (!is_mapping_ || size > allocated_ - length_)
+        return false;
+    char *to = piece_ + (piece_size_ - (allocated_ - length_));
+    for (const std::string_view part : parts)
+        to = std::copy(part.begin(), part.end(), to);
+    std::atomic_signal_fence(std::memory_order_release); // a handler may call cut() here
+    length_ += size;
+    return true;
+}
+
 void mapped_output::cut()
 {
     if (is_mapping_)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <string_view>
 
 namespace flatlink
@@ -17,6 +18,12 @@ class mapped_output
 
     // Appends all bytes. Returns 0, or errno when not all of them could be written.
     [[nodiscard]] int write(std::string_view bytes);
+
+    // Appends all parts if the mapping has room for them; false: nothing was written.
+    [[nodiscard]] bool append(std::initializer_list<std::string_view> parts);
+
+    // Whether writes go without a system call.
+    bool is_mapping() const { return is_mapping_; }
 
     // Truncates the file to the bytes written; before that it may end in NUL bytes. Each later
     // write costs a system call. Safe in a signal handler that ends the process.

@@ -2,6 +2,7 @@
 
 #include "flatlink/driver.h"
 #include "flatlink/mapped_output.h"
+#include "flatlink/records/line.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -61,8 +62,19 @@ static ssize_t write_output(void *, const char *bytes, std::size_t size)
     return error == 0 ? static_cast<ssize_t>(size) : 0;
 }
 
+// The way for the lines of the trace past the stream's buffer and its lock.
+static bool append_output(text_parts parts)
+{
+    if (output.file.append(parts))
+        return true;
+    if (!output.file.is_mapping())
+        shortcut = {}; // each line would be a system call
+    return false;
+}
+
 static int close_output(void *)
 {
+    shortcut = {};
     const int error = note_error(output.file.finish());
     const bool is_closed = descriptor(std::exchange(output.fd, -1)).close() == 0;
     if (!is_closed)
@@ -90,6 +102,7 @@ std::FILE *flatlink::open_scratch_file()
         return nullptr;
     output = {file.release(), 0, {}};
     output.file.start(output.fd);
+    shortcut = {stream, append_output};
     static const int registered = std::atexit(cut_scratch_file);
     (void)registered; // if that failed, an early exit leaves NUL bytes at the end
     return stream;

@@ -281,7 +281,7 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
     const std::string name = link_name(vpnobj);
     const std::string local_key = key_of(local);
     const std::string remote_key = key_of(remote);
-    trace_line(fout, {"TRACE trusted(", remote_key, "(", name, "), ", local_key, ")"});
+    trace_line(fout, {"TRACE trusted(", remote_key, "(", name, "), ", local_key, ")\n"});
     if (vpnobj == nullptr || remote == nullptr || local == nullptr)
         return 1;
 

@@ -63,22 +63,33 @@ void condfprintf(std::FILE *stream, const char *format, ...)
     std::fflush(stream);
 }
 
-void flatlink::trace_line(std::FILE *stream, std::initializer_list<std::string_view> parts)
+static bool takes_shortcut(std::FILE *stream, text_parts parts)
 {
-    if (stream == nullptr)
-        return;
+    return stream == shortcut.stream && shortcut.append(parts);
+}
+
+static void put_parts(std::FILE *stream, text_parts parts)
+{
     for (const std::string_view part : parts)
         fwrite_unlocked(part.data(), 1, part.size(), stream);
-    putc_unlocked('\n', stream);
+}
+
+void flatlink::trace_line(std::FILE *stream, text_parts parts)
+{
+    if (stream == nullptr || takes_shortcut(stream, parts))
+        return;
+    put_parts(stream, parts);
     fflush_unlocked(stream);
 }
 
 void flatlink::condfputs(std::FILE *stream, const char *before, const char *text, const char *after)
 {
-    if (stream == nullptr)
+    const text_parts parts{before, text, after};
+    if (stream == nullptr || takes_shortcut(stream, parts))
         return;
-    for (const char *part : {before, text, after})
-        fputs_unlocked(part, stream);
+    put_parts(stream, parts);
+    if (stream == shortcut.stream)
+        fflush_unlocked(stream);
 }
 
 record_writer::record_writer(std::FILE *stream, std::string prefix)

@@ -44,12 +44,23 @@ void condfprintf(std::FILE *stream, const char *format, ...) __attribute__((form
 namespace flatlink
 {
 
-// Writes a line of the trace made of some parts, and flushes; nothing for a null stream. For the
-// lines of links, of which there may be a million: printf would take most of their time.
-void trace_line(std::FILE *stream, std::initializer_list<std::string_view> parts);
+using text_parts = std::initializer_list<std::string_view>;
 
-// The same for a text between two others, without the flush. For lines that come by the million:
-// they stay in the stream's buffer until another call flushes.
+// Writes a line of the trace made of some parts, its newline included, and flushes; nothing for a
+// null stream. For the lines of links, of which there may be a million: printf would take most of
+// their time.
+void trace_line(std::FILE *stream, text_parts parts);
+
+// A way into the file of a stream that is shorter than the stream. While it is set, what is traced
+// to the stream leaves nothing in its buffer.
+struct trace_shortcut {
+    std::FILE *stream = nullptr;                // null: there is none
+    bool (*append)(text_parts parts) = nullptr; // false: not written, the stream must be used
+};
+inline trace_shortcut shortcut;
+
+// The same for a text between two others, without the flush unless there is a shortcut. For lines
+// that come by the million: they stay in the stream's buffer until another call flushes.
 void condfputs(std::FILE *stream, const char *before, const char *text, const char *after);
 
 } // namespace flatlink

@@ -160,7 +160,7 @@ int add_partial_linkinfo(std::string_view rest)
 {
     std::string_view after_number = rest;
     const long number = take_number(after_number);
-    trace_line(fout, {"<<vlink_", rest});
+    trace_line(fout, {"<<vlink_", rest, "\n"});
     const line_parts line = split_line(after_number);
     if (!line.key.starts_with('_') || !line.has_equals) {
         complain("vpndata: BAD format vlink_" + std::string(rest));

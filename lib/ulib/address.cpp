@@ -1,10 +1,35 @@
 #include "lib/ulib/address.h"
 
+#include <string_view>
+
 using namespace flatlink;
 
+// Four decimal numbers, none of which begins with a zero of more digits: that would be octal. False
+// for anything else.
+static bool read_dotted(std::string_view text, u32 &number)
+{
+    number = 0;
+    int dots = 0;
+    for (std::size_t pos = 0;; ++pos) {
+        const std::size_t first = pos;
+        unsigned octet = 0;
+        for (; pos < text.size() && text[pos] >= '0' && text[pos] <= '9' && pos - first < 3; ++pos)
+            octet = octet * 10 + static_cast<unsigned>(text[pos] - '0');
+        if (pos == first || octet > 255 || (text[first] == '0' && pos - first > 1))
+            return false;
+        number = number << 8 | octet;
+        if (pos == text.size())
+            return dots == 3;
+        if (text[pos] != '.' || ++dots > 3)
+            return false;
+    }
+}
+
+// The usual form is read here: the host's reader sets up a number conversion for each part.
 u32 flatlink::parse_address(const std::string &text)
 {
-    return inet_addr(text.c_str());
+    u32 number = 0;
+    return read_dotted(text, number) ? network_order(number) : inet_addr(text.c_str());
 }
 
 u32 flatlink::parse_network(const std::string &text)

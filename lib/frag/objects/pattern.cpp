@@ -23,9 +23,23 @@ struct dotted_pattern {
 
 } // namespace
 
-static std::size_t skip(std::string_view text, std::size_t pos, std::string_view set)
+// Not find_first_not_of, which searches its set anew for each character: each side of each link is
+// read here.
+template <typename test> static std::size_t skip(std::string_view text, std::size_t pos, test fits)
 {
-    return std::min(text.find_first_not_of(set, pos), text.size());
+    while (pos < text.size() && fits(text[pos]))
+        ++pos;
+    return pos;
+}
+
+static bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+template <char wanted> static bool is(char c)
+{
+    return c == wanted;
 }
 
 // Reads the octets. Returns 0 when the text is nothing but octets, else convert_pat's result.
@@ -37,15 +51,15 @@ static int read_octets(std::string_view text, dotted_pattern &pattern)
             return text[pos] == ':' || text[pos] == '-' ? 1 : -1;
         if (text[pos] == '*') {
             pattern.has_wildcard = true;
-            pos = skip(text, pos, "*");
-        } else if (text[pos] >= '0' && text[pos] <= '9') {
+            pos = skip(text, pos, is<'*'>);
+        } else if (is_digit(text[pos])) {
             pattern.value[octet] = lenient_number(text.substr(pos)) & 255;
             pattern.mask[octet] = 255;
-            pos = skip(text, pos, "0123456789");
+            pos = skip(text, pos, is_digit);
         } else {
             return -1;
         }
-        pos = skip(text, pos, ".");
+        pos = skip(text, pos, is<'.'>);
     }
     pattern.has_wildcard = pattern.has_wildcard || octet < OCTETS;
     return 0;
@@ -88,7 +102,8 @@ static void normalise(std::string *text, const char **typeout)
 static std::vector<std::string> words_of(std::string_view text)
 {
     std::vector<std::string> words;
-    for (std::size_t pos = skip(text, 0, " "); pos < text.size(); pos = skip(text, pos, " ")) {
+    for (std::size_t pos = skip(text, 0, is<' '>); pos < text.size();
+         pos = skip(text, pos, is<' '>)) {
         const std::size_t end = std::min(text.find(' ', pos), text.size());
         words.emplace_back(text.substr(pos, end - pos));
         pos = end;

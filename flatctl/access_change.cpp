@@ -79,28 +79,40 @@ std::int32_t line_before(std::int32_t line, const std::vector<table_change> &cha
     return line - put_in;
 }
 
+// The `hosts` line that decides about the client; 0 for none.
+std::int32_t hosts_line(const access_verdict &verdict)
+{
+    for (const access_step &step : verdict.steps)
+        if (step.is_decision && step.keyword.ends_with("hosts"))
+            return step.line;
+    return 0;
+}
+
 // The changes worth a try for the stage that refuses, the smallest first, with the numbers of the
 // table as it is.
 std::vector<table_change> proposals(std::string_view table, const access_question_asked &asked,
                                     const access_verdict &verdict,
                                     const std::vector<table_change> &changes)
 {
-    if (verdict.stage == access_stage::TERMS)
-        return {};
     const std::vector<std::string> lines = lines_of(changed_table(table, changes));
     const stage_words words = words_of(asked, verdict.stage);
-    const bool takes_marks = verdict.stage != access_stage::CLIENT;
+    const bool takes_marks =
+        verdict.stage == access_stage::DESTINATION || verdict.stage == access_stage::PORT;
     std::vector<table_change> all;
+    // Nothing overrules a block, and an item more does not change the terms of a line.
+    if (verdict.line > 0 && verdict.steps.back().keyword == "afw-dest")
+        return {{line_before(verdict.line, changes), false,
+                 "# " + lines[static_cast<std::size_t>(verdict.line - 1)]}};
     for (const access_step &step : verdict.steps) {
         const bool denies = step.keyword.starts_with("deny-");
         if (!step.keyword.ends_with(words.keyword) || step.line < 1 || (denies && !takes_marks) ||
+            verdict.stage == access_stage::TERMS ||
             std::ranges::any_of(all, [&](const auto &one) { return one.line == step.line; }))
             continue;
         const std::string &line = lines[static_cast<std::size_t>(step.line - 1)];
         all.push_back({step.line, false, with_item(line, (denies ? "!" : "") + words.item)});
     }
-    std::string name =
-        verdict.stage == access_stage::CLIENT ? asked.proxy : name_of_terms(lines, asked, verdict);
+    std::string name = takes_marks ? name_of_terms(lines, asked, verdict) : asked.proxy;
     std::int32_t place = static_cast<std::int32_t>(lines.size()) + 1;
     if (verdict.line > 0) {
         place = verdict.line;
@@ -109,21 +121,41 @@ std::vector<table_change> proposals(std::string_view table, const access_questio
     }
     all.push_back(
         {place, true, name + ": permit-" + std::string(words.keyword) + " " + words.item});
+    if (takes_marks) // the options of a hosts line come before all that a line of the proxy says
+        all.push_back({hosts_line(verdict), true,
+                       asked.proxy + ": permit-hosts " + format_address(asked.client_be)});
     for (table_change &change : all)
         change.line = line_before(change.line, changes);
     std::erase_if(all, [](const table_change &change) { return change.line == 0; });
     return all;
 }
 
-// A permitted client is refused by one line in front of the one that permits it.
-std::vector<table_change> refusal(const access_question_asked &asked, const access_verdict &verdict)
-{
-    for (const access_step &step : verdict.steps)
-        if (step.is_decision && step.keyword.ends_with("hosts"))
-            return {
-                {step.line, true, asked.proxy + ": deny-hosts " + format_address(asked.client_be)}};
-    return {};
-}
+// Tries changes after one another, each of which brings the client a stage further, or past the
+// entry that decides.
+struct change_search {
+    std::string_view table;
+    const access_question_asked &question;
+    int tries_left = 1000; // bounds the time for a long table
+
+    // True when the verdict is turned by `changes`, which the call extends.
+    bool go_on(const access_verdict &now, std::vector<table_change> &changes)
+    {
+        constexpr std::size_t CHANGES_MAX = 8;
+        if (now.permitted || changes.size() == CHANGES_MAX)
+            return now.permitted;
+        for (const table_change &proposal : proposals(table, question, now, changes)) {
+            if (tries_left-- <= 0)
+                return false;
+            changes.push_back(proposal);
+            const access_verdict next = run_access(changed_table(table, changes), question);
+            const bool is_elsewhere = next.stage == now.stage && next.line != now.line;
+            if ((next.permitted || next.stage > now.stage || is_elsewhere) && go_on(next, changes))
+                return true;
+            changes.pop_back();
+        }
+        return false;
+    }
+};
 
 } // namespace
 
@@ -156,29 +188,15 @@ std::vector<table_change> flatlink::changes_that_turn(std::string_view table,
         return run_access(changed_table(table, changes), question).permitted;
     };
     if (verdict.permitted) {
-        const std::vector<table_change> changes = refusal(question, verdict);
-        return !changes.empty() && !permits(changes) ? changes : std::vector<table_change>();
+        // One line in front of the one that permits the client.
+        const std::vector<table_change> changes = {
+            {hosts_line(verdict), true,
+             question.proxy + ": deny-hosts " + format_address(question.client_be)}};
+        return permits(changes) ? std::vector<table_change>() : changes;
     }
-    constexpr int STAGES = 3;
+    change_search search{table, question};
     std::vector<table_change> changes;
-    access_verdict now = verdict;
-    for (int i = 0; i < STAGES && !now.permitted; ++i) {
-        bool moved = false;
-        for (const table_change &proposal : proposals(table, question, now, changes)) {
-            std::vector<table_change> tried = changes;
-            tried.push_back(proposal);
-            const access_verdict next = run_access(changed_table(table, tried), question);
-            moved = next.permitted || next.stage > now.stage;
-            if (!moved)
-                continue;
-            changes = tried;
-            now = next;
-            break;
-        }
-        if (!moved)
-            return {};
-    }
-    if (!now.permitted)
+    if (!search.go_on(verdict, changes))
         return {};
     for (std::size_t i = 0; i < changes.size();) { // what is not needed goes
         std::vector<table_change> fewer = changes;

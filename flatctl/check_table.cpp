@@ -3,6 +3,7 @@
 #include "flatctl/check_message.h"
 #include "flatctl/memory_path.h"
 #include "flatctl/shadowed.h"
+#include "flatctl/table_codes.h"
 #include "flatctl/table_words.h"
 #include "flatctl/text_write.h"
 #include "lib/fwall/access/chkdest.h"
@@ -47,66 +48,6 @@ cfg_list copy_of(const cfgrec *entry, int first, int count)
 {
     return cfg_list(
         cfg_make(entry->keyword, entry->flags, entry->lineno, count, entry->argv + first));
-}
-
-// What a report is a finding of, by the begin of its format.
-struct report_row {
-    std::string_view format;
-    std::string_view code; // empty: it is told in another way
-};
-
-constexpr report_row reports[] = {
-    {"cfgerr: %s line %d %s", ""}, // of the reader, whose watch says more
-    {"cfgerr: pat:mask can never", ""},
-    {"cfgerr: pattern %s too long", ""},
-    {"cfgerr: could not find Policy", ""},
-    {"cfgerr: hosts takes at least one", "T113"},
-    {"vhltcfgerr: rev_dns takes", "T113"},
-    {"cfgerr: permit-hosts line must have -policy", "T114"},
-    {"cfgerr: -policy needs an argument", "T202"},
-    {"cfgerr: could not find %s, line", "T202"},
-    {"cfgerr: Too many policies", "T202"},
-    {"cfgerr: unknown argument name", "T116"},
-    {"cfgerr: missing argument for", "T117"},
-    {"cfgerr: %s needs at least one argument", "T117"},
-    {"cfgerr: %s needs atleast one argument", "T117"},
-    {"cfgerr: missing end of list", "T117"},
-    {"cfgerr: invalid value %s for logging", "T111"},
-    {"cfgerr: log-enabled keyword", "T111"},
-    {"cfgerr: logging keyword", "T111"},
-    {"cfgerr: denial-msg must have", "T111"},
-    {"AFW: destination blocking rule", "T108"},
-};
-
-constexpr struct {
-    table_fault fault;
-    std::string_view code;
-} FAULT_CODES[] = {
-    {table_fault::NO_ENTRY, "T101"},
-    {table_fault::TOO_LONG, "T102"},
-    {table_fault::NO_NEWLINE, "T103"},
-    {table_fault::NO_ARGUMENT, "T104"},
-    {table_fault::TOO_MANY_ARGUMENTS, "T105"},
-    {table_fault::UNPRINTABLE, "T106"},
-    {table_fault::OPEN_QUOTE, "T107"},
-    {table_fault::OPEN_ESCAPE, "T107"},
-    {table_fault::NO_NAME, "T109"},
-};
-
-constexpr struct {
-    value_fault fault;
-    std::string_view code, words;
-} VALUE_CODES[] = {
-    {value_fault::WANTS_NUMBER, "T111", " is no number"},
-    {value_fault::WANTS_ADDRESS, "T111", " is no address"},
-    {value_fault::NOT_READ, "T111", " is one argument too many"},
-    {value_fault::AFTER_BRACE, "T118", ""},
-    {value_fault::NAME_CUT, "T115", ""},
-};
-
-template <typename table, typename key> const auto &row_of(const table &rows, key wanted)
-{
-    return *std::ranges::find_if(rows, [&](const auto &row) { return row.fault == wanted; });
 }
 
 class table_checker
@@ -246,14 +187,14 @@ void table_checker::take_fault(table_fault what, const char *at)
 {
     const word_place place = words.place_of(at);
     if (place.end != 0 || what == table_fault::NO_NEWLINE)
-        add(row_of(FAULT_CODES, what).code, words.line(), place, "");
+        add(code_of_fault(what), words.line(), place, "");
 }
 
 void table_checker::take_value(value_fault what, const char *value)
 {
     if (entry_ == nullptr && !is_starting_)
         return; // told where the entry is known
-    const auto &row = row_of(VALUE_CODES, what);
+    const value_code &row = code_of_value(what);
     int line = entry_ == nullptr ? 0 : entry_->lineno;
     for (const cfgrec *entry = proxy_confp; line == 0 && entry != nullptr; entry = entry->next)
         for (int i = 0; i < entry->argc; ++i)
@@ -272,13 +213,12 @@ void table_checker::take_overridden(const cfgrec &by, const cfgrec &entry)
 void table_checker::take_report(const UNIQUE_DATA_T &uniq, std::string_view format,
                                 const std::string &item, const std::string &text)
 {
-    const auto *row = std::ranges::find_if(
-        reports, [&](const report_row &one) { return format.starts_with(one.format); });
+    const report_code *row = code_of_report(format);
     const int line = uniq.line == 0 && entry_ != nullptr ? entry_->lineno : uniq.line;
     const word_place place = words.argument(line, item);
     const std::string told =
         text.substr(text.find(": ") == std::string::npos ? 0 : text.find(": ") + 2);
-    if (row == std::end(reports)) {
+    if (row == nullptr) {
         if (!is_starting_)
             return; // the name service's and the like: nothing of the table
         finding cause{.row = find_code("T203"),

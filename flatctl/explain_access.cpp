@@ -11,6 +11,7 @@
 #include "flatctl/verbs.h"
 #include "lib/fwall/access/access_watch.h"
 #include "lib/fwall/access/policy.h"
+#include "lib/kdev/vpn_device.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/text.h"
 
@@ -66,6 +67,17 @@ std::string read_destination(explanation &run)
     const bool is_port = !port.empty() && port.size() <= 5 && run.question.port <= 65535 &&
                          port.find_first_not_of("0123456789") == std::string::npos;
     return is_port && is_host_text(run.question.host) ? "" : "--dest needs HOST:PORT";
+}
+
+std::string read_identity(explanation &run)
+{
+    if (run.asked.identity.empty())
+        return {};
+    run.world.identity = (run.asked.identity[0] == '~' ? "" : "~") + run.asked.identity;
+    return run.world.identity.size() <= VPN_IDENTITY_SIZE
+               ? ""
+               : "--identity: the firewall knows no name of more than " +
+                     std::to_string(VPN_IDENTITY_SIZE) + " characters";
 }
 
 // ---- in the child
@@ -207,6 +219,8 @@ int flatlink::run_explain_access(const request &asked)
                             : read_client(run);
     if (error.empty())
         error = read_destination(run);
+    if (error.empty())
+        error = read_identity(run);
     if (!error.empty()) {
         tell(error);
         return STATUS_USAGE;
@@ -214,6 +228,8 @@ int flatlink::run_explain_access(const request &asked)
     error = read_world(asked, run.world);
     if (error.empty() && !asked.options.empty())
         error = read_proxy_options(asked.options, run.options);
+    else if (auto installed = installed_proxy_options(); installed.contains(asked.proxy))
+        run.options = std::move(installed.at(asked.proxy));
     if (error.empty())
         error = open_input(asked.operands[0], asked, run.table);
     if (!error.empty()) {

@@ -43,6 +43,8 @@ constexpr option_row options[] = {
     {"--proxy", "NAME", VERB_CHECK | VERB_EXPLAIN_ACCESS, "the proxy's name in the table",
      &request::proxy},
     {"--client", "ADDRESS[=NAME]", VERB_EXPLAIN_ACCESS, "who connects", &request::client},
+    {"--identity", "NAME", VERB_EXPLAIN_ACCESS,
+     "who the client is to the firewall, for patterns that begin with ~", &request::identity},
     {"--dest", "HOST:PORT", VERB_EXPLAIN_ACCESS, "where the client wants to go", &request::dest},
     {"--options", "FILE", VERB_CHECK | VERB_EXPLAIN_ACCESS,
      "options of the proxy's hosts lines: lines of -OPTION, none|one|list|rest, EXPANSION",

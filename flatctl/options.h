@@ -30,6 +30,7 @@ struct request {
     std::string color = "auto";
     std::string dest; // HOST:PORT
     std::string format = "text";
+    std::string identity; // of a client, as the firewall knows it
     std::string kind = "auto";
     std::string names;   // path of a file in hosts format
     std::string only;    // codes, with commas between them

@@ -5,6 +5,7 @@
 #include "flatctl/text_write.h"
 #include "lib/kdev/platform/platform.h"
 #include "lib/kdev/platform/route_message.h"
+#include "lib/kdev/vpn_device.h"
 #include "lib/ulib/name_service.h"
 #include "lib/ulib/text.h"
 
@@ -225,12 +226,24 @@ static int no_device(int error)
     return -1;
 }
 
+// The VPN device's answer to the question who a client is.
+static int tell_identity(int, unsigned long, byte_area message)
+{
+    if (message[VPN_COMMAND] != VPN_CLIENT_CHECK)
+        return no_device(EBADF);
+    std::ranges::fill(message, std::uint8_t{0});
+    const auto identity = known->identity.substr(0, VPN_IDENTITY_SIZE);
+    std::ranges::copy(identity, message.begin() + VPN_IDENTITY);
+    std::ranges::copy(identity, message.begin() + VPN_DISPLAY);
+    return 0;
+}
+
 static constexpr platform_calls FILE_PLATFORM = {
     .fw_open = [](int) { return no_device(ENOENT); },
     .fw_ioctl = [](int, int, unsigned long, byte_area) { return no_device(EBADF); },
     .fw_close = [](int) { return 0; },
-    .vpn_open = [] { return no_device(ENOENT); },
-    .vpn_ioctl = [](int, unsigned long, byte_area) { return no_device(EBADF); },
+    .vpn_open = [] { return known->identity.empty() ? no_device(ENOENT) : 0; },
+    .vpn_ioctl = tell_identity,
     .vpn_close = [](int) { return 0; },
     .route_open = [] { return 0; },
     .route_write = write_route,
@@ -250,6 +263,6 @@ void flatlink::enter_world(const known_world &world, const child_port &to)
     known = &world;
     port = &to;
     name_service = &NAMES;
-    if (!world.may_resolve || !world.routes.empty())
+    if (!world.may_resolve || !world.routes.empty() || !world.identity.empty())
         platform = &FILE_PLATFORM;
 }

@@ -27,6 +27,7 @@ struct known_world {
     std::vector<host> hosts;       // in the order of the file; the first of a name answers
     std::vector<route> routes;     // the first that names the address answers
     std::vector<service> services; // in the order of the host's list
+    std::string identity;          // of each client of the VPN, with its ~; empty: there is none
     bool may_resolve = false;
 };
 

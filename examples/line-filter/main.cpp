@@ -21,6 +21,7 @@
 #include "lib/ulib/report.h"
 #include "lib/ulib/socket.h"
 #include "lib/ulib/usage.h"
+#include "options.h"
 
 #include <array>
 #include <cerrno>
@@ -44,11 +45,6 @@ static constexpr char USAGE[] = "usage: line-filter [-as NAME] -daemon PORT\n"
                                 "       line-filter -version | --version | --help\n"
                                 "Passes on the lines of a client that its entries of netperm-table "
                                 "allow.\n";
-
-static constexpr policy_option options[] = {
-    {.name = "-lines", .kind = POLICY_ARG_LIST, .expansion = "permit-lines"},
-    {},
-};
 
 struct session {
     int server = -1;
@@ -179,7 +175,7 @@ int main(int argc, char **argv)
     (void)std::signal(SIGPIPE, SIG_IGN);
     proxy_init(&argc, &argv); // a daemon comes back in a child for each connection
 
-    if (rule_src_chk(STDIN_FILENO, options, "", true) == 0)
+    if (rule_src_chk(STDIN_FILENO, line_filter_options, "", true) == 0)
         return 1;
     session now;
     now.server = connect_to_server();

@@ -24,6 +24,7 @@
 #include "lib/ulib/pmsg.h"
 #include "lib/ulib/socket.h"
 #include "lib/ulib/text.h"
+#include "options.h"
 #include "relay.h"
 #include "rights.h"
 #include "start.h"
@@ -41,15 +42,6 @@ using steady = std::chrono::steady_clock;
 
 static constexpr auto EVENT_RELAY_END = static_cast<events>(4001);
 static constexpr auto EVENT_SESSION_TIME = static_cast<events>(6006);
-
-static constexpr policy_option options[] = {
-    {.name = "-dest", .kind = POLICY_ARG_LIST, .expansion = "permit-destination"},
-    {.name = "-ports", .kind = POLICY_ARG_LIST, .expansion = "permit-ports"},
-    {.name = "-relay-to", .kind = POLICY_ARG_LIST, .expansion = "relay-to"},
-    {.name = "-timeout", .kind = POLICY_ARG_ONE, .expansion = "timeout"},
-    {.name = "-session-timeout", .kind = POLICY_ARG_ONE, .expansion = "session-timeout"},
-    {},
-};
 
 struct destination {
     std::string host; // name or dotted address; empty for none
@@ -145,7 +137,7 @@ static int serve(int client)
 {
     relay_limits limits{.begun = steady::now()};
     limit_sends(client);
-    if (rule_src_chk(client, options, "", true) == 0)
+    if (rule_src_chk(client, plug_relay_options, "", true) == 0)
         return 1;
     const destination to = find_destination(client);
     // From here on nothing asks the firewall's device, which may be root's.

@@ -80,8 +80,9 @@ TEST(Access, VerdictsAndChanges)
         {"relay: hosts *\nrelay: destination *\nrelay: ports !25 *\n", "1.1.1.1", "10.2.2.2", 25,
          "deny port 3", "~3 relay: ports 25 !25 *\n"},
         {"relay: hosts *\nrelay: afw-dest 10.* 25 x\nrelay: destination *\n", "1.1.1.1", "10.2.2.2",
-         25, "deny destination 2", ""}, // nothing overrules it
-        {"relay: hosts * -policy\n", "1.1.1.1", "", 0, "deny terms 1", ""},
+         25, "deny destination 2", "~2 # relay: afw-dest 10.* 25 x\n"}, // nothing overrules it
+        {"relay: hosts * -policy\n", "1.1.1.1", "", 0, "deny terms 1",
+         "+1 relay: permit-hosts 1.1.1.1\n"},
         {"other: hosts *\n", "1.1.1.1", "", 0, "none", "+2 relay: permit-hosts 1.1.1.1\n"},
     };
     const no_reports quiet;

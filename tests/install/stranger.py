@@ -66,6 +66,15 @@ class Stranger(unittest.TestCase):
         shared = {**os.environ, "LD_LIBRARY_PATH": str(folder.parent)}
         self.assertRegex(run(program, env=shared), r"\A1\n(.*\n)*vpn_kernelacceleration=On\n")
 
+    def test_options_of_installed_proxies(self):
+        table = self.work / "table"
+        table.write_text("plug-relay: hosts * -policy p -dest 10.* -dset x\n"
+                         "policy-p: destination *\n")
+        done = subprocess.run([self.prefix / "bin" / "flatctl", "check", "--kind", "table", table],
+                              text=True, capture_output=True)
+        self.assertEqual(done.stdout.count(" error "), 2, done.stdout)
+        self.assertEqual(done.stdout.count("T116"), 2, done.stdout)
+
     def test_programs_and_documents(self):
         self.assertTrue(os.access(self.prefix / "bin" / "flatlink", os.X_OK))
         for name in ("flatctl", "plug-relay", "line-filter", "stdlog", "rule-form"):

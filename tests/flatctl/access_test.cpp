@@ -1,5 +1,6 @@
 // Verdicts of the checks on tables as texts, and the changes that turn them.
 #include "flatctl/access_change.h"
+#include "lib/fwall/table/proxy.h"
 #include "lib/ulib/report.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,12 @@ struct no_reports {
     {
         report_tap = [](const UNIQUE_DATA_T &, int, const char *, va_list) { return true; };
     }
-    ~no_reports() { report_tap = nullptr; }
+    ~no_reports()
+    {
+        report_tap = nullptr;
+        cfg_free(proxy_confp); // of the last table
+        proxy_confp = policy_confp = permit_confp = nullptr;
+    }
 };
 
 access_question_asked question(const char *client, const char *host, int port)

@@ -44,7 +44,7 @@ class Preview(ns.Case):
         write(hosts, b"# names\n192.0.2.77 peer.invalid\n")
         for args, is_known in (([], False), (["--resolve"], True), (["--names", hosts], True)):
             run = flatctl("preview", *args, DATABASE)
-            self.assertEqual(b"peer.invalid" not in run.stderr, is_known, run.stderr)
+            self.assertEqual(run.stderr.count(b"peer.invalid") == 0, is_known, run.stderr)
         self.assertEqual(flatctl("preview", "--names", hosts, DATABASE).stdout,
                          flatctl("preview", "--resolve", DATABASE).stdout)
 

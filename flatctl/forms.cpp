@@ -17,6 +17,7 @@
 #include "lib/frag/tree/symbol.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <new>
 #include <vector>
@@ -116,8 +117,21 @@ constexpr tree_form tree_forms[] = {
     {{"xml", true, true}, write_xml, notation::TAGS, undo_xml},
 };
 
-constexpr form_row rows[] = {tree_forms[0].row, tree_forms[1].row, tree_forms[2].row,
-                             tree_forms[3].row, tree_forms[4].row, {"vpn", false, false}};
+// Those, and the flat VPN data.
+constexpr auto rows = [] {
+    std::array<form_row, std::size(tree_forms) + 1> all{};
+    for (std::size_t i = 0; i < std::size(tree_forms); ++i)
+        all[i] = tree_forms[i].row;
+    all.back() = {"vpn", false, false};
+    return all;
+}();
+
+constexpr auto names = [] {
+    std::array<std::string_view, std::size(rows)> all{};
+    for (std::size_t i = 0; i < std::size(rows); ++i)
+        all[i] = rows[i].name;
+    return all;
+}();
 
 const tree_form &tree_form_of(const form_row &form)
 {
@@ -126,10 +140,7 @@ const tree_form &tree_form_of(const form_row &form)
 
 } // namespace
 
-std::span<const form_row> flatlink::form_rows()
-{
-    return rows;
-}
+constinit const std::span<const std::string_view> flatlink::form_names = names;
 
 const form_row *flatlink::find_form(std::string_view name)
 {

@@ -19,8 +19,8 @@ struct form_row {
 namespace flatlink
 {
 
-std::span<const form_row> form_rows();
-const form_row *find_form(std::string_view name);
+extern const std::span<const std::string_view> form_names;
+const form_row *find_form(std::string_view name); // null for none
 
 // Reads a database in any notation and layout, or an XML document, into the default tree, in the
 // current layout, with values counted to their end. Returns 0, or the errno of a read that failed.

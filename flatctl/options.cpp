@@ -1,5 +1,6 @@
 #include "flatctl/options.h"
 
+#include "flatctl/forms.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
@@ -14,7 +15,6 @@ namespace
 {
 
 constexpr std::string_view colors[] = {"auto", "always", "never"};
-constexpr std::string_view forms[] = {"flat", "sections", "tags", "numbered", "xml", "vpn"};
 constexpr std::string_view kinds[] = {"auto", "database", "table", "flat"};
 constexpr std::string_view formats[] = {"text", "json", "jsonl", "sarif"};
 
@@ -39,7 +39,16 @@ constexpr verb_row verbs[] = {
 constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
 constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
 
-constexpr option_row options[] = {
+// "a, b or c".
+std::string in_words(std::span<const std::string_view> choices)
+{
+    std::string text(choices.front());
+    for (const std::string_view choice : choices.subspan(1))
+        text += (choice == choices.back() ? " or " : ", ") + std::string(choice);
+    return text;
+}
+
+const option_row options[] = {
     {"--proxy", "NAME", VERB_CHECK | VERB_EXPLAIN_ACCESS, "the proxy's name in the table",
      &request::proxy},
     {"--client", "ADDRESS[=NAME]", VERB_EXPLAIN_ACCESS, "who connects", &request::client},
@@ -53,8 +62,7 @@ constexpr option_row options[] = {
      "what FILE is: auto (told by its content), database, table or flat", &request::kind, kinds},
     {"--only", "CODES", VERB_CHECK, "tell these findings alone: D111,D112", &request::only},
     {"--strict", "", VERB_CHECK, "take warnings for errors", &request::strict},
-    {"--to", "FORM", VERB_CONVERT, "flat, sections, tags, numbered, xml or vpn", &request::to,
-     forms},
+    {"--to", "FORM", VERB_CONVERT, in_words(form_names), &request::to, form_names},
     {"-o", "FILE", VERB_CONVERT, "write FILE, which is replaced as a whole", &request::output},
     {"--in-place", "", VERB_CONVERT, "write over DB, and keep its old content beside it",
      &request::in_place},
@@ -78,7 +86,7 @@ constexpr option_row options[] = {
     {"--time-limit", "SECONDS", READS_DATABASE, "processor time for it (600)",
      &request::time_limit_s},
     {"--format", "FORMAT", VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS,
-     "text, json, jsonl or sarif", &request::format, formats},
+     in_words(formats), &request::format, formats},
     {"--color", "WHEN", VERB_ALL, "auto (on a terminal, unless NO_COLOR is set), always or never",
      &request::color, colors},
     {"--quiet", "", VERB_ALL, "say nothing: the exit status is the answer (-q)", &request::quiet},

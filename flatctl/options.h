@@ -87,7 +87,7 @@ struct option_row {
     std::string_view name; // with its dashes
     std::string_view argument;
     unsigned verbs; // verb_bits that take it
-    std::string_view help;
+    std::string help;
     option_target target;
     std::span<const std::string_view> choices = {}; // empty: any text
 };

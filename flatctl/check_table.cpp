@@ -282,7 +282,7 @@ void table_checker::check_patterns(const cfgrec *list)
     }
 }
 
-// Each `hosts` line by itself, as the collection of policy names sees it.
+// Each `hosts` line alone, as the collection of policy names sees it.
 void table_checker::check_policies(cfgrec *list)
 {
     auto names = std::make_unique<std::array<char *, POLICY_SLOTS>>();

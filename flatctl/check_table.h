@@ -21,8 +21,8 @@ struct table_task {
     int first_step = 0; // 0: the reading of the whole table; then the start of each proxy
 };
 
-// The names of one table times its bytes may be this many, since each name is read by itself: some
-// seconds. Names beyond it are not checked.
+// The table is read once for each name in it, so the names times its bytes are bounded: this takes
+// some seconds. Names beyond it are not checked.
 inline constexpr double TABLE_BYTES_MAX = 4e9;
 
 namespace flatlink

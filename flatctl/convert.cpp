@@ -78,6 +78,7 @@ int convert_in_child(const conversion &run, child_port &port)
     std::string text = text_in_form(*run.form, false);
     const bool is_whole = report_bounds();
     tree_comparison lost = compare_with_text(*run.form, text, LOSSES_MAX);
+    // With the loss accepted, what the form would misread is better left out.
     if (lost.count > 0 && run.asked.lossy && run.form->is_tree) {
         text = text_in_form(*run.form, true);
         lost = compare_with_text(*run.form, text, LOSSES_MAX);
@@ -233,7 +234,7 @@ int convert(conversion &run)
 {
     std::string error = read_world(run.asked, run.world);
     if (error.empty())
-        error = open_target(run);
+        error = open_target(run); // locked first, so that what is written over is what was read
     if (error.empty())
         error = open_input(run.asked.operands[0], run.asked, run.database);
     if (!error.empty()) {

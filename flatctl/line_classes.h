@@ -21,7 +21,7 @@ enum class line_class : std::uint8_t {
     MEMBER,     // the type of a group's member, which its name tells, too
     REPLACED,   // a later line has its key
     JOINED,     // has no '=': a part of the next key
-    NEVER_ASKED // no one asks for its key
+    NEVER_ASKED // no program asks for its key
 };
 
 struct class_row {

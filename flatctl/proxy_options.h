@@ -1,5 +1,5 @@
-// The options that a proxy's `hosts` lines take. They are compiled into each proxy; for those who
-// only look at a table they stand in a file, share/flatlink/proxies/NAME.options, a line each:
+// The options that a proxy's `hosts` lines take. They are compiled into each proxy; to check a
+// table without its proxy, they stand in a file, share/flatlink/proxies/NAME.options, a line each:
 //   -OPTION KIND [EXPANSION...]
 // with none, one, list or rest for KIND, as policy_kind names them, and '#' before a comment.
 #pragma once

@@ -122,7 +122,7 @@ static hostent *told_answer(const std::string &question, hostent *answer)
 
 static hostent *host_by_name(const char *name)
 {
-    // A dotted address answers for itself, and no one is asked.
+    // A dotted address answers for itself, and nothing is looked up.
     if (name[0] != '\0' && name[std::strspn(name, "0123456789.")] == '\0')
         return gethostbyname(name);
     const auto found = std::ranges::find(known->hosts, lower_case(std::string_view(name)),

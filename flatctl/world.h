@@ -34,7 +34,7 @@ struct known_world {
 namespace flatlink
 {
 
-// Takes the names of services from this host's list of them, which asks no one else: tables name
+// Takes the names of services from this host's list of them, which is a file: tables name
 // ports by them.
 void read_services(known_world &world);
 

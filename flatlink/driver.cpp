@@ -131,6 +131,7 @@ void flatlink::derive_from_tree(bool reload)
 {
     const object_run walks;
     const steady_lists steady;
+    // The order of these steps is that of the trace, and of records that are equal in all else.
     start_rule_walk();
     load_rules("rule_pffwd", 0);
     load_rules("rule_proxy", PROXY_RULE);

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstdint>
 
-// Limits of a session that does not end by itself; below 1: no limit.
+// Limits of a session that does not end on its own; below 1: no limit.
 struct relay_limits {
     int idle_s = 0;    // longest time in seconds in which no byte moves
     int session_s = 0; // longest time in seconds, whatever moves, from `begun` on

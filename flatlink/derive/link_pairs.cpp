@@ -142,6 +142,7 @@ static int add_network_links(frag **db, frag *vpnobj, frag *peer, frag *gateway,
                     shown_pointer(gateway));
         return 1;
     }
+    // The order of the links: what belongs to the peer with the firewall, then with the other side.
     if (includes_gateway) {
         vpn_add_trusted_link(db, vpnobj, gateway, vpn_flocal);
         vpn_add_trusted_link(db, vpnobj, network, vpn_flocal);
@@ -300,11 +301,12 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
         int includes_gateway = 1;
         if (find_sgo_ip(db, remote, &includes_gateway) == nullptr)
             return 1;
-        remote_side.type = "ipaddr";
+        remote_side.type = "ipaddr"; // its own part in the link is its gateway
     }
     if (!is_remote_type(remote_side.type))
         return 1;
 
+    // A pattern is taken apart: this function is called again for each network in it.
     note_expands(value_source::REMOTE_SIDE, remote);
     std::string &remote_text = netobj_to_netperm(db, remote_key.c_str());
     if (enum_pattern(db, &remote_text, add_remote, "VPNremotepat", &remote_side.type) == 0)

@@ -39,6 +39,7 @@ static void set_rule_number(frag *rule, std::uint32_t flags)
             number = lenient_number(value);
     if (number > 0)
         rulenumber = number;
+    // The flag is a high bit, so that rules of proxies sort after those of the packet filter.
     const auto bits = static_cast<std::uint32_t>(rulenumber) & ~PROXY_RULE;
     rulenumber = static_cast<std::int32_t>(bits | (flags & PROXY_RULE));
 }
@@ -88,7 +89,7 @@ int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags)
     if (rule == nullptr)
         return 0;
     const step_note step(derivation_step::RULE, rule);
-    free_replaced_patterns();
+    free_replaced_patterns(); // no walk is under way that could hold one
     set_walk_origin(rule);
     set_rule_state(rule, flags);
     frag *src = find_side(db, rule, "src");
@@ -106,6 +107,6 @@ int vpn_enum_link_rules(frag **db, frag *rule, std::uint32_t flags)
     }
     (void)vpn_check_link_pair(db, src, dst);
     if (fout != nullptr)
-        std::fflush(fout);
+        std::fflush(fout); // the trace of a run that is killed ends with a whole rule
     return 0;
 }

@@ -134,7 +134,7 @@ static void decode_interface_line(std::string_view key, std::string_view value)
 int decode_nonvpn_buffer(std::string_view line)
 {
     line_parts parts = split_line(line);
-    if (parts.value.empty())
+    if (parts.value.empty()) // what is known stays
         return 0;
     const auto store_name = [&parts](std::string &name) {
         note_stored(&name, parts.key, parts.value);

@@ -24,7 +24,7 @@ const u32 LOOPBACK = network_order(INADDR_LOOPBACK);
 std::unordered_map<std::string, u32> known_names;
 std::unordered_map<u32, u32> known_routes;
 
-// What vpnauto_sort compares, in order; certificates count from high to low.
+// What vpnauto_sort compares, in order; nesting levels and certificates go from high to low.
 struct auto_key {
     std::int32_t rulenumber;
     u32 nesting_level;
@@ -175,6 +175,7 @@ static u32 local_network_size(linkinfo &link)
         size = network_size(link.lnetwork_type, link.lnetwork_start, link.lnetwork_delimiter);
     if (size != 1)
         return size;
+    // One address is a host, whatever its line calls it.
     link.lnetwork_type = ADDRID_HOST;
     link.lnetwork_delimiter = NOT_AN_ADDRESS;
     return isfwaddr(link.lnetwork_start) ? 0 : 1;
@@ -228,7 +229,7 @@ static auto_key auto_key_of(linkinfo &link)
     settle_gateway(link);
     const u32 local_size = local_network_size(link);
     u32 remote_size = 0;
-    if (link.fixed_remote == 0) {
+    if (link.fixed_remote == 0) { // a client, which may come from anywhere
         link.rnetwork_start = link.rnetwork_delimiter = NOT_AN_ADDRESS;
         link.rnetwork_type = 0;
     } else {

@@ -122,7 +122,7 @@ inline const platform_calls scripted_platform::TABLE = {
     .route_close = close_one,
 };
 
-// Fields by literal offset, so that a test fixes the layout by itself.
+// Fields by literal offset, so that a test fixes the layout without the product's structs.
 inline std::string dotted_at(byte_view bytes, std::size_t offset)
 {
     EXPECT_LE(offset + 4, bytes.size());

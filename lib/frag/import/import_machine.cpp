@@ -254,7 +254,7 @@ void importer::machine::resolve_flat_part(std::string_view part)
 
 bool importer::machine::flat_name()
 {
-    last_path_.clear();
+    last_path_.clear(); // the states do not keep it up to date
     begin_name();
     if (name_length_ == 0 && at_pos() == '[') {
         ++pos_;
@@ -293,7 +293,7 @@ bool importer::machine::flat_value()
     store_until(STOPS);
     if (at_end())
         return false;
-    if (piece_[pos_++] == '\r')
+    if (piece_[pos_++] == '\r') // dropped, wherever it stands in a value
         return !at_end();
     parent_ = nullptr;
     end_value();
@@ -360,7 +360,7 @@ bool importer::machine::take_flat_line()
         return false;
     }
     last_key_.assign(line, 0, key_end);
-    pos_ = start;
+    pos_ = start; // where the value's line is counted
     begin_value(frag_notation::FLAT);
     pos_ = start + key_end + 1;
     store(line_end);

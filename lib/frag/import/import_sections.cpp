@@ -104,6 +104,7 @@ bool importer::machine::sect_name()
     if (name_length_ == 0)
         while (!at_end() && take_section_line()) {
         }
+    // Each bracket begins a path at the top, so of several in a row the last counts.
     while (name_length_ == 0) {
         if (!skip_white())
             return false;

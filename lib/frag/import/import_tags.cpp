@@ -42,7 +42,7 @@ void importer::machine::leave_element()
         set_frag_value(cur_, "", 0);
     cur_ = cur_->parent;
     parent_ = cur_ != nullptr ? cur_->parent : nullptr;
-    if (cur_ != nullptr)
+    if (cur_ != nullptr) // more text of the enclosing element is appended to what it had
         vlen_ = static_cast<std::size_t>(cur_->vlen);
 }
 
@@ -218,6 +218,7 @@ bool importer::machine::attr_name()
         return false;
     const std::string_view collected(name_.data(), name_length_);
     const frag *element = parent_->parent;
+    // The end of a declaration, `?>`, is no attribute; nor is that of an empty element, `/>`.
     if (at_pos() == '>' && collected == "?" && element != nullptr && element->name[0] == '?')
         return go(&machine::attr_gap);
     if (at_pos() == '>' && collected == "/") {
@@ -281,7 +282,7 @@ bool importer::machine::comment_1()
 bool importer::machine::comment_2()
 {
     const char byte = piece_[pos_++];
-    if (byte == '-')
+    if (byte == '-') // `--->` ends a comment, too
         return !at_end();
     if (byte != '>')
         return go(&machine::comment);

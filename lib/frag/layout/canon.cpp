@@ -149,7 +149,7 @@ int canon_pfrule_sub(frag **head, const char *key)
     while (frag *rule = pop_front(rest)) {
         std::string_view name = rule->name;
         const int number = take_prefix(name, "rule") ? lenient_number(name) : 0;
-        if (number >= 1)
+        if (number >= 1) // while it is in no list: no index has to follow
             rename_unlinked(rule, std::to_string(number).c_str());
         if (rule->value == nullptr) {
             freefrag(rule);
@@ -189,7 +189,7 @@ static frag *entry_with_address(frag *list, const char *address)
 static void canon_ip_side(frag **head, frag *ip, const ip_var_row &row)
 {
     const frag_ptr address = take_frag(&ip->child, row.address);
-    const frag_ptr mask = take_frag(&ip->child, row.mask);
+    const frag_ptr mask = take_frag(&ip->child, row.mask); // goes even without an address
     if (address == nullptr || address->value == nullptr)
         return;
     const frag_ptr interface = take_frag(&ip->child, row.interface);

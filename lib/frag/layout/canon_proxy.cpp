@@ -46,12 +46,12 @@ static void set_parm(frag *owner, const char *name, frag_ptr value)
     } else if (is_digit(plain[split + 1])) {
         frag *family = fsetp(&owner->child, plain.substr(0, split).c_str(), nullptr, owner);
         parm = set_text_of(&family->child, plain.c_str() + split + 1, value.get(), family);
-    } else {
+    } else { // no family: the node itself moves, with all below it
         rename_unlinked(value.get(), plain.c_str());
         parm = value.release();
         push_child(owner, parm);
     }
-    parm->flags = flags;
+    parm->flags = flags; // what the name says of access holds for a node that was there, too
 }
 
 static void join_access_and_url(frag *entry)
@@ -126,6 +126,7 @@ int canon_cust(frag **head)
         }
         canon_proxy_parms(entry);
         const char *owner = text_in(realname);
+        // A set of no proxy becomes one of a proxy of its own name, so that nothing is lost.
         const bool has_owner = owner != nullptr && *owner != '\0';
         give_to_owner(proxies, entry, has_owner ? owner : entry->name);
     }

@@ -210,7 +210,7 @@ int norm_vpndata(frag **head, const char *key)
     sort_frags(&list->child);
     int number = 0;
     for (frag *node = list->child; node != nullptr; node = node->next) {
-        if (!begins_with_digit(node->name))
+        if (!begins_with_digit(node->name)) // a counter, or a setting of them all
             continue;
         std::array<char, 16> name{};
         std::snprintf(name.data(), name.size(), "%04d", ++number);

@@ -61,11 +61,12 @@ static void move_config_sets(frag *proxy, frag *sets, frag *custom)
 
 static void norm_proxies(frag **head, frag *proxies, frag *custom)
 {
-    reverse_children(proxies);
+    reverse_children(proxies); // lists are built from the front; numbers follow the file
     std::int64_t count = 0;
     for (frag *proxy = proxies->child; proxy != nullptr; proxy = proxy->next) {
         const frag_ptr sets = take_frag(&proxy->child, "config-sets");
         frag_ptr name = take_frag(&proxy->child, "name");
+        // Neither of them is a parameter: they are out of the way while the rest become the list.
         norm_proxy_parms(proxy);
         fsetp(&proxy->child, "realname", fragname(proxy), proxy);
         put_back_or_name(proxy, "name", std::move(name));
@@ -125,7 +126,7 @@ int norm41(frag **head)
     frag *custom = find_or_make(head, "cust_proxy");
     if (proxies != nullptr)
         norm_proxies(head, proxies, custom);
-    norm_custom_proxies(head, custom);
+    norm_custom_proxies(head, custom); // now it has the config sets, too
     if (policies != nullptr)
         norm_policies(policies);
     norm_interfaces(head);

@@ -68,7 +68,7 @@ static void set_bind_port(frag *proxy, const frag *port)
 static void make_plug_proxy(frag *proxies, frag *plug, frag *config_set)
 {
     frag *proxy = fsetp(&proxies->child, fragname(config_set), nullptr, proxies);
-    free_fraglist(&proxy->child);
+    free_fraglist(&proxy->child); // of a proxy that had the set's name already
     give_children(proxy, copy_fragtree(&plug->child, proxy));
     frag *sets = fsetp(&proxy->child, "config-sets", nullptr, proxy);
     fsetp(&proxy->child, "proxy-type", PLUG_TYPE, proxy);

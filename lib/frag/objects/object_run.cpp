@@ -96,7 +96,7 @@ bool flatlink::take_steps(long long steps, const frag *obj)
     walks.steps += steps;
     if (has_steps())
         return true;
-    if (had_steps) {
+    if (had_steps) { // told once, by the step that crosses the bound
         note_bound(STEPS_BOUND, MAX_OBJECT_STEPS, walk_place(obj), walks.steps);
         SendLog(servContext, connContext, UNIQUE_DATA, REPORT_NOTICE,
                 "vhltcfgerr: Walks over objects take more than %lld steps in all; the rest is left "
@@ -255,6 +255,7 @@ static known_list *known_members(frag **list)
     // The order of names that mix digits and letters is not transitive, so each sort of a list may
     // give another order.
     known.keeps_order = is_in_order(*list);
+    // Of a list that does not keep its order nothing is known: it is sorted anew by each walk.
     for (frag *node = *list; node != nullptr && known.keeps_order; node = node->next)
         known.members.push_back({.node = node});
     return &known;

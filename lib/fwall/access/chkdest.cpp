@@ -77,6 +77,7 @@ static decision first_verdict(const char *keyword, cfgrec *list, comparer compar
             tell_asked(entry, i, compared);
             if (!compared.fits)
                 continue;
+            // Of a deny- entry and a '!' each turns the answer; both together allow.
             const bool denies = (entry->flags & CFG_DENY) != 0;
             const decision found{turned == denies ? verdict::ALLOWED : verdict::REFUSED, entry, i};
             tell_decided(found);
@@ -108,6 +109,7 @@ static comparison compare_destination(const char *dest, const char **mapped, con
 {
     if (std::strcmp(pattern, "*") == 0)
         return {true, dest};
+    // Like is compared with like; the other form is looked up when a pattern first wants it.
     const bool address_wanted = is_address_pattern(pattern);
     if (holds_address(dest) == address_wanted)
         return compare_host(pattern, dest);
@@ -137,6 +139,7 @@ static bool port_fits(const char *item, int port)
 static bool blocks(const cfgrec *entry, const char *host, int port, const char **mapped,
                    const char **reverse)
 {
+    // A rule that cannot be read blocks everything: access fails closed.
     if (entry->argc < 2) {
         notice(EVENT_BAD_ENTRY, entry->lineno,
                "AFW: destination blocking rule is not generated correctly, line %d", entry->lineno);

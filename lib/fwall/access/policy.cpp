@@ -70,6 +70,7 @@ static void take_one(const char *option, line_rest &rest, option_record &record)
                rest.line);
         return;
     }
+    // Only now: a record whose argument is missing has no arguments, not even the expansion's.
     record.args = record.fixed;
     record.args.push_back(rest.take());
 }
@@ -227,7 +228,7 @@ static int take_options(line_rest &rest, const policy_option *options, cfg_build
             continue;
         }
         const policy_option *option = find_option(options, word);
-        if (option == nullptr) {
+        if (option == nullptr) { // its arguments are unknown options, too, until one is known
             notice(EVENT_BAD_ENTRY, rest.line, "cfgerr: unknown argument name %.10s", word);
             continue;
         }
@@ -245,7 +246,7 @@ try {
         return 0;
     line_rest rest{hosts->argv, hosts->argc, hosts->lineno};
     while (rest.argc > 0 && rest.front()[0] != '-')
-        (void)rest.take();
+        (void)rest.take(); // the patterns
     cfg_builder made;
     if (take_options(rest, options, made) != 0) {
         cfg_free(made.head);

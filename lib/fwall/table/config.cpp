@@ -138,12 +138,13 @@ static cfgrec *read_line(reading &now, line_pieces &file, std::string_view line)
         table_watch->line(now.lineno, line.substr(0, line.find('\n')));
     if (line.starts_with('#'))
         return nullptr;
+    // Without its end a line cannot be told from the first part of another: it is not obeyed.
     if (!line.ends_with('\n')) {
         drop_line(now, "too long",
                   line.size() < line_pieces::PIECE_MAX ? table_fault::NO_NEWLINE
                                                        : table_fault::TOO_LONG,
                   line.data());
-        file.skip_line();
+        file.skip_line(); // or its rest would be read as a line
         return nullptr;
     }
     line.remove_suffix(1);
@@ -183,7 +184,7 @@ static cfgrec *read_entries(const char *name, report_call report)
         ++now.lineno;
         if (cfgrec *record = read_line(now, file, line); record != nullptr)
             list.add(record);
-        else if (now.out_of_memory)
+        else if (now.out_of_memory) // part of a table might permit what its rest denies
             break;
     }
     return file.failed() || now.out_of_memory ? fail(now, list.head) : list.head;

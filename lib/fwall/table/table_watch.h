@@ -15,7 +15,7 @@ enum class table_fault : std::uint8_t {
     TOO_LONG,           // for a line; it is dropped
     NO_NEWLINE,         // at the end of the last line; it is dropped
     NO_ARGUMENT,        // fewer than two characters after the keyword; the line is dropped
-    NO_NAME,            // before the colon: the line is for no one
+    NO_NAME,            // before the colon: the line is for no proxy
     TOO_MANY_ARGUMENTS, // from here on they are dropped
     UNPRINTABLE,        // the byte is dropped
     OPEN_QUOTE,         // it ends with the line

@@ -1,5 +1,5 @@
 // The firewall device of this host: /dev/fw0 where it stands. Where it does not, what this host
-// knows by itself answers the requests:
+// knows on its own answers the requests:
 // - true ends: of a TCP connection that the packet filter redirected, the filter knows the
 //   destination; the far end is as the socket sees it. Any other connection, and any datagram,
 //   is not redirected (ENOENT).

@@ -152,7 +152,7 @@ route_request::route_request(std::uint16_t type, std::uint16_t flags)
     head.nlmsg_len = offsetof(route_request, words);
     head.nlmsg_type = type;
     head.nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
-    // A listing ends by itself; anything else is to be confirmed.
+    // A listing ends with a mark of its own; anything else is to be confirmed.
     if ((flags & NLM_F_DUMP) != NLM_F_DUMP)
         head.nlmsg_flags |= NLM_F_ACK;
     head.nlmsg_seq = SEQUENCE;

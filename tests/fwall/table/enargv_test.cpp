@@ -23,7 +23,7 @@ static std::string split(std::string_view text, int capacity = 256, int size = 1
 TEST(Enargv, SplitsInEveryState)
 {
     const std::pair<std::string_view, const char *> cases[] = {
-        // The front is skipped; unprintable is dropped, and makes no argument by itself.
+        // The front is skipped; unprintable is dropped, and alone makes no argument.
         {" ,\t,\x01\xff,one", "1|one"},
         {" ,\x01, ", "0"},
         {"one  two\tthree\v\f\r\nfour ", "4|one|two|three|four"},

@@ -44,8 +44,11 @@ endfunction()
 function(shared_options target)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} VISIBILITY_INLINES_HIDDEN ON)
-  target_link_options(${target} PRIVATE LINKER:-z,defs LINKER:-z,relro LINKER:-z,now
+  target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now
     LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/hidden.map)
+  if(NOT house_sanitizers) # whose runtime is part of the program
+    target_link_options(${target} PRIVATE LINKER:-z,defs)
+  endif()
 endfunction()
 
 # house_library(NAME [lower libraries...]): every .cpp of the calling folder, subfolders included.

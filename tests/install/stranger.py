@@ -82,7 +82,8 @@ class Stranger(unittest.TestCase):
             self.assertEqual(run(program, "--version"), f"{name} 1.0.0\n")
             self.assertIn(f"usage: {name}", run(program, "--help").lower())
         for name in ("doc/flatlink/LICENSE", "doc/flatlink/CHANGELOG.md", "man/man1/flatlink.1",
-                     "man/man5/netperm-table.5", "man/man7/flatlink-proxy.7"):
+                     "man/man5/netperm-table.5", "man/man7/flatlink-proxy.7",
+                     "bash-completion/completions/flatctl", "flatlink/netperm-table"):
             self.assertTrue((self.prefix / "share" / name).is_file())
 
     @unittest.skipUnless(shutil.which("systemd-analyze"), "no systemd-analyze")

@@ -8,11 +8,10 @@
 // `proxy_child_count`, and installs itself again.
 void waitwaitwait();
 
-// Handler of SIGHUP, SIGINT and SIGTERM, which in an accepting process may mean an orderly stop
-// instead (stop.h) and then ends it with status 0: reports "caught NAME signal" with HUP, INT or
-// TERM, or "caught signal N" (event 10009), calls the proxy's callback, and ends the process with
-// status 1. In a connection child the report never waits (log_at_any_instant in log.h), and the
-// process ends without its exit handlers.
+// Handler of SIGHUP, SIGINT and, unless it means an orderly stop (stop.h), SIGTERM: reports "caught
+// NAME signal" with HUP, INT or TERM, or "caught signal N" (event 10009), calls the proxy's
+// callback, and ends the process with status 1. In a connection child the report never waits
+// (log_at_any_instant in log.h), and the process ends without its exit handlers.
 [[noreturn]] void hup_exit(int number);
 
 // Handler of SIGUSR1: reports "N of LIMIT copies currently active" (event 10002); in a connection

@@ -29,7 +29,7 @@ struct service_manager {
 // The value of a variable, which is unset; empty without it.
 static std::string take_variable(const char *name)
 {
-    const std::string value(text_of(std::getenv(name)));
+    std::string value(text_of(std::getenv(name)));
     (void)unsetenv(name); // the name is valid
     return value;
 }

@@ -7,10 +7,10 @@
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/notice.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdint>
 #include <string>
 #include <unistd.h>
 
@@ -68,10 +68,10 @@ static bool wait_for_children(int seconds)
 // Keeps the manager from ending the service while its connections may still take their time.
 static void tell_of_stop()
 {
-    constexpr std::int64_t MICROSECONDS = 1'000'000;
-    const std::int64_t most_s = std::int64_t{proxy_stop_timeout} + 2 * STOP_GRACE_S;
+    const std::chrono::microseconds most = std::chrono::seconds(std::max(proxy_stop_timeout, 0)) +
+                                           2 * std::chrono::seconds(STOP_GRACE_S);
     tell_service_manager(
-        ("STOPPING=1\nEXTEND_TIMEOUT_USEC=" + std::to_string(most_s * MICROSECONDS)).c_str());
+        ("STOPPING=1\nEXTEND_TIMEOUT_USEC=" + std::to_string(most.count())).c_str());
 }
 
 void flatlink::stop_orderly()

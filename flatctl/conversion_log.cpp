@@ -173,7 +173,7 @@ void conversion_log::found(const frag *node)
         met_.try_emplace(node, steps_.empty());
         if (!steps_.empty())
             met_by_rule_.insert(node);
-        if (last_line_ != 0)
+        if (last_line_ != 0 && last_value_.ends_with(node->name))
             led_by_[node] = last_line_;
     }
     if (node->value == nullptr)
@@ -181,6 +181,7 @@ void conversion_log::found(const frag *node)
     if (line != 0)
         note_value_read(node, line);
     last_line_ = line;
+    last_value_ = node->value;
 }
 
 // Without a mask, and without the end of a range, an address has all its bits.
@@ -328,7 +329,9 @@ void conversion_log::link(const frag *peer)
         break;
     }
     if (keeps_paths_)
-        made.path = steps_;
+        for (const step &at : steps_)
+            made.path.push_back({at.kind, is_temporary(at.first) ? nullptr : at.first,
+                                 is_temporary(at.second) ? nullptr : at.second});
     links_.push_back(std::move(made));
     awaits_record_ = true;
     read_no_side();
@@ -367,6 +370,23 @@ std::span<const std::int32_t> conversion_log::part_of_side(const text_origins &s
     return is_second || (!side.has_first && side.first.empty()) ? side.second : side.first;
 }
 
+// Drops repeated lines from `begin` on. A short list keeps its order, which is that of reading.
+static void drop_repeated(std::vector<std::int32_t> &lines, std::size_t begin)
+{
+    constexpr std::size_t SHORT = 16;
+    const auto first = lines.begin() + static_cast<std::ptrdiff_t>(begin);
+    if (lines.size() - begin > SHORT) {
+        std::sort(first, lines.end());
+        lines.erase(std::unique(first, lines.end()), lines.end());
+        return;
+    }
+    auto kept = first;
+    for (auto at = first; at != lines.end(); ++at)
+        if (std::find(first, kept, *at) == kept)
+            *kept++ = *at;
+    lines.erase(kept, lines.end());
+}
+
 origin_list conversion_log::origins_now(std::string_view field)
 {
     const auto begin = static_cast<std::uint32_t>(origins_.size());
@@ -401,9 +421,7 @@ origin_list conversion_log::origins_now(std::string_view field)
         break;
     }
     tree_watch = &tree_calls;
-    const auto first = origins_.begin() + begin;
-    std::sort(first, origins_.end());
-    origins_.erase(std::unique(first, origins_.end()), origins_.end());
+    drop_repeated(origins_, begin);
     return {begin, static_cast<std::uint32_t>(origins_.size()) - begin};
 }
 

@@ -213,7 +213,8 @@ class conversion_log
     text_origins sides_[2];        // of the remote and the local side
     text_origins *side_ = nullptr; // the one that is expanded
     std::vector<std::int32_t> *reads_ = &window_;
-    std::int32_t last_line_ = 0;                            // of the value that was read last
+    std::int32_t last_line_ = 0; // of the value that was read last
+    std::string last_value_;     // that value, which the tree may have lost since
     std::unordered_map<const frag *, std::int32_t> led_by_; // the line that named the object
     std::unordered_set<const frag *> met_by_rule_;
     std::vector<step> steps_;

@@ -28,6 +28,10 @@ constexpr verb_row verbs[] = {
     {"convert", VERB_CONVERT, "DB", 1, 1, "write a database in another notation, layout or form",
      run_convert},
     {"undo", VERB_UNDO, "DB", 1, 1, "put back what convert --in-place replaced", run_undo},
+    {"explain link", VERB_EXPLAIN_LINK, "N|NAME DB", 2, 2,
+     "tell which rule, objects and lines a link comes from", run_explain_link},
+    {"explain line", VERB_EXPLAIN_LINE, "N|KEY DB", 2, 2,
+     "tell what becomes of a line of a database", run_explain_line},
     {"explain access", VERB_EXPLAIN_ACCESS, "TABLE", 1, 1,
      "tell why a proxy lets a client through, or does not", run_explain_access},
     {"help", VERB_HELP, "[VERB|CODE]", 0, 2, "explain a verb, or a finding", run_help},
@@ -36,8 +40,9 @@ constexpr verb_row verbs[] = {
     {"manual", VERB_MANUAL, "", 0, 0, "print the manual page, for man -l -", run_manual},
 };
 
-constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT;
-constexpr unsigned ASKS_NAMES = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS;
+constexpr unsigned EXPLAINS_DATABASE = VERB_EXPLAIN_LINK | VERB_EXPLAIN_LINE;
+constexpr unsigned READS_DATABASE = VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | EXPLAINS_DATABASE;
+constexpr unsigned ASKS_NAMES = READS_DATABASE | VERB_EXPLAIN_ACCESS;
 
 // "a, b or c".
 std::string in_words(std::span<const std::string_view> choices)
@@ -85,8 +90,8 @@ const option_row options[] = {
      &request::memory_mib},
     {"--time-limit", "SECONDS", READS_DATABASE, "processor time for it (600)",
      &request::time_limit_s},
-    {"--format", "FORMAT", VERB_CHECK | VERB_PREVIEW | VERB_CONVERT | VERB_EXPLAIN_ACCESS,
-     in_words(formats), &request::format, formats},
+    {"--format", "FORMAT", READS_DATABASE | VERB_EXPLAIN_ACCESS, in_words(formats),
+     &request::format, formats},
     {"--color", "WHEN", VERB_ALL, "auto (on a terminal, unless NO_COLOR is set), always or never",
      &request::color, colors},
     {"--quiet", "", VERB_ALL, "say nothing: the exit status is the answer (-q)", &request::quiet},

@@ -64,6 +64,8 @@ enum verb_bit : unsigned {
     VERB_HELP = 32,
     VERB_COMPLETION = 64,
     VERB_MANUAL = 128,
+    VERB_EXPLAIN_LINK = 256,
+    VERB_EXPLAIN_LINE = 512,
     VERB_ALL = ~0U,
 };
 

@@ -11,6 +11,8 @@ int run_check(const request &asked);
 int run_completion(const request &asked);
 int run_convert(const request &asked);
 int run_explain_access(const request &asked);
+int run_explain_line(const request &asked);
+int run_explain_link(const request &asked);
 int run_help(const request &asked);
 int run_manual(const request &asked);
 int run_preview(const request &asked);

@@ -106,6 +106,32 @@ class Ledger(ns.Case):
                         self.assertEqual(ledger["summary"][name], count, name)
 
 
+class Explain(ns.Case):
+    SAMPLE = ns.WORK + "/samples/branch-office.conf"
+
+    def test_link(self):
+        run = flatctl("explain", "link", "8", "--format", "json", self.SAMPLE)
+        link = json.loads(run.stdout)
+        self.assertEqual((link["output"], link["rule"]["lines"], len(link["same"])),
+                         ([169, 193], [145, 146], 3))
+        origins = {field["key"]: field["from"] for field in link["fields"]}
+        for key, lines in (("gateway", [72, 41]), ("auth", [74]), ("ikepolicy", [75, 99]),
+                           ("lnetwork_start_address", []), ("logging", [])):
+            self.assertEqual(origins[key], lines, key)
+        by_name = flatctl("explain", "link", "East Quay", self.SAMPLE).stdout.decode()
+        self.assertIn("secret=<secret ", by_name)
+        output = flatctl("preview", self.SAMPLE).stdout.decode().splitlines()
+        named = [line for line in output if line.endswith("_description=East Quay")]
+        self.assertEqual(by_name.count("\n  rule "), len(named))
+
+    def test_line(self):
+        for wanted, status, words in (("143", 0, "D301"), ("net_ipnet_farm_addr", 0, "mcpool_"),
+                                      ("4", 1, ""), ("999999999999", 1, ""), ("nothing", 1, "")):
+            run = flatctl("explain", "line", wanted, self.SAMPLE)
+            self.assertEqual(run.returncode, status, wanted)
+            self.assertIn(words, run.stdout.decode())
+
+
 class Check(ns.Case):
     def test_formats_and_status(self):
         write(DATABASE, b"ip_hostname=gate\nip_hostname=\xe9\x1b[2J\n")
@@ -146,7 +172,8 @@ class Corpora(ns.Case):
         """A crash of the child would be status 1 with a finding of its own."""
         for path in glob.glob(ns.WORK + "/tests/fuzz/corpus/*/*"):
             write(DATABASE, read(path))
-            for args in (["check"], ["preview"], ["convert", "--lossy", "--to", "tags", "-o", "/tmp/out"]):
+            for args in (["check"], ["preview"], ["preview", "--ledger"],
+                         ["explain", "link", "1"], ["explain", "line", "1"], ["convert", "--lossy", "--to", "tags", "-o", "/tmp/out"]):
                 run = flatctl(*args, DATABASE)
                 self.assertIn(run.returncode, (0, 1), run.stderr)
                 for stream in (run.stdout if args != ["preview"] else b"", run.stderr):

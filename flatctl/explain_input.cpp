@@ -1,0 +1,29 @@
+#include "flatctl/explain_input.h"
+
+#include "flatctl/options.h"
+#include "flatctl/text_write.h"
+
+using namespace flatlink;
+
+int flatlink::explain_database(const request &asked,
+                               int (*work)(const explain_input &, child_port &))
+{
+    explain_input run{asked, asked.operands[0], {}, {}};
+    std::string error = read_world(asked, run.world);
+    if (error.empty())
+        error = open_database(asked.operands[1], asked, run.database);
+    if (!error.empty()) {
+        tell(error);
+        return STATUS_UNREADABLE;
+    }
+    side_frames side(run.database, asked.quiet);
+    const child_result result = run_child(
+        run.database.limits, run.database.fd.get(),
+        [&](child_port &port) { return work(run, port); },
+        [&](frame_kind kind, std::string_view bytes) {
+            if (kind == frame_kind::DATA && !asked.quiet)
+                put(bytes);
+            side.take(kind, bytes);
+        });
+    return side.end(result);
+}

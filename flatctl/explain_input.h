@@ -1,0 +1,26 @@
+// What the explanations of a database share: an operand that names what is asked for, and the
+// database, which is converted in a child.
+#pragma once
+
+#include "flatctl/input.h"
+#include "flatctl/world.h"
+
+#include <string>
+
+struct request;
+
+struct explain_input {
+    const request &asked;
+    std::string wanted; // the first operand
+    input database;
+    known_world world;
+};
+
+namespace flatlink
+{
+
+// Opens what the command line names, runs `work` in a child, prints its frames of kind DATA and
+// returns its status.
+int explain_database(const request &asked, int (*work)(const explain_input &, child_port &));
+
+} // namespace flatlink

@@ -1,0 +1,102 @@
+// explain line: what becomes of a line of a database, told by its number or its key.
+#include "flatctl/explain_input.h"
+#include "flatctl/findings.h"
+#include "flatctl/json_write.h"
+#include "flatctl/line_classes.h"
+#include "flatctl/options.h"
+#include "flatctl/secrets.h"
+#include "flatctl/text_write.h"
+#include "flatctl/verbs.h"
+#include "flatctl/watched_run.h"
+#include "lib/frag/tree/symbol.h"
+
+#include <algorithm>
+
+using namespace flatlink;
+
+namespace
+{
+
+std::vector<std::string_view> split_lines(std::string_view text)
+{
+    std::vector<std::string_view> lines;
+    while (!text.empty()) {
+        lines.push_back(text.substr(0, text.find('\n')));
+        text.remove_prefix(lines.back().size() + 1);
+    }
+    return lines;
+}
+
+std::span<const line_use> uses_of(const line_account &account, std::int32_t line)
+{
+    const auto [first, last] = std::ranges::equal_range(account.uses, line, {}, &line_use::input);
+    return {first, last};
+}
+
+void print_text(const conversion_log &log, const classed_line &line, std::span<const line_use> uses,
+                const std::vector<std::string_view> &output, std::FILE *out)
+{
+    constexpr std::size_t LISTED_MAX = 40;
+    const class_row &row = row_of(line.kind);
+    std::string text = ":" + std::to_string(line.line) + " " +
+                       shown_line(log.key_of_line(line.line)) + "   " + std::string(row.text);
+    if (!row.code.empty())
+        text += " (" + std::string(row.code) + ")";
+    text += "\n";
+    for (const line_use &use : uses.first(std::min(uses.size(), LISTED_MAX)))
+        text += "  output " + std::to_string(use.output) + "   " +
+                shown_setting(output[static_cast<std::size_t>(use.output) - 1], false) + "\n";
+    if (uses.size() > LISTED_MAX)
+        text += "  and " + std::to_string(uses.size() - LISTED_MAX) + " more\n";
+    std::fwrite(text.data(), 1, text.size(), out);
+}
+
+void print_json(const conversion_log &log, const classed_line &line, std::span<const line_use> uses,
+                const std::vector<std::string_view> &output, std::FILE *out)
+{
+    const class_row &row = row_of(line.kind);
+    json_writer json(out, "explain-line/1");
+    json.number("line", line.line).text("key", log.key_of_line(line.line)).text("class", row.word);
+    if (!row.code.empty())
+        json.text("code", row.code);
+    json.open("to", '[');
+    for (const line_use &use : uses) {
+        const std::string_view text = output[static_cast<std::size_t>(use.output) - 1];
+        json.open("", '{').number("line", use.output);
+        json.text("key", text.substr(0, text.find('='))).close('}');
+    }
+    json.close(']').finish();
+}
+
+int explain_in_child(const explain_input &run, child_port &port)
+{
+    conversion_log log(false);
+    std::string output;
+    const int status = run_watched(run.database, run.world, port, log, output);
+    if (status != STATUS_FINE)
+        return status;
+    const line_account account = account_of(log, def_database);
+    const std::vector<std::string_view> output_lines = split_lines(output);
+    std::FILE *out = port.stream(frame_kind::DATA);
+    bool is_found = false;
+    for (const classed_line &line : account.lines) {
+        if (run.wanted != std::to_string(line.line) && run.wanted != log.key_of_line(line.line))
+            continue;
+        is_found = true;
+        const auto print = run.asked.format == "json" ? print_json : print_text;
+        print(log, line, uses_of(account, line.line), output_lines, out);
+    }
+    std::fclose(out);
+    if (is_found)
+        return STATUS_FINE;
+    std::fprintf(stderr, "no line with a value has the number or key %s\n",
+                 shown_line(run.wanted).c_str());
+    return STATUS_FOUND;
+}
+
+} // namespace
+
+int flatlink::run_explain_line(const request &asked)
+{
+    return explain_database(asked, explain_in_child);
+}

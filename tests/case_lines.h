@@ -60,3 +60,25 @@ inline std::vector<case_row> case_rows(const std::string &file, std::string_view
     EXPECT_FALSE(rows.empty()) << file;
     return rows;
 }
+
+// The bytes of an input that the text of a case stands for: `\xNN` is a byte, and a '\' that ends
+// the text leaves the last newline out.
+inline std::string bytes_of(const std::string &text)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool is_byte = text.compare(i, 2, "\\x") == 0;
+        if (!is_byte && (text[i] != '\\' || i + 1 < text.size()))
+            bytes += text[i];
+        if (is_byte)
+            bytes += static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16));
+        i += is_byte ? 3 : 0;
+    }
+    return text.ends_with('\\') ? bytes : bytes + "\n";
+}
+
+// The lines of a text of a case, each with its end.
+inline std::string whole_lines(const std::string &text)
+{
+    return text.empty() ? "" : text + "\n";
+}

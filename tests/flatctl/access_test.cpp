@@ -2,6 +2,7 @@
 #include "flatctl/access_change.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/report.h"
+#include "tests/case_lines.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -64,43 +65,20 @@ void expect_turning(const std::string &table, const access_question_asked &asked
 
 TEST(Access, VerdictsAndChanges)
 {
-    static const struct {
-        const char *table, *client, *host;
-        int port;
-        const char *verdict, *changes;
-    } cases[] = {
-        {"relay: hosts 10.*\n", "10.1.1.1", "", 0, "permit 1", "+1 relay: deny-hosts 10.1.1.1\n"},
-        {"relay: hosts 10.*\n", "11.1.1.1", "", 0, "deny client 0",
-         "~1 relay: hosts 11.1.1.1 10.*\n"},
-        {"relay: deny-hosts 10.*\n*: timeout 5", "10.1.1.1", "", 0, "deny client 1",
-         "+1 relay: permit-hosts 10.1.1.1\n"},
-        {"relay: timeout 5\n", "10.1.1.1", "", 0, "deny client 0",
-         "+2 relay: permit-hosts 10.1.1.1\n"},
-        {"relay: hosts * -policy p\npolicy-p: timeout 5\n", "10.1.1.1", "10.2.2.2", 25,
-         "deny destination 0", "+3 policy-p: permit-destination 10.2.2.2\n"},
-        {"relay: hosts *\nrelay: deny-destination 10.*\nrelay: ports 80\n", "1.1.1.1", "10.2.2.2",
-         25, "deny destination 2",
-         "~2 relay: deny-destination !10.2.2.2 10.*\n~3 relay: ports 25 80\n"},
-        {"relay: hosts *\nrelay: destination !10.* *\n", "1.1.1.1", "10.2.2.2", 25,
-         "deny destination 2", "~2 relay: destination 10.2.2.2 !10.* *\n"},
-        {"relay: hosts *\nrelay: destination *\nrelay: ports !25 *\n", "1.1.1.1", "10.2.2.2", 25,
-         "deny port 3", "~3 relay: ports 25 !25 *\n"},
-        {"relay: hosts *\nrelay: afw-dest 10.* 25 x\nrelay: destination *\n", "1.1.1.1", "10.2.2.2",
-         25, "deny destination 2", "~2 # relay: afw-dest 10.* 25 x\n"}, // nothing overrules it
-        {"relay: hosts * -policy\n", "1.1.1.1", "", 0, "deny terms 1",
-         "+1 relay: permit-hosts 1.1.1.1\n"},
-        {"other: hosts *\n", "1.1.1.1", "", 0, "none", "+2 relay: permit-hosts 1.1.1.1\n"},
-    };
     const no_reports quiet;
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.table);
-        const auto asked = question(row.client, row.host, row.port);
-        const access_verdict verdict = run_access(row.table, asked);
-        EXPECT_EQ(text_of(verdict), row.verdict);
-        const auto changes = changes_that_turn(row.table, asked, verdict);
-        EXPECT_EQ(text_of(changes), row.changes);
+    for (case_row &row : case_rows("flatctl/verdicts", "from who dest want")) {
+        const std::string table = bytes_of(row["from"]);
+        SCOPED_TRACE(table);
+        std::vector<std::string> dest = pieces_of(row["dest"], ' ');
+        dest.resize(2);
+        const auto asked =
+            question(row["who"].c_str(), dest[0].c_str(), std::atoi(dest[1].c_str()));
+        const access_verdict verdict = run_access(table, asked);
+        EXPECT_EQ(text_of(verdict), row["case"]);
+        const auto changes = changes_that_turn(table, asked, verdict);
+        EXPECT_EQ(text_of(changes), whole_lines(row["want"]));
         if (!changes.empty())
-            expect_turning(row.table, asked, verdict, changes);
+            expect_turning(table, asked, verdict, changes);
     }
 }
 

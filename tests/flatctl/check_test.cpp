@@ -34,21 +34,6 @@ static std::string found_in(std::string_view text, const check_task &task = {}, 
     return codes;
 }
 
-// The bytes that the text of a case stands for.
-static std::string bytes_of(const std::string &text)
-{
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool is_byte = text.compare(i, 2, "\\x") == 0;
-        if (!is_byte && (text[i] != '\\' || i + 1 < text.size()))
-            bytes += text[i];
-        if (is_byte)
-            bytes += static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16));
-        i += is_byte ? 3 : 0;
-    }
-    return text.ends_with('\\') ? bytes : bytes + "\n";
-}
-
 class CheckCases : public testing::TestWithParam<const char *>
 {
 };

@@ -4,6 +4,7 @@
 #include "flatctl/kind.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
+#include "tests/case_lines.h"
 #include "tests/fuzz/path_file.h"
 
 #include <algorithm>
@@ -37,35 +38,10 @@ static std::string losses(const char *form_name, bool is_fitted, std::string *te
 
 TEST(Forms, LossesAreNamed)
 {
-    static const struct {
-        const char *database, *form, *lost;
-    } cases[] = {
-        {"ip_a=1  \nip_b=\nip_c_d=2", "flat", ""},
-        {"ip_a=1  \nip_b=\nip_c_d=2", "sections", ""},
-        {"ip_a=1  \nip_b=\nip_c_d=2", "tags", ""},
-        {"ip_a=1\nip_permit-b=2\n", "flat", ""},
-        {"ip_a=1\nip_permit-b=2\n", "tags",
-         "ip_permit-b: it, with all that is below it\nip_permit-b: it appears, and was not "
-         "there\n"},
-        {"ip_a= x\nip_b=<\n", "tags",
-         "ip_a: white space at an end of its value\nip_b: its value\n"},
-        {"ip=\nip_a=1\n", "tags", "ip: its empty value\n"},
-        {"ip_a=b\\c\n", "sections", "ip_a: bytes of its value\n"},
-        {"<ip><a>1</a><a>2</a></ip>", "flat",
-         "ip_a: bytes of its value\nip_a: it, with all that is below it\n"},
-        {"<ip><a>1\nip_b=2</a></ip>", "flat",
-         "ip_a: bytes of its value\nip_b: it appears, and was not there\n"},
-        {"<ip><a/></ip><rule>1</rule>", "flat", ""}, // nothing is set by it
-        {"<ip><b><c>1</c></b><a>2</a><b><d>3</d></b></ip>", "sections",
-         "ip_b: it, with all that is below it\nip_b_d: it appears, and was not there\n"},
-        {"ip_hostname=gate\nvpn_ike_p_select_1_hash=MD5\nvpn_ike_p_select_1_cipher=DES\n"
-         "vpn_ike_p_select_1_dh=768-bit\n",
-         "vpn", ""},
-    };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(std::string(row.form) + ": " + row.database);
-        load(row.database);
-        EXPECT_EQ(losses(row.form, false), row.lost);
+    for (case_row &row : case_rows("flatctl/losses", "from want")) {
+        SCOPED_TRACE(row["case"] + ": " + row["from"]);
+        load(bytes_of(row["from"]));
+        EXPECT_EQ(losses(row["case"].c_str(), false), whole_lines(row["want"]));
     }
 }
 

@@ -1,38 +1,18 @@
 #include "flatctl/options.h"
 
+#include "tests/case_lines.h"
+
 #include <gtest/gtest.h>
 
 using namespace flatlink;
 
 TEST(Options, CommandLines)
 {
-    static const struct {
-        std::vector<std::string> words;
-        const char *error; // empty: it parses
-    } cases[] = {
-        {{"preview", "db"}, ""},
-        {{"preview", "-"}, ""},
-        {{"preview", "--names", "hosts", "db", "-q"}, ""},
-        {{"preview", "--", "--names"}, ""},
-        {{"--version"}, ""},
-        {{"preview", "--help"}, ""}, // without the operand that it needs
-        {{"preveiw", "db"}, "no verb 'preveiw'; did you mean preview?"},
-        {{"x\033[2J", "db"}, "no verb 'x\\x1b[2J'"},
-        {{"--quiet"}, "a verb is missing"},
-        {{"preview"}, "preview needs DB"},
-        {{"preview", "a", "b"}, "preview takes no 'b'"},
-        {{"preview", "--naems=x", "db"}, "no option '--naems'; did you mean --names?"},
-        {{"preview", "db", "--names"}, "--names needs an argument: FILE"},
-        {{"preview", "--reveal=on", "db"}, "--reveal takes no argument"},
-        {{"undo", "--format", "json", "db"}, "undo takes no --format"},
-        {{"preview", "--color", "red", "db"}, "--color takes auto, always, never, not 'red'"},
-        {{"preview", "--memory", "0", "db"}, "--memory needs a number from 1 on, not '0'"},
-        {{"preview", "--memory", "9x", "db"}, "--memory needs a number from 1 on, not '9x'"},
-    };
-    for (const auto &row : cases) {
-        request asked;
-        EXPECT_EQ(parse_options(row.words, asked), row.error);
-    }
+    request asked;
+    for (case_row &row : case_rows("flatctl/command_lines", "want"))
+        EXPECT_EQ(parse_options(pieces_of(row["case"], ' '), asked = {}), row["want"]);
+    const std::vector<std::string> odd{"x\033[2J", "db"};
+    EXPECT_EQ(parse_options(odd, asked = {}), "no verb 'x\\x1b[2J'");
 }
 
 TEST(Options, ArgumentsAndOperands)

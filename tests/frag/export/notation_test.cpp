@@ -1,5 +1,6 @@
 #include "lib/frag/export/export.h"
 #include "lib/frag/export/notation_write.h"
+#include "tests/case_lines.h"
 #include "tests/frag/tree_text.h"
 #include "tests/fuzz/memory_file.h"
 
@@ -50,47 +51,18 @@ TEST(NotationWrite, Layout)
 // Each tree is held by the notations of its row, and read back as another by the others.
 TEST(NotationWrite, ReadsBackTheSame)
 {
-    static const struct {
-        const char *tree;
-        bool flat, sections, tags;
-    } cases[] = {
-        {"a=1 b{c=2 d=3{e=4} f=5} g=6", true, true, true},
-        {"a{b=1 c_d_e=2 f=3} g_b=4 h{b= c=1}", true, true, true},
-        {"a%5Fb=1 c%25d_%3D=2 1=x 10{2=x 1=y}", true, true, true},
-        {"a='x = y [z] _ %5F'", true, true, true},
-        {"a='ends with blanks \t '", true, true, true},
-        {"a=\xff\x01{b=\xe4}", true, true, true},
-        {"a=' begins with one'", true, true, false},
-        {"a='less < than'", true, true, false},
-        {"a={b=1}", true, true, false}, // an empty value above a child
-        {"a='back\\\\slash'", true, false, true},
-        {"a='two\nlines'", false, false, true},
-        {"a='cr\r'", false, false, true},
-        {"a_b{c=1} a_b{c=2}", false, false, true}, // siblings of one name
-        {"a_b c_d=1", false, true, true},          // a node with nothing
-        {"a(2)=1 b(1)_c(8)=2", true, false, false},
-        {"a(3)=1", false, false, false}, // one prefix at most is written
-        {"relay-permit=1", true, true, true},
-        {"permit-a=1", false, true, true}, // a name that looks like a prefix
-        {"a\\_b=1", false, false, false},  // no escape in the stored name
-        {"a]b=1", true, false, true},
-        {"a>b=1", true, true, false},
-        {"[a=1", false, false, true},
-        {"a/_b=1", true, true, false},
-        {"!a=1", true, true, false},
-    };
-    for (const auto &row : cases) {
-        for (const notation form : notations) {
-            built_tree tree(row.tree);
+    for (case_row &row : case_rows("notations", "tree held")) {
+        for (const auto &[form, name] : {std::pair(notation::FLAT, "flat"),
+                                         {notation::SECTIONS, "sections"},
+                                         {notation::TAGS, "tags"}}) {
+            built_tree tree(bytes_of(row["tree"]));
             count_whole_values(tree.head);
             const std::string text = written(form, tree.head);
-            SCOPED_TRACE(std::string(row.tree) + "\n" + text);
-            const bool is_held = form == notation::FLAT       ? row.flat
-                                 : form == notation::SECTIONS ? row.sections
-                                                              : row.tags;
+            SCOPED_TRACE(row["tree"] + "\n" + text);
             owned_tree again(text);
             count_whole_values(again.head); // as a flat line counts less
-            EXPECT_EQ(tree_text(again.head) == tree_text(tree.head), is_held)
+            EXPECT_EQ(tree_text(again.head) == tree_text(tree.head),
+                      row["held"].find(name) != std::string::npos)
                 << tree_text(again.head);
         }
     }

@@ -1,5 +1,5 @@
-"""The daemon loop under a service manager, whose part the test plays: a socket handed over, notices,
-and stops that let connections end.  service.py PROBE"""
+"""The daemon loop under a service manager, whose part the test plays: a socket handed over,
+notices, and stops that let connections end.  service.py PROBE"""
 
 import contextlib
 import os
@@ -32,7 +32,8 @@ class Service:
 
     def __init__(self, table, handed, count=1, notices=NOTICES):
         proxy_host.write_table(table, 1000)
-        script = f"LISTEN_PID=$$ LISTEN_FDS={count} exec -a probe {sys.argv[1]} plain.init -daemon 7001"
+        script = (f"LISTEN_PID=$$ LISTEN_FDS={count} exec -a probe {sys.argv[1]} plain.init "
+                  "-daemon 7001")
         self.process = subprocess.Popen(["bash", "-c", script], close_fds=False,
                                         preexec_fn=lambda: os.dup2(handed.fileno(), 3),
                                         env={**os.environ, "NOTIFY_SOCKET": notices})
@@ -59,6 +60,10 @@ def is_served(client):
     return client.recv(100) == b"done\n"
 
 
+def processes_left():
+    return set(children(os.getpid())) - set(proxy_host.zombies(os.getpid()))
+
+
 def check_service(checks):
     """Ready, served, stopped: an open connection ends when it likes, another waits for the next
     start of the service."""
@@ -69,7 +74,8 @@ def check_service(checks):
             checks.log.clear()
             service = Service("probe: stop-timeout 20\nprobe: accept-count 3\n", handed, 1, name)
             checks.equal("ready", notices.recv(100), b"READY=1")
-            checks.equal("port", checks.log.texts(10004), [f"Starting daemon mode on port 7001({PORT})"])
+            checks.equal("port", checks.log.texts(10004),
+                         [f"Starting daemon mode on port 7001({PORT})"])
             checks.equal("pid file", proxy_host.pid_text(7001) + proxy_host.pid_text(PORT), "")
             clients = [served() for _ in range(5)]
             service.stop()
@@ -81,8 +87,7 @@ def check_service(checks):
             for client in clients:
                 client.close()
             checks.equal("status", service.status(), 0)
-            checks.eventually("no process left", lambda: set(children(os.getpid())) -
-                              set(proxy_host.zombies(os.getpid())), set())
+            checks.eventually("no process left", processes_left, set())
             again = Service("probe: timeout 1\n", handed, 1, name)
             notices.recv(100)
             checks.equal("who came too late is served now", late.recv(5), b"name=")
@@ -96,23 +101,32 @@ def check_service(checks):
 def check_time_over(checks):
     """Connections whose time is over are ended, also one that does not react, and at a second
     signal at once. The daemon was started by hand."""
-    for seconds, is_repeated, label in ((1, False, "time over"), (600, True, "second signal")):
+    for count, seconds, is_repeated, label in ((1, 1, False, "time over"),
+                                               (1, 600, True, "second signal"),
+                                               (3, 1, False, "time of all over"),
+                                               (3, 600, True, "second signal to all")):
         checks.log.clear()
-        proxy_host.write_table(f"probe: stop-timeout {seconds}\n", 1000)
+        proxy_host.write_table(
+            f"probe: stop-timeout {seconds}\nprobe: accept-count {count}\n", 1000)
         daemon = proxy_host.Daemon(sys.argv[1], PORT, "plain.init").ready()
-        clients = [served(), served()]
-        os.kill(children(daemon.pid)[0], signal.SIGSTOP)
+        wait_until(lambda: len(children(daemon.pid)) == count - 1)
+        acceptors = [daemon.pid, *children(daemon.pid)]
+        clients = [served() for _ in range(6)]
+        connections = {child for pid in acceptors for child in children(pid)} - set(acceptors)
+        os.kill(max(connections), signal.SIGSTOP)
         begun = time.monotonic()
         daemon.send(signal.SIGTERM)
-        daemon.counts(checks.log)
+        wait_until(lambda: len(checks.log.texts(10009, count)) == count)
         if is_repeated:
             daemon.send(signal.SIGTERM)
-        checks.equal(f"{label}: clients", [read_all(client) for client in clients], [b"", b""])
+        checks.equal(f"{label}: clients", [read_all(client) for client in clients], [b""] * 6)
         checks.equal(f"{label}: status", proxy_host.status_of(daemon.pid), 0)
         checks.equal(f"{label}: seconds", round(time.monotonic() - begun),
                      2 if is_repeated else 2 + seconds)
-        checks.equal(f"{label}: reports", checks.log.texts(10002)[-1:],
-                     ["stopping: ending 2 connections"])
+        ending = sum(int(text.split()[2]) for text in checks.log.texts(10002)
+                     if text.startswith("stopping: ending"))
+        checks.equal(f"{label}: reported", ending, 6)
+        checks.equal(f"{label}: left", processes_left(), set())
 
 
 def check_bad_sockets(checks):
@@ -127,7 +141,8 @@ def check_bad_sockets(checks):
         with listener(*made) as handed:
             checks.log.clear()
             checks.equal(f"{label}: status", Service("probe: k 1\n", handed, count).status(), 1)
-            checks.equal(f"{label}: report", checks.log.texts(6501), [f"Failed to take over {what}"])
+            checks.equal(f"{label}: report", checks.log.texts(6501),
+                         [f"Failed to take over {what}"])
     os.environ.update(LISTEN_PID="1", LISTEN_FDS="1")
     proxy_host.write_table("probe: k 1\n", 1000)
     daemon = proxy_host.Daemon(sys.argv[1], PORT, "plain.init").ready()

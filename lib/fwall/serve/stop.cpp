@@ -49,8 +49,8 @@ static int next_signal(steady::time_point end)
     }
 }
 
-// True when all children have ended within the time.
-static bool wait_for_children(int seconds)
+// True when all children have ended within the time, which a signal to stop can cut short.
+static bool wait_for_children(int seconds, bool can_be_cut)
 {
     const auto end = steady::now() + std::chrono::seconds(seconds);
     for (;;) {
@@ -60,7 +60,7 @@ static bool wait_for_children(int seconds)
         const int number = next_signal(end);
         if (number == SIGUSR1)
             stat_signal();
-        else if (number != SIGCHLD)
+        else if (number == 0 || (can_be_cut && number != SIGCHLD))
             return false;
     }
 }
@@ -86,13 +86,16 @@ void flatlink::stop_orderly()
     if (proxy_child_count > 0)
         notice(EVENT_WAITING, 0, "stopping: %d connections have %d seconds to end",
                proxy_child_count, proxy_stop_timeout);
-    if (wait_for_children(proxy_stop_timeout))
+    if (wait_for_children(proxy_stop_timeout, true))
         return;
     if (proxy_child_count > 0)
         notice(EVENT_WAITING, 0, "stopping: ending %d connections", proxy_child_count);
     signal_clients(SIGTERM);
-    if (wait_for_children(STOP_GRACE_S))
+    signal_acceptors(SIGTERM); // whose time may not be over yet
+    if (wait_for_children(STOP_GRACE_S, false))
         return;
     signal_clients(SIGKILL);
-    signal_acceptors(SIGKILL);
+    // An accepting process that is killed leaves its connections, so it gets the time to end them.
+    if (!wait_for_children(STOP_GRACE_S, false))
+        signal_acceptors(SIGKILL);
 }

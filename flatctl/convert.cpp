@@ -6,6 +6,7 @@
 #include "flatctl/kept_copy.h"
 #include "flatctl/kind.h"
 #include "flatctl/options.h"
+#include "flatctl/setting_output.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 #include "flatlink/plain_file.h"
@@ -36,6 +37,8 @@ struct conversion {
     std::size_t values = 0;
     tree_comparison lost;
     bool is_verified = false;
+
+    bool is_printed() const { return asked.output == "-"; }
 };
 
 // ---- in the child
@@ -172,6 +175,11 @@ std::string open_target(conversion &run)
 
 int write_target(conversion &run)
 {
+    if (run.is_printed()) {
+        if (!run.asked.quiet)
+            setting_output(run.asked.reveal).take(run.text);
+        return STATUS_FINE;
+    }
     std::string kept;
     std::string error = check_unchanged(run.target) ? run.target_shown + ": it has changed" : "";
     if (error.empty() && run.asked.in_place)
@@ -221,19 +229,22 @@ void report_text(const conversion &run, bool is_written)
         tell(form +
              " orders and counts lists in its own way: " + std::to_string(run.lost.rearranged) +
              " nodes are new or in another place, and what follows from them can differ");
-    std::string line = "wrote " + run.target_shown + ", ";
+    std::string line = run.is_printed() ? "" : "wrote " + run.target_shown + ", ";
     line += run.form->is_tree ? std::to_string(run.values) + " values"
                               : std::to_string(std::ranges::count(run.text, '\n')) + " lines";
     if (run.is_verified)
         line += run.lost.count == 0 ? "; read back: the same" : "; read back: all but the loss";
-    put(line + "\n");
+    if (run.is_printed())
+        tell(line);
+    else
+        put(line + "\n");
 }
 
 // Returns the status of the steps up to the written file.
 int convert(conversion &run)
 {
     std::string error = read_world(run.asked, run.world);
-    if (error.empty())
+    if (error.empty() && !run.is_printed())
         error = open_target(run); // locked first, so that what is written over is what was read
     if (error.empty())
         error = open_input(run.asked.operands[0], run.asked, run.database);
@@ -255,6 +266,10 @@ int flatlink::run_convert(const request &asked)
     if (run.form == nullptr || asked.in_place == !asked.output.empty()) {
         tell(run.form == nullptr ? "convert needs --to FORM"
                                  : "convert needs one of -o FILE and --in-place");
+        return STATUS_USAGE;
+    }
+    if (run.is_printed() && asked.format == "json") {
+        tell("convert prints one of the result and a report of it: -o - has no --format json");
         return STATUS_USAGE;
     }
     const int status = convert(run);

@@ -1,6 +1,7 @@
 // flatctl VERB ...: the operator's view of a conversion and of the access checks. Asks the code
 // that converts and decides; changes no file unless the command line names one to be written.
 #include "flatctl/options.h"
+#include "flatctl/progress.h"
 #include "flatctl/secrets.h"
 #include "flatctl/text_write.h"
 #include "lib/ulib/usage.h"
@@ -8,9 +9,21 @@
 #include <cstdio>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 using namespace flatlink;
+
+static int run_verb(const request &asked)
+{
+    if (asked.reveal && !asked.yes && isatty(STDOUT_FILENO) == 0) {
+        tell("--reveal is for a terminal; --yes says that secrets may go elsewhere");
+        return STATUS_USAGE;
+    }
+    if (isatty(STDERR_FILENO) != 0 && !asked.quiet && asked.format == "text")
+        allow_progress();
+    return asked.verb->run(asked);
+}
 
 static int run(const std::vector<std::string> &words)
 {
@@ -28,7 +41,7 @@ static int run(const std::vector<std::string> &words)
     else if (asked.help)
         put(asked.verb != nullptr ? verb_help_text(*asked.verb) : overview_text());
     else
-        return asked.verb->run(asked);
+        return run_verb(asked);
     return STATUS_FINE;
 }
 

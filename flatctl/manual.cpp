@@ -1,10 +1,12 @@
-// manual: the page flatctl(1) in mdoc, made of the tables of verbs, options and findings.
+// manual: the page flatctl(1), and one for each verb that has details, in mdoc, made of the tables
+// of verbs, options and findings.
 #include "flatctl/findings.h"
 #include "flatctl/options.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
 #include <algorithm>
+#include <set>
 #include <string>
 
 using namespace flatlink;
@@ -12,9 +14,17 @@ using namespace flatlink;
 namespace
 {
 
-constexpr const char *BEGIN = R"(.\" Made by `flatctl manual`.
+constexpr const char *MADE = R"(.\" Made by `flatctl manual`.
 .Dd November 23, 2026
-.Dt FLATCTL 1
+)";
+
+constexpr const char *FIRST_SENTENCE = R"(.Xr flatlink 1
+replaces its argument;
+.Nm flatctl
+touches no file unless it is told to write one.
+)";
+
+constexpr const char *BEGIN = R"(.Dt FLATCTL 1
 .Os
 .Sh NAME
 .Nm flatctl
@@ -56,13 +66,12 @@ the command line makes no sense
 .It 3
 something cannot be read or written
 .It 4
-.Nm
+.Nm flatctl
 contradicts itself
 .El
 )";
 
-constexpr const char *END = R"(.Sh SEE ALSO
-.Xr flatlink 1 ,
+constexpr const char *END = R"(.Xr flatlink 1 ,
 .Xr flatlink-database 5 ,
 .Xr netperm-table 5
 )";
@@ -85,36 +94,41 @@ std::string line_of(std::string_view text)
         if (!line.empty() && line.size() + 1 + word.size() > LONGEST)
             end_line();
         line += (line.empty() ? "" : " ") + word;
+        if (word.ends_with('.') && !text.empty()) // the format wants each sentence on a line
+            end_line();
     }
     end_line();
     return lines;
+}
+
+// The options of a verb: its own, or those of all verbs.
+std::string option_items(const verb_row &verb, bool is_own)
+{
+    std::string items;
+    for (const option_row &option : option_rows()) {
+        if ((option.verbs & verb.bit) == 0 || option.help.empty() ||
+            (option.verbs != VERB_ALL) != is_own)
+            continue;
+        items += ".It Fl " + std::string(option.name.substr(1));
+        items += option.argument.empty() ? "\n" : " Ar " + std::string(option.argument) + "\n";
+        items += line_of(option.help);
+    }
+    return items.empty() ? items : ".Bl -tag -width Ds -compact\n" + items + ".El\n";
 }
 
 std::string verb_section(const verb_row &verb)
 {
     std::string text = ".Ss flatctl " + std::string(verb.name);
     text += (verb.operands.empty() ? "" : " ") + std::string(verb.operands) + "\n";
-    text += line_of(std::string(verb.summary) + ".");
-    std::string items;
-    for (const option_row &option : option_rows()) {
-        if ((option.verbs & verb.bit) == 0 || option.help.empty() || option.verbs == VERB_ALL)
-            continue;
-        items += ".It Fl " + std::string(option.name.substr(1));
-        items += option.argument.empty() ? "\n" : " Ar " + std::string(option.argument) + "\n";
-        items += line_of(option.help);
-    }
-    return items.empty() ? text : text + ".Bl -tag -width Ds -compact\n" + items + ".El\n";
+    return text + line_of(std::string(verb.summary) + ".") + option_items(verb, true);
 }
 
-std::string options_of_all()
+// The name of a verb's page: flatctl-explain-access.
+std::string page_name(const verb_row &verb)
 {
-    std::string text = ".Ss Options of all verbs\n.Bl -tag -width Ds -compact\n";
-    for (const option_row &option : option_rows())
-        if (option.verbs == VERB_ALL && !option.help.empty())
-            text += ".It Fl " + std::string(option.name.substr(1)) +
-                    (option.argument.empty() ? "" : " Ar " + std::string(option.argument)) + "\n" +
-                    line_of(option.help);
-    return text + ".El\n";
+    std::string name = "flatctl-" + std::string(verb.name);
+    std::ranges::replace(name, ' ', '-');
+    return name;
 }
 
 std::string findings_section()
@@ -127,13 +141,60 @@ std::string findings_section()
     return text + ".El\n";
 }
 
-} // namespace
-
-int flatlink::run_manual(const request & /*asked*/)
+std::string verb_page(const verb_row &verb)
 {
-    std::string text = BEGIN;
+    const std::string name = page_name(verb);
+    std::string title = name;
+    std::ranges::transform(title, title.begin(),
+                           [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; });
+    const std::string own = option_items(verb, true);
+    std::string text = MADE;
+    text += ".Dt " + title + " 1\n.Os\n.Sh NAME\n.Nm " + name + "\n.Nd " +
+            std::string(verb.summary) + "\n.Sh SYNOPSIS\n.Nm flatctl " + std::string(verb.name) +
+            "\n.Op Ar option ...\n.Ar " + std::string(verb.operands) + "\n.Sh DESCRIPTION\n" +
+            line_of(verb.details) + ".Pp\n" + FIRST_SENTENCE + ".Sh OPTIONS\n" + own +
+            (own.empty() ? "" : ".Pp\n") + "Of all verbs:\n" + option_items(verb, false);
+    if (verb.bit == VERB_CHECK)
+        text += findings_section();
+    return text + STATUS_TEXT + ".Sh SEE ALSO\n.Xr flatctl 1 ,\n.Xr flatlink 1\n";
+}
+
+std::string whole_page()
+{
+    std::string text = MADE;
+    text += BEGIN;
     for (const verb_row &verb : verb_rows())
         text += verb_section(verb);
-    put(text + options_of_all() + findings_section() + STATUS_TEXT + END);
+    text += ".Ss Options of all verbs\n" + option_items(verb_rows().front(), false);
+    text += findings_section();
+    text += STATUS_TEXT;
+    text += ".Sh SEE ALSO\n";
+    std::set<std::string> pages;
+    for (const verb_row &verb : verb_rows())
+        if (!verb.details.empty())
+            pages.insert(page_name(verb));
+    for (const std::string &page : pages)
+        text += ".Xr " + page + " 1 ,\n";
+    return text + END;
+}
+
+} // namespace
+
+// manual [VERB]
+int flatlink::run_manual(const request &asked)
+{
+    if (asked.operands.empty()) {
+        put(whole_page());
+        return STATUS_FINE;
+    }
+    std::string name = asked.operands[0];
+    if (asked.operands.size() > 1)
+        name += " " + asked.operands[1];
+    const verb_row *verb = find_verb(name);
+    if (verb == nullptr || verb->details.empty()) {
+        tell("no page of '" + shown_line(name) + "'; the verbs are in flatctl(1)");
+        return STATUS_USAGE;
+    }
+    put(verb_page(*verb));
     return STATUS_FINE;
 }

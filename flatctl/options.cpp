@@ -22,22 +22,42 @@ constexpr std::size_t MANY = 10000; // more than a command line holds
 
 constexpr verb_row verbs[] = {
     {"check", VERB_CHECK, "FILE...", 1, MANY, "tell what is wrong with a database or a table",
-     run_check},
+     run_check,
+     "Tells the kind of each file and all that a conversion, or a proxy, would drop or take in "
+     "another way than it may be meant, with line and column, what follows and how to mend it. "
+     "Nothing is written. Findings that are equal but for their place are told once."},
     {"preview", VERB_PREVIEW, "DB", 1, 1, "print what flatlink would write, and touch nothing",
-     run_preview},
+     run_preview,
+     "Prints the flat data byte for byte, and on a terminal without its secrets. No host name and "
+     "no route is asked about unless an option says so, and both can decide about links: what was "
+     "asked in vain is named on the standard error stream."},
     {"convert", VERB_CONVERT, "DB", 1, 1, "write a database in another notation, layout or form",
-     run_convert},
-    {"undo", VERB_UNDO, "DB", 1, 1, "put back what convert --in-place replaced", run_undo},
+     run_convert,
+     "What the form does not hold is found by reading the result back, listed, and refused unless "
+     "--lossy accepts it. A file is replaced as a whole, by a new one of its name, with its owner "
+     "and mode; --in-place leaves its old content in DB.YYYYMMDD-HHMMSS~, which its owner alone "
+     "can read."},
+    {"undo", VERB_UNDO, "DB", 1, 1, "put back what convert --in-place replaced", run_undo,
+     "The newest copy beside DB is put back, and what it replaces is kept in DB.undone~. Another "
+     "undo goes one step further back."},
     {"explain link", VERB_EXPLAIN_LINK, "N|NAME DB", 2, 2,
-     "tell which rule, objects and lines a link comes from", run_explain_link},
+     "tell which rule, objects and lines a link comes from", run_explain_link,
+     "Derives as a conversion does, and prints for one link of the output, by its number or its "
+     "name, the rule, the two sides, the line that each field comes from, and the equal links that "
+     "are left out for it."},
     {"explain line", VERB_EXPLAIN_LINE, "N|KEY DB", 2, 2,
-     "tell what becomes of a line of a database", run_explain_line},
+     "tell what becomes of a line of a database", run_explain_line,
+     "Derives as a conversion does, and prints for one line, by its number or its key, which lines "
+     "of the output come from it, or why none does."},
     {"explain access", VERB_EXPLAIN_ACCESS, "TABLE", 1, 1,
-     "tell why a proxy lets a client through, or does not", run_explain_access},
+     "tell why a proxy lets a client through, or does not", run_explain_access,
+     "Runs the checks of a proxy for one client, and prints each item that is compared, the entry "
+     "that decides, and the smallest change of the table that turns the verdict, which is tried "
+     "before it is told. The proxy is assumed to ask for the destination of --dest."},
     {"help", VERB_HELP, "[VERB|CODE]", 0, 2, "explain a verb, or a finding", run_help},
     {"completion", VERB_COMPLETION, "bash|zsh|fish", 1, 1,
      "print the script that completes command lines", run_completion},
-    {"manual", VERB_MANUAL, "", 0, 0, "print the manual page, for man -l -", run_manual},
+    {"manual", VERB_MANUAL, "[VERB]", 0, 2, "print a manual page, for man -l -", run_manual},
 };
 
 constexpr unsigned EXPLAINS_DATABASE = VERB_EXPLAIN_LINK | VERB_EXPLAIN_LINE;
@@ -68,7 +88,8 @@ const option_row options[] = {
     {"--only", "CODES", VERB_CHECK, "tell these findings alone: D111,D112", &request::only},
     {"--strict", "", VERB_CHECK, "take warnings for errors", &request::strict},
     {"--to", "FORM", VERB_CONVERT, in_words(form_names), &request::to, form_names},
-    {"-o", "FILE", VERB_CONVERT, "write FILE, which is replaced as a whole", &request::output},
+    {"-o", "FILE", VERB_CONVERT, "write FILE, which is replaced as a whole; - is standard output",
+     &request::output},
     {"--in-place", "", VERB_CONVERT, "write over DB, and keep its old content beside it",
      &request::in_place},
     {"--lossy", "", VERB_CONVERT, "write even what the form does not hold whole", &request::lossy},
@@ -85,7 +106,9 @@ const option_row options[] = {
      &request::routes},
     {"--resolve", "", ASKS_NAMES, "ask this host for names and routes; otherwise none is known",
      &request::resolve},
-    {"--reveal", "", VERB_PREVIEW, "show secrets on a terminal", &request::reveal},
+    {"--reveal", "", VERB_PREVIEW | VERB_CONVERT, "show secrets on a terminal", &request::reveal},
+    {"--yes", "", VERB_PREVIEW | VERB_CONVERT, "show them, with --reveal, on what is no terminal",
+     &request::yes},
     {"--memory", "MIB", READS_DATABASE, "address space for the work on an input",
      &request::memory_mib},
     {"--time-limit", "SECONDS", READS_DATABASE, "processor time for it (600)",

@@ -77,7 +77,8 @@ struct verb_row {
     std::size_t least_operands;
     std::size_t most_operands;
     std::string_view summary;
-    int (*run)(const request &); // returns an exit_status
+    int (*run)(const request &);   // returns an exit_status
+    std::string_view details = {}; // for its manual page; empty: it has none of its own
 };
 
 // Where an option's argument goes; a number is from 1 on.

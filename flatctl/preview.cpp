@@ -5,7 +5,7 @@
 #include "flatctl/input.h"
 #include "flatctl/ledger.h"
 #include "flatctl/options.h"
-#include "flatctl/secrets.h"
+#include "flatctl/setting_output.h"
 #include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
@@ -13,42 +13,6 @@
 #include <unistd.h>
 
 using namespace flatlink;
-
-namespace
-{
-
-// The result on its way to the standard output: as it is, or fit for a terminal.
-class preview_output
-{
-  public:
-    explicit preview_output(bool is_revealed)
-        : is_terminal_(isatty(STDOUT_FILENO) != 0), is_revealed_(is_revealed)
-    {
-    }
-
-    void take(std::string_view bytes)
-    {
-        if (!is_terminal_) {
-            put(bytes);
-            return;
-        }
-        for (const char c : bytes) {
-            if (c != '\n') {
-                line_ += c;
-                continue;
-            }
-            put(shown_setting(line_, is_revealed_) + "\n");
-            line_.clear();
-        }
-    }
-
-  private:
-    bool is_terminal_;
-    bool is_revealed_;
-    std::string line_;
-};
-
-} // namespace
 
 // Compares in a child, since the old data comes from outside.
 static int compare_with(const input &old_data, const std::string &derived, const request &asked)
@@ -95,7 +59,7 @@ int flatlink::run_preview(const request &asked)
         tell(error);
         return STATUS_UNREADABLE;
     }
-    preview_output output(asked.reveal);
+    setting_output output(asked.reveal);
     side_frames side(database, asked.quiet);
     std::string derived;
     const child_result result = run_child(

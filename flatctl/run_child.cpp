@@ -1,5 +1,7 @@
 #include "flatctl/run_child.h"
 
+#include "flatctl/progress.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -180,13 +182,13 @@ static std::size_t read_full(int fd, char *buffer, std::size_t size)
 
 // Takes frames until the pipe ends. The result holds what the frames alone tell: `exited` unless
 // the work came to an end.
-static child_result take_frames(int fd,
+static child_result take_frames(int fd, progress_line &progress,
                                 const std::function<void(frame_kind, std::string_view)> &take)
 {
     std::vector<char> payload(FRAME_MAX);
     child_result result{child_end::EXITED, 0};
     char head[HEAD_SIZE];
-    while (read_full(fd, head, HEAD_SIZE) == HEAD_SIZE) {
+    while (progress.wait_for(fd), read_full(fd, head, HEAD_SIZE) == HEAD_SIZE) {
         std::uint32_t size = 0;
         std::memcpy(&size, head, sizeof size);
         const auto kind = static_cast<frame_kind>(head[HEAD_SIZE - 1]);
@@ -235,7 +237,8 @@ child_result flatlink::run_child(const sandbox_limits &limits, int input_fd,
     if (child == 0)
         be_child(limits, input_fd, ends[1], work);
     (void)close(ends[1]);
-    child_result result = take_frames(ends[0], take);
+    progress_line progress(input_fd);
+    child_result result = take_frames(ends[0], progress, take);
     (void)close(ends[0]); // a child that still writes ends by it
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {

@@ -1,5 +1,6 @@
 #include "flatctl/text_write.h"
 
+#include "flatctl/progress.h"
 #include "lib/ulib/text.h"
 
 #include <cstdio>
@@ -62,11 +63,13 @@ std::string palette::painted(ink meaning, std::string_view text) const
 
 void flatlink::put(std::string_view text)
 {
+    erase_progress();
     std::fwrite(text.data(), 1, text.size(), stdout); // the stream keeps a failure in mind
 }
 
 void flatlink::tell(std::string_view text)
 {
+    erase_progress();
     std::fflush(stdout);
     std::fprintf(stderr, "flatctl: %.*s\n", static_cast<int>(text.size()), text.data());
 }

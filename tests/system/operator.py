@@ -3,6 +3,8 @@
 import glob
 import json
 import os
+import pty
+import re
 import subprocess
 import unittest
 
@@ -152,6 +154,41 @@ class Check(ns.Case):
         self.assertEqual(flatctl("check", "/nowhere", DATABASE).returncode, 3)
 
 
+class Terminal(ns.Case):
+    def on_terminal(self, *args, stdin=subprocess.DEVNULL, streams=("stdout", "stderr"), **popen):
+        """What a run prints on a terminal that its streams are, and its status."""
+        ours, theirs = pty.openpty()
+        run = subprocess.Popen([FLATCTL, *args], stdin=stdin, **popen,
+                               **{name: theirs if name in streams else subprocess.DEVNULL
+                                  for name in ("stdout", "stderr")})
+        os.close(theirs)
+        said = b""
+        try:
+            while block := os.read(ours, 65536):
+                said += block
+        except OSError:  # the other end is closed
+            pass
+        return said, run.wait()
+
+    def test_secrets(self):
+        write(DATABASE, b"vpn_settings_anonsecret=hush\nip_hostname=gate\n")
+        os.chmod(DATABASE, 0o600)
+        for args in (("preview",), ("convert", "--to", "flat", "-o", "-")):
+            self.assertNotIn(b"hush", self.on_terminal(*args, DATABASE)[0])
+            self.assertIn(b"=hush", self.on_terminal(*args, "--reveal", DATABASE)[0])
+            self.assertIn(b"=hush", flatctl(*args, "--reveal", "--yes", DATABASE).stdout)
+            self.assertEqual(flatctl(*args, "--reveal", DATABASE).returncode, 2)
+
+    def test_progress(self):
+        for args, is_told in ((("preview",), True), (("preview", "-q"), False)):
+            slow = subprocess.Popen(["sh", "-c", "echo ip_hostname=gate; sleep 2.7"], stdout=subprocess.PIPE)
+            said, status = self.on_terminal(*args, "-", stdin=slow.stdout, streams=("stderr",))
+            slow.communicate()
+            self.assertEqual((status, b"\rworking  2 s" in said), (0, is_told), said)
+            self.assertLess(said.count(b"working"), 8)
+            self.assertTrue(not is_told or said.endswith(b"  \r"), said)  # erased
+
+
 class ExplainAccess(ns.Case):
     def test_service_names_and_status(self):
         write(DATABASE, b"relay: permit-hosts 127.0.0.1\nrelay: destination *\nrelay: ports smtp\n")
@@ -197,8 +234,15 @@ class Generated(ns.Case):
             for word in (b"convert", b"verify", b"sections"):
                 self.assertIn(word, text)
 
-    def test_manual_is_the_one_of_the_tables(self):
-        self.assertEqual(flatctl("manual").stdout, read(ns.WORK + "/man/flatctl.1"))
+    def test_manuals_are_those_of_the_tables(self):
+        """scripts/make-manuals writes them."""
+        page = read(ns.WORK + "/man/flatctl.1")
+        self.assertEqual(page, flatctl("manual").stdout)
+        verbs = re.findall(r"^\.Xr flatctl-([a-z-]+) 1", page.decode(), re.M)
+        self.assertGreater(len(verbs), 4)
+        for verb in verbs:
+            self.assertEqual(read(f"{ns.WORK}/man/flatctl-{verb}.1"),
+                             flatctl("manual", *verb.split("-")).stdout)
 
 
 class Convert(ns.Case):
@@ -245,6 +289,44 @@ class Convert(ns.Case):
         self.assertEqual(run.returncode, 1)
         self.assertIn(b"needs more memory", run.stderr)
         self.assertFalse(os.path.exists(self.OUT + "2"))
+
+    def test_standard_output(self):
+        path = ns.WORK + "/samples/branch-office.conf"
+        run = flatctl("convert", "--to", "vpn", "--verify", "-o", "-", path)
+        self.assertEqual(run.stdout, flatctl("preview", path).stdout)
+        self.assertIn(b"read back: the same", run.stderr)
+        self.assertEqual(flatctl("convert", "--to", "vpn", "--format", "json", "-o", "-", path).returncode, 2)
+
+    @unittest.skipIf(ns.is_sanitized, "a tracer and the leak checker exclude each other")
+    def test_killed_at_each_call(self):
+        """The database is the old one or the new one, and then its old content is kept."""
+        old = b"ip_hostname=gate\nip_domainname=plant.invalid\n"
+        trace = ns.WORK + "/calls"
+        command = (FLATCTL, "convert", "--to", "tags", "--in-place", DATABASE)
+
+        def run_traced(*inject):
+            write(DATABASE, old)
+            return subprocess.run(["strace", "-qq", "-o", trace, *inject, *command], check=False,
+                                  capture_output=True).returncode
+
+        def remove_copies():
+            for copy in glob.glob(DATABASE + ".*"):
+                os.remove(copy)
+        self.addCleanup(remove_copies)
+        self.assertEqual(run_traced(), 0)
+        new, states = read(DATABASE), set()
+        self.assertNotEqual(new, old)
+        names = re.findall(r"(?m)^(\w+)\(", read(trace).decode())
+        for at in range(names.index("umask"), len(names) - 1):
+            remove_copies()
+            status = run_traced("-e", f"inject={names[at]}:signal=KILL:when={names[:at + 1].count(names[at])}")
+            content, kept = read(DATABASE), [read(copy) for copy in glob.glob(DATABASE + ".*~")]
+            with self.subTest(call=names[at], at=at):
+                self.assertEqual(status, -9)
+                self.assertIn(content, (old, new))
+                self.assertTrue(content == old or kept == [old])
+            states.add(content)
+        self.assertEqual(states, {old, new})
 
     def test_refusals_write_nothing(self):
         for database, form, code in ((b"root:x:0:0\n", "vpn", b"D101"), (b"", "flat", b"D101"),

@@ -255,19 +255,25 @@ void table_checker::check_pattern(const cfgrec *entry, int argument, const host_
             std::string(text) + " is taken for " + format_address(network_order(pattern.low)));
 }
 
+// How many arguments of an entry are patterns of hosts; -1 where a keyword takes none, or what it
+// lacks is told in another way.
+int host_patterns(const cfgrec &entry)
+{
+    const std::string_view keyword = entry.keyword;
+    if (keyword == "hosts")
+        return pattern_count(entry);
+    if (keyword == "destination" || keyword == "rev_dns")
+        return entry.argc;
+    return keyword == "afw-dest" && entry.argc > 0 ? 1 : -1;
+}
+
 void table_checker::check_patterns(const cfgrec *list)
 {
     char room[HOST_TEXT_MAX + 1];
     for (const cfgrec *entry = list; entry != nullptr; entry = entry->next) {
         const std::string_view keyword = entry->keyword;
-        int count = 0; // of patterns
-        if (keyword == "hosts")
-            count = pattern_count(*entry);
-        else if (keyword == "destination" || keyword == "rev_dns")
-            count = entry->argc;
-        else if (keyword == "afw-dest")
-            count = std::min(entry->argc, 1);
-        if (count == 0 && (keyword == "hosts" || keyword == "rev_dns"))
+        const int count = host_patterns(*entry);
+        if (count == 0 || (keyword == "ports" && entry->argc == 0))
             add("T113", entry->lineno, words.argument(entry->lineno, ""), "");
         for (int i = 0; i < count; ++i) {
             const char *text = entry->argv[i];

@@ -48,6 +48,7 @@ constexpr struct {
 constexpr value_code value_codes[] = {
     {value_fault::WANTS_NUMBER, "T111", " is no number"},
     {value_fault::WANTS_ADDRESS, "T111", " is no address"},
+    {value_fault::NOT_KNOWN, "T111", " is no word that it knows"},
     {value_fault::NOT_READ, "T111", " is one argument too many"},
     {value_fault::AFTER_BRACE, "T118", ""},
     {value_fault::NAME_CUT, "T115", ""},

@@ -209,7 +209,7 @@ class Corpora(ns.Case):
         """A crash of the child would be status 1 with a finding of its own."""
         for path in glob.glob(ns.WORK + "/tests/fuzz/corpus/*/*"):
             write(DATABASE, read(path))
-            for args in (["check"], ["preview"], ["preview", "--ledger"],
+            for args in (["check"], ["check", "--kind", "table"], ["preview"], ["preview", "--ledger"],
                          ["explain", "link", "1"], ["explain", "line", "1"], ["convert", "--lossy", "--to", "tags", "-o", "/tmp/out"]):
                 run = flatctl(*args, DATABASE)
                 self.assertIn(run.returncode, (0, 1), run.stderr)

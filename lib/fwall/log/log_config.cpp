@@ -2,6 +2,7 @@
 // built, so it reports to the system log and leaves the cursor of cfg_get alone.
 #include "lib/fwall/log/log.h"
 #include "lib/fwall/table/config.h"
+#include "lib/fwall/table/table_watch.h"
 #include "lib/ulib/events.h"
 #include "lib/ulib/report.h"
 #include "lib/ulib/system_log.h"
@@ -62,6 +63,9 @@ static std::int32_t mode_of_list(cfgrec *list)
     }
     if (enabled != nullptr && enabled->argc == 1 && std::strcmp(enabled->argv[0], "no") == 0)
         return 0;
+    if (table_watch != nullptr && enabled != nullptr && enabled->argc == 1 &&
+        std::strcmp(enabled->argv[0], "yes") != 0)
+        table_watch->value(value_fault::NOT_KNOWN, enabled->argv[0]);
     if (logging->argc != 1)
         report(logging->lineno, "cfgerr: logging keyword expects only one value, line %d",
                logging->lineno);

@@ -26,6 +26,7 @@ enum class table_fault : std::uint8_t {
 enum class value_fault : std::uint8_t {
     WANTS_NUMBER,  // taken for the digits at its start, or 0
     WANTS_ADDRESS, // nothing can be bound to it
+    NOT_KNOWN,     // of a few words; taken for the other one
     NOT_READ,      // one more than the keyword takes
     AFTER_BRACE,   // what follows `{` or `}` in the same argument is dropped
     NAME_CUT,      // of a policy: the rest of it does not count

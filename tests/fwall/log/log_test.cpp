@@ -105,7 +105,7 @@ TEST(Log, CutsTextsAndTakesNoneForAFormat)
     }
 }
 
-TEST(Log, TakesTheRoadsOfItsMode)
+TEST(Log, SendsWhereItsModeSays)
 {
     const auto sent = [](int mode, int event, const char *preformatted = nullptr) {
         log_setup with(mode);

@@ -47,7 +47,7 @@ TEST_F(TempName, HasTheNumberOfTheProcess)
     EXPECT_STREQ(make_temp_name(empty), "");
 }
 
-TEST_F(TempName, GoesOnBehindTakenNames)
+TEST_F(TempName, SkipsTakenNames)
 {
     touch(made("aXX"));
     for (char c = 'a'; c <= 'z'; ++c) {

@@ -14,9 +14,9 @@ bool is_stop_orderly();
 
 // Closes the listening socket, passes SIGTERM to the other accepting processes, and waits for up to
 // `stop-timeout` seconds until all children have ended. Those that have not get SIGTERM, and
-// SIGKILL if they are still there STOP_GRACE_S seconds later; accepting processes have as long again
-// to end theirs. A SIGTERM, SIGINT or SIGHUP on the
-// way ends the first wait. With a `stop-timeout` of 0 connections are left alone.
+// SIGKILL if they are still there STOP_GRACE_S seconds later; accepting processes have as long
+// again to end theirs. A SIGTERM, SIGINT or SIGHUP on the way ends the first wait. With a
+// `stop-timeout` of 0 connections are left alone.
 //   "stopping: N connections have SECONDS seconds to end" (event 10002), if there are any
 //   "stopping: ending N connections" (10002), when their time is over
 // Call with the daemon's signals blocked.

@@ -1,6 +1,7 @@
 #include "flatctl/conversion_log.h"
 
 #include "flatctl/text_write.h"
+#include "flatlink/driver.h"
 #include "flatlink/records/settings.h"
 #include "lib/frag/import/observer.h"
 #include "lib/frag/objects/netobj.h"
@@ -110,40 +111,46 @@ void conversion_log::line_joined(std::int32_t line)
     line_at(line).marks |= LINE_JOINED;
 }
 
-// Marks the lines of all values below `tree`; with LINE_HAS_VALUE, notes their keys too.
-void conversion_log::note_values(frag *tree, std::uint16_t mark)
+// Calls visit(node, line) for each value below `tree` that a line of the input set.
+template <typename visitor> void conversion_log::visit_values(frag *tree, visitor visit)
 {
     std::vector<const frag *> open{tree};
     while (!open.empty()) {
         const frag *node = open.back();
         open.pop_back();
         for (; node != nullptr; node = node->next) {
-            const std::int32_t line = origin_line(node);
-            if (line != 0 && node->value != nullptr) {
-                input_line &noted = line_at(line);
-                if (mark == LINE_HAS_VALUE && (noted.marks & LINE_HAS_VALUE) == 0) {
-                    noted.key = static_cast<std::uint32_t>(keys_.size());
-                    keys_.append(fragkeyname(node)).append(1, '\0');
-                }
-                noted.marks |= mark;
-            }
+            if (node->value != nullptr && origin_line(node) != 0)
+                visit(node, line_at(origin_line(node)));
             if (node->child != nullptr)
                 open.push_back(node->child);
         }
     }
 }
 
+// The passes of an earlier layout free nodes, so the keys are noted before.
 void conversion_log::import_ended(frag *tree)
 {
     import_watch = nullptr;
-    note_values(tree, LINE_HAS_VALUE);
+    if (!is_current_layout(tree))
+        visit_values(tree, [this](const frag *node, input_line &line) {
+            if ((line.marks & LINE_HAS_VALUE) == 0) {
+                line.key = static_cast<std::uint32_t>(keys_.size());
+                keys_.append(fragkeyname(node)).append(1, '\0');
+            }
+            line.marks |= LINE_HAS_VALUE;
+        });
     phase_ = phase::LAYOUT;
     tree_watch = &tree_calls;
 }
 
 void conversion_log::layout_reached(frag *tree)
 {
-    note_values(tree, LINE_IN_TREE);
+    visit_values(tree, [](const frag *node, input_line &line) {
+        const bool has_key = (line.marks & LINE_HAS_VALUE) != 0; // that of the input
+        if (!has_key)
+            line.node = node;
+        line.marks |= LINE_HAS_VALUE | LINE_IN_TREE;
+    });
     phase_ = phase::DERIVATION;
     derivation_watch = &derivation_calls;
     record_watch = &record_calls;
@@ -355,9 +362,19 @@ std::uint32_t conversion_log::field_number(std::string_view field)
     return number;
 }
 
+// Fields of one record come one after another.
+record_note &conversion_log::record_of(const void *record)
+{
+    if (last_record_ != record || last_note_ == nullptr) {
+        last_note_ = &records_[record];
+        last_record_ = record;
+    }
+    return *last_note_;
+}
+
 field_note &conversion_log::field_of(const void *record, std::uint32_t field)
 {
-    std::vector<field_note> &fields = records_[record].fields;
+    std::vector<field_note> &fields = record_of(record).fields;
     const auto place = std::ranges::find(fields, field, &field_note::field);
     return place != fields.end() ? *place : fields.emplace_back(field);
 }
@@ -434,7 +451,7 @@ void conversion_log::stored(const void *record, std::string_view field)
     if (awaits_record_) {
         awaits_record_ = false;
         links_.back().record = record;
-        records_[record].link = static_cast<std::uint32_t>(links_.size()) - 1;
+        record_of(record).link = static_cast<std::uint32_t>(links_.size()) - 1;
     }
 }
 
@@ -481,12 +498,13 @@ std::uint32_t conversion_log::hash_of(std::string_view value)
     return static_cast<std::uint32_t>(std::hash<std::string_view>()(value));
 }
 
-std::string_view conversion_log::key_of_line(std::int32_t line) const
+std::string conversion_log::key_of_line(std::int32_t line) const
 {
     const auto index = static_cast<std::size_t>(line);
     if (index >= lines_.size() || (lines_[index].marks & LINE_HAS_VALUE) == 0)
         return {};
-    return keys_.c_str() + lines_[index].key;
+    const input_line &noted = lines_[index];
+    return noted.node != nullptr ? fragkeyname(noted.node) : keys_.c_str() + noted.key;
 }
 
 std::span<const std::int32_t> conversion_log::lines_of(const origin_list &origins) const
@@ -500,14 +518,22 @@ const record_note *conversion_log::note_of(const void *record) const
     return found == records_.end() ? nullptr : &found->second;
 }
 
-const field_note *conversion_log::note_of(const void *record, std::string_view field) const
+const field_note *conversion_log::note_in(const record_note &record, std::uint32_t field)
+{
+    const auto found = std::ranges::find(record.fields, field, &field_note::field);
+    return found == record.fields.end() ? nullptr : &*found;
+}
+
+const field_note *conversion_log::note_of(const void *record, std::uint32_t field) const
 {
     const record_note *note = note_of(record);
-    if (note == nullptr)
-        return nullptr;
-    const auto found = std::ranges::find_if(
-        note->fields, [&](const field_note &one) { return field_key(one.field) == field; });
-    return found == note->fields.end() ? nullptr : &*found;
+    return note == nullptr ? nullptr : note_in(*note, field);
+}
+
+const field_note *conversion_log::note_of(const void *record, std::string_view field) const
+{
+    const auto known = field_numbers_.find(field);
+    return known == field_numbers_.end() ? nullptr : note_of(record, known->second);
 }
 
 bool conversion_log::was_met_for_link(const frag *node) const

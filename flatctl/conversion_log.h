@@ -9,7 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -34,7 +34,8 @@ enum line_mark : std::uint16_t {
 };
 
 struct input_line {
-    std::uint32_t key = 0; // where its key begins in the texts of keys
+    const frag *node = nullptr; // of its value, while it is in the tree of the current layout
+    std::uint32_t key = 0;      // otherwise, where its key begins in the texts of keys
     std::uint16_t marks = 0;
 };
 
@@ -112,6 +113,14 @@ struct text_origins {
     void become_led_there();
 };
 
+struct text_hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const
+    {
+        return std::hash<std::string_view>()(text);
+    }
+};
+
 class conversion_log
 {
   public:
@@ -134,7 +143,7 @@ class conversion_log
     // ---- what was noted
 
     std::span<const input_line> lines() const { return lines_; } // by number; [0] is no line
-    std::string_view key_of_line(std::int32_t line) const;
+    std::string key_of_line(std::int32_t line) const;
     std::span<const std::int32_t> lines_of(const origin_list &origins) const;
     const std::vector<output_note> &output() const { return output_; }
     const std::vector<rule_note> &rules() const { return rules_; }
@@ -144,6 +153,8 @@ class conversion_log
     std::unordered_map<const void *, record_note> &records() { return records_; }
     std::string_view field_key(std::uint32_t field) const { return *field_keys_[field]; }
     const record_note *note_of(const void *record) const; // null for none
+    const field_note *note_of(const void *record, std::uint32_t field) const;
+    static const field_note *note_in(const record_note &record, std::uint32_t field);
     const field_note *note_of(const void *record, std::string_view field) const;
     static std::uint32_t hash_of(std::string_view value);
     const std::vector<std::string> &usual_settings() const { return usual_settings_; }
@@ -178,11 +189,12 @@ class conversion_log
 
     void end_rule();
     input_line &line_at(std::int32_t line);
-    void note_values(frag *tree, std::uint16_t mark);
+    template <typename visitor> void visit_values(frag *tree, visitor visit);
     origin_list origins_now(std::string_view field);
     void read_no_side();
     void add_remark(remark kind, std::string_view text);
     std::uint32_t field_number(std::string_view field);
+    record_note &record_of(const void *record);
     field_note &field_of(const void *record, std::uint32_t field);
 
     static const tree_observer tree_calls;
@@ -195,9 +207,9 @@ class conversion_log
     phase phase_ = phase::IMPORT;
     std::vector<std::string> usual_settings_; // by row, as they stand before any line
     std::vector<input_line> lines_;
-    std::string keys_;
+    std::string keys_; // of lines whose nodes are gone, or may go
     std::vector<std::int32_t> origins_;
-    std::map<std::string, std::uint32_t, std::less<>> field_numbers_;
+    std::unordered_map<std::string, std::uint32_t, text_hash, std::equal_to<>> field_numbers_;
     std::vector<const std::string *> field_keys_;
     std::unordered_map<const void *, record_note> records_;
     std::vector<output_note> output_;
@@ -220,5 +232,7 @@ class conversion_log
     std::vector<step> steps_;
     value_source source_ = value_source::READ;
     const char *source_key_ = nullptr;
-    bool awaits_record_ = false; // the next one stored is that of the last link
+    const void *last_record_ = nullptr;
+    record_note *last_note_ = nullptr; // of that record
+    bool awaits_record_ = false;       // the next one stored is that of the last link
 };

@@ -110,7 +110,7 @@ std::vector<explained_link> find_links(const conversion_log &log, std::string_vi
             link.first_line = line;
         link.last_line = line;
         const std::string_view field = log.field_key(written.field);
-        link.fields.push_back({text, field, log.note_of(written.record, field)});
+        link.fields.push_back({text, field, log.note_of(written.record, written.field)});
     }
     return found;
 }

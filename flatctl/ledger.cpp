@@ -164,7 +164,7 @@ void write_output(json_writer &json, const conversion_log &log, std::string_view
         const std::string_view line = output.substr(0, output.find('\n'));
         output.remove_prefix(line.size() + 1);
         json.open("", '{').number("line", ++number).text("key", line.substr(0, line.find('=')));
-        const field_note *stored = log.note_of(written.record, log.field_key(written.field));
+        const field_note *stored = log.note_of(written.record, written.field);
         json.open("from", '[');
         const bool has_origin = stored != nullptr && !stored->has_no_place;
         std::size_t count = 0;

@@ -12,6 +12,7 @@
 #include "lib/frag/tree/origin.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -49,14 +50,15 @@ struct field_summary {
 
 // A node of the tree in the account: what lies below it, and what was met on the way to it.
 struct tree_place {
-    const frag *node;
-    std::uint32_t above;           // index of its parent's place; its own at the top
+    const frag *node = nullptr;
+    std::uint32_t above = 0;       // index of its parent's place; its own at the top
     std::uint32_t lines_below = 0; // its own included
     bool is_met = false;
     bool is_met_for_link = false;
     bool is_for_layout = false;
     bool is_sole = false; // the only line below something that was met
     bool is_of_idle_rule = false;
+    bool is_of_object = false; // below `net`
 };
 
 class accountant
@@ -74,6 +76,8 @@ class accountant
     void find_stand_ins();
     template <typename record, typename list>
     void mark_fields(const list &records, field_table<record> table);
+    template <typename record>
+    const field<record> *row_of_field(std::uint32_t number, field_table<record> table);
     template <typename record>
     void mark_fields_of(const record &one, record_note &note, field_table<record> table);
     void mark_settings();
@@ -135,24 +139,39 @@ void accountant::find_stand_ins()
             stands_for_[note.kept].push_back(record);
 }
 
+// The row of each field number, so that millions of fields are not compared with a table.
+template <typename record>
+const field<record> *accountant::row_of_field(std::uint32_t number, field_table<record> table)
+{
+    static std::vector<std::optional<const field<record> *>> known;
+    if (number >= known.size())
+        known.resize(number + std::size_t{1});
+    if (!known[number]) {
+        const auto row = std::ranges::find(table, log_.field_key(number), &field<record>::key);
+        known[number] = row == table.end() ? nullptr : &*row;
+    }
+    return *known[number];
+}
+
 template <typename record>
 void accountant::mark_fields_of(const record &one, record_note &note, field_table<record> table)
 {
+    static const record fresh;
+    const record usual = usual_record(one);
     for (field_note &stored : note.fields) {
-        const std::string_view key = log_.field_key(stored.field);
-        const auto row = std::ranges::find(table, key, &field<record>::key);
-        if (row == table.end())
+        const field<record> *row = row_of_field<record>(stored.field, table);
+        if (row == nullptr)
             continue;
         // A record's name is a part of its keys; the line with the name is read by links alone.
-        const bool is_identity = key == "name" && !std::is_same_v<record, vpn_intf>;
+        const bool is_identity = row->key == "name" && !std::is_same_v<record, vpn_intf>;
         constexpr unsigned OF_NO_EFFECT = NOT_WRITTEN | MAY_DIFFER;
-        stored.has_no_place =
-            is_identity || ((row->flags & OF_NO_EFFECT) == OF_NO_EFFECT && key != "rulenumber");
-        const record usual = key == "use_xgw" ? record() : usual_record(one);
+        stored.has_no_place = is_identity || ((row->flags & OF_NO_EFFECT) == OF_NO_EFFECT &&
+                                              row->key != "rulenumber");
+        const record &without = row->key == "use_xgw" ? fresh : usual;
         stored.prints_same =
-            row->held.print != nullptr && row->held.print(one) == row->held.print(usual);
+            row->held.print != nullptr && row->held.print(one) == row->held.print(without);
         stored.is_plain =
-            !stored.has_no_place && stored.prints_same && row->held.compared.same(one, usual);
+            !stored.has_no_place && stored.prints_same && row->held.compared.same(one, without);
     }
 }
 
@@ -193,7 +212,8 @@ void accountant::mark_settings()
 bool accountant::says_own_key(std::int32_t line, std::uint32_t hash) const
 {
     constexpr std::string_view ENDING = "_name";
-    std::string_view key = log_.key_of_line(line);
+    const std::string whole_key = log_.key_of_line(line);
+    std::string_view key = whole_key;
     if (!key.ends_with(ENDING))
         return false;
     key.remove_suffix(ENDING.size());
@@ -229,10 +249,14 @@ bool accountant::makes_difference(std::int32_t line, const output_note &written,
 void accountant::trace_output()
 {
     std::int32_t number = 0;
+    const void *last = nullptr; // lines of one record come one after another
+    const record_note *record = nullptr;
     for (const output_note &written : log_.output()) {
         ++number;
-        const record_note *record = log_.note_of(written.record);
-        const field_note *stored = log_.note_of(written.record, log_.field_key(written.field));
+        if (written.record != last)
+            record = log_.note_of(last = written.record);
+        const field_note *stored =
+            record == nullptr ? nullptr : conversion_log::note_in(*record, written.field);
         if (stored == nullptr || stored->prints_same || stored->has_no_place)
             continue;
         for (const std::int32_t line : log_.lines_of(stored->origins)) {
@@ -291,12 +315,11 @@ void accountant::place_nodes(std::vector<tree_place> &places) const
     const auto add_list = [&](const frag *node, std::uint32_t above, bool is_top) {
         for (; node != nullptr; node = node->next) {
             const auto index = static_cast<std::uint32_t>(places.size());
-            tree_place place{.node = node, .above = is_top ? index : above};
-            if (!is_top) {
-                place = places[above];
-                place.node = node;
-                place.above = above;
-            }
+            tree_place place = is_top ? tree_place() : places[above];
+            place.node = node;
+            place.above = is_top ? index : above;
+            if (is_top)
+                place.is_of_object = std::string_view(node->name) == "net";
             place.lines_below = node->value != nullptr && origin_line(node) != 0 ? 1 : 0;
             place.is_of_idle_rule = place.is_of_idle_rule || idle_rules.contains(node);
             places.push_back(place);
@@ -324,13 +347,13 @@ void accountant::look_at_place(const tree_place &place)
     else if (place.is_for_layout || (marks & LINE_FOR_LAYOUT) != 0)
         kind = line_class::LAYOUT;
     else
-        kind = log_.key_of_line(line).starts_with("net_") ? line_class::UNREACHED
-                                                          : line_class::NEVER_ASKED;
+        kind = place.is_of_object ? line_class::UNREACHED : line_class::NEVER_ASKED;
 }
 
 void accountant::look_at_tree()
 {
     std::vector<tree_place> places;
+    places.reserve(2 * log_.lines().size());
     place_nodes(places);
     for (tree_place &place : places) {
         const tree_place &above = places[place.above];
@@ -365,14 +388,14 @@ line_class accountant::class_of(std::int32_t line) const
     const bool is_mixed =
         fields.has_value ||
         fields.is_plain + fields.has_no_place + fields.is_second + fields.is_dropped > 1;
-    const bool is_object = log_.key_of_line(line).starts_with("net_");
     if (fields.is_stored)
         return is_mixed              ? line_class::DECIDES
                : fields.is_plain     ? line_class::PLAIN
                : fields.has_no_place ? line_class::NO_PLACE
                : fields.is_second    ? line_class::SECOND
-               : is_object           ? line_class::DECIDES // without it, another text stands there
-                                     : line_class::DROPPED;
+               // Without an object, another text would stand in the record.
+               : log_.key_of_line(line).starts_with("net_") ? line_class::DECIDES
+                                                            : line_class::DROPPED;
     return (marks & LINE_MEMBER_TYPE) != 0 ? line_class::MEMBER : others_[index];
 }
 

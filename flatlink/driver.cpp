@@ -37,16 +37,34 @@ const char *network_database = nullptr;
 
 // ---- loading
 
+static bool has_proxies(frag *head)
+{
+    return ffind(&head, "def_proxy") != nullptr;
+}
+
+static bool is_numbered(frag *head)
+{
+    return has_proxies(head) && ffind(&head, "def_num_proxies") != nullptr;
+}
+
+static bool has_former_keys(frag *head)
+{
+    return ffind(&head, "gui_client") != nullptr || ffind(&head, "def_proxy_plug-relay") != nullptr;
+}
+
+bool flatlink::is_current_layout(frag *head)
+{
+    return has_proxies(head) && !is_numbered(head) && !has_former_keys(head);
+}
+
 // Files carry no reliable version. The numbered layout shows in its counter of proxies, the layout
 // before the current one in keys that the current one no longer has.
 frag *upgradeTo42(frag *head)
 {
-    const bool has_proxies = ffind(&head, "def_proxy") != nullptr;
-    if (has_proxies && ffind(&head, "def_num_proxies") != nullptr)
+    const bool had_proxies = has_proxies(head);
+    if (is_numbered(head))
         norm_fragtree(&head);
-    const bool is_current = has_proxies && ffind(&head, "gui_client") == nullptr &&
-                            ffind(&head, "def_proxy_plug-relay") == nullptr;
-    if (!is_current)
+    if (!had_proxies || has_former_keys(head))
         up41(&head);
     return head;
 }

@@ -18,6 +18,9 @@ namespace flatlink
 // a read that failed; then the tree is incomplete.
 [[nodiscard]] int load_database(int fd);
 
+// Whether a tree as it was imported needs no pass to bring it to the current layout.
+bool is_current_layout(frag *head);
+
 // Loads the tree if it is empty: from the database at `path`, or null for the default one, at its
 // installed place. Returns the tree's head, null when it is empty or unread.
 frag *load_tree_once(const char *path);

@@ -22,14 +22,15 @@ std::vector<std::string_view> split_lines(std::string_view text)
     std::vector<std::string_view> lines;
     while (!text.empty()) {
         lines.push_back(text.substr(0, text.find('\n')));
-        text.remove_prefix(lines.back().size() + 1);
+        text.remove_prefix(std::min(text.size(), lines.back().size() + 1));
     }
     return lines;
 }
 
 std::span<const line_use> uses_of(const line_account &account, std::int32_t line)
 {
-    const auto [first, last] = std::ranges::equal_range(account.uses, line, {}, &line_use::input);
+    const auto first = std::ranges::lower_bound(account.uses, line, {}, &line_use::input);
+    const auto last = std::ranges::upper_bound(account.uses, line, {}, &line_use::input);
     return {first, last};
 }
 

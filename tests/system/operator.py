@@ -298,8 +298,9 @@ class Convert(ns.Case):
         self.assertEqual(flatctl("convert", "--to", "vpn", "--format", "json", "-o", "-", path).returncode, 2)
 
     @unittest.skipIf(ns.is_sanitized, "a tracer and the leak checker exclude each other")
-    def test_killed_at_each_call(self):
-        """The database is the old one or the new one, and then its old content is kept."""
+    def test_ends_at_each_call(self):
+        """Killed, or with a full disk: the database is the old one or the new one, and then its old
+        content is kept."""
         old = b"ip_hostname=gate\nip_domainname=plant.invalid\n"
         trace = ns.WORK + "/calls"
         command = (FLATCTL, "convert", "--to", "tags", "--in-place", DATABASE)
@@ -318,14 +319,18 @@ class Convert(ns.Case):
         self.assertNotEqual(new, old)
         names = re.findall(r"(?m)^(\w+)\(", read(trace).decode())
         for at in range(names.index("umask"), len(names) - 1):
-            remove_copies()
-            status = run_traced("-e", f"inject={names[at]}:signal=KILL:when={names[:at + 1].count(names[at])}")
-            content, kept = read(DATABASE), [read(copy) for copy in glob.glob(DATABASE + ".*~")]
-            with self.subTest(call=names[at], at=at):
-                self.assertEqual(status, -9)
-                self.assertIn(content, (old, new))
-                self.assertTrue(content == old or kept == [old])
-            states.add(content)
+            number = names[:at + 1].count(names[at])
+            for fault, wanted in (("signal=KILL", -9), ("error=ENOSPC", 3)):
+                if wanted == 3 and names[at] not in ("write", "pwrite64", "fsync", "renameat"):
+                    continue
+                remove_copies()
+                status = run_traced("-e", f"inject={names[at]}:{fault}:when={number}")
+                content, kept = read(DATABASE), [read(copy) for copy in glob.glob(DATABASE + ".*~")]
+                with self.subTest(call=names[at], at=at, fault=fault):
+                    self.assertIn(content, (old, new))
+                    self.assertTrue(content == old or kept == [old])
+                    self.assertTrue(status == wanted or (wanted == 3 and content == new), status)
+                states.add(content)
         self.assertEqual(states, {old, new})
 
     def test_refusals_write_nothing(self):

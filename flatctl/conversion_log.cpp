@@ -225,10 +225,13 @@ void conversion_log::note_value_read(const frag *node, std::int32_t line)
     }
     if (side_ != nullptr)
         choose_part(node);
+    // In a pool, a peer stands for several entries, and each line leads to all of them.
+    is_window_of_peer_ =
+        is_window_of_peer_ || (steps_.empty() && is_of_type(node->parent, "vpnnetwork"));
     if (node->value[0] == '\0' || (marks & LINE_ALL_ONES) != 0)
         take_back(last_line_); // what led to it makes nothing, either
     else if ((marks & LINE_MEMBER_TYPE) == 0 && std::string_view(node->name) != "include-sgo")
-        reads_->push_back(line);
+        reads_->push_back(is_window_of_peer_ ? -line : line);
 }
 
 void conversion_log::take_back(std::int32_t line)
@@ -291,6 +294,7 @@ static bool is_temporary(const frag *node)
 void conversion_log::read_no_side()
 {
     side_ = nullptr;
+    is_window_of_peer_ = false;
     reads_ = &window_;
     window_.clear();
 }

@@ -222,6 +222,7 @@ class conversion_log
     // Of the moment.
     std::vector<std::int32_t> window_; // lines read since the value before
     bool is_window_used_ = false;
+    bool is_window_of_peer_ = false;
     text_origins sides_[2];        // of the remote and the local side
     text_origins *side_ = nullptr; // the one that is expanded
     std::vector<std::int32_t> *reads_ = &window_;

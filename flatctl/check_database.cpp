@@ -1,5 +1,6 @@
 #include "flatctl/check_database.h"
 
+#include "flatctl/check_derivation.h"
 #include "flatctl/check_message.h"
 #include "flatctl/check_run.h"
 #include "flatctl/check_table.h"
@@ -38,13 +39,17 @@ class checker
 {
   public:
     checker(const input &database, const check_task &task, const child_port &port)
-        : database_(database), task_(task), port_(port)
+        : log(false), database_(database), task_(task), port_(port)
     {
     }
 
     int run(int first_step);
     void add(std::string_view code, std::int32_t line, std::string detail,
              std::int32_t related_line = 0);
+    void add(std::string_view code, finding found);
+    void take_report(const char *text);
+
+    conversion_log log; // of the import, whose calls come here first
 
   private:
     bool read_text();
@@ -64,6 +69,7 @@ class checker
     std::string text_;
     std::vector<finding> found_;
     std::map<std::string_view, std::size_t> counts_; // by code
+    std::vector<bool> is_told_;                      // by line, whether a finding names it
     bool has_secret_ = false;
 };
 
@@ -79,13 +85,18 @@ constexpr import_observer OBSERVER = {
     .value_replaced =
         [](void *, const frag *node, std::int32_t old_line, std::int32_t new_line) {
             current->add("D111", old_line, key_of(node), new_line);
+            current->log.line_replaced(old_line, node);
         },
     .value_kept =
         [](void *, const frag *node, std::int32_t line, std::int32_t ignored_line) {
             current->add("D116", ignored_line, key_of(node), line);
+            current->log.line_replaced(ignored_line, node);
         },
-    .lines_joined = [](void *, std::int32_t first,
-                       std::int32_t last) { current->add("D110", first, "", last); },
+    .lines_joined =
+        [](void *, std::int32_t first, std::int32_t last) {
+            current->add("D110", first, "", last);
+            current->log.line_joined(first);
+        },
     .name_cut =
         [](void *, std::int32_t line, std::string_view kept) {
             current->add("D113", line, std::string(kept.substr(0, SHOWN_LINE_MAX)));
@@ -99,20 +110,42 @@ tap_report(const UNIQUE_DATA_T & /*uniq*/, int /*priority*/, const char *format,
 {
     char text[1024]; // a longer report is cut
     (void)std::vsnprintf(text, sizeof text, format, args);
-    current->add("D210", 0, text);
+    current->take_report(text);
     return true;
 }
 
 void checker::add(std::string_view code, std::int32_t line, std::string detail,
                   std::int32_t related_line)
 {
-    const finding_row *row = find_code(code);
-    if (++counts_[row->code] <= FINDINGS_MAX)
-        found_.push_back(
-            {.row = row,
-             .line = line,
-             .related = related_line == 0 ? std::vector<std::int32_t>() : std::vector{related_line},
-             .detail = std::move(detail)});
+    finding found{.line = line, .detail = std::move(detail)};
+    if (related_line != 0)
+        found.related.push_back(related_line);
+    add(code, std::move(found));
+}
+
+void checker::add(std::string_view code, finding found)
+{
+    const auto tell = [this](std::int32_t line) {
+        const auto index = static_cast<std::size_t>(line);
+        if (index >= is_told_.size())
+            is_told_.resize(index + 1);
+        is_told_[index] = true;
+    };
+    tell(found.line);
+    std::ranges::for_each(found.related, tell);
+    found.row = find_code(code);
+    if (++counts_[found.row->code] <= FINDINGS_MAX)
+        found_.push_back(std::move(found));
+}
+
+// Those of a derivation have findings of their own: what it meets, and which bound it strikes.
+void checker::take_report(const char *text)
+{
+    constexpr std::string_view of_derivation[] = {"vhltcfgerr: ", "DEBUG "};
+    if (std::ranges::none_of(of_derivation, [text](std::string_view begin) {
+            return std::string_view(text).starts_with(begin);
+        }))
+        add("D406", 0, text);
 }
 
 bool checker::read_text()
@@ -156,6 +189,9 @@ void checker::check_nodes()
         open.pop_back();
         for (; node != nullptr; node = node->next) {
             check_spelling(node);
+            if (node->value != nullptr &&
+                text_of(node->value).size() < static_cast<std::size_t>(node->vlen)) // at a NUL byte
+                add("D240", {.line = origin_line(node), .column = AT_VALUE});
             has_secret_ = has_secret_ || (node->value != nullptr && is_secret_key(node->name));
             if (node->child != nullptr)
                 open.push_back(node->child);
@@ -199,11 +235,37 @@ void checker::check_access()
     }
 }
 
+// The log hears of each line that is written.
+void write_nowhere()
+{
+    const cookie_io_functions_t calls = {
+        .read = nullptr,
+        .write = [](void *, const char *, std::size_t size) { return static_cast<ssize_t>(size); },
+        .seek = nullptr,
+        .close = nullptr};
+    std::FILE *stream = fopencookie(nullptr, "w", calls);
+    if (stream == nullptr)
+        throw std::bad_alloc();
+    write_records(stream);
+    (void)std::fclose(stream);
+}
+
 void checker::derive()
 {
+    log.import_ended(def_database);
     def_database = upgradeTo42(def_database);
+    log.layout_reached(def_database);
     fout = nullptr;
     derive_from_tree(false);
+    write_nowhere();
+    log.records_written();
+    check_derivation(
+        log, def_database,
+        [this](std::int32_t line) {
+            return static_cast<std::size_t>(line) < is_told_.size() &&
+                   is_told_[static_cast<std::size_t>(line)];
+        },
+        [this](std::string_view code, finding found) { add(code, std::move(found)); });
     for (const struck_bound &bound : struck_bounds())
         add("D501", 0,
             bound.what + ", of which there may be " + std::to_string(bound.limit) + ", at " +
@@ -221,6 +283,19 @@ void checker::check_flat()
             decode_nonvpn_buffer(line);
     }
     (void)post_decode();
+}
+
+// Of a finding that is about the value of its line, or about what stands beside the '='.
+void set_columns(finding &one, std::string_view line)
+{
+    const std::size_t equals = std::min(line.find('='), line.size());
+    if (one.row->code == "D112")
+        one.column = static_cast<std::int32_t>(equals) + 1;
+    if (one.column != AT_VALUE)
+        return;
+    const bool has_value = equals + 1 < line.size();
+    one.column = has_value ? static_cast<std::int32_t>(equals) + 2 : 1;
+    one.end = has_value ? static_cast<std::int32_t>(line.size()) : 0;
 }
 
 // In the order of their lines, each with its line's text, which one pass over the input finds.
@@ -241,9 +316,9 @@ void checker::send_all()
             const std::string_view all = std::string_view(text_).substr(begin);
             const std::string_view quoted = all.substr(0, all.find('\n'));
             one.quoted = quoted.substr(0, SHOWN_LINE_MAX + 1);
-            if (one.row->code == "D112")
-                one.column =
-                    static_cast<std::int32_t>(std::min(quoted.find('='), quoted.size())) + 1;
+            set_columns(one, quoted);
+        } else {
+            one.column = std::max(one.column, 1);
         }
         port_.send(frame_kind::RECORD, packed_finding(one));
     }
@@ -267,7 +342,7 @@ int checker::run(int first_step)
         }
         return STATUS_FINE;
     }
-    import_watch = &OBSERVER;
+    import_watch = &OBSERVER; // in the place of the log's own
     importer reader(&def_database, 0);
     reader.feed(text_);
     reader.finish();

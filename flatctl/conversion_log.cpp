@@ -36,6 +36,16 @@ const tree_observer conversion_log::tree_calls = {
     .context = nullptr,
     .found = [](void *, const frag *node) { current->found(node); },
     .missing = [](void *, const char *key, bool stands) { current->missing(key, stands); },
+    .absent = [](void *, const frag *obj,
+                 const char *key) { current->add_remark(remark::ABSENT, obj, key); },
+    .unfit = [](void *,
+                const frag *obj) { current->add_remark(remark::UNFIT, obj, fragkeyname(obj)); },
+    .stopped =
+        [](void *, walk_stop why, const frag *obj) {
+            const remark kind = why == walk_stop::DEEP ? remark::DEEP : remark::RECURSIVE;
+            current->add_remark(kind, obj, fragkeyname(obj));
+        },
+    .cut = [](void *, std::string_view) { current->add_remark(remark::CUT, current->last_line_); },
 };
 
 const derivation_observer conversion_log::derivation_calls = {
@@ -46,7 +56,7 @@ const derivation_observer conversion_log::derivation_calls = {
     .no_side = [](void *, const frag *,
                   const char *key) { current->rules_.back().missing_side = key; },
     .shortened = [](void *, const frag *,
-                    const char *key) { current->add_remark(remark::SHORTENED, key); },
+                    const char *) { current->add_remark(remark::SHORTENED, current->last_line_); },
     .expands = [](void *, value_source side, const frag *obj) { current->expands(side, obj); },
     .link = [](void *, const frag *peer) { current->link(peer); },
     .from = [](void *, value_source source, const char *key) { current->from(source, key); },
@@ -55,10 +65,11 @@ const derivation_observer conversion_log::derivation_calls = {
 const record_observer conversion_log::record_calls = {
     .context = nullptr,
     .stored = [](void *, const void *record, std::string_view field,
-                 std::string_view) { current->stored(record, field); },
-    .unreadable = [](void *,
-                     std::string_view value) { current->add_remark(remark::UNREADABLE, value); },
-    .cut = [](void *, std::string_view kept) { current->add_remark(remark::CUT, kept); },
+                 std::string_view value) { current->stored(record, field, value); },
+    .unreadable = [](void *, value_kind wanted,
+                     std::string_view value) { current->unreadable(wanted, value); },
+    .unknown = [](void *) { current->unknown(); },
+    .cut = [](void *, std::string_view) { current->add_remark(remark::CUT, current->last_line_); },
     .written =
         [](void *, const void *record, std::string_view field, std::string_view value) {
             current->output_.push_back({record, current->field_number(field), hash_of(value)});
@@ -189,6 +200,7 @@ void conversion_log::found(const frag *node)
         note_value_read(node, line);
     last_line_ = line;
     last_value_ = node->value;
+    stored_line_ = 0;
 }
 
 // Without a mask, and without the end of a range, an address has all its bits.
@@ -242,15 +254,30 @@ void conversion_log::take_back(std::int32_t line)
 
 void conversion_log::missing(const char *key, bool stands)
 {
-    add_remark(remark::MISSING, key);
+    add_remark(stands ? remark::STANDS : remark::MISSING, last_line_, key);
     if (!stands)
         take_back(last_line_);
 }
 
-void conversion_log::add_remark(remark kind, std::string_view text)
+void conversion_log::add_remark(remark kind, std::int32_t line, std::string_view text)
 {
     if (phase_ == phase::DERIVATION && remarks_.size() < REMARKS_MAX)
-        remarks_.push_back({kind, last_line_, std::string(text.substr(0, SHOWN_LINE_MAX))});
+        ++remarks_[{kind, line, std::string(text.substr(0, SHOWN_LINE_MAX))}];
+}
+
+// Of an object: its first line.
+void conversion_log::add_remark(remark kind, const frag *obj, std::string_view text)
+{
+    while (obj != nullptr && origin_line(obj) == 0)
+        obj = obj->child;
+    add_remark(kind, obj != nullptr ? origin_line(obj) : last_line_, text);
+}
+
+// What is read next is a value that no record takes.
+void conversion_log::unknown()
+{
+    line_at(last_line_).marks &= static_cast<std::uint16_t>(~LINE_READ);
+    take_back(last_line_);
 }
 
 // ---- steps
@@ -416,6 +443,7 @@ origin_list conversion_log::origins_now(std::string_view field)
         if (child != nullptr && child->value != nullptr && origin_line(child) != 0)
             origins_.push_back(origin_line(child));
     };
+    stored_line_ = 0;
     tree_watch = nullptr; // these look-ups are our own
     const auto add_side = [&](const text_origins &side) {
         for (const std::int32_t line : part_of_side(side, field))
@@ -442,16 +470,43 @@ origin_list conversion_log::origins_now(std::string_view field)
         break;
     }
     tree_watch = &tree_calls;
+    if (origins_.size() > begin)
+        stored_line_ = std::abs(origins_.back()); // the last that was read
     drop_repeated(origins_, begin);
     return {begin, static_cast<std::uint32_t>(origins_.size()) - begin};
 }
 
-void conversion_log::stored(const void *record, std::string_view field)
+// Whether a text that is no address is no name of a host, either: its last label is a number, or it
+// begins as an address does and holds what no name holds.
+static bool can_be_no_name(std::string_view text)
+{
+    constexpr std::string_view DIGITS = "0123456789";
+    constexpr std::string_view OF_NAMES = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_.";
+    if (text.empty() || DIGITS.find(text[0]) == std::string_view::npos)
+        return false;
+    const std::string_view label = text.substr(text.rfind('.') + 1);
+    return label.find_first_not_of(DIGITS) == std::string_view::npos ||
+           text.find_first_not_of(std::string(DIGITS).append(OF_NAMES)) != std::string_view::npos;
+}
+
+void conversion_log::unreadable(value_kind wanted, std::string_view value)
+{
+    const remark kind = wanted == value_kind::WORD      ? remark::NO_WORD
+                        : wanted == value_kind::ADDRESS ? remark::NO_ADDRESS
+                                                        : remark::NO_NUMBER;
+    add_remark(kind, stored_line_ != 0 ? stored_line_ : last_line_, value);
+}
+
+void conversion_log::stored(const void *record, std::string_view field, std::string_view value)
 {
     field_note &note = field_of(record, field_number(field));
     note.source = source_;
     note.origins = origins_now(field);
     source_ = value_source::READ;
+    const bool may_be_name = field == "gateway" || field.ends_with("_start_address");
+    if (may_be_name && can_be_no_name(value) &&
+        parse_address(std::string(value)) == NOT_AN_ADDRESS && value != "255.255.255.255")
+        unreadable(value_kind::ADDRESS, value);
     if (awaits_record_) {
         awaits_record_ = false;
         links_.back().record = record;
@@ -478,6 +533,9 @@ void conversion_log::dropped(left_out why, const void *record, const void *kept,
 {
     record_note &note = records_[record];
     if (!field.empty()) { // one entry
+        if (const field_note *entry = note_of(record, field))
+            for (const std::int32_t line : lines_of(entry->origins))
+                add_remark(remark::LEFT_OUT, std::abs(line));
         std::erase_if(note.fields,
                       [&](const field_note &one) { return field_key(one.field) == field; });
         return;

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -95,13 +96,28 @@ struct output_note {
     std::uint32_t hash;  // of the value
 };
 
-// A reference that names no object, a word or an address without meaning, a text that was cut.
-enum class remark : std::uint8_t { MISSING, SHORTENED, UNREADABLE, CUT };
+// What a derivation met that its database hardly means.
+enum class remark : std::uint8_t {
+    MISSING,    // text: a reference that names no object
+    STANDS,     // text: the same, and it stands for itself
+    SHORTENED,  // it names one only without its last part
+    NO_WORD,    // text: of a table
+    NO_ADDRESS, // text: ought to be one, or a mask
+    NO_NUMBER,  // text: ought to be one, and in its range
+    CUT,        // longer than what is kept of it
+    ABSENT,     // text: the child that an object lacks
+    UNFIT,      // text: an object whose type does not count there
+    RECURSIVE,  // text: an object inside of itself
+    DEEP,       // text: an object inside of too many others
+    LEFT_OUT,   // an entry of a pool
+};
 
 struct remark_note {
     remark kind;
-    std::int32_t line; // of the value; 0: the program's
+    std::int32_t line; // of the value, or the object's first; 0: the program's
     std::string text;
+
+    auto operator<=>(const remark_note &) const = default;
 };
 
 // The lines that make the text of one side: "address:mask" or "first-last".
@@ -148,7 +164,8 @@ class conversion_log
     const std::vector<output_note> &output() const { return output_; }
     const std::vector<rule_note> &rules() const { return rules_; }
     const std::vector<link_note> &links() const { return links_; }
-    const std::vector<remark_note> &remarks() const { return remarks_; }
+    // Each once, with how often it was met.
+    const std::map<remark_note, std::int32_t> &remarks() const { return remarks_; }
     const std::unordered_map<const void *, record_note> &records() const { return records_; }
     std::unordered_map<const void *, record_note> &records() { return records_; }
     std::string_view field_key(std::uint32_t field) const { return *field_keys_[field]; }
@@ -182,7 +199,9 @@ class conversion_log
     void expands(value_source side, const frag *obj);
     void link(const frag *peer);
     void from(value_source source, const char *key);
-    void stored(const void *record, std::string_view field);
+    void stored(const void *record, std::string_view field, std::string_view value);
+    void unreadable(value_kind wanted, std::string_view value);
+    void unknown();
     void moved(const void *from, std::string_view from_field, const void *to,
                std::string_view to_field);
     void dropped(left_out why, const void *record, const void *kept, std::string_view field);
@@ -192,7 +211,8 @@ class conversion_log
     template <typename visitor> void visit_values(frag *tree, visitor visit);
     origin_list origins_now(std::string_view field);
     void read_no_side();
-    void add_remark(remark kind, std::string_view text);
+    void add_remark(remark kind, std::int32_t line, std::string_view text = {});
+    void add_remark(remark kind, const frag *obj, std::string_view text);
     std::uint32_t field_number(std::string_view field);
     record_note &record_of(const void *record);
     field_note &field_of(const void *record, std::uint32_t field);
@@ -215,7 +235,7 @@ class conversion_log
     std::vector<output_note> output_;
     std::vector<rule_note> rules_;
     std::vector<link_note> links_;
-    std::vector<remark_note> remarks_;
+    std::map<remark_note, std::int32_t> remarks_;
     std::unordered_map<const frag *, bool> met_; // true: for a link
     std::unordered_set<const frag *> met_for_layout_;
 
@@ -233,6 +253,7 @@ class conversion_log
     std::vector<step> steps_;
     value_source source_ = value_source::READ;
     const char *source_key_ = nullptr;
+    std::int32_t stored_line_ = 0; // of the value that is being stored; 0: not known
     const void *last_record_ = nullptr;
     record_note *last_note_ = nullptr; // of that record
     bool awaits_record_ = false;       // the next one stored is that of the last link

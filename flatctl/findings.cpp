@@ -8,6 +8,21 @@ using namespace flatlink;
 
 using enum finding_level;
 
+// A pool, an interface, and a peer with a rule that lacks its source.
+static constexpr std::string_view POOL = "vpn_mcpool_p_mask=m\n"
+                                         "net_ipmask_m_addr=255.255.255.0\n"
+                                         "vpn_mcpool_p_addr_1_network=net_ipaddr_l\n"
+                                         "net_ipaddr_l_addr=10.1.1.1\n";
+static constexpr std::string_view INTERFACE =
+    "netobj_list_Outside_element_1_interface=e0\n"
+    "netobj_list_Outside_element_1_addr=10.1.1.1\n"
+    "netobj_list_Outside_element_1_netmask=255.255.255.0\n";
+static constexpr std::string_view PEER = "net_ipaddr_g_addr=192.0.2.1\n"
+                                         "net_vpnnetwork_v_ip-address=net_ipaddr_g\n"
+                                         "net_vpnnetwork_v_network=net_ipaddr_g\n"
+                                         "net_vpnnetwork_v_include-sgo=off\n"
+                                         "rule_pffwd_1_dst=net_vpnnetwork_v\n";
+
 static constexpr finding_row rows[] = {
     {"D101", ERROR, "no line is a key of a firewall configuration",
      "a conversion leaves the default settings, and nothing of the input", "check the path",
@@ -40,10 +55,92 @@ static constexpr finding_row rows[] = {
      "compare it with its start tag", "<ip><hostname>gate</hostname></net></ip>"},
     {"D118", WARNING, "the input ends inside of a key, tag or comment", "all of that is lost",
      "complete it", "ip_domainname=plant.invalid\nip_hostname"},
+    {"D201", ERROR, "a reference names no object",
+     "what it stands for is left out: a link, a mask, a member of a group", "name an object",
+     "rule_pffwd_1_src=net_ipaddr_l"},
+    {"D202", ERROR, "a text is no address, mask or range", "it is taken for none, or for a name",
+     "write a.b.c.d", "netobj_list_Outside_element_1_broadcast=10.1.1.999", INTERFACE},
+    {"D203", ERROR, "a reference names an object only without its last part",
+     "the object without that part is taken", "name the object itself",
+     "rule_pffwd_1_src=net_ipaddr_g_x", PEER},
+    {"D204", WARNING, "an object lacks a part that it needs",
+     "it is left out of the links, or stands for a single address", "add the part",
+     "net_ipnet_l_addr=net_ipaddr_g\n"
+     "rule_pffwd_1_src=net_ipnet_l",
+     PEER},
+    {"D205", ERROR, "an object is of a type that does not count here", "it is left out",
+     "name an object of another type", "vpn_mcpool_p_net_1_network=net_ipaddr_l", POOL},
     {"D210", ERROR, "objects lead back to themselves, or nest too deep",
-     "what is inside is left out of the links", "take one of the references out", ""},
+     "what is inside is left out of the links", "take one of the references out",
+     "rule_pffwd_1_src=net_group_s\n"
+     "net_group_s_elem_1_type=ipaddr\n"
+     "net_group_s_elem_1_obj=net_ipaddr_g\n"
+     "net_group_s_elem_2_type=group\n"
+     "net_group_s_elem_2_obj=net_group_s",
+     PEER},
+    {"D220", ERROR, "a word is in no table", "the field stays empty, or the proposal is left out",
+     "see flatlink-database(5) for the words", "vpn_settings_aggressive-mode=Perhaps"},
+    {"D221", ERROR, "a policy or pool does not exist", "links name it nevertheless",
+     "name one that exists", "vpn_settings_ike=vpn_ike_none"},
+    {"D222", ERROR, "a '_' splits the name of a policy or pool", "its fields are lost",
+     "use a name without it", "vpn_ike_my_policy_name=My policy"},
+    {"D223", WARNING, "a value is no number, or beyond the range of its field",
+     "it is read as far as it goes, and brought into the range", "write a decimal number",
+     "vpn_mcpool_p_expiry=soon", POOL},
+    {"D231", WARNING, "links name a policy or pool otherwise than its record",
+     "the reader of the flat data finds no record of that name, unless it ignores case",
+     "take the display name out, or make it the record's name",
+     "rule_pffwd_1_src=net_ipaddr_g\n"
+     "net_vpnnetwork_v_ipsec=vpn_ipsec_p\n"
+     "vpn_ipsec_p_name=Plain\n"
+     "vpn_ipsec_p_select_1_cipher=DES",
+     PEER},
+    {"D240", WARNING, "a value is too long", "the rest of it is cut", "use a shorter one", ""},
+    {"D301", NOTE, "a rule implies no link", "none of its lines counts",
+     "name a VPN object on one side, if there should be one", "rule_pffwd_1_rulelabel=Office"},
+    {"D302", ERROR, "a rule names its destination by the key of the other kind of rules",
+     "the rule implies no link", "write dst for a packet filter, and dest for a proxy",
+     "rule_proxy_1_dst=net_ipaddr_l"},
+    {"D303", WARNING, "all links of a rule equal others", "none of them is written",
+     "take the rule out, or see the rules that give them",
+     "rule_pffwd_1_src=net_ipaddr_g\n"
+     "rule_pffwd_2_src=net_ipaddr_g\n"
+     "rule_pffwd_2_dst=net_vpnnetwork_v",
+     PEER},
+    {"D304", NOTE, "no rule with links leads to an object", "none of its lines counts",
+     "take the object out, or name it in a rule", "net_ipaddr_l_addr=10.1.1.1"},
+    {"D311", NOTE, "links of a rule equal others", "they are left out", "nothing need be done",
+     "rule_pffwd_1_src=net_ipaddr_g\n"
+     "rule_pffwd_2_dst=net_vpnnetwork_v\n"
+     "rule_pffwd_2_src=net_group_s\n"
+     "net_group_s_elem_1_type=ipaddr\n"
+     "net_group_s_elem_1_obj=net_ipaddr_g\n"
+     "net_group_s_elem_2_type=ipaddr\n"
+     "net_group_s_elem_2_obj=net_ipaddr_l\n"
+     "net_ipaddr_l_addr=10.1.1.1",
+     PEER},
+    {"D320", WARNING, "two peers have one display name", "their links cannot be told apart",
+     "give one of them another name",
+     "rule_pffwd_1_src=net_vpnclient_w\n"
+     "net_vpnnetwork_v_name=Plant\n"
+     "net_vpnclient_w_name=Plant",
+     PEER},
+    {"D401", NOTE, "a key is never asked for", "its value has no effect",
+     "check the spelling, or take the line out", "ip_hostnam=gate"},
+    {"D402", NOTE, "a value has no place in the flat data", "it is read and left out",
+     "nothing need be done", "ip_defaultrouter=10.1.1.1"},
+    {"D403", WARNING, "a record is not complete", "it is left out of the flat data",
+     "add what the message names", "netobj_list_Outside_element_1_interface=e0"},
     {"D404", WARNING, "the reader of a record refuses a line", "the field keeps its default",
      "see what the message names", ""},
+    {"D405", NOTE, "an interface is in another list, too",
+     "both are one interface, which takes what it lacks from this one", "nothing need be done",
+     "netobj_list_Heartbeat_element_1_interface=e0\n"
+     "netobj_list_Heartbeat_element_1_addr=10.1.1.1\n"
+     "netobj_list_Heartbeat_element_1_netmask=255.255.255.0",
+     INTERFACE},
+    {"D406", WARNING, "something stays behind in an older layout",
+     "it is not found where the current layout has it", "see what the message names", ""},
     {"D501", ERROR, "it implies more than a conversion may make",
      "flatlink leaves the database as it is", "see what the message names", ""},
     {"D502", ERROR, "the work on it ended early", "the findings are not complete",
@@ -132,6 +229,11 @@ std::string_view flatlink::level_name(finding_level level)
     return level_names[static_cast<int>(level)];
 }
 
+std::string flatlink::smallest_input(const finding_row &row)
+{
+    return std::string(row.before).append(row.smallest);
+}
+
 std::string flatlink::finding_help_text(const finding_row &row)
 {
     std::string text = std::string(row.code) + ": " + std::string(level_name(row.level)) + "\n\n";
@@ -141,7 +243,7 @@ std::string flatlink::finding_help_text(const finding_row &row)
     if (row.smallest.empty())
         return text;
     text += "\nSmallest input:\n\n    ";
-    for (const char c : row.smallest)
+    for (const char c : smallest_input(row))
         text.append(1, c).append(c == '\n' ? "    " : "");
     return text + "\n";
 }

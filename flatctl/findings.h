@@ -18,6 +18,7 @@ struct finding_row {
     std::string_view mend;    // how to put it right
     std::string_view
         smallest; // an input that has it and no other finding; empty where it takes more
+    std::string_view before = {}; // the lines before those of `smallest`
 };
 
 namespace flatlink
@@ -26,6 +27,9 @@ namespace flatlink
 std::span<const finding_row> finding_rows();
 const finding_row *find_code(std::string_view code); // null for none
 std::string_view level_name(finding_level level);
+
+// All lines of it; empty for none.
+std::string smallest_input(const finding_row &row);
 
 // The page of `help CODE`.
 std::string finding_help_text(const finding_row &row);
@@ -44,6 +48,9 @@ struct finding {
     std::string quoted = {}; // the line, cut to what is shown; not escaped
     std::vector<std::int32_t> also = {}; // lines of findings that are equal but for their place
 };
+
+// A column: where the value of a key=value line begins, which is known with the line's text.
+inline constexpr std::int32_t AT_VALUE = 0;
 
 // Findings of each code are kept up to this number, and counted beyond it.
 inline constexpr std::size_t FINDINGS_MAX = 1000;

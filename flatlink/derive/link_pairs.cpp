@@ -11,6 +11,7 @@
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/bounds.h"
 #include "lib/ulib/text.h"
 
@@ -60,6 +61,7 @@ static frag *resolve_destination(frag **db, frag *dst)
         return dst;
     const char *name = child_value(dst, "addr");
     if (name == nullptr) {
+        note_absent(dst, "addr");
         condfprintf(fout, "Dst destobj not found\n");
         return dst;
     }
@@ -241,7 +243,10 @@ constexpr std::string_view remote_types[] = {"ipnet", "ipaddr", "iprange", "dns"
 
 std::string cut_text(std::string_view text)
 {
-    return std::string(text.substr(0, LINK_TEXT_SIZE));
+    const std::string_view kept = text.substr(0, LINK_TEXT_SIZE);
+    if (kept.size() < text.size())
+        note_text_cut(kept);
+    return std::string(kept);
 }
 
 std::string key_of(const frag *obj)
@@ -303,8 +308,10 @@ int vpn_add_trusted_link(frag **db, frag *vpnobj, frag *remote, frag *local)
             return 1;
         remote_side.type = "ipaddr"; // its own part in the link is its gateway
     }
-    if (!is_remote_type(remote_side.type))
+    if (!is_remote_type(remote_side.type)) {
+        note_unfit(remote);
         return 1;
+    }
 
     // A pattern is taken apart: this function is called again for each network in it.
     note_expands(value_source::REMOTE_SIDE, remote);

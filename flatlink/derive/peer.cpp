@@ -35,6 +35,8 @@ frag *find_sgo_ip(frag **db, frag *obj, int *flagout)
     if (!is_of_type(obj, "vpnnetwork"))
         return nullptr;
     const char *key = child_value(obj, "ip-address");
+    if (key == nullptr)
+        note_absent(obj, "ip-address");
     frag *gateway = find_object(db, key, obj);
     if (gateway == nullptr)
         condfprintf(fout, "find_sgo_ip cannot find sgo (%s)\n", key != nullptr ? key : "NULL");
@@ -43,7 +45,10 @@ frag *find_sgo_ip(frag **db, frag *obj, int *flagout)
 
 frag *flatlink::network_of_peer(frag **db, frag *obj)
 {
-    return find_object(db, child_value(obj, "network"), obj);
+    const char *key = child_value(obj, "network");
+    if (key == nullptr)
+        note_absent(obj, "network");
+    return find_object(db, key, obj);
 }
 
 const char *name_of_object(frag **db, const char *key)
@@ -59,6 +64,9 @@ const char *name_of_object(frag **db, const char *key)
 
 const char *name_of_sgo_object(frag **db, frag *obj)
 {
-    const char *addr = child_value(ffind(db, child_value(obj, "ip-address")), "addr");
+    frag *gateway = ffind(db, child_value(obj, "ip-address"));
+    const char *addr = child_value(gateway, "addr");
+    if (addr == nullptr && gateway != nullptr)
+        note_absent(gateway, "addr");
     return addr != nullptr ? addr : "";
 }

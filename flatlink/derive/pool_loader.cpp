@@ -149,6 +149,8 @@ static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &ou
         const walk_mark mark(obj);
         const open_object level(obj, false);
         const char *name = child_value(obj, "network");
+        if (name == nullptr)
+            note_absent(obj, "network");
         if (!mark.entered || !level.entered || name == nullptr)
             return 1;
         frag *named = ffind(db, name);
@@ -156,11 +158,19 @@ static int feed_entries(frag **db, frag *obj, const char *word, entry_feeder &ou
             note_missing(name);
         return feed_entries(db, named, "mcp", out);
     }
-    const std::string key = std::string(fragkeyname(obj)).substr(0, OBJECT_KEY_SIZE);
+    std::string key = fragkeyname(obj);
+    if (key.size() > OBJECT_KEY_SIZE) {
+        key.resize(OBJECT_KEY_SIZE);
+        note_text_cut(key);
+    }
     std::string &text = netobj_to_netperm(db, key.c_str());
     if (enum_pattern(db, &text, check, "MCPpat", &type) == 0)
         return 0;
-    return feed_object(out, std::string(text), type);
+    const int result = feed_object(out, std::string(text), type);
+    const bool is_skipped = result == 0 && (same_word(type, "dns") || same_word(type, "pattern"));
+    if (is_skipped || (result != 0 && !is_empty_group(type)))
+        note_unfit(obj);
+    return result;
 }
 
 int check_mcpool_net(frag **db, frag *obj, const char *word, std::uint32_t row)

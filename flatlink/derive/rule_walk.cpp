@@ -3,6 +3,7 @@
 #include "flatlink/derive/derivation_watch.h"
 #include "flatlink/derive/link_pairs.h"
 #include "flatlink/records/line.h"
+#include "flatlink/records/record_watch.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/objects/pattern.h"
 #include "lib/frag/tree/frag.h"
@@ -51,6 +52,8 @@ static void set_rule_state(frag *rule, std::uint32_t flags)
     rulelabel = child_value(rule, "rulelabel");
     const char *level = child_value(rule, "loglevel_number");
     ruleloglevel = level != nullptr ? lenient_number(level) : USUAL_LOG_LEVEL;
+    if (level != nullptr)
+        note_unless_number(ruleloglevel, level);
     nestinglevel = 0;
 }
 

@@ -86,8 +86,10 @@ bool store_field(std::type_identity_t<field_table<record>> table, record &target
                  std::string_view key, std::string_view value, const char *&message)
 {
     const field<record> *row = find_row<record>(table, key);
-    if (row == nullptr)
+    if (row == nullptr) {
+        note_unknown();
         return false;
+    }
     if (row->no_memory != nullptr)
         message = row->no_memory;
     note_stored(&target, row->key, value);
@@ -146,7 +148,7 @@ inline constexpr form<owner_type<name>> identity{
 inline void note_unless_address(u32 addr, std::string_view value)
 {
     if (addr == NOT_AN_ADDRESS && value != format_address(NOT_AN_ADDRESS))
-        note_unreadable(value);
+        note_unreadable(value_kind::ADDRESS, value);
 }
 
 struct as_text {
@@ -162,7 +164,7 @@ template <const auto &table> struct word_of {
         if (held == 0 && std::ranges::none_of(table, [value](const auto &row) {
                 return same_word(row.name, value);
             }))
-            note_unreadable(value);
+            note_unreadable(value_kind::WORD, value);
     }
     static printed print(std::int32_t held) { return std::string(parsenumtoname(table, held)); }
 };
@@ -180,6 +182,7 @@ struct bounded_decimal : decimal {
     template <typename number> static void read(number &held, std::string_view value)
     {
         held = static_cast<number>(lenient_number(value));
+        note_unless_number(held, value);
     }
 };
 

@@ -19,6 +19,7 @@ struct key_count : decimal {
     {
         constexpr std::int32_t HIGHEST = std::numeric_limits<std::uint16_t>::max();
         held = static_cast<std::uint16_t>(std::clamp(lenient_number(value), 0, HIGHEST));
+        note_unless_number(held, value);
     }
 };
 

@@ -24,6 +24,7 @@ constexpr std::uint8_t ESPNULL = 11; // of ipsecencr_list: ESP without encryptio
 
 template <allow_flag flag> void store_switch(ipsecprop &prop, std::string_view value)
 {
+    note_unless_word(value, "On", "Off");
     const int others = prop.allow_flags & ~flag;
     prop.allow_flags = static_cast<std::uint16_t>(same_word(value, "Off") ? others | flag : others);
 }

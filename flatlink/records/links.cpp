@@ -42,6 +42,7 @@ printed print_fixed_remote(const linkinfo &link)
 // No line clears a bit that another line set.
 void store_used(linkinfo &link, std::string_view value)
 {
+    note_unless_word(value, "On", "Off");
     if (same_word(value, "On"))
         link.xgwflags |= XGW_USED;
 }

@@ -1,6 +1,8 @@
 // Reports what becomes of the fields of records to programs that explain a conversion.
 #pragma once
 
+#include "lib/ulib/text.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -16,6 +18,13 @@ enum class left_out : std::uint8_t {
     ENTRY_ADDRESS, // an entry of a pool without an address
 };
 
+// What a value ought to be, and is not.
+enum class value_kind : std::uint8_t {
+    WORD,    // of the field's table
+    ADDRESS, // or a mask
+    NUMBER,
+};
+
 // Each call may be null. A record is told by its address, which stays the same from its first field
 // to its last line. Texts are borrowed for the call.
 struct record_observer {
@@ -25,8 +34,11 @@ struct record_observer {
     void (*stored)(void *context, const void *record, std::string_view field,
                    std::string_view value) = nullptr;
 
-    // The value of the field that is being set has no meaning: no word of its table, or no address.
-    void (*unreadable)(void *context, std::string_view value) = nullptr;
+    // The value of the field that is being set has no meaning, or another than it seems to have.
+    void (*unreadable)(void *context, value_kind wanted, std::string_view value) = nullptr;
+
+    // The line that was just read sets no field of its record.
+    void (*unknown)(void *context) = nullptr;
 
     // A text is longer than what is kept of it.
     void (*cut)(void *context, std::string_view kept) = nullptr;
@@ -58,10 +70,31 @@ inline void note_stored(const void *record, std::string_view field, std::string_
         record_watch->stored(record_watch->context, record, field, value);
 }
 
-inline void note_unreadable(std::string_view value)
+inline void note_unreadable(value_kind wanted, std::string_view value)
 {
     if (record_watch != nullptr && record_watch->unreadable != nullptr)
-        record_watch->unreadable(record_watch->context, value);
+        record_watch->unreadable(record_watch->context, wanted, value);
+}
+
+// Unless `value` is nothing but the number that is held.
+inline void note_unless_number(std::int64_t held, std::string_view value)
+{
+    std::string_view rest = value;
+    if (record_watch != nullptr && (take_number(rest) != held || !rest.empty()))
+        note_unreadable(value_kind::NUMBER, value);
+}
+
+// Unless `value` is one of two words.
+inline void note_unless_word(std::string_view value, std::string_view one, std::string_view other)
+{
+    if (record_watch != nullptr && !same_word(value, one) && !same_word(value, other))
+        note_unreadable(value_kind::WORD, value);
+}
+
+inline void note_unknown()
+{
+    if (record_watch != nullptr && record_watch->unknown != nullptr)
+        record_watch->unknown(record_watch->context);
 }
 
 inline void note_cut(std::string_view kept)

@@ -70,7 +70,7 @@ TEST(Check, SmallestInputs)
         EXPECT_EQ(find_code(row.code), &row);
         if (row.smallest.empty())
             continue;
-        const std::string found = found_in(std::string(row.smallest) + "\n");
+        const std::string found = found_in(smallest_input(row) + "\n");
         EXPECT_EQ(found.substr(0, 4), row.code) << found;
         EXPECT_EQ(found.find(' '), std::string::npos) << found;
     }

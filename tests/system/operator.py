@@ -153,6 +153,41 @@ class Check(ns.Case):
         self.assertEqual(flatctl("check", "/etc/passwd").returncode, 1)
         self.assertEqual(flatctl("check", "/nowhere", DATABASE).returncode, 3)
 
+    @staticmethod
+    def findings(path):
+        return json.loads(flatctl("check", "--kind", "database", "--format", "json", path).stdout)["findings"]
+
+    def test_sample(self):
+        found = [(f["code"], f["line"], f["count"], f["also"])
+                 for f in self.findings(ns.WORK + "/samples/branch-office.conf")
+                 if f["code"] not in ("D601", "D602")]
+        self.assertEqual(found, [
+            ("D402", 3, 2, [139]), ("D405", 23, 1, []), ("D401", 49, 2, [54]), ("D304", 62, 1, []),
+            ("D231", 75, 19, []), ("D231", 76, 16, []), ("D231", 91, 5, []), ("D231", 92, 2, []),
+            ("D301", 143, 2, [152]), ("D311", 150, 6, [])])
+
+    def test_nothing_is_left_out_in_silence(self):
+        """Lines that the ledger calls unused, those of an idle rule together, and equal links."""
+        def rule_of(key):
+            return "_".join(key.split("_")[:3])
+
+        quiet = ("used", "decides", "layout", "default", "member-type", "no-link")
+        for path in databases() + glob.glob(ns.WORK + "/tests/fuzz/corpus/*/*"):
+            ledger = Ledger.of(path)
+            if not isinstance(ledger, dict):
+                continue
+            found = self.findings(path)
+            told = {line for f in found
+                    for line in (f["line"], *f["also"], *(r["line"] for r in f["related"]))}
+            rows = ledger["ledger"]
+            rules = {rule_of(row["key"]) for row in rows if row["line"] in told}
+            silent = [row for row in rows
+                      if row["class"] not in quiet and row["line"] not in told or
+                      row["class"] == "no-link" and rule_of(row["key"]) not in rules]
+            self.assertEqual(silent, [], path)
+            self.assertEqual(sum(f["count"] for f in found if f["code"] in ("D303", "D311")),
+                             sum(one["code"] == "D311" for one in ledger["dropped"]), path)
+
 
 class Terminal(ns.Case):
     def on_terminal(self, *args, stdin=subprocess.DEVNULL, streams=("stdout", "stderr"), **popen):

@@ -2,6 +2,7 @@
 
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/text.h"
 
 using namespace flatlink;
@@ -24,6 +25,7 @@ const char *flatlink::child_value(frag *obj, const char *key)
 static void visit_member(frag **db, const list_member &member, const object_callback &callback)
 {
     if (member.name == nullptr || member.name->value == nullptr) {
+        note_absent(member.node, "obj");
         if (!member.is_group)
             report_object("DEBUG no obj key for ", member.node);
     } else if (member.obj == nullptr) {

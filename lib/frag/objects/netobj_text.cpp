@@ -3,6 +3,7 @@
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/objects/object_run.h"
 #include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/tree_watch.h"
 #include "lib/ulib/text.h"
 
 #include <algorithm>
@@ -41,7 +42,31 @@ static int text_of_object(text_walk &walk, frag *obj, const char *key);
 static int give_addr(text_walk &walk, frag *obj, const char *key)
 {
     const char *addr = child_value(obj, "addr");
+    if (addr == nullptr)
+        note_absent(obj, "addr");
     return walk.give(addr != nullptr ? addr : key);
+}
+
+// Cuts a text to the longest that is kept of it.
+static void cut_to(std::string &text, std::size_t size)
+{
+    if (text.size() <= size)
+        return;
+    text.resize(size);
+    note_text_cut(text);
+}
+
+// The address of the object that a child names; null for none.
+static const char *address_of_child(const text_walk &walk, frag *obj, const char *child)
+{
+    const char *key = child_value(obj, child);
+    if (key == nullptr)
+        note_absent(obj, child);
+    frag *named = find_object(walk.db, key, obj);
+    const char *addr = child_value(named, "addr");
+    if (addr == nullptr && named != nullptr)
+        note_absent(named, "addr");
+    return addr;
 }
 
 // Joins the addresses of the objects that two children name, with `mark` between them. If only one
@@ -49,17 +74,16 @@ static int give_addr(text_walk &walk, frag *obj, const char *key)
 static int give_pair(text_walk &walk, frag *obj, const char *first_key, const char *second_key,
                      char mark)
 {
-    const char *first = child_value(find_object(walk.db, child_value(obj, first_key), obj), "addr");
-    const char *second =
-        child_value(find_object(walk.db, child_value(obj, second_key), obj), "addr");
+    const char *first = address_of_child(walk, obj, first_key);
+    const char *second = address_of_child(walk, obj, second_key);
     if (first == nullptr && second == nullptr)
         return 0;
     if (first == nullptr || second == nullptr)
         return walk.give(first != nullptr ? first : second);
-    std::string text(first, strnlen(first, OBJECT_TEXT_SIZE));
+    std::string text(first, strnlen(first, OBJECT_TEXT_SIZE + 1));
     text += mark;
-    text.append(second, strnlen(second, OBJECT_TEXT_SIZE));
-    text.resize(std::min(text.size(), OBJECT_TEXT_SIZE));
+    text.append(second, strnlen(second, OBJECT_TEXT_SIZE + 1));
+    cut_to(text, OBJECT_TEXT_SIZE);
     return walk.give(text.c_str());
 }
 
@@ -76,6 +100,8 @@ static int give_network(text_walk &walk, frag *obj, const char * /*key*/)
 static int give_pattern(text_walk &walk, frag *obj, const char * /*key*/)
 {
     const char *pattern = child_value(obj, "pat");
+    if (pattern == nullptr)
+        note_absent(obj, "pat");
     return pattern == nullptr ? 0 : walk.give(pattern);
 }
 
@@ -103,7 +129,7 @@ static int give_peer(text_walk &walk, frag *obj, const char *key)
 static int give_client(text_walk &walk, frag *obj, const char * /*key*/)
 {
     std::string text = std::string("~") + obj->name;
-    text.resize(std::min(text.size(), OBJECT_TEXT_SIZE));
+    cut_to(text, OBJECT_TEXT_SIZE);
     return walk.give(text.c_str());
 }
 
@@ -148,6 +174,8 @@ static int text_of_object(text_walk &walk, frag *obj, const char *key)
         if (same_word(type, row.type))
             return row.give(walk, obj, key);
     // Not an object of a known type: pass a literal address through.
+    if (obj != nullptr)
+        note_unfit(obj);
     return walk.give(key);
 }
 
@@ -236,8 +264,8 @@ int n2n_func(frag *element, const char *text)
         return 0;
     if (!netperm_text.empty())
         netperm_text += ' ';
-    netperm_text.append(text, strnlen(text, NETPERM_TEXT_SIZE));
-    netperm_text.resize(std::min(netperm_text.size(), NETPERM_TEXT_SIZE));
+    netperm_text.append(text, strnlen(text, NETPERM_TEXT_SIZE + 1));
+    cut_to(netperm_text, NETPERM_TEXT_SIZE);
     return 0;
 }
 

@@ -133,11 +133,13 @@ void flatlink::report_object(const char *before, const frag *obj, const char *af
 
 void flatlink::report_recursive(const frag *obj)
 {
+    note_stopped(walk_stop::RECURSIVE, obj);
     report_object("vhltcfgerr: Object ", obj, " is recursive.");
 }
 
 void flatlink::report_deep(const frag *obj)
 {
+    note_stopped(walk_stop::DEEP, obj);
     report_object("vhltcfgerr: Object ", obj, " is nested too deeply.");
 }
 

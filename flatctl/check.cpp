@@ -1,8 +1,8 @@
 // check FILE...: all findings about each database or table, in one run, without touching any.
-#include "flatctl/check_print.h"
-#include "flatctl/check_run.h"
+#include "flatctl/check/check_print.h"
+#include "flatctl/check/check_run.h"
+#include "flatctl/common/text_write.h"
 #include "flatctl/options.h"
-#include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
 #include <algorithm>

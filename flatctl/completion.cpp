@@ -1,6 +1,6 @@
 // completion SHELL: the script that completes verbs, options and their words, made of the tables.
+#include "flatctl/common/text_write.h"
 #include "flatctl/options.h"
-#include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
 #include <functional>

@@ -1,7 +1,7 @@
 #include "flatctl/explain_input.h"
 
+#include "flatctl/common/text_write.h"
 #include "flatctl/options.h"
-#include "flatctl/text_write.h"
 
 using namespace flatlink;
 

@@ -2,8 +2,8 @@
 // database, which is converted in a child.
 #pragma once
 
-#include "flatctl/input.h"
-#include "flatctl/world.h"
+#include "flatctl/input/input.h"
+#include "flatctl/input/world.h"
 
 #include <string>
 

@@ -1,13 +1,13 @@
 // explain line: what becomes of a line of a database, told by its number or its key.
+#include "flatctl/account/line_classes.h"
+#include "flatctl/account/watched_run.h"
+#include "flatctl/check/findings.h"
+#include "flatctl/common/json_write.h"
+#include "flatctl/common/secrets.h"
+#include "flatctl/common/text_write.h"
 #include "flatctl/explain_input.h"
-#include "flatctl/findings.h"
-#include "flatctl/json_write.h"
-#include "flatctl/line_classes.h"
 #include "flatctl/options.h"
-#include "flatctl/secrets.h"
-#include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
-#include "flatctl/watched_run.h"
 #include "lib/frag/tree/symbol.h"
 
 #include <algorithm>

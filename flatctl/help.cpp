@@ -1,7 +1,7 @@
 // help [VERB|CODE]: the pages that the tables of options and findings give.
-#include "flatctl/findings.h"
+#include "flatctl/check/findings.h"
+#include "flatctl/common/text_write.h"
 #include "flatctl/options.h"
-#include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
 using namespace flatlink;

@@ -1,9 +1,9 @@
 // flatctl VERB ...: the operator's view of a conversion and of the access checks. Asks the code
 // that converts and decides; changes no file unless the command line names one to be written.
+#include "flatctl/common/progress.h"
+#include "flatctl/common/secrets.h"
+#include "flatctl/common/text_write.h"
 #include "flatctl/options.h"
-#include "flatctl/progress.h"
-#include "flatctl/secrets.h"
-#include "flatctl/text_write.h"
 #include "lib/ulib/usage.h"
 
 #include <cstdio>

@@ -1,8 +1,8 @@
 // manual: the page flatctl(1), and one for each verb that has details, in mdoc, made of the tables
 // of verbs, options and findings.
-#include "flatctl/findings.h"
+#include "flatctl/check/findings.h"
+#include "flatctl/common/text_write.h"
 #include "flatctl/options.h"
-#include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
 #include <algorithm>

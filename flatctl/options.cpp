@@ -1,7 +1,7 @@
 #include "flatctl/options.h"
 
-#include "flatctl/forms.h"
-#include "flatctl/text_write.h"
+#include "flatctl/common/text_write.h"
+#include "flatctl/forms/forms.h"
 #include "flatctl/verbs.h"
 
 #include <algorithm>

@@ -1,12 +1,12 @@
 // preview DB: the bytes that flatlink would write over the database, or with --against what they
 // would change in flat data that is in use, or with --ledger the account of every line. The
 // database is read, and nothing else happens.
-#include "flatctl/flat_diff.h"
-#include "flatctl/input.h"
-#include "flatctl/ledger.h"
+#include "flatctl/account/ledger.h"
+#include "flatctl/common/setting_output.h"
+#include "flatctl/common/text_write.h"
+#include "flatctl/forms/flat_diff.h"
+#include "flatctl/input/input.h"
 #include "flatctl/options.h"
-#include "flatctl/setting_output.h"
-#include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 
 #include <cstdio>

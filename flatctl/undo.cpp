@@ -1,7 +1,7 @@
 // undo DB: puts back the newest copy that `convert --in-place` kept.
-#include "flatctl/kept_copy.h"
+#include "flatctl/common/text_write.h"
+#include "flatctl/forms/kept_copy.h"
 #include "flatctl/options.h"
-#include "flatctl/text_write.h"
 #include "flatctl/verbs.h"
 #include "flatlink/plain_file.h"
 

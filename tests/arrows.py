@@ -26,7 +26,13 @@ STANDS_ON = {
     "flatlink/records": "lib/frag/export lib/kdev",
     "flatlink/derive": "flatlink/records",
     "flatlink": "flatlink/derive",
-    "flatctl": "flatlink lib/fwall/serve",
+    "flatctl/common": "flatlink",
+    "flatctl/input": "flatctl/common lib/fwall/serve",
+    "flatctl/account": "flatctl/input",
+    "flatctl/forms": "flatctl/input",
+    "flatctl/access": "flatctl/input",
+    "flatctl/check": "flatctl/account flatctl/access",
+    "flatctl": "flatctl/check flatctl/forms",
 }
 
 

@@ -1,5 +1,5 @@
 // Verdicts of the checks on tables as texts, and the changes that turn them.
-#include "flatctl/access_change.h"
+#include "flatctl/access/access_change.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/report.h"
 #include "tests/case_lines.h"

@@ -1,5 +1,5 @@
 // Each finding on the smallest input that has it, and inputs that nearly have one.
-#include "flatctl/check_run.h"
+#include "flatctl/check/check_run.h"
 #include "flatctl/options.h"
 #include "tests/case_lines.h"
 #include "tests/fuzz/path_file.h"

@@ -1,4 +1,4 @@
-#include "flatctl/flat_diff.h"
+#include "flatctl/forms/flat_diff.h"
 
 #include "tests/case_lines.h"
 

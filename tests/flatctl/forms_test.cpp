@@ -1,7 +1,7 @@
 // What the forms hold of a tree, and what they are found to lose.
-#include "flatctl/forms.h"
+#include "flatctl/forms/forms.h"
 
-#include "flatctl/kind.h"
+#include "flatctl/input/kind.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 #include "tests/case_lines.h"

@@ -1,5 +1,5 @@
 // The files that tell of the options of proxies, and the tables of the proxies themselves.
-#include "flatctl/proxy_options.h"
+#include "flatctl/access/proxy_options.h"
 
 #include "examples/line-filter/options.h"
 #include "examples/plug-relay/options.h"

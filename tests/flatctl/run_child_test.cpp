@@ -1,4 +1,4 @@
-#include "flatctl/run_child.h"
+#include "flatctl/input/run_child.h"
 
 #include "lib/ulib/report.h"
 

@@ -1,5 +1,5 @@
 // The lines that are called unreachable, against every client of a small world.
-#include "flatctl/shadowed.h"
+#include "flatctl/check/shadowed.h"
 
 #include "lib/fwall/access/srcchk.h"
 #include "lib/fwall/table/proxy.h"

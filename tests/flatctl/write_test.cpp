@@ -1,6 +1,6 @@
 // What is printed of hostile bytes, as text and as JSON.
-#include "flatctl/json_write.h"
-#include "flatctl/text_write.h"
+#include "flatctl/common/json_write.h"
+#include "flatctl/common/text_write.h"
 #include "tests/fuzz/memory_file.h"
 
 #include <gtest/gtest.h>

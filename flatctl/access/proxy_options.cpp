@@ -1,0 +1,54 @@
+#include "flatctl/access/proxy_options.h"
+
+#include "flatctl/common/text_write.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using namespace flatlink;
+
+std::string flatlink::read_proxy_options(const std::string &path, proxy_options &options)
+{
+    constexpr std::string_view kinds[] = {"none", "one", "list", "rest"}; // as policy_kind counts
+    std::ifstream file(path);
+    options.rows.clear();
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string name, kind, expansion;
+        if (!(words >> name))
+            continue;
+        words >> kind;
+        std::getline(words >> std::ws, expansion);
+        const auto *found = std::ranges::find(kinds, std::string_view(kind));
+        if (found == std::end(kinds) || name[0] != '-')
+            return shown(path) + ": not an option and its kind: " + shown_line(line);
+        options.texts.push_back(name);
+        const char *option = options.texts.back().c_str();
+        options.texts.push_back(expansion);
+        options.rows.push_back({option, static_cast<policy_kind>(found - kinds),
+                                expansion.empty() ? nullptr : options.texts.back().c_str()});
+    }
+    options.rows.push_back({});
+    return file.eof() ? "" : shown(path) + ": " + std::strerror(errno);
+}
+
+std::map<std::string, proxy_options> flatlink::installed_proxy_options()
+{
+    namespace fs = std::filesystem;
+    std::map<std::string, proxy_options> all;
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path folder = program.parent_path().parent_path() / "share/flatlink/proxies";
+    for (fs::directory_iterator file(folder, error), end; !error && file != end;
+         file.increment(error)) {
+        proxy_options options;
+        if (file->path().extension() == ".options" &&
+            read_proxy_options(file->path(), options).empty())
+            all.emplace(file->path().stem(), std::move(options));
+    }
+    return all;
+}

@@ -1,0 +1,430 @@
+#include "flatctl/account/line_classes.h"
+
+#include "flatlink/records/ike_policy.h"
+#include "flatlink/records/interfaces.h"
+#include "flatlink/records/ipsec_policy.h"
+#include "flatlink/records/links.h"
+#include "flatlink/records/names.h"
+#include "flatlink/records/pools.h"
+#include "flatlink/records/records.h"
+#include "flatlink/records/settings.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/origin.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <type_traits>
+
+using namespace flatlink;
+
+namespace
+{
+
+constexpr class_row rows[] = {
+    {line_class::USED, "used", "", "used: a line of the output has their value"},
+    {line_class::DECIDES, "decides", "",
+     "read: they may decide which records there are, and their order"},
+    {line_class::LAYOUT, "layout", "", "decide the layout only"},
+    {line_class::PLAIN, "default", "", "say what holds without them, too"},
+    {line_class::NO_LINK, "no-link", "D301", "of rules that imply no link"},
+    {line_class::UNREACHED, "unreached", "D304", "of objects that no rule with links leads to"},
+    {line_class::NO_PLACE, "no-place", "D402", "read, no place in the flat file"},
+    {line_class::SECOND, "second-interface", "D405", "of interfaces known by another list already"},
+    {line_class::DROPPED, "dropped", "D403", "of records that are not complete"},
+    {line_class::MEMBER, "member-type", "", "type of a group's member, not needed"},
+    {line_class::REPLACED, "replaced", "D111", "replaced by another line of their key"},
+    {line_class::JOINED, "joined", "D110", "without '=': part of the next key"},
+    {line_class::NEVER_ASKED, "never-asked", "D401", "never asked for"},
+};
+
+// What the fields that name one line have in common.
+struct field_summary {
+    bool is_stored = false;
+    bool has_value = false;    // in some record, it is neither plain nor without a place
+    bool is_plain = false;     // in some record
+    bool has_no_place = false; // in some record
+    bool is_second = false;
+    bool is_dropped = false;
+};
+
+// A node of the tree in the account: what lies below it, and what was met on the way to it.
+struct tree_place {
+    const frag *node = nullptr;
+    std::uint32_t above = 0;       // index of its parent's place; its own at the top
+    std::uint32_t lines_below = 0; // its own included
+    bool is_met = false;
+    bool is_met_for_link = false;
+    bool is_for_layout = false;
+    bool is_sole = false; // the only line below something that was met
+    bool is_of_idle_rule = false;
+    bool is_of_object = false; // below `net`
+};
+
+class accountant
+{
+  public:
+    accountant(conversion_log &log, const frag *tree)
+        : log_(log), tree_(tree), is_used_(log.lines().size()), fields_(log.lines().size()),
+          others_(log.lines().size(), line_class::DECIDES)
+    {
+    }
+
+    line_account run();
+
+  private:
+    void find_stand_ins();
+    template <typename record, typename list>
+    void mark_fields(const list &records, field_table<record> table);
+    template <typename record>
+    const field<record> *row_of_field(std::uint32_t number, field_table<record> table);
+    template <typename record>
+    void mark_fields_of(const record &one, record_note &note, field_table<record> table);
+    void mark_settings();
+    void trace_output();
+    bool makes_difference(std::int32_t line, const output_note &written,
+                          const record_note &record) const;
+    bool is_used_by_all(std::int32_t line, const std::vector<const void *> &twins) const;
+    bool says_own_key(std::int32_t line, std::uint32_t hash) const;
+    void summarise_fields();
+    void look_at_tree();
+    void place_nodes(std::vector<tree_place> &places) const;
+    void look_at_place(const tree_place &place);
+    line_class class_of(std::int32_t line) const;
+
+    conversion_log &log_;
+    const frag *tree_;
+    std::vector<line_use> uses_;
+    std::vector<bool> is_used_;         // by line
+    std::vector<field_summary> fields_; // by line
+    std::vector<line_class> others_;    // by line, of those that no field has
+    std::unordered_set<std::int32_t> own_keys_;
+    // The records that another one stands for, by that one.
+    std::unordered_map<const void *, std::vector<const void *>> stands_for_;
+};
+
+// The same but for how a program fills the fields of a record that no line names.
+template <typename record> record usual_record(const record &)
+{
+    return {};
+}
+
+// A rule without a level logs as much as level 2; what `enforce-xgw` says counts with `use-xgw`.
+template <> linkinfo usual_record(const linkinfo &link)
+{
+    linkinfo usual;
+    usual.logging = static_cast<std::uint8_t>(parsenametonum(debug_list, "2"));
+    usual.xgwflags = link.xgwflags & XGW_USED;
+    return usual;
+}
+
+} // namespace
+
+std::span<const class_row> flatlink::class_rows()
+{
+    return rows;
+}
+
+const class_row &flatlink::row_of(line_class kind)
+{
+    return rows[static_cast<std::size_t>(kind)];
+}
+
+// ---- fields that say what holds without them
+
+void accountant::find_stand_ins()
+{
+    for (const auto &[record, note] : log_.records())
+        if (note.is_dropped && note.kept != nullptr)
+            stands_for_[note.kept].push_back(record);
+}
+
+// The row of each field number, so that millions of fields are not compared with a table.
+template <typename record>
+const field<record> *accountant::row_of_field(std::uint32_t number, field_table<record> table)
+{
+    static std::vector<std::optional<const field<record> *>> known;
+    if (number >= known.size())
+        known.resize(number + std::size_t{1});
+    if (!known[number]) {
+        const auto row = std::ranges::find(table, log_.field_key(number), &field<record>::key);
+        known[number] = row == table.end() ? nullptr : &*row;
+    }
+    return *known[number];
+}
+
+template <typename record>
+void accountant::mark_fields_of(const record &one, record_note &note, field_table<record> table)
+{
+    static const record fresh;
+    const record usual = usual_record(one);
+    for (field_note &stored : note.fields) {
+        const field<record> *row = row_of_field<record>(stored.field, table);
+        if (row == nullptr)
+            continue;
+        // A record's name is a part of its keys; the line with the name is read by links alone.
+        const bool is_identity = row->key == "name" && !std::is_same_v<record, vpn_intf>;
+        constexpr unsigned OF_NO_EFFECT = NOT_WRITTEN | MAY_DIFFER;
+        stored.has_no_place = is_identity || ((row->flags & OF_NO_EFFECT) == OF_NO_EFFECT &&
+                                              row->key != "rulenumber");
+        const record &without = row->key == "use_xgw" ? fresh : usual;
+        stored.prints_same =
+            row->held.print != nullptr && row->held.print(one) == row->held.print(without);
+        stored.is_plain =
+            !stored.has_no_place && stored.prints_same && row->held.compared.same(one, without);
+    }
+}
+
+template <typename record, typename list>
+void accountant::mark_fields(const list &records, field_table<record> table)
+{
+    for (const auto &one : records) {
+        const auto mark = [&](const void *noted) {
+            const auto found = log_.records().find(noted);
+            if (found != log_.records().end())
+                mark_fields_of<record>(*one, found->second, table);
+        };
+        mark(one.get());
+        if constexpr (std::is_same_v<record, linkinfo>) // equal ones, but for what may differ
+            if (const auto others = stands_for_.find(one.get()); others != stands_for_.end())
+                std::ranges::for_each(others->second, mark);
+    }
+}
+
+void accountant::mark_settings()
+{
+    for (std::size_t i = 0; i < vpn_settings.size(); ++i) {
+        const vpn_setting &row = vpn_settings[i];
+        const auto found = log_.records().find(&row);
+        if (found == log_.records().end() || row.print == nullptr)
+            continue;
+        field_note &stored = found->second.fields[0];
+        stored.is_plain = stored.prints_same = row.print() == log_.usual_settings()[i];
+    }
+    if (const auto router = log_.records().find(&my_def_interface); router != log_.records().end())
+        router->second.fields[0].has_no_place = true;
+}
+
+// ---- which lines the output has
+
+// Whether the value is what its field would hold if the line, the name of an object, were not
+// there: the object's key.
+bool accountant::says_own_key(std::int32_t line, std::uint32_t hash) const
+{
+    constexpr std::string_view ENDING = "_name";
+    const std::string whole_key = log_.key_of_line(line);
+    std::string_view key = whole_key;
+    if (!key.ends_with(ENDING))
+        return false;
+    key.remove_suffix(ENDING.size());
+    return hash == conversion_log::hash_of(key) ||
+           hash == conversion_log::hash_of("~" + std::string(key));
+}
+
+// Without the line, an equal link that does not depend on it would stand in the place of this one.
+bool accountant::is_used_by_all(std::int32_t line, const std::vector<const void *> &twins) const
+{
+    return std::ranges::all_of(twins, [&](const void *twin) {
+        return std::ranges::any_of(log_.note_of(twin)->fields, [&](const field_note &stored) {
+            const auto lines = log_.lines_of(stored.origins);
+            return std::ranges::find(lines, line) != lines.end();
+        });
+    });
+}
+
+bool accountant::makes_difference(std::int32_t line, const output_note &written,
+                                  const record_note &record) const
+{
+    const std::string_view field = log_.field_key(written.field);
+    const auto others = stands_for_.find(written.record);
+    if (record.link == NO_NOTE) // what an interface has no value for comes from its other list
+        return others == stands_for_.end() ||
+               (field != "name" && field != "location" && field != "broadcast");
+    const auto *link = static_cast<const linkinfo *>(written.record);
+    const bool is_overridden = (link->xgwflags & XGW_USED) != 0 && field.starts_with("lnetwork_");
+    return !field.ends_with("network_type") && !is_overridden &&
+           (others == stands_for_.end() || is_used_by_all(line, others->second));
+}
+
+void accountant::trace_output()
+{
+    std::int32_t number = 0;
+    const void *last = nullptr; // lines of one record come one after another
+    const record_note *record = nullptr;
+    for (const output_note &written : log_.output()) {
+        ++number;
+        if (written.record != last)
+            record = log_.note_of(last = written.record);
+        const field_note *stored =
+            record == nullptr ? nullptr : conversion_log::note_in(*record, written.field);
+        if (stored == nullptr || stored->prints_same || stored->has_no_place)
+            continue;
+        for (const std::int32_t line : log_.lines_of(stored->origins)) {
+            if (line < 0 ||
+                (log_.lines()[static_cast<std::size_t>(line)].marks & LINE_ALL_ONES) != 0)
+                continue;
+            if (says_own_key(line, written.hash)) {
+                own_keys_.insert(line);
+            } else if (makes_difference(line, written, *record)) {
+                uses_.push_back({line, number});
+                is_used_[static_cast<std::size_t>(line)] = true;
+            }
+        }
+    }
+    std::ranges::sort(
+        uses_, {}, [](const line_use &use) { return std::int64_t{use.input} << 32 | use.output; });
+}
+
+// ---- lines without a line of their own in the output
+
+void accountant::summarise_fields()
+{
+    for (const auto &[record, note] : log_.records()) {
+        const bool is_twin = note.is_dropped && note.why == left_out::EQUAL_LINK;
+        for (const field_note &stored : note.fields) {
+            // Sizes and order of links come from the whole text of an address.
+            const bool is_address = stored.source == value_source::REMOTE_SIDE ||
+                                    stored.source == value_source::LOCAL_SIDE;
+            for (const std::int32_t line : log_.lines_of(stored.origins)) {
+                if (line < 0)
+                    continue;
+                field_summary &summary = fields_[static_cast<std::size_t>(line)];
+                summary.is_stored = true;
+                if (note.is_dropped && !is_twin)
+                    (note.why != left_out::SAME_ADDRESS ? summary.is_dropped
+                     : note.has_lent                    ? summary.has_value
+                                                        : summary.is_second) = true;
+                else if (stored.has_no_place)
+                    summary.has_no_place = true;
+                else
+                    ((stored.is_plain && !is_address) || own_keys_.contains(line)
+                         ? summary.is_plain
+                         : summary.has_value) = true;
+            }
+        }
+    }
+}
+
+// The nodes from the top down, so that a parent's place comes before those of its children.
+void accountant::place_nodes(std::vector<tree_place> &places) const
+{
+    std::unordered_set<const frag *> idle_rules;
+    for (const rule_note &rule : log_.rules())
+        if (rule.link_count == 0 && !rule.meets_peer)
+            idle_rules.insert(rule.rule);
+    const auto add_list = [&](const frag *node, std::uint32_t above, bool is_top) {
+        for (; node != nullptr; node = node->next) {
+            const auto index = static_cast<std::uint32_t>(places.size());
+            tree_place place = is_top ? tree_place() : places[above];
+            place.node = node;
+            place.above = is_top ? index : above;
+            if (is_top)
+                place.is_of_object = std::string_view(node->name) == "net";
+            place.lines_below = node->value != nullptr && origin_line(node) != 0 ? 1 : 0;
+            place.is_of_idle_rule = place.is_of_idle_rule || idle_rules.contains(node);
+            places.push_back(place);
+        }
+    };
+    add_list(tree_, 0, true);
+    for (std::uint32_t i = 0; i < places.size(); ++i)
+        add_list(places[i].node->child, i, false);
+    for (std::size_t i = places.size(); i-- > 0;)
+        if (places[i].above != i)
+            places[places[i].above].lines_below += places[i].lines_below;
+}
+
+void accountant::look_at_place(const tree_place &place)
+{
+    const std::int32_t line = origin_line(place.node);
+    const std::uint16_t marks = log_.lines()[static_cast<std::size_t>(line)].marks;
+    line_class &kind = others_[static_cast<std::size_t>(line)];
+    if (place.is_of_idle_rule && (marks & LINE_READ) != 0)
+        kind = line_class::NO_LINK;
+    else if ((marks & LINE_READ) != 0 || place.is_sole)
+        kind = line_class::DECIDES;
+    else if (place.is_met)
+        kind = place.is_met_for_link ? line_class::NEVER_ASKED : line_class::UNREACHED;
+    else if (place.is_for_layout || (marks & LINE_FOR_LAYOUT) != 0)
+        kind = line_class::LAYOUT;
+    else
+        kind = place.is_of_object ? line_class::UNREACHED : line_class::NEVER_ASKED;
+}
+
+void accountant::look_at_tree()
+{
+    std::vector<tree_place> places;
+    places.reserve(2 * log_.lines().size());
+    place_nodes(places);
+    for (tree_place &place : places) {
+        const tree_place &above = places[place.above];
+        const bool is_met_here = log_.was_met(place.node);
+        const bool is_for_layout = log_.was_met_for_layout(place.node);
+        place.is_met = is_met_here || above.is_met;
+        place.is_met_for_link =
+            is_met_here ? log_.was_met_for_link(place.node) : above.is_met_for_link;
+        place.is_for_layout = is_for_layout || above.is_for_layout;
+        // Without its only line, what was met would not be there.
+        const bool is_needed = log_.was_met_for_link(place.node) || is_for_layout;
+        place.is_sole = above.is_sole || (is_needed && place.lines_below == 1);
+        if (place.node->value != nullptr && origin_line(place.node) != 0)
+            look_at_place(place);
+    }
+}
+
+line_class accountant::class_of(std::int32_t line) const
+{
+    const auto index = static_cast<std::size_t>(line);
+    const std::uint16_t marks = log_.lines()[index].marks;
+    const field_summary &fields = fields_[index];
+    if ((marks & LINE_JOINED) != 0)
+        return line_class::JOINED;
+    if ((marks & LINE_REPLACED) != 0) // the order of interfaces is that of their first lines
+        return log_.key_of_line(line).starts_with("netobj_") ? line_class::DECIDES
+                                                             : line_class::REPLACED;
+    if ((marks & LINE_IN_TREE) == 0)
+        return line_class::LAYOUT;
+    if (is_used_[index])
+        return line_class::USED;
+    const bool is_mixed =
+        fields.has_value ||
+        fields.is_plain + fields.has_no_place + fields.is_second + fields.is_dropped > 1;
+    if (fields.is_stored)
+        return is_mixed              ? line_class::DECIDES
+               : fields.is_plain     ? line_class::PLAIN
+               : fields.has_no_place ? line_class::NO_PLACE
+               : fields.is_second    ? line_class::SECOND
+               // Without an object, another text would stand in the record.
+               : log_.key_of_line(line).starts_with("net_") ? line_class::DECIDES
+                                                            : line_class::DROPPED;
+    return (marks & LINE_MEMBER_TYPE) != 0 ? line_class::MEMBER : others_[index];
+}
+
+line_account accountant::run()
+{
+    find_stand_ins();
+    mark_fields<linkinfo>(linkinfos, link_fields);
+    mark_fields<ikepol>(ikepolicy, ikepol_fields);
+    for (const auto &policy : ikepolicy)
+        mark_fields<ikeprop>(policy->props, ikeprop_fields);
+    mark_fields<ipsecpol>(ipsecpolicy, ipsecpol_fields);
+    for (const auto &policy : ipsecpolicy)
+        mark_fields<ipsecprop>(policy->props, ipsecprop_fields);
+    mark_fields<mcpool>(mcpools, pool_fields);
+    mark_fields<vpn_intf>(intf_list, interface_fields);
+    mark_settings();
+    trace_output();
+    summarise_fields();
+    look_at_tree();
+    line_account account;
+    for (std::int32_t line = 1; line < static_cast<std::int32_t>(log_.lines().size()); ++line)
+        if ((log_.lines()[static_cast<std::size_t>(line)].marks & (LINE_HAS_VALUE | LINE_JOINED)) !=
+            0)
+            account.lines.push_back({line, class_of(line)});
+    account.uses = std::move(uses_);
+    return account;
+}
+
+line_account flatlink::account_of(conversion_log &log, const frag *tree)
+{
+    return accountant(log, tree).run();
+}

@@ -1,0 +1,27 @@
+// What a conversion leaves out, or takes for something else, on the way from the current layout to
+// the lines of its records: told by its log, as findings.
+#pragma once
+
+#include "flatctl/account/conversion_log.h"
+#include "flatctl/check/findings.h"
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+struct frag;
+
+namespace flatlink
+{
+
+// Takes one finding about the code's row. Its text of the line is not known yet.
+using finding_taker = std::function<void(std::string_view code, finding found)>;
+
+// After the records were written.
+//   tree     what the derivation left
+//   is_told  whether a finding is about that line already; asked for the lines that are left over
+void check_derivation(conversion_log &log, frag *tree,
+                      const std::function<bool(std::int32_t line)> &is_told,
+                      const finding_taker &take);
+
+} // namespace flatlink

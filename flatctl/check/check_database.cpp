@@ -56,6 +56,8 @@ class checker
     void watch_import();
     bool check_kind();
     void check_nodes();
+    bool may_be_misspelt() const;
+    bool has_secret() const;
     void check_spelling(const frag *node);
     void check_access();
     void derive();
@@ -70,7 +72,8 @@ class checker
     std::vector<finding> found_;
     std::map<std::string_view, std::size_t> counts_; // by code
     std::vector<bool> is_told_;                      // by line, whether a finding names it
-    bool has_secret_ = false;
+    const finding_row *last_row_ = nullptr;
+    std::size_t *last_count_ = nullptr; // of that row
 };
 
 checker *current = nullptr; // of this process
@@ -133,8 +136,13 @@ void checker::add(std::string_view code, finding found)
     };
     tell(found.line);
     std::ranges::for_each(found.related, tell);
-    found.row = find_code(code);
-    if (++counts_[found.row->code] <= FINDINGS_MAX)
+    // Findings of one code come in runs, of which there may be one for each line.
+    if (last_row_ == nullptr || last_row_->code != code) {
+        last_row_ = find_code(code);
+        last_count_ = &counts_[last_row_->code];
+    }
+    found.row = last_row_;
+    if (++*last_count_ <= FINDINGS_MAX)
         found_.push_back(std::move(found));
 }
 
@@ -146,6 +154,22 @@ void checker::take_report(const char *text)
             return std::string_view(text).starts_with(begin);
         }))
         add("D406", 0, text);
+}
+
+// Calls visit(node) for all nodes of the tree, until it returns false.
+template <typename visitor> void visit_nodes(visitor visit)
+{
+    std::vector<const frag *> open{def_database};
+    while (!open.empty()) {
+        const frag *node = open.back();
+        open.pop_back();
+        for (; node != nullptr; node = node->next) {
+            if (!visit(node))
+                return;
+            if (node->child != nullptr)
+                open.push_back(node->child);
+        }
+    }
 }
 
 bool checker::read_text()
@@ -173,6 +197,27 @@ void checker::check_spelling(const frag *node)
         add("D112", origin_line(node), key_of(node));
 }
 
+// Blanks beside a '=' and NUL bytes are rare, and the text is read faster than the tree.
+bool checker::may_be_misspelt() const
+{
+    if (text_.find('\0') != std::string::npos)
+        return true;
+    for (std::size_t at = text_.find('='); at != std::string::npos; at = text_.find('=', at + 1))
+        if ((at > 0 && is_ws(text_[at - 1])) || (at + 1 < text_.size() && is_ws(text_[at + 1])))
+            return true;
+    return false;
+}
+
+bool checker::has_secret() const
+{
+    bool is_found = false;
+    visit_nodes([&is_found](const frag *node) {
+        is_found = node->value != nullptr && is_secret_key(node->name);
+        return !is_found;
+    });
+    return is_found;
+}
+
 void checker::check_nodes()
 {
     for (const frag *node = def_database; node != nullptr; node = node->next) {
@@ -183,20 +228,15 @@ void checker::check_nodes()
             first = first->child;
         add("D114", origin_line(first), key_of(first));
     }
-    std::vector<const frag *> open{def_database};
-    while (!open.empty()) {
-        const frag *node = open.back();
-        open.pop_back();
-        for (; node != nullptr; node = node->next) {
-            check_spelling(node);
-            if (node->value != nullptr &&
-                text_of(node->value).size() < static_cast<std::size_t>(node->vlen)) // at a NUL byte
-                add("D240", {.line = origin_line(node), .column = AT_VALUE});
-            has_secret_ = has_secret_ || (node->value != nullptr && is_secret_key(node->name));
-            if (node->child != nullptr)
-                open.push_back(node->child);
-        }
-    }
+    if (!may_be_misspelt())
+        return;
+    visit_nodes([this](const frag *node) {
+        check_spelling(node);
+        if (node->value != nullptr &&
+            text_of(node->value).size() < static_cast<std::size_t>(node->vlen)) // at a NUL byte
+            add("D240", {.line = origin_line(node), .column = AT_VALUE});
+        return true;
+    });
 }
 
 // False when there is nothing more to be checked.
@@ -213,6 +253,7 @@ bool checker::check_kind()
     if (kind != input_kind::DATABASE) { // what else was found is about no database
         found_.clear();
         counts_.clear();
+        last_row_ = nullptr;
     }
     if (kind == input_kind::UNKNOWN)
         add("D101", 0, "");
@@ -228,7 +269,7 @@ void checker::check_access()
         add("D103", 0, "");
     constexpr mode_t OTHERS_READ = 044, OTHERS_WRITE = 022;
     if (S_ISREG(mode) &&
-        ((has_secret_ && (mode & OTHERS_READ) != 0) || (mode & OTHERS_WRITE) != 0)) {
+        (((mode & OTHERS_READ) != 0 && has_secret()) || (mode & OTHERS_WRITE) != 0)) {
         char text[16];
         (void)std::snprintf(text, sizeof text, "mode %04o", mode & 07777);
         add("D601", 0, text);

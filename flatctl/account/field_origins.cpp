@@ -1,0 +1,173 @@
+// The fields of records in the log of a conversion: which lines of the input each value comes from.
+#include "flatctl/account/conversion_log.h"
+#include "lib/frag/tree/frag.h"
+#include "lib/frag/tree/origin.h"
+#include "lib/ulib/address.h"
+#include "lib/ulib/text.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+using namespace flatlink;
+
+std::uint32_t conversion_log::field_number(std::string_view field)
+{
+    const auto known = field_numbers_.find(field);
+    if (known != field_numbers_.end())
+        return known->second;
+    const auto number = static_cast<std::uint32_t>(field_keys_.size());
+    field_keys_.push_back(&field_numbers_.emplace(field, number).first->first);
+    return number;
+}
+
+// Fields of one record come one after another.
+record_note &conversion_log::record_of(const void *record)
+{
+    if (last_record_ != record || last_note_ == nullptr) {
+        last_note_ = &records_[record];
+        last_record_ = record;
+    }
+    return *last_note_;
+}
+
+field_note &conversion_log::field_of(const void *record, std::uint32_t field)
+{
+    std::vector<field_note> &fields = record_of(record).fields;
+    const auto place = std::ranges::find(fields, field, &field_note::field);
+    return place != fields.end() ? *place : fields.emplace_back(field);
+}
+
+// Where there is nothing before the mark in the text, what stands after it is the whole text.
+std::span<const std::int32_t> conversion_log::part_of_side(const text_origins &side,
+                                                           std::string_view field) const
+{
+    const bool is_second = field.ends_with("_delimiter") && side.has_first;
+    return is_second || (!side.has_first && side.first.empty()) ? side.second : side.first;
+}
+
+// Drops repeated lines from `begin` on. A short list keeps its order, which is that of reading.
+static void drop_repeated(std::vector<std::int32_t> &lines, std::size_t begin)
+{
+    constexpr std::size_t SHORT = 16;
+    const auto first = lines.begin() + static_cast<std::ptrdiff_t>(begin);
+    if (lines.size() - begin > SHORT) {
+        std::sort(first, lines.end());
+        lines.erase(std::unique(first, lines.end()), lines.end());
+        return;
+    }
+    auto kept = first;
+    for (auto at = first; at != lines.end(); ++at)
+        if (std::find(first, kept, *at) == kept)
+            *kept++ = *at;
+    lines.erase(kept, lines.end());
+}
+
+origin_list conversion_log::origins_now(std::string_view field)
+{
+    const auto begin = static_cast<std::uint32_t>(origins_.size());
+    const auto add_child_of = [this](const frag *node) {
+        const frag *child = ffind(&const_cast<frag *>(node)->child, source_key_);
+        if (child != nullptr && child->value != nullptr && origin_line(child) != 0)
+            origins_.push_back(origin_line(child));
+    };
+    stored_line_ = 0;
+    tree_watch = nullptr; // these look-ups are our own
+    const auto add_side = [&](const text_origins &side) {
+        for (const std::int32_t line : part_of_side(side, field))
+            origins_.push_back(side.is_of_peer ? -std::abs(line) : line);
+    };
+    switch (source_) {
+    case value_source::READ:
+        origins_.insert(origins_.end(), window_.begin(), window_.end());
+        is_window_used_ = true;
+        break;
+    case value_source::PROGRAM:
+        break;
+    case value_source::PEER:
+        add_child_of(links_.back().peer);
+        break;
+    case value_source::REMOTE_SIDE:
+        add_side(sides_[0]);
+        break;
+    case value_source::LOCAL_SIDE:
+        add_side(sides_[1]);
+        break;
+    case value_source::RULE:
+        add_child_of(rules_.back().rule);
+        break;
+    }
+    tree_watch = &tree_calls;
+    if (origins_.size() > begin)
+        stored_line_ = std::abs(origins_.back()); // the last that was read
+    drop_repeated(origins_, begin);
+    return {begin, static_cast<std::uint32_t>(origins_.size()) - begin};
+}
+
+// Whether a text that is no address is no name of a host, either: its last label is a number, or it
+// begins as an address does and holds what no name holds.
+static bool can_be_no_name(std::string_view text)
+{
+    constexpr std::string_view DIGITS = "0123456789";
+    constexpr std::string_view OF_NAMES = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_.";
+    if (text.empty() || DIGITS.find(text[0]) == std::string_view::npos)
+        return false;
+    const std::string_view label = text.substr(text.rfind('.') + 1);
+    return label.find_first_not_of(DIGITS) == std::string_view::npos ||
+           text.find_first_not_of(std::string(DIGITS).append(OF_NAMES)) != std::string_view::npos;
+}
+
+void conversion_log::unreadable(value_kind wanted, std::string_view value)
+{
+    const remark kind = wanted == value_kind::WORD      ? remark::NO_WORD
+                        : wanted == value_kind::ADDRESS ? remark::NO_ADDRESS
+                                                        : remark::NO_NUMBER;
+    add_remark(kind, stored_line_ != 0 ? stored_line_ : last_line_, value);
+}
+
+void conversion_log::stored(const void *record, std::string_view field, std::string_view value)
+{
+    field_note &note = field_of(record, field_number(field));
+    note.source = source_;
+    note.origins = origins_now(field);
+    source_ = value_source::READ;
+    const bool may_be_name = field == "gateway" || field.ends_with("_start_address");
+    if (may_be_name && can_be_no_name(value) &&
+        parse_address(std::string(value)) == NOT_AN_ADDRESS && value != "255.255.255.255")
+        unreadable(value_kind::ADDRESS, value);
+    if (awaits_record_) {
+        awaits_record_ = false;
+        links_.back().record = record;
+        record_of(record).link = static_cast<std::uint32_t>(links_.size()) - 1;
+    }
+}
+
+void conversion_log::moved(const void *from, std::string_view from_field, const void *to,
+                           std::string_view to_field)
+{
+    if (from != to)
+        records_[from].has_lent = true;
+    const field_note *source = note_of(from, from_field);
+    if (source == nullptr)
+        return;
+    const field_note copy = *source;
+    field_note &target = field_of(to, field_number(to_field));
+    target.source = copy.source;
+    target.origins = copy.origins;
+}
+
+void conversion_log::dropped(left_out why, const void *record, const void *kept,
+                             std::string_view field)
+{
+    record_note &note = records_[record];
+    if (!field.empty()) { // one entry
+        if (const field_note *entry = note_of(record, field))
+            for (const std::int32_t line : lines_of(entry->origins))
+                add_remark(remark::LEFT_OUT, std::abs(line));
+        std::erase_if(note.fields,
+                      [&](const field_note &one) { return field_key(one.field) == field; });
+        return;
+    }
+    note.is_dropped = true;
+    note.why = why;
+    note.kept = kept;
+}

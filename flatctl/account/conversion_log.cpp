@@ -177,18 +177,26 @@ static bool is_member_type(const frag *node)
     return !same_word(node->value, "group") && !same_word(node->value, "emptygroup");
 }
 
+static const frag *top_of(const frag *node)
+{
+    while (node->parent != nullptr)
+        node = node->parent;
+    return node;
+}
+
 void conversion_log::found(const frag *node)
 {
     const std::int32_t line = origin_line(node);
     if (phase_ == phase::LAYOUT) {
         if (line != 0)
             line_at(line).marks |= LINE_FOR_LAYOUT;
-        if (node->child != nullptr)
-            met_for_layout_.insert(node);
+        if (node->child != nullptr && met_for_layout_.insert(node).second)
+            met_tops_.insert(top_of(node));
         return;
     }
     if (node->child != nullptr) {
-        met_.try_emplace(node, steps_.empty());
+        if (met_.try_emplace(node, steps_.empty()).second)
+            met_tops_.insert(top_of(node));
         if (!steps_.empty())
             met_by_rule_.insert(node);
         if (last_line_ != 0 && last_value_.ends_with(node->name))
@@ -313,9 +321,7 @@ void conversion_log::end_rule()
 // An object made of a list of patterns has the origin of the list.
 static bool is_temporary(const frag *node)
 {
-    while (node != nullptr && node->parent != nullptr)
-        node = node->parent;
-    return node != nullptr && std::string_view(node->name) == "temp";
+    return node != nullptr && std::string_view(top_of(node)->name) == "temp";
 }
 
 void conversion_log::read_no_side()

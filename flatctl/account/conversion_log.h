@@ -182,6 +182,9 @@ class conversion_log
     bool was_met_for_link(const frag *node) const;
     bool was_met_for_layout(const frag *node) const { return met_for_layout_.contains(node); }
 
+    // The nodes without a parent above all that was met; not to be looked into, they may be gone.
+    const std::unordered_set<const frag *> &met_tops() const { return met_tops_; }
+
     // For the import's observers.
     void line_replaced(std::int32_t line, const frag *node);
     void line_joined(std::int32_t line);
@@ -238,6 +241,7 @@ class conversion_log
     std::map<remark_note, std::int32_t> remarks_;
     std::unordered_map<const frag *, bool> met_; // true: for a link
     std::unordered_set<const frag *> met_for_layout_;
+    std::unordered_set<const frag *> met_tops_;
 
     // Of the moment.
     std::vector<std::int32_t> window_; // lines read since the value before

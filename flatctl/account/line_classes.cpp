@@ -66,7 +66,7 @@ class accountant
   public:
     accountant(conversion_log &log, const frag *tree)
         : log_(log), tree_(tree), is_used_(log.lines().size()), fields_(log.lines().size()),
-          others_(log.lines().size(), line_class::DECIDES)
+          others_(log.lines().size(), line_class::NEVER_ASKED)
     {
     }
 
@@ -88,6 +88,7 @@ class accountant
     bool says_own_key(std::int32_t line, std::uint32_t hash) const;
     void summarise_fields();
     void look_at_tree();
+    bool knows_all_tops() const;
     void place_nodes(std::vector<tree_place> &places) const;
     void look_at_place(const tree_place &place);
     line_class class_of(std::int32_t line) const;
@@ -305,6 +306,20 @@ void accountant::summarise_fields()
     }
 }
 
+static bool is_objects(const frag *top)
+{
+    return std::string_view(top->name) == "net";
+}
+
+// Nodes that a program made may have no parent, though they are not at the top.
+bool accountant::knows_all_tops() const
+{
+    std::size_t known = 0;
+    for (const frag *node = tree_; node != nullptr; node = node->next)
+        known += log_.met_tops().contains(node) ? 1U : 0U;
+    return known == log_.met_tops().size();
+}
+
 // The nodes from the top down, so that a parent's place comes before those of its children.
 void accountant::place_nodes(std::vector<tree_place> &places) const
 {
@@ -312,14 +327,18 @@ void accountant::place_nodes(std::vector<tree_place> &places) const
     for (const rule_note &rule : log_.rules())
         if (rule.link_count == 0 && !rule.meets_peer)
             idle_rules.insert(rule.rule);
+    const bool knows_tops = knows_all_tops();
     const auto add_list = [&](const frag *node, std::uint32_t above, bool is_top) {
         for (; node != nullptr; node = node->next) {
+            // Nothing was met below: what holds is what no walk has to find out.
+            if (is_top && knows_tops && !log_.met_tops().contains(node) && !is_objects(node))
+                continue;
             const auto index = static_cast<std::uint32_t>(places.size());
             tree_place place = is_top ? tree_place() : places[above];
             place.node = node;
             place.above = is_top ? index : above;
             if (is_top)
-                place.is_of_object = std::string_view(node->name) == "net";
+                place.is_of_object = is_objects(node);
             place.lines_below = node->value != nullptr && origin_line(node) != 0 ? 1 : 0;
             place.is_of_idle_rule = place.is_of_idle_rule || idle_rules.contains(node);
             places.push_back(place);
@@ -353,7 +372,6 @@ void accountant::look_at_place(const tree_place &place)
 void accountant::look_at_tree()
 {
     std::vector<tree_place> places;
-    places.reserve(2 * log_.lines().size());
     place_nodes(places);
     for (tree_place &place : places) {
         const tree_place &above = places[place.above];
@@ -396,7 +414,12 @@ line_class accountant::class_of(std::int32_t line) const
                // Without an object, another text would stand in the record.
                : log_.key_of_line(line).starts_with("net_") ? line_class::DECIDES
                                                             : line_class::DROPPED;
-    return (marks & LINE_MEMBER_TYPE) != 0 ? line_class::MEMBER : others_[index];
+    if ((marks & LINE_MEMBER_TYPE) != 0)
+        return line_class::MEMBER;
+    const bool is_walked = others_[index] != line_class::NEVER_ASKED;
+    if (!is_walked && (marks & LINE_READ) != 0)
+        return line_class::DECIDES;
+    return !is_walked && (marks & LINE_FOR_LAYOUT) != 0 ? line_class::LAYOUT : others_[index];
 }
 
 line_account accountant::run()

@@ -160,9 +160,9 @@ void conversion_log::dropped(left_out why, const void *record, const void *kept,
 {
     record_note &note = records_[record];
     if (!field.empty()) { // one entry
-        if (const field_note *entry = note_of(record, field))
-            for (const std::int32_t line : lines_of(entry->origins))
-                add_remark(remark::LEFT_OUT, std::abs(line));
+        const field_note *entry = note_of(record, field);
+        if (entry != nullptr && entry->origins.count > 0) // told at the line that names its object
+            add_remark(remark::LEFT_OUT, std::abs(lines_of(entry->origins).front()));
         std::erase_if(note.fields,
                       [&](const field_note &one) { return field_key(one.field) == field; });
         return;

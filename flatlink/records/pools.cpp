@@ -122,6 +122,7 @@ static int store_entry(mcpool &pool, std::string_view key, std::string_view valu
             where = pool.name + "_" + std::string(field.stem) + std::to_string(number);
         }
     }
+    note_unknown();
     complain("vpndata: Unrecognized VPN field (" + std::string(unknown) + "=" + std::string(value) +
              ") on mcpool_" + where);
     return 1;
@@ -140,9 +141,10 @@ static int store_line(std::string_view rest, const std::string &name, const char
     if (line.value.empty())
         return 0;
     mcpool &pool = pool_named(name);
-    if (store_field<mcpool>(pool_fields, pool, line.key, line.value, message))
-        return 0;
-    return store_entry(pool, line.key, line.value);
+    if (find_row<mcpool>(pool_fields, line.key) == nullptr)
+        return store_entry(pool, line.key, line.value);
+    (void)store_field<mcpool>(pool_fields, pool, line.key, line.value, message);
+    return 0;
 }
 
 int add_partial_mcpool(std::string_view rest)

@@ -93,6 +93,8 @@ class Ledger(ns.Case):
                 self.assertEqual(is_needed, self.IS_NEEDED[row["class"]], (path, row, lines[at]))
 
     def test_sums(self):
+        of_sample = self.of(ns.WORK + "/samples/branch-office.conf")["summary"]
+        self.assertEqual((of_sample["used"], of_sample["decides"]), (103, 22))
         for path in databases():
             with self.subTest(path=path):
                 ledger = self.of(path)

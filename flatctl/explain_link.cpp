@@ -71,6 +71,8 @@ bool is_asked_for(const std::string &wanted, std::size_t number, const linkinfo 
 
 // ---- what is asked for
 
+constexpr std::size_t EXPLAINED_MAX = 100; // more of one name are no explanation
+
 std::vector<explained_link> find_links(const conversion_log &log, std::string_view output,
                                        const std::string &wanted)
 {
@@ -81,6 +83,11 @@ std::vector<explained_link> find_links(const conversion_log &log, std::string_vi
         const record_note *note = log.note_of(link.get());
         if (!is_asked_for(wanted, ++number, *link) || note == nullptr)
             continue;
+        if (found.size() == EXPLAINED_MAX) {
+            std::fprintf(stderr, "the first %zu links of that name; ask for others by number\n",
+                         EXPLAINED_MAX);
+            break;
+        }
         place_of.emplace(link.get(), found.size());
         found.push_back({number,
                          note->link + std::size_t{1},

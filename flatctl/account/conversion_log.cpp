@@ -251,7 +251,15 @@ void conversion_log::note_value_read(const frag *node, std::int32_t line)
     if (node->value[0] == '\0' || (marks & LINE_ALL_ONES) != 0)
         take_back(last_line_); // what led to it makes nothing, either
     else if ((marks & LINE_MEMBER_TYPE) == 0 && std::string_view(node->name) != "include-sgo")
-        reads_->push_back(is_window_of_peer_ ? -line : line);
+        add_origin(is_window_of_peer_ ? -line : line);
+}
+
+// Of a text that a thousand lines make, each link would keep all of them: the first tell enough.
+void conversion_log::add_origin(std::int32_t line)
+{
+    constexpr std::size_t ORIGINS_MAX = 32;
+    if (reads_->size() < ORIGINS_MAX)
+        reads_->push_back(line);
 }
 
 void conversion_log::take_back(std::int32_t line)
@@ -420,12 +428,6 @@ const record_note *conversion_log::note_of(const void *record) const
 {
     const auto found = records_.find(record);
     return found == records_.end() ? nullptr : &found->second;
-}
-
-const field_note *conversion_log::note_in(const record_note &record, std::uint32_t field)
-{
-    const auto found = std::ranges::find(record.fields, field, &field_note::field);
-    return found == record.fields.end() ? nullptr : &*found;
 }
 
 const field_note *conversion_log::note_of(const void *record, std::uint32_t field) const

@@ -61,6 +61,8 @@ constexpr std::uint32_t NO_NOTE = ~0U;
 
 struct record_note {
     std::vector<field_note> fields;
+    // Their places by number, once there are many: a pool has fields for each of its entries.
+    std::unique_ptr<std::unordered_map<std::uint32_t, std::size_t>> places;
     const void *kept = nullptr; // the record that stands for it
     left_out why{};
     bool is_dropped = false;
@@ -195,6 +197,7 @@ class conversion_log
     void choose_part(const frag *node);
     std::span<const std::int32_t> part_of_side(const text_origins &side,
                                                std::string_view field) const;
+    void add_origin(std::int32_t line);
     void take_back(std::int32_t line);
     void missing(const char *key, bool stands);
     void entered(derivation_step kind, const frag *first, const frag *second);

@@ -30,11 +30,31 @@ record_note &conversion_log::record_of(const void *record)
     return *last_note_;
 }
 
+const field_note *conversion_log::note_in(const record_note &record, std::uint32_t field)
+{
+    if (record.places != nullptr) {
+        const auto place = record.places->find(field);
+        return place == record.places->end() ? nullptr : &record.fields[place->second];
+    }
+    const auto found = std::ranges::find(record.fields, field, &field_note::field);
+    return found == record.fields.end() ? nullptr : &*found;
+}
+
 field_note &conversion_log::field_of(const void *record, std::uint32_t field)
 {
-    std::vector<field_note> &fields = record_of(record).fields;
-    const auto place = std::ranges::find(fields, field, &field_note::field);
-    return place != fields.end() ? *place : fields.emplace_back(field);
+    constexpr std::size_t FEW = 64; // a link has fewer
+    record_note &note = record_of(record);
+    if (const field_note *known = note_in(note, field))
+        return note.fields[static_cast<std::size_t>(known - note.fields.data())];
+    note.fields.emplace_back(field);
+    if (note.places == nullptr && note.fields.size() > FEW) {
+        note.places = std::make_unique<std::unordered_map<std::uint32_t, std::size_t>>();
+        for (std::size_t i = 0; i < note.fields.size(); ++i)
+            note.places->emplace(note.fields[i].field, i);
+    } else if (note.places != nullptr) {
+        note.places->emplace(field, note.fields.size() - 1);
+    }
+    return note.fields.back();
 }
 
 // Where there is nothing before the mark in the text, what stands after it is the whole text.
@@ -158,15 +178,14 @@ void conversion_log::moved(const void *from, std::string_view from_field, const 
 void conversion_log::dropped(left_out why, const void *record, const void *kept,
                              std::string_view field)
 {
-    record_note &note = records_[record];
     if (!field.empty()) { // one entry
-        const field_note *entry = note_of(record, field);
-        if (entry != nullptr && entry->origins.count > 0) // told at the line that names its object
-            add_remark(remark::LEFT_OUT, std::abs(lines_of(entry->origins).front()));
-        std::erase_if(note.fields,
-                      [&](const field_note &one) { return field_key(one.field) == field; });
+        field_note &entry = field_of(record, field_number(field));
+        if (entry.origins.count > 0) // told at the line that names its object
+            add_remark(remark::LEFT_OUT, std::abs(lines_of(entry.origins).front()));
+        entry.origins = {};
         return;
     }
+    record_note &note = record_of(record);
     note.is_dropped = true;
     note.why = why;
     note.kept = kept;

@@ -91,6 +91,7 @@ class derivation_check
     void tell_remarks();
     void tell_rules();
     void tell_idle_rule(const rule_note &rule);
+    std::int32_t line_of_rule(std::uint32_t index);
     void tell_equal_links(const rule_note &rule);
     void tell_names();
     void tell_misnamed(const named_list &list);
@@ -103,6 +104,7 @@ class derivation_check
     conversion_log &log_;
     frag *tree_;
     const finding_taker &take_;
+    std::map<std::uint32_t, std::int32_t> rule_lines_; // by index
 };
 
 frag *child_of(frag *node, const char *key)
@@ -176,10 +178,19 @@ void derivation_check::tell_idle_rule(const rule_note &rule)
         take_("D301", {.line = first_line(node)});
 }
 
+// Looked for once, since many rules can have links that equal those of one.
+std::int32_t derivation_check::line_of_rule(std::uint32_t index)
+{
+    const auto [place, is_new] = rule_lines_.try_emplace(index, 0);
+    if (is_new)
+        place->second = first_line(log_.rules()[index].rule);
+    return place->second;
+}
+
 void derivation_check::tell_equal_links(const rule_note &rule)
 {
     std::int32_t equal = 0;
-    std::set<std::int32_t> rule_lines;
+    std::set<std::uint32_t> rules;
     for (std::uint32_t i = rule.first_link; i < rule.first_link + rule.link_count; ++i) {
         const record_note *note = log_.note_of(log_.links()[i].record);
         if (note == nullptr || !note->is_dropped || note->why != left_out::EQUAL_LINK)
@@ -187,10 +198,13 @@ void derivation_check::tell_equal_links(const rule_note &rule)
         ++equal;
         const record_note *kept = log_.note_of(note->kept);
         if (kept != nullptr && kept->link != NO_NOTE)
-            rule_lines.insert(first_line(log_.rules()[log_.links()[kept->link].rule].rule));
+            rules.insert(log_.links()[kept->link].rule);
     }
     if (equal == 0)
         return;
+    std::set<std::int32_t> rule_lines;
+    for (const std::uint32_t index : rules)
+        rule_lines.insert(line_of_rule(index));
     const bool is_all = equal == static_cast<std::int32_t>(rule.link_count);
     take_(is_all ? "D303" : "D311", {.line = first_line(rule.rule),
                                      .count = equal,

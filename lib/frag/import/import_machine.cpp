@@ -220,8 +220,8 @@ bool importer::machine::line_skip()
 static std::uint32_t take_access_prefixes(std::string_view &part)
 {
     // Most names don't begin with the first letter of a prefix.
-    constexpr std::string_view FIRST_LETTERS = "pPdDaAoO";
-    if (part.empty() || FIRST_LETTERS.find(part[0]) == std::string_view::npos)
+    static constexpr byte_set FIRST_LETTERS("pPdDaAoO");
+    if (part.empty() || !FIRST_LETTERS.has(part[0]))
         return 0;
     part = attr_remap(part);
     std::uint32_t flags = 0;

@@ -43,9 +43,10 @@ void importer::machine::resolve_section_part(std::string_view part)
 // Takes a line that is nothing but a header; reuses the last one's path.
 bool importer::machine::take_section_header(std::string_view line)
 {
+    static constexpr byte_set ENDS("\0]=\r"sv);
     static constexpr byte_set STOPS("\0\\]=_"sv);
     static constexpr byte_set NO_STARTS("[ \t\r\n");
-    const std::size_t close = line.find_first_of("\0]=\r"sv);
+    const std::size_t close = ENDS.find_in(line, 0);
     if (close + 1 != line.size() || line[close] != ']')
         return false;
     std::size_t part = std::max<std::size_t>(follow_last_line(line), 1);
@@ -69,9 +70,10 @@ bool importer::machine::take_section_header(std::string_view line)
 bool importer::machine::take_section_key(std::string_view line)
 {
     static constexpr byte_set STOPS("\0\\]=_"sv);
+    static constexpr byte_set NOT_PLAIN("\\\r");
     const std::size_t end = STOPS.find_in(line, 0);
     if (end > NAME_PART_SIZE || end == line.size() || line[end] != '=' ||
-        line.find_first_of("\\\r", end) != std::string_view::npos)
+        NOT_PLAIN.find_in(line, end) != line.size())
         return false;
     resolve_section_part(line.substr(0, end));
     begin_value(frag_notation::SECTION);

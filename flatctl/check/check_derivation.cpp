@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <set>
 #include <string>
+#include <tuple>
 
 using namespace flatlink;
 
@@ -337,7 +338,7 @@ void derivation_check::tell_dropped()
     if (lacks_words)
         std::erase_if(all, [](const auto &one) { return one.second.line == 0; });
     std::ranges::sort(all, {}, [](const auto &one) {
-        return std::pair(one.second.line, std::string_view(one.second.detail));
+        return std::tie(one.second.line, one.second.detail, one.second.related);
     });
     for (auto &[code, found] : all)
         take_(code, std::move(found));

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
+#include <utility>
 
 using namespace flatlink;
 
@@ -184,23 +185,34 @@ static const frag *top_of(const frag *node)
     return node;
 }
 
+void conversion_log::note_met(const frag *node)
+{
+    met_note &note = met_[node];
+    const bool is_for_layout = phase_ == phase::LAYOUT;
+    if (!std::exchange(is_for_layout ? note.is_met_for_layout : note.is_met, true)) {
+        met_tops_.insert(top_of(node)); // the passes may have moved the node since
+        note.is_met_for_link = !is_for_layout && steps_.empty();
+    }
+    if (is_for_layout)
+        return;
+    const auto rule = static_cast<std::uint32_t>(rules_.size());
+    if (!steps_.empty() && note.rule != rule) {
+        note.rule = rule;
+        met_by_rule_.push_back(&note);
+    }
+    if (last_line_ != 0 && last_value_.ends_with(node->name))
+        note.led_by = last_line_;
+}
+
 void conversion_log::found(const frag *node)
 {
     const std::int32_t line = origin_line(node);
+    if (node->child != nullptr)
+        note_met(node);
     if (phase_ == phase::LAYOUT) {
         if (line != 0)
             line_at(line).marks |= LINE_FOR_LAYOUT;
-        if (node->child != nullptr && met_for_layout_.insert(node).second)
-            met_tops_.insert(top_of(node));
         return;
-    }
-    if (node->child != nullptr) {
-        if (met_.try_emplace(node, steps_.empty()).second)
-            met_tops_.insert(top_of(node));
-        if (!steps_.empty())
-            met_by_rule_.insert(node);
-        if (last_line_ != 0 && last_value_.ends_with(node->name))
-            led_by_[node] = last_line_;
     }
     if (node->value == nullptr)
         return;
@@ -321,8 +333,8 @@ void conversion_log::end_rule()
     rule_note &rule = rules_.back();
     rule.link_count = static_cast<std::uint32_t>(links_.size()) - rule.first_link;
     if (rule.link_count > 0 || rule.meets_peer)
-        for (const frag *node : met_by_rule_)
-            met_[node] = true;
+        for (met_note *note : met_by_rule_)
+            note->is_met_for_link = true;
     met_by_rule_.clear();
 }
 
@@ -363,9 +375,8 @@ void conversion_log::expands(value_source side, const frag *obj)
     *side_ = {};
     side_->is_of_peer = is_of_type(obj, "vpnnetwork");
     reads_ = &side_->first;
-    const auto led = led_by_.find(obj);
-    if (led != led_by_.end())
-        side_->first.push_back(-led->second);
+    if (const std::int32_t line = met_note_of(obj).led_by; line != 0)
+        side_->first.push_back(-line);
 }
 
 void conversion_log::link(const frag *peer)
@@ -442,8 +453,9 @@ const field_note *conversion_log::note_of(const void *record, std::string_view f
     return known == field_numbers_.end() ? nullptr : note_of(record, known->second);
 }
 
-bool conversion_log::was_met_for_link(const frag *node) const
+const met_note &conversion_log::met_note_of(const frag *node) const
 {
+    static const met_note none;
     const auto found = met_.find(node);
-    return found != met_.end() && found->second;
+    return found == met_.end() ? none : found->second;
 }

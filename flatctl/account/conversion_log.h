@@ -92,6 +92,15 @@ struct rule_note {
     bool meets_peer = false;            // one side has a VPN object
 };
 
+// An object or a list that a look-up came to.
+struct met_note {
+    bool is_met = false;          // by the derivation
+    bool is_met_for_link = false; // or for what is no link at all
+    bool is_met_for_layout = false;
+    std::int32_t led_by = 0; // the line that named it; 0 for none
+    std::uint32_t rule = 0;  // number, from 1, of the last that met it
+};
+
 struct output_note {
     const void *record;
     std::uint32_t field; // its key, by field_key
@@ -178,11 +187,8 @@ class conversion_log
     static std::uint32_t hash_of(std::string_view value);
     const std::vector<std::string> &usual_settings() const { return usual_settings_; }
 
-    // Whether the derivation met the object or list `node`, and whether that was for a link, or for
-    // what is no link at all.
-    bool was_met(const frag *node) const { return met_.contains(node); }
-    bool was_met_for_link(const frag *node) const;
-    bool was_met_for_layout(const frag *node) const { return met_for_layout_.contains(node); }
+    // How `node` was met, if it was.
+    const met_note &met_note_of(const frag *node) const;
 
     // The nodes without a parent above all that was met; not to be looked into, they may be gone.
     const std::unordered_set<const frag *> &met_tops() const { return met_tops_; }
@@ -193,6 +199,7 @@ class conversion_log
 
   private:
     void found(const frag *node);
+    void note_met(const frag *node);
     void note_value_read(const frag *node, std::int32_t line);
     void choose_part(const frag *node);
     std::span<const std::int32_t> part_of_side(const text_origins &side,
@@ -242,8 +249,7 @@ class conversion_log
     std::vector<rule_note> rules_;
     std::vector<link_note> links_;
     std::map<remark_note, std::int32_t> remarks_;
-    std::unordered_map<const frag *, bool> met_; // true: for a link
-    std::unordered_set<const frag *> met_for_layout_;
+    std::unordered_map<const frag *, met_note> met_;
     std::unordered_set<const frag *> met_tops_;
 
     // Of the moment.
@@ -255,8 +261,7 @@ class conversion_log
     std::vector<std::int32_t> *reads_ = &window_;
     std::int32_t last_line_ = 0; // of the value that was read last
     std::string last_value_;     // that value, which the tree may have lost since
-    std::unordered_map<const frag *, std::int32_t> led_by_; // the line that named the object
-    std::unordered_set<const frag *> met_by_rule_;
+    std::vector<met_note *> met_by_rule_;
     std::vector<step> steps_;
     value_source source_ = value_source::READ;
     const char *source_key_ = nullptr;

@@ -48,17 +48,27 @@ struct field_summary {
     bool is_dropped = false;
 };
 
-// A node of the tree in the account: what lies below it, and what was met on the way to it.
+// A node of the tree in the account, on the way from the top to the node that is looked at: what
+// was met until there, and what was seen below.
 struct tree_place {
     const frag *node = nullptr;
-    std::uint32_t above = 0;       // index of its parent's place; its own at the top
-    std::uint32_t lines_below = 0; // its own included
+    const frag *next_child = nullptr; // still to be looked at
+    std::int32_t last_line = 0;       // at or below the node; 0 for none
+    std::uint16_t last_depth = 0;     // of that line's node
+    std::uint16_t depth = 0;     // 1 at the top; what lies deeper than it can hold has its maximum
+    bool has_many_lines = false; // at or below the node
     bool is_met = false;
     bool is_met_for_link = false;
     bool is_for_layout = false;
-    bool is_sole = false; // the only line below something that was met
+    bool is_needed = false; // without its only line, what was met would not be there
     bool is_of_idle_rule = false;
     bool is_of_object = false; // below `net`
+};
+
+// What the node of a line tells about it.
+struct node_class {
+    line_class kind = line_class::NEVER_ASKED;
+    std::uint16_t depth = 0; // of the node; of several that a line made, the deepest tells
 };
 
 class accountant
@@ -66,7 +76,7 @@ class accountant
   public:
     accountant(conversion_log &log, const frag *tree)
         : log_(log), tree_(tree), is_used_(log.lines().size()), fields_(log.lines().size()),
-          others_(log.lines().size(), line_class::NEVER_ASKED)
+          others_(log.lines().size())
     {
     }
 
@@ -87,10 +97,13 @@ class accountant
     bool is_used_by_all(std::int32_t line, const std::vector<const void *> &twins) const;
     bool says_own_key(std::int32_t line, std::uint32_t hash) const;
     void summarise_fields();
+    void find_idle_rules();
     void look_at_tree();
     bool knows_all_tops() const;
-    void place_nodes(std::vector<tree_place> &places) const;
-    void look_at_place(const tree_place &place);
+    tree_place place_of(const frag *node, const tree_place &above) const;
+    void look_below(const frag *top);
+    void look_at_line(tree_place &place);
+    void note_sole_line(const tree_place &place);
     line_class class_of(std::int32_t line) const;
 
     conversion_log &log_;
@@ -98,7 +111,8 @@ class accountant
     std::vector<line_use> uses_;
     std::vector<bool> is_used_;         // by line
     std::vector<field_summary> fields_; // by line
-    std::vector<line_class> others_;    // by line, of those that no field has
+    std::vector<node_class> others_;    // by line, of those that no field has
+    std::unordered_set<const frag *> idle_rules_;
     std::unordered_set<std::int32_t> own_keys_;
     // The records that another one stands for, by that one.
     std::unordered_map<const void *, std::vector<const void *>> stands_for_;
@@ -320,73 +334,97 @@ bool accountant::knows_all_tops() const
     return known == log_.met_tops().size();
 }
 
-// The nodes from the top down, so that a parent's place comes before those of its children.
-void accountant::place_nodes(std::vector<tree_place> &places) const
+void accountant::find_idle_rules()
 {
-    std::unordered_set<const frag *> idle_rules;
     for (const rule_note &rule : log_.rules())
         if (rule.link_count == 0 && !rule.meets_peer)
-            idle_rules.insert(rule.rule);
-    const bool knows_tops = knows_all_tops();
-    const auto add_list = [&](const frag *node, std::uint32_t above, bool is_top) {
-        for (; node != nullptr; node = node->next) {
-            // Nothing was met below: what holds is what no walk has to find out.
-            if (is_top && knows_tops && !log_.met_tops().contains(node) && !is_objects(node))
-                continue;
-            const auto index = static_cast<std::uint32_t>(places.size());
-            tree_place place = is_top ? tree_place() : places[above];
-            place.node = node;
-            place.above = is_top ? index : above;
-            if (is_top)
-                place.is_of_object = is_objects(node);
-            place.lines_below = node->value != nullptr && origin_line(node) != 0 ? 1 : 0;
-            place.is_of_idle_rule = place.is_of_idle_rule || idle_rules.contains(node);
-            places.push_back(place);
-        }
-    };
-    add_list(tree_, 0, true);
-    for (std::uint32_t i = 0; i < places.size(); ++i)
-        add_list(places[i].node->child, i, false);
-    for (std::size_t i = places.size(); i-- > 0;)
-        if (places[i].above != i)
-            places[places[i].above].lines_below += places[i].lines_below;
+            idle_rules_.insert(rule.rule);
 }
 
-void accountant::look_at_place(const tree_place &place)
+tree_place accountant::place_of(const frag *node, const tree_place &above) const
+{
+    const met_note &met = log_.met_note_of(node);
+    tree_place place;
+    place.node = node;
+    place.next_child = node->child;
+    place.depth = static_cast<std::uint16_t>(std::min(above.depth + 1, UINT16_MAX));
+    place.is_met = met.is_met || above.is_met;
+    place.is_met_for_link = met.is_met ? met.is_met_for_link : above.is_met_for_link;
+    place.is_for_layout = met.is_met_for_layout || above.is_for_layout;
+    place.is_needed = met.is_met_for_link || met.is_met_for_layout;
+    place.is_of_idle_rule = above.is_of_idle_rule || idle_rules_.contains(node);
+    place.is_of_object = above.is_of_object;
+    return place;
+}
+
+void accountant::look_at_line(tree_place &place)
 {
     const std::int32_t line = origin_line(place.node);
+    if (place.node->value == nullptr || line == 0)
+        return;
+    place.last_line = line;
+    place.last_depth = place.depth;
+    node_class &other = others_[static_cast<std::size_t>(line)];
+    if (place.depth < other.depth)
+        return;
+    other.depth = place.depth;
     const std::uint16_t marks = log_.lines()[static_cast<std::size_t>(line)].marks;
-    line_class &kind = others_[static_cast<std::size_t>(line)];
-    if (place.is_of_idle_rule && (marks & LINE_READ) != 0)
-        kind = line_class::NO_LINK;
-    else if ((marks & LINE_READ) != 0 || place.is_sole)
-        kind = line_class::DECIDES;
+    if ((marks & LINE_READ) != 0)
+        other.kind = place.is_of_idle_rule ? line_class::NO_LINK : line_class::DECIDES;
     else if (place.is_met)
-        kind = place.is_met_for_link ? line_class::NEVER_ASKED : line_class::UNREACHED;
+        other.kind = place.is_met_for_link ? line_class::NEVER_ASKED : line_class::UNREACHED;
     else if (place.is_for_layout || (marks & LINE_FOR_LAYOUT) != 0)
-        kind = line_class::LAYOUT;
+        other.kind = line_class::LAYOUT;
     else
-        kind = place.is_of_object ? line_class::UNREACHED : line_class::NEVER_ASKED;
+        other.kind = place.is_of_object ? line_class::UNREACHED : line_class::NEVER_ASKED;
+}
+
+// The only line below something that was met.
+void accountant::note_sole_line(const tree_place &place)
+{
+    node_class &other = others_[static_cast<std::size_t>(place.last_line)];
+    if (other.depth == place.last_depth && other.kind != line_class::NO_LINK)
+        other.kind = line_class::DECIDES;
+}
+
+void accountant::look_below(const frag *top)
+{
+    tree_place above;
+    above.is_of_object = is_objects(top);
+    std::vector<tree_place> path{place_of(top, above)};
+    look_at_line(path.back());
+    while (!path.empty()) {
+        tree_place &place = path.back();
+        if (const frag *child = place.next_child; child != nullptr) {
+            place.next_child = child->next;
+            path.push_back(place_of(child, place));
+            look_at_line(path.back());
+            continue;
+        }
+        const tree_place done = place;
+        path.pop_back();
+        if (done.last_line == 0)
+            continue;
+        if (done.is_needed && !done.has_many_lines)
+            note_sole_line(done);
+        if (!path.empty()) {
+            tree_place &parent = path.back();
+            parent.has_many_lines =
+                done.has_many_lines || parent.has_many_lines || parent.last_line != 0;
+            parent.last_line = done.last_line;
+            parent.last_depth = done.last_depth;
+        }
+    }
 }
 
 void accountant::look_at_tree()
 {
-    std::vector<tree_place> places;
-    place_nodes(places);
-    for (tree_place &place : places) {
-        const tree_place &above = places[place.above];
-        const bool is_met_here = log_.was_met(place.node);
-        const bool is_for_layout = log_.was_met_for_layout(place.node);
-        place.is_met = is_met_here || above.is_met;
-        place.is_met_for_link =
-            is_met_here ? log_.was_met_for_link(place.node) : above.is_met_for_link;
-        place.is_for_layout = is_for_layout || above.is_for_layout;
-        // Without its only line, what was met would not be there.
-        const bool is_needed = log_.was_met_for_link(place.node) || is_for_layout;
-        place.is_sole = above.is_sole || (is_needed && place.lines_below == 1);
-        if (place.node->value != nullptr && origin_line(place.node) != 0)
-            look_at_place(place);
-    }
+    find_idle_rules();
+    const bool knows_tops = knows_all_tops();
+    for (const frag *top = tree_; top != nullptr; top = top->next)
+        // Nothing was met below the others: what holds is what no walk has to find out.
+        if (!knows_tops || log_.met_tops().contains(top) || is_objects(top))
+            look_below(top);
 }
 
 line_class accountant::class_of(std::int32_t line) const
@@ -416,10 +454,10 @@ line_class accountant::class_of(std::int32_t line) const
                                                             : line_class::DROPPED;
     if ((marks & LINE_MEMBER_TYPE) != 0)
         return line_class::MEMBER;
-    const bool is_walked = others_[index] != line_class::NEVER_ASKED;
+    const bool is_walked = others_[index].kind != line_class::NEVER_ASKED;
     if (!is_walked && (marks & LINE_READ) != 0)
         return line_class::DECIDES;
-    return !is_walked && (marks & LINE_FOR_LAYOUT) != 0 ? line_class::LAYOUT : others_[index];
+    return !is_walked && (marks & LINE_FOR_LAYOUT) != 0 ? line_class::LAYOUT : others_[index].kind;
 }
 
 line_account accountant::run()

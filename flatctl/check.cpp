@@ -27,7 +27,10 @@ static int check_file(const request &asked, const std::string &path, const known
         return STATUS_UNREADABLE;
     }
     checked.file.limits.may_use_memory_files = true; // for the reader of a table
-    check_task task{.kind = asked.kind, .proxy = asked.proxy, .options = options};
+    check_task task{.kind = asked.kind,
+                    .proxy = asked.proxy,
+                    .options = options,
+                    .wants_digest = asked.format == "json"};
     const int status = check_input(task, world, checked);
     std::erase_if(checked.findings, [&](const finding &found) { return !is_wanted(asked, found); });
     fold_findings(checked.findings);

@@ -31,7 +31,7 @@ STANDS_ON = {
     "flatctl/account": "flatctl/input",
     "flatctl/forms": "flatctl/input",
     "flatctl/access": "flatctl/input",
-    "flatctl/check": "flatctl/account flatctl/access",
+    "flatctl/check": "flatctl/account flatctl/access lib/digest",
     "flatctl": "flatctl/check flatctl/forms",
 }
 

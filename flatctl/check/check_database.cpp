@@ -12,6 +12,7 @@
 #include "flatlink/records/decoder.h"
 #include "flatlink/records/line.h"
 #include "flatlink/records/post_decode.h"
+#include "lib/digest/sha256.h"
 #include "lib/frag/import/import.h"
 #include "lib/frag/import/observer.h"
 #include "lib/frag/tree/frag.h"
@@ -178,8 +179,16 @@ bool checker::read_text()
     ssize_t got = 0;
     if (S_ISREG(database_.status.st_mode))
         text_.reserve(static_cast<std::size_t>(database_.status.st_size));
-    while ((got = uninterrupted([&] { return read(database_.fd.get(), block, sizeof block); })) > 0)
+    sha256_context digest;
+    sha256_init(digest);
+    while ((got = uninterrupted([&] { return read(database_.fd.get(), block, sizeof block); })) >
+           0) {
         text_.append(block, static_cast<std::size_t>(got));
+        if (task_.wants_digest)
+            sha256_update(digest, block, static_cast<std::size_t>(got));
+    }
+    if (task_.wants_digest)
+        facts_.sha256 = sha256_final(digest);
     if (got < 0)
         std::perror("read");
     return got == 0;

@@ -73,7 +73,7 @@ std::string flatlink::packed_facts(const input_facts &facts)
 {
     std::string bytes;
     pack(bytes, FACTS);
-    for (const std::string &text : {facts.kind, facts.notation, facts.layout})
+    for (const std::string &text : {facts.kind, facts.notation, facts.layout, facts.sha256})
         pack(bytes, text);
     for (const std::int64_t number : {facts.lines, facts.keys})
         pack(bytes, std::to_string(number));
@@ -87,7 +87,7 @@ bool flatlink::unpack_facts(std::string_view bytes, input_facts &facts)
     if (unpack(bytes) != FACTS)
         return false;
     facts = {};
-    for (std::string *text : {&facts.kind, &facts.notation, &facts.layout})
+    for (std::string *text : {&facts.kind, &facts.notation, &facts.layout, &facts.sha256})
         *text = unpack(bytes);
     for (std::int64_t *number : {&facts.lines, &facts.keys})
         *number = std::strtoll(unpack(bytes).c_str(), nullptr, 10);

@@ -139,7 +139,7 @@ void write_facts(json_writer &out, const checked_input &checked)
     } else {
         out.number("keys", facts.keys);
     }
-    out.close('}');
+    out.text("sha256", facts.sha256).close('}');
 }
 
 void print_json(const std::vector<checked_input> &all, const level_counts &counts)

@@ -15,6 +15,7 @@ struct check_task {
     std::string kind = "auto"; // or database, table, flat
     std::string proxy = {};    // of a table, the only one to be checked; empty for all
     std::map<std::string, proxy_options> options = {}; // of a table, by proxy
+    bool wants_digest = false;                         // among the facts
 };
 
 struct checked_input {

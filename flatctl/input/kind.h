@@ -15,6 +15,7 @@ struct input_facts {
     std::string layout;   // current, 4.1 or numbered; of a database
     std::int64_t lines = 0;
     std::int64_t keys = 0;          // with a value; of a database and of flat data
+    std::string sha256;             // of all bytes, in hexadecimal digits; empty: not asked for
     std::vector<std::string> names; // of a table, in the order of their first lines
 };
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """operator.py FLATLINK FLATCTL SOURCE_DIR: whole runs of the operator's command."""
 import glob
+import hashlib
 import json
 import os
 import pty
@@ -145,6 +146,7 @@ class Check(ns.Case):
             self.assertNotIn(b"\x1b", run.stdout)
         found = json.loads(flatctl("check", "--format", "json", DATABASE).stdout)
         self.assertEqual(found["schema"], "flatctl/check/1")
+        self.assertEqual(found["inputs"][0]["sha256"], hashlib.sha256(read(DATABASE)).hexdigest())
         self.assertEqual([(f["code"], f["line"]) for f in found["findings"]], [("D111", 1)])
         lines = flatctl("check", "--format", "jsonl", DATABASE).stdout.splitlines()
         self.assertEqual([json.loads(line)["code"] for line in lines], ["D111"])

@@ -37,15 +37,10 @@ const tree_observer conversion_log::tree_calls = {
     .context = nullptr,
     .found = [](void *, const frag *node) { current->found(node); },
     .missing = [](void *, const char *key, bool stands) { current->missing(key, stands); },
-    .absent = [](void *, const frag *obj,
-                 const char *key) { current->add_remark(remark::ABSENT, obj, key); },
+    .absent = [](void *, const frag *obj, const char *key) { current->absent(obj, key); },
     .unfit = [](void *,
                 const frag *obj) { current->add_remark(remark::UNFIT, obj, fragkeyname(obj)); },
-    .stopped =
-        [](void *, walk_stop why, const frag *obj) {
-            const remark kind = why == walk_stop::DEEP ? remark::DEEP : remark::RECURSIVE;
-            current->add_remark(kind, obj, fragkeyname(obj));
-        },
+    .stopped = [](void *, walk_stop why, const frag *obj) { current->stopped(why, obj); },
     .cut = [](void *, std::string_view) { current->add_remark(remark::CUT, current->last_line_); },
 };
 
@@ -240,6 +235,51 @@ void conversion_log::choose_part(const frag *node)
     } else if (reads_ == &side_->first) {
         side_->has_first = true;
     }
+    if (name == "addr")
+        (reads_ == &side_->second ? side_->second_value : side_->first_value) =
+            hash_of(node->value);
+}
+
+// In an entry of a pool, which takes the lines of its text from the window, a range of addresses
+// and a network have a field for each part.
+void conversion_log::choose_entry_part(const frag *node)
+{
+    const std::string_view name = node->name;
+    if (is_of_type(node->parent, "iprange"))
+        entry_of_parts_ = name == "start" ? "addr_" : entry_of_parts_;
+    else if (is_of_type(node->parent, "ipnet"))
+        entry_of_parts_ = name == "addr" ? "net_" : entry_of_parts_;
+    else
+        return;
+    if ((name == "end" || name == "mask") && !entry_of_parts_.empty())
+        second_part_ = window_.size();
+}
+
+void conversion_log::clear_window()
+{
+    window_.clear();
+    entry_of_parts_ = {};
+    second_part_ = 0;
+}
+
+// An object with a value of its own is a member of a list, which is walked with it.
+void conversion_log::absent(const frag *obj, const char *key)
+{
+    add_remark(remark::ABSENT, obj, key);
+    if (obj->value != nullptr && origin_line(obj) != 0)
+        line_at(origin_line(obj)).marks |= LINE_READ;
+}
+
+void conversion_log::stopped(walk_stop why, const frag *obj)
+{
+    add_remark(why == walk_stop::DEEP ? remark::DEEP : remark::RECURSIVE, obj, fragkeyname(obj));
+    if (side_ != nullptr) {
+        side_->only_led_there = true;
+    } else if (steps_.empty()) {
+        window_only_leads_ = true;
+        for (std::int32_t &line : window_)
+            line = -std::abs(line);
+    }
 }
 
 // The line becomes an origin of what is made next, unless its value makes nothing.
@@ -252,18 +292,20 @@ void conversion_log::note_value_read(const frag *node, std::int32_t line)
     if (has_all_ones(node))
         marks |= LINE_ALL_ONES;
     if (reads_ == &window_ && is_window_used_) {
-        window_.clear();
+        clear_window();
         is_window_used_ = false;
     }
     if (side_ != nullptr)
         choose_part(node);
+    else if (steps_.empty())
+        choose_entry_part(node);
     // In a pool, a peer stands for several entries, and each line leads to all of them.
-    is_window_of_peer_ =
-        is_window_of_peer_ || (steps_.empty() && is_of_type(node->parent, "vpnnetwork"));
+    window_only_leads_ =
+        window_only_leads_ || (steps_.empty() && is_of_type(node->parent, "vpnnetwork"));
     if (node->value[0] == '\0' || (marks & LINE_ALL_ONES) != 0)
         take_back(last_line_); // what led to it makes nothing, either
     else if ((marks & LINE_MEMBER_TYPE) == 0 && std::string_view(node->name) != "include-sgo")
-        add_origin(is_window_of_peer_ ? -line : line);
+        add_origin(window_only_leads_ ? -line : line);
 }
 
 // Of a text that a thousand lines make, each link would keep all of them: the first tell enough.
@@ -347,9 +389,9 @@ static bool is_temporary(const frag *node)
 void conversion_log::read_no_side()
 {
     side_ = nullptr;
-    is_window_of_peer_ = false;
+    window_only_leads_ = false;
     reads_ = &window_;
-    window_.clear();
+    clear_window();
 }
 
 // One of several texts: each line leads to it, and perhaps to the others.
@@ -373,7 +415,7 @@ void conversion_log::expands(value_source side, const frag *obj)
         return;
     }
     *side_ = {};
-    side_->is_of_peer = is_of_type(obj, "vpnnetwork");
+    side_->only_led_there = is_of_type(obj, "vpnnetwork");
     reads_ = &side_->first;
     if (const std::int32_t line = met_note_of(obj).led_by; line != 0)
         side_->first.push_back(-line);
@@ -404,6 +446,7 @@ void conversion_log::from(value_source source, const char *key)
 {
     source_ = source;
     source_key_ = key;
+    is_window_used_ = is_window_used_ || source == value_source::READ;
 }
 
 // ---- what was noted

@@ -134,8 +134,14 @@ struct remark_note {
 // The lines that make the text of one side: "address:mask" or "first-last".
 struct text_origins {
     std::vector<std::int32_t> first, second;
-    bool has_first = false;  // it was read, whatever its value
-    bool is_of_peer = false; // the lines lead to its text; a peer inside of itself has another
+    bool has_first = false; // it was read, whatever its value
+    // The lines lead to its text, and without one of them there may be the same: it is a peer's, or
+    // that of an object inside of itself.
+    bool only_led_there = false;
+    std::uint32_t first_value = 0, second_value = 0; // hashes of those read last; 0: none
+
+    // Both parts are one text, so either would do alone.
+    bool has_equal_parts() const { return second_value != 0 && first_value == second_value; }
 
     void become_led_there();
 };
@@ -202,6 +208,10 @@ class conversion_log
     void note_met(const frag *node);
     void note_value_read(const frag *node, std::int32_t line);
     void choose_part(const frag *node);
+    void choose_entry_part(const frag *node);
+    void clear_window();
+    void absent(const frag *obj, const char *key);
+    void stopped(walk_stop why, const frag *obj);
     std::span<const std::int32_t> part_of_side(const text_origins &side,
                                                std::string_view field) const;
     void add_origin(std::int32_t line);
@@ -255,9 +265,11 @@ class conversion_log
     // Of the moment.
     std::vector<std::int32_t> window_; // lines read since the value before
     bool is_window_used_ = false;
-    bool is_window_of_peer_ = false;
-    text_origins sides_[2];        // of the remote and the local side
-    text_origins *side_ = nullptr; // the one that is expanded
+    bool window_only_leads_ = false;
+    std::string_view entry_of_parts_; // how the first of two fields begins that take a part each
+    std::size_t second_part_ = 0;     // where in the window its lines begin; 0: there is none
+    text_origins sides_[2];           // of the remote and the local side
+    text_origins *side_ = nullptr;    // the one that is expanded
     std::vector<std::int32_t> *reads_ = &window_;
     std::int32_t last_line_ = 0; // of the value that was read last
     std::string last_value_;     // that value, which the tree may have lost since

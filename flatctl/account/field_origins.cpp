@@ -94,13 +94,19 @@ origin_list conversion_log::origins_now(std::string_view field)
     tree_watch = nullptr; // these look-ups are our own
     const auto add_side = [&](const text_origins &side) {
         for (const std::int32_t line : part_of_side(side, field))
-            origins_.push_back(side.is_of_peer ? -std::abs(line) : line);
+            origins_.push_back(side.only_led_there || side.has_equal_parts() ? -std::abs(line)
+                                                                             : line);
     };
     switch (source_) {
-    case value_source::READ:
-        origins_.insert(origins_.end(), window_.begin(), window_.end());
+    case value_source::READ: {
+        const bool is_first_part = second_part_ != 0 && field.starts_with(entry_of_parts_) &&
+                                   (entry_of_parts_ == "addr_" || field.ends_with("_addr"));
+        const auto end = is_first_part ? window_.begin() + static_cast<std::ptrdiff_t>(second_part_)
+                                       : window_.end();
+        origins_.insert(origins_.end(), window_.begin(), end);
         is_window_used_ = true;
         break;
+    }
     case value_source::PROGRAM:
         break;
     case value_source::PEER:

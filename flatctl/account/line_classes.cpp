@@ -247,10 +247,22 @@ bool accountant::is_used_by_all(std::int32_t line, const std::vector<const void 
     });
 }
 
+// Whether a side of a link, or an entry of a pool, holds what it holds for an empty text, too: no
+// line of the text is needed for it.
+static bool is_of_empty_text(const output_note &written, std::string_view field)
+{
+    static const std::uint32_t no_address = conversion_log::hash_of("0.0.0.0");
+    return written.hash == no_address &&
+           (field.starts_with("lnetwork_") || field.starts_with("rnetwork_") ||
+            field.starts_with("addr") || field.starts_with("net_"));
+}
+
 bool accountant::makes_difference(std::int32_t line, const output_note &written,
                                   const record_note &record) const
 {
     const std::string_view field = log_.field_key(written.field);
+    if (is_of_empty_text(written, field))
+        return false;
     const auto others = stands_for_.find(written.record);
     if (record.link == NO_NOTE) // what an interface has no value for comes from its other list
         return others == stands_for_.end() ||
@@ -297,9 +309,11 @@ void accountant::summarise_fields()
     for (const auto &[record, note] : log_.records()) {
         const bool is_twin = note.is_dropped && note.why == left_out::EQUAL_LINK;
         for (const field_note &stored : note.fields) {
-            // Sizes and order of links come from the whole text of an address.
+            // Sizes and order of links come from the whole text of an address, and without a
+            // gateway there are none.
             const bool is_address = stored.source == value_source::REMOTE_SIDE ||
-                                    stored.source == value_source::LOCAL_SIDE;
+                                    stored.source == value_source::LOCAL_SIDE ||
+                                    (stored.is_plain && log_.field_key(stored.field) == "gateway");
             for (const std::int32_t line : log_.lines_of(stored.origins)) {
                 if (line < 0)
                     continue;

@@ -49,7 +49,8 @@ struct derivation_observer {
     // A link of `peer` is about to be made; the fields that are stored next are its own.
     void (*link)(void *context, const frag *peer) = nullptr;
 
-    // The origin of the link's next value, unless it is `read`.
+    // The origin of the link's next value; `read` after each, which may not have been stored: what
+    // is found from now on is of the next.
     //   key  of the child, for `peer` and `rule`; else null
     void (*from)(void *context, value_source source, const char *key) = nullptr;
 };

@@ -92,6 +92,7 @@ class link_feeder
         // Each byte is kept, and written three times. The next link is the one to be refused.
         (void)take_steps(4 * text_steps(line_.size()), nullptr);
         (void)add_partial_linkinfo(line_);
+        note_from(value_source::READ); // an empty value is not stored
     }
 
     // A value that is not what was read just before.

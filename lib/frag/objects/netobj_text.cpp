@@ -151,6 +151,8 @@ static int give_group(text_walk &walk, frag *obj, const char *key)
         if (!member_mark.entered)
             continue;
         const char *name = member->name == nullptr ? nullptr : member->name->value;
+        if (name == nullptr)
+            note_absent(member->node, "obj");
         result = name != nullptr ? text_of_object(walk, member->obj, name)
                                  : text_of_object(walk, nullptr, key);
     }

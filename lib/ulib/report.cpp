@@ -1,5 +1,6 @@
 #include "lib/ulib/report.h"
 
+#include "lib/ulib/notice.h"
 #include "lib/ulib/system_log.h"
 
 #include <cstdlib>
@@ -45,9 +46,6 @@ void SendLog(CServiceContext *service, CConnectionContext *connection, const UNI
 
 void outofcore()
 {
-    constexpr std::int32_t EVENT_OUT_OF_MEMORY = 13507;
-    UNIQUE_DATA_T uniq = UNIQUE_DATA;
-    uniq.event = EVENT_OUT_OF_MEMORY;
-    SendLog(servContext, connContext, uniq, REPORT_NOTICE, "libtoken: out of memory");
+    notice(EVENT_NO_MEMORY, 0, "libtoken: out of memory");
     std::exit(0);
 }

@@ -12,18 +12,18 @@ static bool matches(std::string_view pattern, std::string_view text)
 {
     constexpr std::size_t NONE = std::string_view::npos;
     std::size_t at = 0;
-    std::size_t behind_star = NONE;
+    std::size_t after_star = NONE;
     std::size_t run_end = 0;
     std::size_t pos = 0;
     while (pos < text.size()) {
         if (at < pattern.size() && pattern[at] == '*') {
-            behind_star = ++at;
+            after_star = ++at;
             run_end = pos;
         } else if (at < pattern.size() && pattern[at] == text[pos]) {
             ++at;
             ++pos;
-        } else if (behind_star != NONE) {
-            at = behind_star;
+        } else if (after_star != NONE) {
+            at = after_star;
             pos = ++run_end;
         } else {
             return false;

@@ -33,14 +33,14 @@ int log_open(stdlog_conn *conn)
     return 0;
 }
 
-static const sockaddr *parse_address(const stdlog_conn &conn)
+static const sockaddr *daemon_address(const stdlog_conn &conn)
 {
     return reinterpret_cast<const sockaddr *>(&conn.address);
 }
 
 int flatlink::log_connect(stdlog_conn *conn)
 {
-    if (connect(conn->fd, parse_address(*conn), sizeof conn->address) != 0)
+    if (connect(conn->fd, daemon_address(*conn), sizeof conn->address) != 0)
         return errno;
     conn->connected = true;
     return 0;
@@ -61,7 +61,7 @@ static bool send_by(sender *send, const void *record, std::size_t length, const 
 {
     return (conn.connected
                 ? send(conn.fd, record, length, nullptr, 0)
-                : send(conn.fd, record, length, parse_address(conn), sizeof conn.address)) >= 0;
+                : send(conn.fd, record, length, daemon_address(conn), sizeof conn.address)) >= 0;
 }
 
 bool flatlink::log_send_at_once(const void *record, std::size_t length, const stdlog_conn &conn)

@@ -72,24 +72,19 @@ static decision first_verdict(const char *keyword, cfgrec *list, comparer compar
          entry = cfg_next(keyword, entry)) {
         for (int i = 0; i < entry->argc; ++i) {
             const char *item = entry->argv[i];
-            const bool turned = item[0] == '!';
-            const comparison compared = compare(turned ? item + 1 : item);
+            const bool negated = item[0] == '!';
+            const comparison compared = compare(negated ? item + 1 : item);
             tell_asked(entry, i, compared);
             if (!compared.fits)
                 continue;
-            // Of a deny- entry and a '!' each turns the answer; both together allow.
+            // A deny- prefix and a '!' each invert the answer; both together allow.
             const bool denies = (entry->flags & CFG_DENY) != 0;
-            const decision found{turned == denies ? verdict::ALLOWED : verdict::REFUSED, entry, i};
+            const decision found{negated == denies ? verdict::ALLOWED : verdict::REFUSED, entry, i};
             tell_decided(found);
             return found;
         }
     }
     return {};
-}
-
-static bool holds_address(const char *text)
-{
-    return text[std::strspn(text, ".*0123456789")] == '\0';
 }
 
 // Unlike hostmatch, ignores a mask and what follows it.

@@ -12,10 +12,15 @@
 
 using namespace flatlink;
 
+bool flatlink::holds_address(const char *text)
+{
+    return text[std::strspn(text, ".*0123456789")] == '\0';
+}
+
 const char *maphostname(const char *host)
 {
     static char address[INET_ADDRSTRLEN];
-    if (host[std::strspn(host, ".*0123456789")] == '\0')
+    if (holds_address(host))
         return host;
     const hostent *found = name_service->host_by_name(host);
     if (found == nullptr || found->h_addr_list[0] == nullptr)

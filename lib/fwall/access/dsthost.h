@@ -1,8 +1,16 @@
 // The address of a destination: of a host name, and of a client's connection.
 #pragma once
 
-// The first address of a host as dotted text; `host` itself when it consists of digits, `.` and `*`
-// (no look-up) or is unknown; "invalid" after h_lengthCorrect has reported a wrong address length.
+namespace flatlink
+{
+
+// True for a destination that counts as an address: it consists of digits, `.` and `*`.
+bool holds_address(const char *text);
+
+} // namespace flatlink
+
+// The first address of a host as dotted text; `host` itself when it counts as an address (no
+// look-up) or is unknown; "invalid" after h_lengthCorrect has reported a wrong address length.
 // A result other than `host` is a static text, overwritten by the next call.
 const char *maphostname(const char *host);
 

@@ -162,6 +162,16 @@ static bool read_expansion(const policy_option &option, char (&texts)[ARGUMENT_B
     return true;
 }
 
+// The record, on the heap. Does not return without memory.
+static cfgrec *policy_alloc(const option_record &record, std::int32_t line)
+{
+    cfgrec *made = cfg_make(record.keyword, record.flags, line,
+                            static_cast<int>(record.args.size()), record.args.data());
+    if (made == nullptr)
+        out_of_memory();
+    return made;
+}
+
 // The record of an option whose name has been taken from the line; null after a report.
 static cfgrec *make_record(const policy_option &option, line_rest &rest)
 {
@@ -173,11 +183,7 @@ static cfgrec *make_record(const policy_option &option, line_rest &rest)
         return nullptr;
     }
     take_arguments(option, rest, record);
-    cfgrec *made = cfg_make(record.keyword, record.flags, rest.line,
-                            static_cast<int>(record.args.size()), record.args.data());
-    if (made == nullptr)
-        out_of_memory();
-    return made;
+    return policy_alloc(record, rest.line);
 }
 
 int get_policy_by_name(const char *name)

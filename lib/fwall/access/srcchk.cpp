@@ -193,7 +193,7 @@ static src_match first_match(src_walk &walk, cfgrec *entry)
     return {};
 }
 
-int permit_src_sub(const sockaddr_in *local)
+static int permit_src_walk(const sockaddr_in *local)
 {
     src_walk walk{.local = local};
     walk.client.lookup_allowed = inat_addr(proxy_riaddr) != 1;
@@ -207,6 +207,11 @@ int permit_src_sub(const sockaddr_in *local)
     return denies ? SRC_DENIED : SRC_PERMITTED;
 }
 
+int permit_src_sub(const sockaddr_in *local)
+{
+    return permit_src_walk(local);
+}
+
 int permit_src_chk(int fd)
 {
     sockaddr_in local{};
@@ -214,11 +219,11 @@ int permit_src_chk(int fd)
         notice(EVENT_NO_NAME, 0, "syserr: cannot get peer name");
         return SRC_FAILED;
     }
-    return permit_src_sub(&local);
+    return permit_src_walk(&local);
 }
 
 int permit_src_addr_chk(const sockaddr_in *client, const sockaddr_in *local)
 {
     (void)peer_addr_name(client, proxy_rladdr, proxy_riaddr, sizeof proxy_riaddr); // can't fail
-    return permit_src_sub(local);
+    return permit_src_walk(local);
 }

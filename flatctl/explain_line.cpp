@@ -27,11 +27,10 @@ std::vector<std::string_view> split_lines(std::string_view text)
     return lines;
 }
 
-std::span<const line_use> uses_of(const line_account &account, std::int32_t line)
+std::span<const line_use> uses_of(std::span<const line_use> all, std::int32_t line)
 {
-    const auto first = std::ranges::lower_bound(account.uses, line, {}, &line_use::input);
-    const auto last = std::ranges::upper_bound(account.uses, line, {}, &line_use::input);
-    return {first, last};
+    const auto range = std::ranges::equal_range(all, line, {}, &line_use::input);
+    return {range.begin(), range.end()};
 }
 
 void print_text(const conversion_log &log, const classed_line &line, std::span<const line_use> uses,
@@ -76,16 +75,17 @@ int explain_in_child(const explain_input &run, child_port &port)
     const int status = run_watched(run.database, run.world, port, log, output);
     if (status != STATUS_FINE)
         return status;
-    const line_account account = account_of(log, def_database);
+    std::vector<line_use> uses;
+    const std::vector<classed_line> lines = account_of(log, def_database, &uses);
     const std::vector<std::string_view> output_lines = split_lines(output);
     std::FILE *out = port.stream(frame_kind::DATA);
     bool is_found = false;
-    for (const classed_line &line : account.lines) {
+    for (const classed_line &line : lines) {
         if (run.wanted != std::to_string(line.line) && run.wanted != log.key_of_line(line.line))
             continue;
         is_found = true;
         const auto print = run.asked.format == "json" ? print_json : print_text;
-        print(log, line, uses_of(account, line.line), output_lines, out);
+        print(log, line, uses_of(uses, line.line), output_lines, out);
     }
     std::fclose(out);
     if (is_found)

@@ -99,25 +99,26 @@ std::vector<explained_link> find_links(const conversion_log &log, std::string_vi
                          {}});
     }
     for (std::size_t i = 0; i < log.links().size(); ++i) {
-        const record_note &note = *log.note_of(log.links()[i].record);
+        const record_note &note = *log.links()[i].record;
         const auto place = place_of.find(note.kept);
         if (note.is_dropped && place != place_of.end())
             found[place->second].equal.push_back(i);
     }
-    std::size_t line = 0;
-    for (const output_note &written : log.output()) {
-        ++line;
-        const std::string_view text = output.substr(0, output.find('\n'));
-        output.remove_prefix(text.size() + 1);
+    for (const written_record &written : log.written()) {
         const auto place = place_of.find(written.record);
-        if (place == place_of.end())
-            continue;
-        explained_link &link = found[place->second];
-        if (link.fields.empty())
-            link.first_line = line;
-        link.last_line = line;
-        const std::string_view field = log.field_key(written.field);
-        link.fields.push_back({text, field, log.note_of(written.record, written.field)});
+        for (std::uint32_t i = written.begin; i < written.begin + written.count; ++i) {
+            const std::string_view text = output.substr(0, output.find('\n'));
+            output.remove_prefix(text.size() + 1);
+            if (place == place_of.end())
+                continue;
+            explained_link &link = found[place->second];
+            if (link.fields.empty())
+                link.first_line = i + std::size_t{1};
+            link.last_line = i + std::size_t{1};
+            const std::uint32_t field = log.output()[i].field;
+            link.fields.push_back(
+                {text, log.field_key(field), conversion_log::note_in(written.note, field)});
+        }
     }
     return found;
 }

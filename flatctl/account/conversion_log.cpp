@@ -66,10 +66,8 @@ const record_observer conversion_log::record_calls = {
                      std::string_view value) { current->unreadable(wanted, value); },
     .unknown = [](void *) { current->unknown(); },
     .cut = [](void *, std::string_view) { current->add_remark(remark::CUT, current->last_line_); },
-    .written =
-        [](void *, const void *record, std::string_view field, std::string_view value) {
-            current->output_.push_back({record, current->field_number(field), hash_of(value)});
-        },
+    .written = [](void *, const void *record, std::string_view field,
+                  std::string_view value) { current->written(record, field, value); },
     .moved = [](void *, const void *from, std::string_view from_field, const void *to,
                 std::string_view to_field) { current->moved(from, from_field, to, to_field); },
     .dropped = [](void *, left_out why, const void *record, const void *kept,
@@ -480,20 +478,19 @@ std::span<const std::int32_t> conversion_log::lines_of(const origin_list &origin
 
 const record_note *conversion_log::note_of(const void *record) const
 {
-    const auto found = records_.find(record);
-    return found == records_.end() ? nullptr : &found->second;
+    const auto found = notes_.find(record);
+    return found == notes_.end() ? nullptr : found->second;
 }
 
-const field_note *conversion_log::note_of(const void *record, std::uint32_t field) const
+record_note *conversion_log::note_of(const void *record)
 {
-    const record_note *note = note_of(record);
-    return note == nullptr ? nullptr : note_in(*note, field);
+    return const_cast<record_note *>(std::as_const(*this).note_of(record));
 }
 
 const field_note *conversion_log::note_of(const void *record, std::string_view field) const
 {
     const auto known = field_numbers_.find(field);
-    return known == field_numbers_.end() ? nullptr : note_of(record, known->second);
+    return known == field_numbers_.end() ? nullptr : note_in(note_of(record), known->second);
 }
 
 const met_note &conversion_log::met_note_of(const frag *node) const

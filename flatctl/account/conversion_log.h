@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -60,6 +61,7 @@ struct field_note {
 constexpr std::uint32_t NO_NOTE = ~0U;
 
 struct record_note {
+    const void *record = nullptr;
     std::vector<field_note> fields;
     // Their places by number, once there are many: a pool has fields for each of its entries.
     std::unique_ptr<std::unordered_map<std::uint32_t, std::size_t>> places;
@@ -77,7 +79,7 @@ struct step {
 };
 
 struct link_note {
-    const void *record = nullptr;
+    const record_note *record = nullptr;
     const frag *peer = nullptr;
     const frag *remote = nullptr, *local = nullptr; // objects, null for a temporary one
     std::uint32_t rule = NO_NOTE;
@@ -101,10 +103,18 @@ struct met_note {
     std::uint32_t rule = 0;  // number, from 1, of the last that met it
 };
 
+// A line of the output.
 struct output_note {
-    const void *record;
     std::uint32_t field; // its key, by field_key
     std::uint32_t hash;  // of the value
+};
+
+// The lines of one record in the output, which come one after another.
+struct written_record {
+    const void *record;
+    const record_note *note; // null where no line of the input sets a field of it
+    std::uint32_t begin;     // index of the first
+    std::uint32_t count;
 };
 
 // What a derivation met that its database hardly means.
@@ -178,17 +188,19 @@ class conversion_log
     std::span<const input_line> lines() const { return lines_; } // by number; [0] is no line
     std::string key_of_line(std::int32_t line) const;
     std::span<const std::int32_t> lines_of(const origin_list &origins) const;
-    const std::vector<output_note> &output() const { return output_; }
+    const std::vector<output_note> &output() const { return output_; } // by line
+    const std::vector<written_record> &written() const { return written_; }
     const std::vector<rule_note> &rules() const { return rules_; }
     const std::vector<link_note> &links() const { return links_; }
     // Each once, with how often it was met.
     const std::map<remark_note, std::int32_t> &remarks() const { return remarks_; }
-    const std::unordered_map<const void *, record_note> &records() const { return records_; }
-    std::unordered_map<const void *, record_note> &records() { return records_; }
-    std::string_view field_key(std::uint32_t field) const { return *field_keys_[field]; }
+    // In the order in which a field was first set.
+    const std::deque<record_note> &records() const { return records_; }
+    std::deque<record_note> &records() { return records_; }
+    std::string_view field_key(std::uint32_t field) const { return *fields_[field].key; }
     const record_note *note_of(const void *record) const; // null for none
-    const field_note *note_of(const void *record, std::uint32_t field) const;
-    static const field_note *note_in(const record_note &record, std::uint32_t field);
+    record_note *note_of(const void *record);
+    static const field_note *note_in(const record_note *record, std::uint32_t field);
     const field_note *note_of(const void *record, std::string_view field) const;
     static std::uint32_t hash_of(std::string_view value);
     const std::vector<std::string> &usual_settings() const { return usual_settings_; }
@@ -223,6 +235,7 @@ class conversion_log
     void link(const frag *peer);
     void from(value_source source, const char *key);
     void stored(const void *record, std::string_view field, std::string_view value);
+    void written(const void *record, std::string_view field, std::string_view value);
     void unreadable(value_kind wanted, std::string_view value);
     void unknown();
     void moved(const void *from, std::string_view from_field, const void *to,
@@ -244,6 +257,11 @@ class conversion_log
     static const derivation_observer derivation_calls;
     static const record_observer record_calls;
 
+    struct known_field {
+        const std::string *key;
+        std::uint32_t next = 0; // number of the field that was named after it
+    };
+
     enum class phase { IMPORT, LAYOUT, DERIVATION, ENDED };
 
     bool keeps_paths_;
@@ -253,9 +271,12 @@ class conversion_log
     std::string keys_; // of lines whose nodes are gone, or may go
     std::vector<std::int32_t> origins_;
     std::unordered_map<std::string, std::uint32_t, text_hash, std::equal_to<>> field_numbers_;
-    std::vector<const std::string *> field_keys_;
-    std::unordered_map<const void *, record_note> records_;
+    std::vector<known_field> fields_; // by number
+    std::uint32_t last_field_ = 0;
+    std::deque<record_note> records_;
+    std::unordered_map<const void *, record_note *> notes_; // by record
     std::vector<output_note> output_;
+    std::vector<written_record> written_;
     std::vector<rule_note> rules_;
     std::vector<link_note> links_;
     std::map<remark_note, std::int32_t> remarks_;
@@ -277,8 +298,7 @@ class conversion_log
     std::vector<step> steps_;
     value_source source_ = value_source::READ;
     const char *source_key_ = nullptr;
-    std::int32_t stored_line_ = 0; // of the value that is being stored; 0: not known
-    const void *last_record_ = nullptr;
-    record_note *last_note_ = nullptr; // of that record
+    std::int32_t stored_line_ = 0;     // of the value that is being stored; 0: not known
+    record_note *last_note_ = nullptr; // of the record that was named last
     bool awaits_record_ = false;       // the next one stored is that of the last link
 };

@@ -10,44 +10,60 @@
 
 using namespace flatlink;
 
+static constexpr std::size_t FEW_FIELDS = 64; // a link has fewer
+
+// All records of a family name their fields in one order.
 std::uint32_t conversion_log::field_number(std::string_view field)
 {
-    const auto known = field_numbers_.find(field);
-    if (known != field_numbers_.end())
-        return known->second;
-    const auto number = static_cast<std::uint32_t>(field_keys_.size());
-    field_keys_.push_back(&field_numbers_.emplace(field, number).first->first);
-    return number;
+    if (!fields_.empty()) {
+        const std::uint32_t likely = fields_[last_field_].next;
+        if (*fields_[likely].key == field)
+            return last_field_ = likely;
+    }
+    const auto [place, is_new] =
+        field_numbers_.try_emplace(std::string(field), static_cast<std::uint32_t>(fields_.size()));
+    if (is_new)
+        fields_.push_back({&place->first});
+    fields_[last_field_].next = place->second;
+    return last_field_ = place->second;
 }
 
-// Fields of one record come one after another.
+// Fields of one record come one after another, and mostly as many as those of the record before.
 record_note &conversion_log::record_of(const void *record)
 {
-    if (last_record_ != record || last_note_ == nullptr) {
-        last_note_ = &records_[record];
-        last_record_ = record;
+    if (last_note_ != nullptr && last_note_->record == record)
+        return *last_note_;
+    const auto [place, is_new] = notes_.try_emplace(record);
+    if (is_new) {
+        record_note &made = records_.emplace_back();
+        made.record = record;
+        if (last_note_ != nullptr)
+            made.fields.reserve(std::min(last_note_->fields.size(), FEW_FIELDS));
+        place->second = &made;
     }
+    last_note_ = place->second;
     return *last_note_;
 }
 
-const field_note *conversion_log::note_in(const record_note &record, std::uint32_t field)
+const field_note *conversion_log::note_in(const record_note *record, std::uint32_t field)
 {
-    if (record.places != nullptr) {
-        const auto place = record.places->find(field);
-        return place == record.places->end() ? nullptr : &record.fields[place->second];
+    if (record == nullptr)
+        return nullptr;
+    if (record->places != nullptr) {
+        const auto place = record->places->find(field);
+        return place == record->places->end() ? nullptr : &record->fields[place->second];
     }
-    const auto found = std::ranges::find(record.fields, field, &field_note::field);
-    return found == record.fields.end() ? nullptr : &*found;
+    const auto found = std::ranges::find(record->fields, field, &field_note::field);
+    return found == record->fields.end() ? nullptr : &*found;
 }
 
 field_note &conversion_log::field_of(const void *record, std::uint32_t field)
 {
-    constexpr std::size_t FEW = 64; // a link has fewer
     record_note &note = record_of(record);
-    if (const field_note *known = note_in(note, field))
+    if (const field_note *known = note_in(&note, field))
         return note.fields[static_cast<std::size_t>(known - note.fields.data())];
     note.fields.emplace_back(field);
-    if (note.places == nullptr && note.fields.size() > FEW) {
+    if (note.places == nullptr && note.fields.size() > FEW_FIELDS) {
         note.places = std::make_unique<std::unordered_map<std::uint32_t, std::size_t>>();
         for (std::size_t i = 0; i < note.fields.size(); ++i)
             note.places->emplace(note.fields[i].field, i);
@@ -162,8 +178,8 @@ void conversion_log::stored(const void *record, std::string_view field, std::str
         unreadable(value_kind::ADDRESS, value);
     if (awaits_record_) {
         awaits_record_ = false;
-        links_.back().record = record;
-        record_of(record).link = static_cast<std::uint32_t>(links_.size()) - 1;
+        links_.back().record = &record_of(record);
+        last_note_->link = static_cast<std::uint32_t>(links_.size()) - 1;
     }
 }
 
@@ -171,7 +187,7 @@ void conversion_log::moved(const void *from, std::string_view from_field, const 
                            std::string_view to_field)
 {
     if (from != to)
-        records_[from].has_lent = true;
+        record_of(from).has_lent = true;
     const field_note *source = note_of(from, from_field);
     if (source == nullptr)
         return;
@@ -179,6 +195,15 @@ void conversion_log::moved(const void *from, std::string_view from_field, const 
     field_note &target = field_of(to, field_number(to_field));
     target.source = copy.source;
     target.origins = copy.origins;
+}
+
+void conversion_log::written(const void *record, std::string_view field, std::string_view value)
+{
+    if (written_.empty() || written_.back().record != record)
+        written_.push_back(
+            {record, note_of(record), static_cast<std::uint32_t>(output_.size()), 0});
+    ++written_.back().count;
+    output_.push_back({field_number(field), hash_of(value)});
 }
 
 void conversion_log::dropped(left_out why, const void *record, const void *kept,

@@ -35,8 +35,8 @@ std::string text_of_links(const conversion_log &log)
 {
     std::map<left_out, std::size_t> missing;
     for (const link_note &link : log.links())
-        if (const record_note *note = log.note_of(link.record); note->is_dropped)
-            ++missing[note->why];
+        if (link.record->is_dropped)
+            ++missing[link.record->why];
     std::string text = counted(linkinfos.size(), "link", "links");
     text += " (" + std::to_string(log.links().size()) + " derived";
     if (missing[left_out::EQUAL_LINK] > 0)
@@ -80,7 +80,7 @@ std::vector<equal_links> links_left_out(const conversion_log &log)
         numbers.emplace(link.get(), numbers.size() + 1);
     std::vector<equal_links> all;
     for (const link_note &link : log.links()) {
-        const record_note &note = *log.note_of(link.record);
+        const record_note &note = *link.record;
         if (!note.is_dropped || note.why != left_out::EQUAL_LINK)
             continue;
         const rule_note &rule = log.rules()[link.rule];
@@ -93,35 +93,50 @@ std::vector<equal_links> links_left_out(const conversion_log &log)
 
 // ---- text
 
-void print_text(const conversion_log &log, const line_account &account, std::string_view output,
-                std::FILE *out)
+void print_classes(const std::vector<classed_line> &lines, std::FILE *out)
 {
     constexpr std::size_t LISTED_MAX = 40; // more lines of a class are only counted
     std::map<line_class, std::vector<std::int32_t>> classes;
-    for (const classed_line &line : account.lines)
+    for (const classed_line &line : lines)
         classes[line.kind].push_back(line.line);
-    std::fprintf(out, "input   %zu keys, each in one class\n", account.lines.size());
+    std::fprintf(out, "input   %zu keys, each in one class\n", lines.size());
     for (const class_row &row : class_rows()) {
-        const std::vector<std::int32_t> &lines = classes[row.kind];
-        if (lines.empty())
+        const std::vector<std::int32_t> &of_class = classes[row.kind];
+        if (of_class.empty())
             continue;
-        std::fprintf(out, "%8zu  %s", lines.size(), std::string(row.text).c_str());
+        std::fprintf(out, "%8zu  %s", of_class.size(), std::string(row.text).c_str());
         if (row.kind != line_class::USED && row.kind != line_class::DECIDES)
-            std::fprintf(out, ": %s", line_ranges(lines, LISTED_MAX).c_str());
+            std::fprintf(out, ": %s", line_ranges(of_class, LISTED_MAX).c_str());
         std::fputc('\n', out);
     }
-    const auto line_count = static_cast<std::size_t>(std::ranges::count(output, '\n'));
-    std::fprintf(out, "output  %zu lines\n", line_count);
-    std::map<std::string_view, std::size_t> sizes;
-    for (std::size_t begin = 0; begin < output.size(); begin = output.find('\n', begin) + 1)
-        for (const family_row &family : families)
-            if (output.substr(begin).starts_with(family.prefix)) {
-                ++sizes[family.prefix];
-                break;
-            }
-    for (const family_row &family : families)
-        if (sizes[family.prefix] > 0)
-            std::fprintf(out, "%8zu  %s\n", sizes[family.prefix], family.text(log).c_str());
+}
+
+void print_families(const conversion_log &log, std::string_view output, std::FILE *out)
+{
+    std::size_t sizes[std::size(families)] = {};
+    std::size_t of_last = 0; // lines of one family come one after another
+    for (std::size_t begin = 0; begin < output.size(); begin = output.find('\n', begin) + 1) {
+        const std::string_view rest = output.substr(begin);
+        if (!rest.starts_with(families[of_last].prefix)) {
+            const auto *family = std::ranges::find_if(
+                families, [rest](const family_row &row) { return rest.starts_with(row.prefix); });
+            if (family == std::end(families))
+                continue;
+            of_last = static_cast<std::size_t>(family - std::begin(families));
+        }
+        ++sizes[of_last];
+    }
+    std::fprintf(out, "output  %zu lines\n", log.output().size());
+    for (std::size_t i = 0; i < std::size(families); ++i)
+        if (sizes[i] > 0)
+            std::fprintf(out, "%8zu  %s\n", sizes[i], families[i].text(log).c_str());
+}
+
+void print_text(const conversion_log &log, const std::vector<classed_line> &lines,
+                std::string_view output, std::FILE *out)
+{
+    print_classes(lines, out);
+    print_families(log, output, out);
     const std::vector<equal_links> missing = links_left_out(log);
     if (!missing.empty())
         std::fputs("links left out, since an earlier one says the same\n", out);
@@ -138,46 +153,50 @@ void print_text(const conversion_log &log, const line_account &account, std::str
 constexpr std::array<std::string_view, 6> source_words = {"value",  "program", "value",
                                                           "remote", "local",   "rule"};
 
-void write_ledger(json_writer &json, const conversion_log &log, const line_account &account)
+void write_ledger(json_writer &json, const conversion_log &log,
+                  const std::vector<classed_line> &lines, const std::vector<line_use> &uses)
 {
     json.open("ledger", '[');
-    auto use = account.uses.begin();
-    for (const classed_line &line : account.lines) {
+    auto use = uses.begin();
+    for (const classed_line &line : lines) {
         const class_row &row = row_of(line.kind);
         json.open("", '{').number("line", line.line).text("key", log.key_of_line(line.line));
         json.text("class", row.word);
         if (!row.code.empty())
             json.text("code", row.code);
         json.open("to", '[');
-        for (; use != account.uses.end() && use->input == line.line; ++use)
+        for (; use != uses.end() && use->input == line.line; ++use)
             json.number("", use->output);
         json.close(']').close('}');
     }
     json.close(']');
 }
 
+void write_origins(json_writer &json, const conversion_log &log, const field_note *stored)
+{
+    const bool has_origin = stored != nullptr && !stored->has_no_place;
+    const auto lines = has_origin ? log.lines_of(stored->origins) : std::span<const std::int32_t>();
+    json.open("from", '[');
+    for (const std::int32_t line : lines)
+        json.number("", std::abs(line));
+    json.close(']');
+    json.text("how", !has_origin     ? "default"
+                     : lines.empty() ? "program"
+                                     : source_words[static_cast<std::size_t>(stored->source)]);
+}
+
 void write_output(json_writer &json, const conversion_log &log, std::string_view output)
 {
     json.open("output", '[');
-    std::int64_t number = 0;
-    for (const output_note &written : log.output()) {
-        const std::string_view line = output.substr(0, output.find('\n'));
-        output.remove_prefix(line.size() + 1);
-        json.open("", '{').number("line", ++number).text("key", line.substr(0, line.find('=')));
-        const field_note *stored = log.note_of(written.record, written.field);
-        json.open("from", '[');
-        const bool has_origin = stored != nullptr && !stored->has_no_place;
-        std::size_t count = 0;
-        if (has_origin)
-            for (const std::int32_t origin : log.lines_of(stored->origins)) {
-                json.number("", origin < 0 ? -origin : origin);
-                ++count;
-            }
-        json.close(']');
-        json.text("how", !has_origin  ? "default"
-                         : count == 0 ? "program"
-                                      : source_words[static_cast<std::size_t>(stored->source)]);
-        json.close('}');
+    for (const written_record &written : log.written()) {
+        for (std::uint32_t i = written.begin; i < written.begin + written.count; ++i) {
+            const std::string_view line = output.substr(0, output.find('\n'));
+            output.remove_prefix(line.size() + 1);
+            json.open("", '{').number("line", std::int64_t{i} + 1);
+            json.text("key", line.substr(0, line.find('=')));
+            write_origins(json, log, conversion_log::note_in(written.note, log.output()[i].field));
+            json.close('}');
+        }
     }
     json.close(']');
 }
@@ -191,7 +210,7 @@ void write_left_out(json_writer &json, const conversion_log &log)
         numbers.emplace(link.get(), static_cast<std::int64_t>(numbers.size()) + 1);
     for (const link_note &link : log.links()) {
         ++derived;
-        const record_note &note = *log.note_of(link.record);
+        const record_note &note = *link.record;
         if (!note.is_dropped)
             continue;
         json.open("", '{').text("what", "link").number("derived", derived);
@@ -204,20 +223,20 @@ void write_left_out(json_writer &json, const conversion_log &log)
     json.close(']');
 }
 
-void print_json(const conversion_log &log, const line_account &account, std::string_view output,
-                std::FILE *out)
+void print_json(const conversion_log &log, const std::vector<classed_line> &lines,
+                const std::vector<line_use> &uses, std::string_view output, std::FILE *out)
 {
     std::map<line_class, std::int64_t> sizes;
-    for (const classed_line &line : account.lines)
+    for (const classed_line &line : lines)
         ++sizes[line.kind];
     json_writer json(out, "preview/1");
-    json.open("summary", '{').number("input", static_cast<std::int64_t>(account.lines.size()));
+    json.open("summary", '{').number("input", static_cast<std::int64_t>(lines.size()));
     for (const class_row &row : class_rows())
         json.number(row.word, sizes[row.kind]);
     json.number("output", static_cast<std::int64_t>(log.output().size()));
     json.number("derived", static_cast<std::int64_t>(log.links().size()));
     json.number("written", static_cast<std::int64_t>(linkinfos.size())).close('}');
-    write_ledger(json, log, account);
+    write_ledger(json, log, lines, uses);
     write_output(json, log, output);
     write_left_out(json, log);
     json.finish();
@@ -233,12 +252,15 @@ int flatlink::ledger_in_child(const input &database, const known_world &world, c
     const int status = run_watched(database, world, port, log, output);
     if (status != STATUS_FINE)
         return status;
-    const line_account account = account_of(log, def_database);
+    const bool is_json = asked.format == "json";
+    std::vector<line_use> uses;
+    const std::vector<classed_line> lines =
+        account_of(log, def_database, is_json ? &uses : nullptr);
     std::FILE *out = port.stream(frame_kind::DATA);
-    if (asked.format == "json")
-        print_json(log, account, output, out);
+    if (is_json)
+        print_json(log, lines, uses, output, out);
     else
-        print_text(log, account, output, out);
+        print_text(log, lines, output, out);
     std::fclose(out);
     return STATUS_FINE;
 }

@@ -74,13 +74,13 @@ struct node_class {
 class accountant
 {
   public:
-    accountant(conversion_log &log, const frag *tree)
-        : log_(log), tree_(tree), is_used_(log.lines().size()), fields_(log.lines().size()),
-          others_(log.lines().size())
+    accountant(conversion_log &log, const frag *tree, std::vector<line_use> *uses)
+        : log_(log), tree_(tree), uses_(uses), is_used_(log.lines().size()),
+          fields_(log.lines().size()), others_(log.lines().size())
     {
     }
 
-    line_account run();
+    std::vector<classed_line> run();
 
   private:
     void find_stand_ins();
@@ -92,9 +92,9 @@ class accountant
     void mark_fields_of(const record &one, record_note &note, field_table<record> table);
     void mark_settings();
     void trace_output();
-    bool makes_difference(std::int32_t line, const output_note &written,
-                          const record_note &record) const;
-    bool is_used_by_all(std::int32_t line, const std::vector<const void *> &twins) const;
+    void trace_record(const written_record &written);
+    bool can_differ(const output_note &output, const written_record &written) const;
+    bool is_used_by_all(std::int32_t line) const;
     bool says_own_key(std::int32_t line, std::uint32_t hash) const;
     void summarise_fields();
     void find_idle_rules();
@@ -108,14 +108,16 @@ class accountant
 
     conversion_log &log_;
     const frag *tree_;
-    std::vector<line_use> uses_;
+    std::vector<line_use> *uses_;       // null where none are asked for
     std::vector<bool> is_used_;         // by line
     std::vector<field_summary> fields_; // by line
     std::vector<node_class> others_;    // by line, of those that no field has
     std::unordered_set<const frag *> idle_rules_;
     std::unordered_set<std::int32_t> own_keys_;
     // The records that another one stands for, by that one.
-    std::unordered_map<const void *, std::vector<const void *>> stands_for_;
+    std::unordered_map<const void *, std::vector<record_note *>> stands_for_;
+    const std::vector<record_note *> *twins_ =
+        nullptr; // of the record that is traced; null for none
 };
 
 // The same but for how a program fills the fields of a record that no line names.
@@ -149,9 +151,9 @@ const class_row &flatlink::row_of(line_class kind)
 
 void accountant::find_stand_ins()
 {
-    for (const auto &[record, note] : log_.records())
+    for (record_note &note : log_.records())
         if (note.is_dropped && note.kept != nullptr)
-            stands_for_[note.kept].push_back(record);
+            stands_for_[note.kept].push_back(&note);
 }
 
 // The row of each field number, so that millions of fields are not compared with a table.
@@ -194,15 +196,12 @@ template <typename record, typename list>
 void accountant::mark_fields(const list &records, field_table<record> table)
 {
     for (const auto &one : records) {
-        const auto mark = [&](const void *noted) {
-            const auto found = log_.records().find(noted);
-            if (found != log_.records().end())
-                mark_fields_of<record>(*one, found->second, table);
-        };
-        mark(one.get());
+        if (record_note *note = log_.note_of(one.get()); note != nullptr)
+            mark_fields_of<record>(*one, *note, table);
         if constexpr (std::is_same_v<record, linkinfo>) // equal ones, but for what may differ
             if (const auto others = stands_for_.find(one.get()); others != stands_for_.end())
-                std::ranges::for_each(others->second, mark);
+                for (record_note *note : others->second)
+                    mark_fields_of<record>(*one, *note, table);
     }
 }
 
@@ -210,14 +209,14 @@ void accountant::mark_settings()
 {
     for (std::size_t i = 0; i < vpn_settings.size(); ++i) {
         const vpn_setting &row = vpn_settings[i];
-        const auto found = log_.records().find(&row);
-        if (found == log_.records().end() || row.print == nullptr)
+        record_note *note = log_.note_of(&row);
+        if (note == nullptr || row.print == nullptr)
             continue;
-        field_note &stored = found->second.fields[0];
+        field_note &stored = note->fields[0];
         stored.is_plain = stored.prints_same = row.print() == log_.usual_settings()[i];
     }
-    if (const auto router = log_.records().find(&my_def_interface); router != log_.records().end())
-        router->second.fields[0].has_no_place = true;
+    if (record_note *router = log_.note_of(&my_def_interface); router != nullptr)
+        router->fields[0].has_no_place = true;
 }
 
 // ---- which lines the output has
@@ -227,6 +226,9 @@ void accountant::mark_settings()
 bool accountant::says_own_key(std::int32_t line, std::uint32_t hash) const
 {
     constexpr std::string_view ENDING = "_name";
+    const frag *node = log_.lines()[static_cast<std::size_t>(line)].node;
+    if (node != nullptr && std::string_view(node->name) != "name")
+        return false;
     const std::string whole_key = log_.key_of_line(line);
     std::string_view key = whole_key;
     if (!key.ends_with(ENDING))
@@ -237,76 +239,78 @@ bool accountant::says_own_key(std::int32_t line, std::uint32_t hash) const
 }
 
 // Without the line, an equal link that does not depend on it would stand in the place of this one.
-bool accountant::is_used_by_all(std::int32_t line, const std::vector<const void *> &twins) const
+bool accountant::is_used_by_all(std::int32_t line) const
 {
-    return std::ranges::all_of(twins, [&](const void *twin) {
-        return std::ranges::any_of(log_.note_of(twin)->fields, [&](const field_note &stored) {
-            const auto lines = log_.lines_of(stored.origins);
-            return std::ranges::find(lines, line) != lines.end();
-        });
-    });
+    return twins_ == nullptr || std::ranges::all_of(*twins_, [&](const record_note *twin) {
+               return std::ranges::any_of(twin->fields, [&](const field_note &stored) {
+                   const auto lines = log_.lines_of(stored.origins);
+                   return std::ranges::find(lines, line) != lines.end();
+               });
+           });
 }
 
 // Whether a side of a link, or an entry of a pool, holds what it holds for an empty text, too: no
 // line of the text is needed for it.
-static bool is_of_empty_text(const output_note &written, std::string_view field)
+static bool is_of_empty_text(const output_note &output, std::string_view field)
 {
     static const std::uint32_t no_address = conversion_log::hash_of("0.0.0.0");
-    return written.hash == no_address &&
+    return output.hash == no_address &&
            (field.starts_with("lnetwork_") || field.starts_with("rnetwork_") ||
             field.starts_with("addr") || field.starts_with("net_"));
 }
 
-bool accountant::makes_difference(std::int32_t line, const output_note &written,
-                                  const record_note &record) const
+// Whether a line of the output can be another without one of the lines that it comes from.
+bool accountant::can_differ(const output_note &output, const written_record &written) const
 {
-    const std::string_view field = log_.field_key(written.field);
-    if (is_of_empty_text(written, field))
+    const std::string_view field = log_.field_key(output.field);
+    if (is_of_empty_text(output, field))
         return false;
-    const auto others = stands_for_.find(written.record);
-    if (record.link == NO_NOTE) // what an interface has no value for comes from its other list
-        return others == stands_for_.end() ||
+    if (written.note->link == NO_NOTE) // what an interface has no value for is from its other list
+        return twins_ == nullptr ||
                (field != "name" && field != "location" && field != "broadcast");
     const auto *link = static_cast<const linkinfo *>(written.record);
     const bool is_overridden = (link->xgwflags & XGW_USED) != 0 && field.starts_with("lnetwork_");
-    return !field.ends_with("network_type") && !is_overridden &&
-           (others == stands_for_.end() || is_used_by_all(line, others->second));
+    return !field.ends_with("network_type") && !is_overridden;
 }
 
-void accountant::trace_output()
+void accountant::trace_record(const written_record &written)
 {
-    std::int32_t number = 0;
-    const void *last = nullptr; // lines of one record come one after another
-    const record_note *record = nullptr;
-    for (const output_note &written : log_.output()) {
-        ++number;
-        if (written.record != last)
-            record = log_.note_of(last = written.record);
-        const field_note *stored =
-            record == nullptr ? nullptr : conversion_log::note_in(*record, written.field);
+    const auto others = stands_for_.find(written.record);
+    twins_ = others == stands_for_.end() ? nullptr : &others->second;
+    for (std::uint32_t i = written.begin; i < written.begin + written.count; ++i) {
+        const output_note &output = log_.output()[i];
+        const field_note *stored = conversion_log::note_in(written.note, output.field);
         if (stored == nullptr || stored->prints_same || stored->has_no_place)
             continue;
+        const bool is_different = can_differ(output, written);
         for (const std::int32_t line : log_.lines_of(stored->origins)) {
             if (line < 0 ||
                 (log_.lines()[static_cast<std::size_t>(line)].marks & LINE_ALL_ONES) != 0)
                 continue;
-            if (says_own_key(line, written.hash)) {
+            if (says_own_key(line, output.hash)) {
                 own_keys_.insert(line);
-            } else if (makes_difference(line, written, *record)) {
-                uses_.push_back({line, number});
+            } else if (is_different && (written.note->link == NO_NOTE || is_used_by_all(line))) {
+                if (uses_ != nullptr)
+                    uses_->push_back({line, static_cast<std::int32_t>(i) + 1});
                 is_used_[static_cast<std::size_t>(line)] = true;
             }
         }
     }
-    std::ranges::sort(
-        uses_, {}, [](const line_use &use) { return std::int64_t{use.input} << 32 | use.output; });
+}
+
+void accountant::trace_output()
+{
+    std::ranges::for_each(log_.written(),
+                          [this](const written_record &written) { trace_record(written); });
+    if (uses_ != nullptr)
+        std::ranges::stable_sort(*uses_, {}, &line_use::input);
 }
 
 // ---- lines without a line of their own in the output
 
 void accountant::summarise_fields()
 {
-    for (const auto &[record, note] : log_.records()) {
+    for (const record_note &note : log_.records()) {
         const bool is_twin = note.is_dropped && note.why == left_out::EQUAL_LINK;
         for (const field_note &stored : note.fields) {
             // Sizes and order of links come from the whole text of an address, and without a
@@ -474,7 +478,7 @@ line_class accountant::class_of(std::int32_t line) const
     return !is_walked && (marks & LINE_FOR_LAYOUT) != 0 ? line_class::LAYOUT : others_[index].kind;
 }
 
-line_account accountant::run()
+std::vector<classed_line> accountant::run()
 {
     find_stand_ins();
     mark_fields<linkinfo>(linkinfos, link_fields);
@@ -490,16 +494,16 @@ line_account accountant::run()
     trace_output();
     summarise_fields();
     look_at_tree();
-    line_account account;
+    std::vector<classed_line> lines;
     for (std::int32_t line = 1; line < static_cast<std::int32_t>(log_.lines().size()); ++line)
         if ((log_.lines()[static_cast<std::size_t>(line)].marks & (LINE_HAS_VALUE | LINE_JOINED)) !=
             0)
-            account.lines.push_back({line, class_of(line)});
-    account.uses = std::move(uses_);
-    return account;
+            lines.push_back({line, class_of(line)});
+    return lines;
 }
 
-line_account flatlink::account_of(conversion_log &log, const frag *tree)
+std::vector<classed_line> flatlink::account_of(conversion_log &log, const frag *tree,
+                                               std::vector<line_use> *uses)
 {
-    return accountant(log, tree).run();
+    return accountant(log, tree, uses).run();
 }

@@ -42,11 +42,6 @@ struct line_use {
     std::int32_t output;
 };
 
-struct line_account {
-    std::vector<classed_line> lines; // in the order of the input
-    std::vector<line_use> uses;      // by input, then by output
-};
-
 namespace flatlink
 {
 
@@ -54,8 +49,10 @@ namespace flatlink
 std::span<const class_row> class_rows();
 const class_row &row_of(line_class kind);
 
-// After the records were written. `tree` is what the derivation left; the log gets marks for the
-// fields that say what holds without them, too.
-line_account account_of(conversion_log &log, const frag *tree);
+// All lines, in the order of the input, after the records were written. `tree` is what the
+// derivation left; the log gets marks for the fields that say what holds without them, too.
+//   uses  filled in by input, then by output; null where only the classes are wanted
+std::vector<classed_line> account_of(conversion_log &log, const frag *tree,
+                                     std::vector<line_use> *uses = nullptr);
 
 } // namespace flatlink

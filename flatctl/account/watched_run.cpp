@@ -8,7 +8,7 @@
 #include "lib/frag/tree/symbol.h"
 #include "lib/ulib/bounds.h"
 
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
 
 using namespace flatlink;
@@ -31,17 +31,23 @@ bool flatlink::agrees_with(const conversion_log &log, std::string_view output)
 
 static std::string written_records()
 {
-    char *bytes = nullptr;
-    std::size_t size = 0;
-    std::FILE *stream = open_memstream(&bytes, &size);
+    std::string output;
+    const cookie_io_functions_t calls = {.read = nullptr,
+                                         .write =
+                                             [](void *text, const char *bytes, std::size_t size) {
+                                                 static_cast<std::string *>(text)->append(bytes,
+                                                                                          size);
+                                                 return static_cast<ssize_t>(size);
+                                             },
+                                         .seek = nullptr,
+                                         .close = nullptr};
+    std::FILE *stream = fopencookie(&output, "w", calls);
     if (stream == nullptr)
         throw std::bad_alloc();
     write_records(stream);
-    const bool failed = std::fclose(stream) != 0;
-    const std::unique_ptr<char, decltype(&std::free)> owner(bytes, std::free);
-    if (failed)
+    if (std::fclose(stream) != 0)
         throw std::bad_alloc();
-    return {bytes, size};
+    return output;
 }
 
 int flatlink::run_watched(const input &database, const known_world &world, const child_port &port,

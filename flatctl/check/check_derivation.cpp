@@ -193,7 +193,7 @@ void derivation_check::tell_equal_links(const rule_note &rule)
     std::int32_t equal = 0;
     std::set<std::uint32_t> rules;
     for (std::uint32_t i = rule.first_link; i < rule.first_link + rule.link_count; ++i) {
-        const record_note *note = log_.note_of(log_.links()[i].record);
+        const record_note *note = log_.links()[i].record;
         if (note == nullptr || !note->is_dropped || note->why != left_out::EQUAL_LINK)
             continue;
         ++equal;
@@ -318,7 +318,7 @@ void derivation_check::tell_dropped()
 {
     std::vector<std::pair<std::string_view, finding>> all;
     bool lacks_words = false;
-    for (const auto &[record, note] : log_.records()) {
+    for (const record_note &note : log_.records()) {
         const auto *reason = std::ranges::find(reason_rows, note.why, &reason_row::why);
         if (!note.is_dropped || reason == std::end(reason_rows))
             continue;
@@ -347,7 +347,7 @@ void derivation_check::tell_dropped()
 // Lines of which nothing was told yet; what is wrong with a rule is told of its first line alone.
 void derivation_check::tell_left_over(const std::function<bool(std::int32_t line)> &is_told)
 {
-    for (const classed_line &line : account_of(log_, tree_).lines) {
+    for (const classed_line &line : account_of(log_, tree_)) {
         const std::string_view code = row_of(line.kind).code;
         if (!code.empty() && line.kind != line_class::NO_LINK && !is_told(line.line))
             take_(code, {.line = line.line});

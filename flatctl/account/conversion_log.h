@@ -13,6 +13,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <span>
 #include <string>
 #include <string_view>
@@ -61,8 +62,10 @@ struct field_note {
 constexpr std::uint32_t NO_NOTE = ~0U;
 
 struct record_note {
-    const void *record = nullptr;
-    std::vector<field_note> fields;
+    record_note(const void *noted, std::pmr::memory_resource *room) : record(noted), fields(room) {}
+
+    const void *record;
+    std::pmr::vector<field_note> fields;
     // Their places by number, once there are many: a pool has fields for each of its entries.
     std::unique_ptr<std::unordered_map<std::uint32_t, std::size_t>> places;
     const void *kept = nullptr; // the record that stands for it
@@ -273,14 +276,17 @@ class conversion_log
     std::unordered_map<std::string, std::uint32_t, text_hash, std::equal_to<>> field_numbers_;
     std::vector<known_field> fields_; // by number
     std::uint32_t last_field_ = 0;
+    std::pmr::monotonic_buffer_resource field_room_;
     std::deque<record_note> records_;
-    std::unordered_map<const void *, record_note *> notes_; // by record
+    // What is looked up lies close together, apart from what it leads to.
+    std::pmr::monotonic_buffer_resource lookup_room_;
+    std::pmr::unordered_map<const void *, record_note *> notes_{&lookup_room_}; // by record
     std::vector<output_note> output_;
     std::vector<written_record> written_;
     std::vector<rule_note> rules_;
     std::vector<link_note> links_;
     std::map<remark_note, std::int32_t> remarks_;
-    std::unordered_map<const frag *, met_note> met_;
+    std::pmr::unordered_map<const frag *, met_note> met_{&lookup_room_};
     std::unordered_set<const frag *> met_tops_;
 
     // Of the moment.

@@ -35,8 +35,7 @@ record_note &conversion_log::record_of(const void *record)
         return *last_note_;
     const auto [place, is_new] = notes_.try_emplace(record);
     if (is_new) {
-        record_note &made = records_.emplace_back();
-        made.record = record;
+        record_note &made = records_.emplace_back(record, &field_room_);
         if (last_note_ != nullptr)
             made.fields.reserve(std::min(last_note_->fields.size(), FEW_FIELDS));
         place->second = &made;

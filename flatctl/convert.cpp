@@ -33,9 +33,11 @@ struct conversion {
     plain_file target; // what is replaced or made
     std::string target_shown;
 
-    std::string text; // the result
+    std::string text;                  // the result
+    std::vector<std::string> look_ups; // that it depends on
     std::size_t values = 0;
     tree_comparison lost;
+    bool is_read_back = false; // by a second child
     bool is_verified = false;
 
     bool is_printed() const { return asked.output == "-"; }
@@ -132,6 +134,10 @@ int run_step(conversion &run, int (*work)(const conversion &, child_port &), tre
                 run.text += bytes;
             if (kind == frame_kind::RECORD)
                 take_record(bytes, lost, run.values);
+            if (kind == frame_kind::NAME && run.is_read_back)
+                return; // the first child's again
+            if (kind == frame_kind::NAME)
+                run.look_ups.emplace_back(bytes);
             side.take(kind, bytes);
         });
     return side.end(result);
@@ -152,6 +158,7 @@ int verify(conversion &run)
         tell(run.database.shown + ": cannot be read twice for --verify");
         return STATUS_UNREADABLE;
     }
+    run.is_read_back = true;
     tree_comparison found;
     if (const int status = run_step(run, verify_in_child, found); status != STATUS_FINE)
         return status;
@@ -209,6 +216,7 @@ void report_json(const conversion &run, bool is_written)
     for (const tree_difference &loss : run.lost.differences)
         out.open("", '{').text("key", loss.key).text("what", loss.what).close('}');
     out.close(']').number("losses", static_cast<std::int64_t>(run.lost.count));
+    write_look_ups(out, run.look_ups);
     out.finish();
 }
 
@@ -262,7 +270,7 @@ int convert(conversion &run)
 
 int flatlink::run_convert(const request &asked)
 {
-    conversion run{asked, find_form(asked.to), {}, {}, {}, {}, {}, 0, {}, false};
+    conversion run{asked, find_form(asked.to), {}, {}, {}, {}, {}, {}, 0, {}};
     if (run.form == nullptr || asked.in_place == !asked.output.empty()) {
         tell(run.form == nullptr ? "convert needs --to FORM"
                                  : "convert needs one of -o FILE and --in-place");

@@ -121,8 +121,18 @@ std::string title_of(const explanation &run, const access_verdict &verdict)
     return text + " through " + run.question.proxy;
 }
 
+std::string text_of(const std::vector<std::string> &look_ups)
+{
+    std::string text = "  asked          ";
+    for (const std::string &look_up : look_ups)
+        text += (&look_up == look_ups.data() ? "" : ", ") + shown_line(look_up) +
+                (look_up.find('=') == std::string::npos ? " (no answer)" : "");
+    return text + (look_ups.empty() ? "no names\n" : "\n");
+}
+
 void print_text(const explanation &run, const access_verdict &verdict,
-                const std::vector<table_change> &changes, std::FILE *out)
+                const std::vector<std::string> &look_ups, const std::vector<table_change> &changes,
+                std::FILE *out)
 {
     std::string text = title_of(run, verdict) + "\n";
     for (std::size_t i = 0; i < verdict.steps.size(); ++i) {
@@ -152,11 +162,12 @@ void print_text(const explanation &run, const access_verdict &verdict,
     if (!changes.empty())
         text += std::string("                 (evaluated: ") +
                 (verdict.permitted ? "deny)\n" : "permit)\n");
+    text += text_of(look_ups);
     std::fwrite(text.data(), 1, text.size(), out);
 }
 
-void print_json(const access_verdict &verdict, const std::vector<table_change> &changes,
-                std::FILE *stream)
+void print_json(const access_verdict &verdict, const std::vector<std::string> &look_ups,
+                const std::vector<table_change> &changes, std::FILE *stream)
 {
     json_writer out(stream, "explain-access/1");
     out.text("verdict", verdict.permitted ? "permit" : "deny");
@@ -177,6 +188,9 @@ void print_json(const access_verdict &verdict, const std::vector<table_change> &
             .boolean("new", change.is_new)
             .text("to", change.text)
             .close('}');
+    out.close(']').open("asked", '[');
+    for (const std::string &look_up : look_ups)
+        out.text("", look_up.substr(0, look_up.find('=')));
     out.close(']').finish();
 }
 
@@ -196,15 +210,17 @@ int explain_in_child(const explanation &run, child_port &port)
         std::fputs("the checks decide otherwise when they are watched\n", stderr);
         return STATUS_FAULT;
     }
+    const std::span<const std::string> asked_so_far = look_ups_so_far();
+    const std::vector<std::string> look_ups(asked_so_far.begin(), asked_so_far.end());
     report_tap = [](const UNIQUE_DATA_T &, int, const char *, va_list) {
         return true;
     }; // tried changes report nothing
     const std::vector<table_change> changes = changes_that_turn(table, run.question, verdict);
     std::FILE *out = port.stream(frame_kind::DATA);
     if (run.asked.format == "json")
-        print_json(verdict, changes, out);
+        print_json(verdict, look_ups, changes, out);
     else
-        print_text(run, verdict, changes, out);
+        print_text(run, verdict, look_ups, changes, out);
     std::fclose(out);
     return verdict.permitted ? STATUS_FINE : STATUS_FOUND;
 }

@@ -65,7 +65,9 @@ void print_json(const conversion_log &log, const classed_line &line, std::span<c
         json.open("", '{').number("line", use.output);
         json.text("key", text.substr(0, text.find('='))).close('}');
     }
-    json.close(']').finish();
+    json.close(']');
+    write_look_ups(json, look_ups_so_far());
+    json.finish();
 }
 
 int explain_in_child(const explain_input &run, child_port &port)

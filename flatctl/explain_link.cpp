@@ -290,6 +290,7 @@ int explain_in_child(const explain_input &run, child_port &port)
         if (run.asked.format == "json") {
             json_writer json(out, "explain-link/1");
             write_link(json, log, link);
+            write_look_ups(json, look_ups_so_far());
             json.finish();
         } else {
             print_text(log, link, out);

@@ -30,7 +30,7 @@ constexpr verb_row verbs[] = {
      run_preview,
      "Prints the flat data byte for byte, and on a terminal without its secrets. No host name and "
      "no route is asked about unless an option says so, and both can decide about links: what was "
-     "asked in vain is named on the standard error stream."},
+     "asked is named on the standard error stream, with the answer if there was one."},
     {"convert", VERB_CONVERT, "DB", 1, 1, "write a database in another notation, layout or form",
      run_convert,
      "What the form does not hold is found by reading the result back, listed, and refused unless "

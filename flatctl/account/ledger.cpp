@@ -6,6 +6,7 @@
 #include "flatctl/common/line_list.h"
 #include "flatctl/common/request.h"
 #include "flatctl/common/text_write.h"
+#include "flatctl/input/world.h"
 #include "flatlink/records/records.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/symbol.h"
@@ -239,6 +240,7 @@ void print_json(const conversion_log &log, const std::vector<classed_line> &line
     write_ledger(json, log, lines, uses);
     write_output(json, log, output);
     write_left_out(json, log);
+    write_look_ups(json, look_ups_so_far());
     json.finish();
 }
 

@@ -122,10 +122,11 @@ void side_frames::tell_message(std::string_view line) const
 void side_frames::take(frame_kind kind, std::string_view bytes)
 {
     constexpr std::size_t LISTED_MAX = 10;
-    if (kind == frame_kind::NAME && bytes.find('=') == std::string_view::npos &&
-        ++unanswered_count_ <= LISTED_MAX) {
-        unanswered_ += unanswered_.empty() ? " " : ", ";
-        unanswered_ += shown_line(bytes);
+    if (kind == frame_kind::NAME) {
+        const bool is_answered = bytes.find('=') != std::string_view::npos;
+        std::string &list = looked_up_[is_answered];
+        if (++look_up_counts_[is_answered] <= LISTED_MAX)
+            list.append(list.empty() ? " " : ", ").append(shown_line(bytes));
     }
     if (kind != frame_kind::MESSAGE)
         return;
@@ -143,9 +144,11 @@ int side_frames::end(const child_result &result)
 {
     if (!message_.empty())
         tell_message(message_);
-    if (!unanswered_.empty() && !is_quiet_)
-        tell(of_.shown + ": " + std::to_string(unanswered_count_) +
-             " not known here:" + unanswered_ + " (see --names, --routes, --resolve)");
+    if (!looked_up_[1].empty() && !is_quiet_)
+        tell(of_.shown + ": " + std::to_string(look_up_counts_[1]) + " looked up:" + looked_up_[1]);
+    if (!looked_up_[0].empty() && !is_quiet_)
+        tell(of_.shown + ": " + std::to_string(look_up_counts_[0]) +
+             " not known here:" + looked_up_[0] + " (see --names, --routes, --resolve)");
     if (result.end == child_end::DONE)
         return result.detail;
     tell(of_.shown + ": " + words_for(result));

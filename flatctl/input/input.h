@@ -51,7 +51,7 @@ class side_frames
 
     void take(frame_kind kind, std::string_view bytes);
 
-    // After the last frame: tells which names and routes got no answer, and how the child ended
+    // After the last frame: tells which names and routes were looked up, and how the child ended
     // unless it came to its end. Returns the work's status, STATUS_FOUND for a child that did not.
     int end(const child_result &result);
 
@@ -60,9 +60,9 @@ class side_frames
 
     const input &of_;
     bool is_quiet_;
-    std::string message_;    // begun
-    std::string unanswered_; // the first of them
-    std::size_t unanswered_count_ = 0;
+    std::string message_;      // begun
+    std::string looked_up_[2]; // the first of those without an answer, and with one
+    std::size_t look_up_counts_[2] = {};
 };
 
 namespace flatlink

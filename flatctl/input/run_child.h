@@ -15,7 +15,7 @@
 enum class frame_kind : std::uint8_t {
     DATA,    // bytes of the result
     MESSAGE, // bytes for the standard error stream, not escaped yet
-    NAME,    // a look-up: NAME=ADDRESS, or NAME alone that got no answer
+    NAME,    // a look-up: QUESTION=ANSWER, or QUESTION alone that got none
     RECORD,  // what a verb's own child and parent agree on
     DONE,    // the work came to its end; the payload is its status, one byte
     MEMORY,  // there was none left

@@ -1,5 +1,6 @@
 #include "flatctl/input/world.h"
 
+#include "flatctl/common/json_write.h"
 #include "flatctl/common/request.h"
 #include "flatctl/common/text_write.h"
 #include "flatctl/input/run_child.h"
@@ -87,12 +88,22 @@ static constexpr std::uint32_t NO_ONE = 65534; // number of the user and group w
 static const known_world *known = nullptr;
 static const child_port *port = nullptr;
 
+static std::vector<std::string> look_ups;
+
 // Each question is told once; a look-up of the same name may come a thousand times.
-static void tell_question(const std::string &name, bool is_answered, u32 addr_be)
+//   answer  empty: there is none
+static void tell_question(const std::string &name, const std::string &answer)
 {
     static std::set<std::string> told;
-    if (told.insert(name).second)
-        port->send(frame_kind::NAME, is_answered ? name + "=" + format_address(addr_be) : name);
+    if (!told.insert(name).second)
+        return;
+    look_ups.push_back(answer.empty() ? name : name + "=" + answer);
+    port->send(frame_kind::NAME, look_ups.back());
+}
+
+std::span<const std::string> flatlink::look_ups_so_far()
+{
+    return look_ups;
 }
 
 static hostent *answer_of(const char *name, u32 addr_be)
@@ -109,14 +120,21 @@ static hostent *answer_of(const char *name, u32 addr_be)
     return &answer;
 }
 
-static hostent *told_answer(const std::string &question, hostent *answer)
+static hostent *told_answer(const char *name, hostent *answer)
 {
     u32 addr_be = 0;
     const bool is_answered = answer != nullptr && answer->h_length == sizeof addr_be &&
                              answer->h_addr_list[0] != nullptr;
     if (is_answered)
         std::memcpy(&addr_be, answer->h_addr_list[0], sizeof addr_be);
-    tell_question(question, is_answered, addr_be);
+    tell_question(name, is_answered ? format_address(addr_be) : "");
+    return answer;
+}
+
+static hostent *told_name(u32 addr_be, hostent *answer)
+{
+    const bool is_answered = answer != nullptr && answer->h_name != nullptr;
+    tell_question(format_address(addr_be), is_answered ? answer->h_name : "");
     return answer;
 }
 
@@ -140,9 +158,8 @@ static hostent *host_by_address(const void *addr, socklen_t size, int family)
     std::memcpy(&addr_be, addr, sizeof addr_be);
     const auto found = std::ranges::find(known->hosts, addr_be, &known_world::host::addr_be);
     if (found != known->hosts.end())
-        return told_answer(format_address(addr_be), answer_of(found->name.c_str(), addr_be));
-    return told_answer(format_address(addr_be),
-                       known->may_resolve ? gethostbyaddr(addr, size, family) : nullptr);
+        return told_name(addr_be, answer_of(found->name.c_str(), addr_be));
+    return told_name(addr_be, known->may_resolve ? gethostbyaddr(addr, size, family) : nullptr);
 }
 
 static servent *service_by_name(const char *name, const char *protocol)
@@ -164,7 +181,7 @@ static passwd *user_by_name(const char *name)
     static passwd answer;
     if (known->may_resolve)
         return getpwnam(name);
-    tell_question(std::string("user ") + name, false, 0);
+    tell_question(std::string("user ") + name, "");
     answer.pw_uid = NO_ONE;
     return &answer;
 }
@@ -174,28 +191,66 @@ static group *group_by_name(const char *name)
     static group answer;
     if (known->may_resolve)
         return getgrnam(name);
-    tell_question(std::string("group ") + name, false, 0);
+    tell_question(std::string("group ") + name, "");
     answer.gr_gid = NO_ONE;
     return &answer;
 }
 
 // ---- routes
 
-static u32 asked_route_be = 0;
-static bool is_route_known = false;
+static constexpr std::string_view OF_ROUTE = "route to ";
+
+static void tell_route(u32 towards_be, bool is_known, u32 own_be)
+{
+    tell_question(std::string(OF_ROUTE) + format_address(towards_be),
+                  is_known ? format_address(own_be) : "");
+}
+
+void flatlink::write_look_ups(json_writer &json, std::span<const std::string> all)
+{
+    const auto write_list = [&](std::string_view name, auto is_wanted, bool keeps_kind) {
+        json.open(name, '[');
+        for (const std::string_view look_up : all) {
+            const std::string_view question = look_up.substr(0, look_up.find('='));
+            const bool is_route = question.starts_with(OF_ROUTE);
+            if (is_wanted(is_route, question.size() < look_up.size()))
+                json.text("", question.substr(is_route && !keeps_kind ? OF_ROUTE.size() : 0));
+        }
+        json.close(']');
+    };
+    json.open("asked", '{');
+    write_list(
+        "names", [](bool is_route, bool) { return !is_route; }, false);
+    write_list(
+        "routes", [](bool is_route, bool) { return is_route; }, false);
+    write_list(
+        "unanswered", [](bool, bool is_answered) { return !is_answered; }, true);
+    json.close('}');
+}
+
+static u32 asked_route_be = 0; // by the last message
+
+// False, and no look-up, for a message that would change a route.
+static bool take_route_question(byte_view message)
+{
+    if (message.size() != sizeof(route_question))
+        return false;
+    asked_route_be = load<route_question>(message, 0).dst.sin_addr.s_addr;
+    return true;
+}
 
 // A look-up of a route among those of the file.
 static ssize_t write_route(int, byte_view message)
 {
-    if (message.size() != sizeof(route_question)) {
-        errno = EPERM; // a change
+    if (!take_route_question(message)) {
+        errno = EPERM;
         return -1;
     }
-    asked_route_be = load<route_question>(message, 0).dst.sin_addr.s_addr;
-    is_route_known = std::ranges::find(known->routes, asked_route_be,
-                                       &known_world::route::towards_be) != known->routes.end();
-    tell_question("route to " + format_address(asked_route_be), false, 0);
-    if (is_route_known)
+    const auto found =
+        std::ranges::find(known->routes, asked_route_be, &known_world::route::towards_be);
+    const bool is_known = found != known->routes.end();
+    tell_route(asked_route_be, is_known, is_known ? found->own_be : 0);
+    if (is_known)
         return static_cast<ssize_t>(message.size());
     errno = ESRCH;
     return -1;
@@ -251,6 +306,32 @@ static constexpr platform_calls FILE_PLATFORM = {
     .route_close = [](int) { return 0; },
 };
 
+// This host's own routes; each look-up is told.
+static platform_calls told_host_platform()
+{
+    platform_calls calls = HOST_PLATFORM;
+    calls.route_write = [](int fd, byte_view message) {
+        const bool is_question = take_route_question(message);
+        const ssize_t written = HOST_PLATFORM.route_write(fd, message);
+        if (is_question && written < 0)
+            tell_route(asked_route_be, false, 0);
+        return written;
+    };
+    calls.route_read = [](int fd, byte_area area) {
+        const ssize_t got = HOST_PLATFORM.route_read(fd, area);
+        if (got >= static_cast<ssize_t>(sizeof(route_answer)))
+            tell_route(asked_route_be, true, load<route_answer>(area, 0).source.sin_addr.s_addr);
+        return got;
+    };
+    calls.route_sources = [](std::span<const in_addr_t> dsts_be, const source_taker &take) {
+        HOST_PLATFORM.route_sources(dsts_be, [&take](in_addr_t dst_be, in_addr_t source_be) {
+            tell_route(dst_be, source_be != 0, source_be);
+            take(dst_be, source_be);
+        });
+    };
+    return calls;
+}
+
 void flatlink::enter_world(const known_world &world, const child_port &to)
 {
     static constexpr name_service_calls NAMES = {
@@ -263,6 +344,7 @@ void flatlink::enter_world(const known_world &world, const child_port &to)
     known = &world;
     port = &to;
     name_service = &NAMES;
-    if (!world.may_resolve || !world.routes.empty() || !world.identity.empty())
-        platform = &FILE_PLATFORM;
+    static const platform_calls told_host = told_host_platform();
+    const bool asks_host = world.may_resolve && world.routes.empty() && world.identity.empty();
+    platform = asks_host ? &told_host : &FILE_PLATFORM;
 }

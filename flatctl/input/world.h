@@ -4,11 +4,13 @@
 
 #include "lib/ulib/address.h"
 
+#include <span>
 #include <string>
 #include <vector>
 
 struct request;
 class child_port;
+class json_writer;
 
 struct known_world {
     struct host {
@@ -45,5 +47,11 @@ std::string read_world(const request &asked, known_world &world);
 // look-up that a file or the host must answer is sent to the port as a frame of kind `name`.
 // Neither argument may end before the process.
 void enter_world(const known_world &world, const child_port &port);
+
+// The look-ups of this process so far, each once, as their frames have them.
+std::span<const std::string> look_ups_so_far();
+
+// The field "asked" with these look-ups: names, routes, and those of both that got no answer.
+void write_look_ups(json_writer &json, std::span<const std::string> look_ups);
 
 } // namespace flatlink

@@ -47,7 +47,12 @@ class Preview(ns.Case):
         write(hosts, b"# names\n192.0.2.77 peer.invalid\n")
         for args, is_known in (([], False), (["--resolve"], True), (["--names", hosts], True)):
             run = flatctl("preview", *args, DATABASE)
-            self.assertEqual(run.stderr.count(b"peer.invalid") == 0, is_known, run.stderr)
+            self.assertEqual(b"peer.invalid=192.0.2.77" in run.stderr, is_known, run.stderr)
+            run = flatctl("preview", "--ledger", "--format", "json", *args, DATABASE)
+            asked = json.loads(run.stdout)["asked"]
+            self.assertIn("192.0.2.10", asked["routes"])
+            self.assertEqual([name in asked["unanswered"] for name in asked["names"]],
+                             [not is_known])
         self.assertEqual(flatctl("preview", "--names", hosts, DATABASE).stdout,
                          flatctl("preview", "--resolve", DATABASE).stdout)
 
@@ -241,6 +246,10 @@ class ExplainAccess(ns.Case):
         self.assertEqual((json.loads(run.stdout)["verdict"], run.returncode), ("deny", 1))
         self.assertEqual(json.loads(run.stdout)["turn"][0]["to"],
                          "relay: permit-hosts 10.1.1.1 127.0.0.1")
+        self.assertEqual(json.loads(run.stdout)["asked"], [])
+        write(DATABASE, b"relay: permit-hosts *.lan\n")
+        run = flatctl("explain", "access", "--proxy", "relay", "--client", "10.1.1.1=a.lan", DATABASE)
+        self.assertIn(b"asked          10.1.1.1=a.lan\n", run.stdout)
 
 
 class Corpora(ns.Case):

@@ -11,11 +11,24 @@
 
 using namespace flatlink;
 
+// The keyword of the entry that an option stands for.
+static std::string keyword_of(const std::string &option, const std::string &expansion)
+{
+    std::string keyword = expansion.substr(0, expansion.find_first_of(" \t"));
+    for (const std::string_view prefix : {"permit-", "deny-"})
+        if (keyword.starts_with(prefix)) {
+            keyword.erase(0, prefix.size());
+            break;
+        }
+    return keyword.empty() ? option.substr(1) : keyword;
+}
+
 std::string flatlink::read_proxy_options(const std::string &path, proxy_options &options)
 {
     constexpr std::string_view kinds[] = {"none", "one", "list", "rest"}; // as policy_kind counts
     std::ifstream file(path);
     options.rows.clear();
+    options.keywords.clear();
     for (std::string line; std::getline(file, line);) {
         std::istringstream words(line.substr(0, line.find('#')));
         std::string name, kind, expansion;
@@ -23,9 +36,14 @@ std::string flatlink::read_proxy_options(const std::string &path, proxy_options 
             continue;
         words >> kind;
         std::getline(words >> std::ws, expansion);
+        if (kind == "keyword" && name[0] != '-') {
+            options.keywords.insert(name);
+            continue;
+        }
         const auto *found = std::ranges::find(kinds, std::string_view(kind));
         if (found == std::end(kinds) || name[0] != '-')
             return shown(path) + ": not an option and its kind: " + shown_line(line);
+        options.keywords.insert(keyword_of(name, expansion));
         options.texts.push_back(name);
         const char *option = options.texts.back().c_str();
         options.texts.push_back(expansion);

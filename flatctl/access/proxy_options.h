@@ -1,19 +1,23 @@
 // The options that a proxy's `hosts` lines take. They are compiled into each proxy; to check a
 // table without its proxy, they stand in a file, share/flatlink/proxies/NAME.options, a line each:
 //   -OPTION KIND [EXPANSION...]
-// with none, one, list or rest for KIND, as policy_kind names them, and '#' before a comment.
+//   KEYWORD keyword
+// with none, one, list or rest for KIND, as policy_kind names them, and '#' before a comment. The
+// second is a keyword of the proxy's own that no option stands for.
 #pragma once
 
 #include "lib/fwall/access/policy.h"
 
 #include <list>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 struct proxy_options {
     std::list<std::string> texts;        // which the rows point to
     std::vector<policy_option> rows{{}}; // with the row that ends them
+    std::set<std::string> keywords;      // of the proxy's own
 
     bool is_known() const { return rows.size() > 1; }
 };

@@ -1,22 +1,9 @@
-#include "flatctl/check/check_table.h"
-
 #include "flatctl/check/check_message.h"
-#include "flatctl/check/shadowed.h"
+#include "flatctl/check/table_checker.h"
 #include "flatctl/check/table_codes.h"
-#include "flatctl/check/table_words.h"
 #include "flatctl/common/text_write.h"
 #include "flatctl/input/memory_path.h"
-#include "lib/fwall/access/chkdest.h"
-#include "lib/fwall/access/srcrule.h"
-#include "lib/fwall/log/log.h"
 #include "lib/fwall/match/src_patterns.h"
-#include "lib/fwall/serve/settings.h"
-#include "lib/fwall/table/cfgrec.h"
-#include "lib/fwall/table/config.h"
-#include "lib/fwall/table/policy_table.h"
-#include "lib/fwall/table/proxy.h"
-#include "lib/ulib/fixed_text.h"
-#include "lib/ulib/report.h"
 
 #include <algorithm>
 #include <array>
@@ -24,93 +11,29 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <set>
-#include <tuple>
 
 using namespace flatlink;
 
-namespace
-{
-
-struct cfg_freer {
-    void operator()(cfgrec *list) const { cfg_free(list); }
-};
-using cfg_list = std::unique_ptr<cfgrec, cfg_freer>;
-
-cfg_list read_list(const std::string &name)
+cfg_list flatlink::read_entries_of(const std::string &name)
 {
     cfgrec *list = cfg_read(name.c_str());
     return cfg_list(cfg_has(list) ? list : nullptr);
 }
 
-cfg_list copy_of(const cfgrec *entry, int first, int count)
+cfg_list flatlink::copy_of(const cfgrec *entry, int first, int count)
 {
     return cfg_list(
         cfg_make(entry->keyword, entry->flags, entry->lineno, count, entry->argv + first));
 }
 
-class table_checker
+namespace
 {
-  public:
-    table_checker(std::string_view table, const table_task &task, const child_port &port);
-
-    void run(input_facts &facts);
-
-    // For the calls of watch and tap.
-    void take_fault(table_fault what, const char *at);
-    void take_value(value_fault what, const char *value);
-    void take_overridden(const cfgrec &by, const cfgrec &entry);
-    void take_report(const UNIQUE_DATA_T &uniq, std::string_view format, const std::string &item,
-                     const std::string &text);
-
-    table_words words;
-
-  private:
-    void add(std::string_view code, int line, word_place place, std::string detail,
-             std::vector<std::int32_t> related = {});
-    void send(const finding &found);
-    std::string_view line_text(int line) const;
-    bool begins_step();
-    bool is_policy(std::string_view name) const { return name.starts_with("policy-"); }
-
-    void read_all();
-    void check_list(const std::string &name);
-    void check_patterns(const cfgrec *list);
-    void check_pattern(const cfgrec *entry, int argument, const host_pattern &pattern);
-    void check_policies(cfgrec *list);
-    void check_options(const std::string &name, cfgrec *list);
-    void collect_shadowed(const std::string &name, cfgrec *list);
-    void tell_shadowed();
-    void tell_unused_policies();
-    void start(const std::string &name);
-    void try_ports(cfgrec *list);
-
-    std::string_view table_;
-    const table_task &task_;
-    const child_port &port_;
-    std::vector<std::size_t> line_begins_;
-    std::vector<std::string> checked_; // names, in the order of the table
-    std::set<std::tuple<std::string_view, int, int, std::string>> told_;
-    std::map<std::string_view, std::size_t> counts_; // by code
-    std::map<std::string_view, finding> held_;       // the last that is sent, for those beyond it
-    std::set<std::string> named_policies_;           // as their lines name them
-    std::map<int, std::pair<int, shadowed_line>> shadowed_; // in how many lists
-    std::set<int> reachable_;
-    const cfgrec *entry_ = nullptr; // that is tried
-    bool is_starting_ = false;
-    bool is_muted_ = false; // what is reported was told before, but for a bound
-    bool options_known_ = false;
-    bool policies_known_ = true; // all that are named are in the table of policies
-    int step_ = 0;
-    std::set<std::pair<int, int>> tried_; // items of ports
-};
 
 table_checker *current = nullptr; // of this process
 
 constexpr table_watch_calls WATCH = {
     .line = [](int number, std::string_view text) { current->words.begin_line(number, text); },
-    .name = [](std::string_view name) { current->words.add_name(name); },
+    .name = [](std::string_view name) { current->take_name(name); },
     .word = [](const char *begin, const char *end) { current->words.add_word(begin, end); },
     .fault = [](table_fault what, const char *at) { current->take_fault(what, at); },
     .value = [](value_fault what, const char *value) { current->take_value(what, value); },
@@ -135,6 +58,8 @@ __attribute__((format(printf, 3, 0))) bool tap_report(const UNIQUE_DATA_T &uniq,
     current->take_report(uniq, format, item, text);
     return true;
 }
+
+} // namespace
 
 table_checker::table_checker(std::string_view table, const table_task &task, const child_port &port)
     : table_(table), task_(task), port_(port)
@@ -183,6 +108,13 @@ void table_checker::add(std::string_view code, int line, word_place place, std::
         ++held_[found.row->code].count;
 }
 
+void table_checker::take_name(std::string_view name)
+{
+    words.add_name(name);
+    if (name[0] == '#')
+        add("T124", words.line(), words.place_of(name.data()), "");
+}
+
 void table_checker::take_fault(table_fault what, const char *at)
 {
     const word_place place = words.place_of(at);
@@ -190,10 +122,20 @@ void table_checker::take_fault(table_fault what, const char *at)
         add(code_of_fault(what), words.line(), place, "");
 }
 
+static bool is_option(const policy_option *rows, const char *word)
+{
+    for (; rows != nullptr && rows->name != nullptr; ++rows)
+        if (std::strcmp(rows->name, word) == 0)
+            return true;
+    return std::strcmp(word, "-policy") == 0;
+}
+
 void table_checker::take_value(value_fault what, const char *value)
 {
-    if (entry_ == nullptr && !is_starting_)
+    if (is_muted_ || (entry_ == nullptr && !is_starting_))
         return; // told where the entry is known
+    if (what == value_fault::LIKE_OPTION && !is_option(rows_, value))
+        return;
     const value_code &row = code_of_value(what);
     int line = entry_ == nullptr ? 0 : entry_->lineno;
     for (const cfgrec *entry = proxy_confp; line == 0 && entry != nullptr; entry = entry->next)
@@ -243,53 +185,31 @@ void table_checker::take_report(const UNIQUE_DATA_T &uniq, std::string_view form
 
 // ---- the table as a whole
 
-void table_checker::check_pattern(const cfgrec *entry, int argument, const host_pattern &pattern)
+// Of the entry that an option stands for, only the text of an argument is known.
+entry_fault_taker table_checker::fault_taker(bool is_of_option)
 {
-    const word_place place = words.argument(entry->lineno, argument);
-    const char *text = entry->argv[argument];
-    if (pattern.kind == host_kind::BAD_MASK || pattern.kind == host_kind::TOO_LONG ||
-        (pattern.kind == host_kind::RANGE && pattern.low > pattern.high))
-        add("T119", entry->lineno, place, text);
-    else if (!pattern.is_exact)
-        add("T112", entry->lineno, place,
-            std::string(text) + " is taken for " + format_address(network_order(pattern.low)));
+    return [this, is_of_option](std::string_view code, const cfgrec &entry, int argument,
+                                std::string detail) {
+        const int line = entry.lineno;
+        if (code == "T122" && words.is_for_all(line))
+            return; // it is for proxies, too
+        const word_place place = argument < 0    ? words.argument(line, "")
+                                 : !is_of_option ? words.argument(line, argument)
+                                                 : words.argument(line, entry.argv[argument]);
+        add(code, line, place, std::move(detail));
+    };
 }
 
-// How many arguments of an entry are patterns of hosts; -1 where a keyword takes none, or what it
-// lacks is told in another way.
-int host_patterns(const cfgrec &entry)
+const policy_option *table_checker::options_of(const std::string &name) const
 {
-    const std::string_view keyword = entry.keyword;
-    if (keyword == "hosts")
-        return pattern_count(entry);
-    if (keyword == "destination" || keyword == "rev_dns")
-        return entry.argc;
-    return keyword == "afw-dest" && entry.argc > 0 ? 1 : -1;
-}
-
-void table_checker::check_patterns(const cfgrec *list)
-{
-    char room[HOST_TEXT_MAX + 1];
-    for (const cfgrec *entry = list; entry != nullptr; entry = entry->next) {
-        const std::string_view keyword = entry->keyword;
-        const int count = host_patterns(*entry);
-        if (count == 0 || (keyword == "ports" && entry->argc == 0))
-            add("T113", entry->lineno, words.argument(entry->lineno, ""), "");
-        for (int i = 0; i < count; ++i) {
-            const char *text = entry->argv[i];
-            if (keyword == "hosts" && text[0] == '~')
-                continue;
-            if (keyword == "destination" && text[0] == '!')
-                ++text;
-            const bool is_range = keyword == "rev_dns" && std::strchr(text, '-') != nullptr;
-            check_pattern(entry, i,
-                          is_range ? compile_range(text) : compile_host_pattern(text, room));
-        }
-    }
+    if (task_.options == nullptr)
+        return nullptr;
+    const auto found = task_.options->find(name);
+    return found == task_.options->end() ? nullptr : found->second.rows.data();
 }
 
 // Each `hosts` line alone, as the collection of policy names sees it.
-void table_checker::check_policies(cfgrec *list)
+void table_checker::check_policies(const std::string &name, cfgrec *list)
 {
     auto names = std::make_unique<std::array<char *, POLICY_SLOTS>>();
     for (cfgrec *entry = cfg_first("hosts", list); entry != nullptr;
@@ -298,42 +218,52 @@ void table_checker::check_policies(cfgrec *list)
         const cfg_list alone = copy_of(entry, 0, entry->argc);
         proxy_confp = alone.get();
         if (cfg_findPolicyNames(names->data()) == 1) {
-            const std::string name = names->front();
-            named_policies_.insert(name);
-            name_policy(name);
+            const std::string policy = names->front();
+            named_policies_.insert(policy);
+            name_policy(policy);
             const std::string in_table = policy_name;
+            asked_.take_policy(name, in_table);
             if (words.first_line(in_table) == 0)
-                add("T202", entry->lineno, words.argument(entry->lineno, name),
+                add("T202", entry->lineno, words.argument(entry->lineno, policy),
                     "no line is for " + in_table);
         }
-        for (char *const *name = names->data(); *name != nullptr; ++name)
-            std::free(*name);
+        for (char *const *one = names->data(); *one != nullptr; ++one)
+            std::free(*one);
     }
     entry_ = nullptr;
     proxy_confp = nullptr;
 }
 
-// What follows the patterns of each `hosts` line, as it is read for a client.
-void table_checker::check_options(const std::string &name, cfgrec *list)
+// What follows the patterns of each `hosts` line, as it is read for a client. Calls visit(made) for
+// the entries that its options stand for.
+void table_checker::visit_options(cfgrec *list, const entry_visitor &visit)
 {
-    const policy_option *rows = nullptr;
-    if (task_.options != nullptr)
-        if (const auto found = task_.options->find(name); found != task_.options->end())
-            rows = found->second.rows.data();
-    options_known_ = rows != nullptr;
-    proxy_confp = list;
+    cfgrec *const before = std::exchange(proxy_confp, list);
+    const bool was_muted = is_muted_;
     is_muted_ = true;
     policies_known_ = cfg_bldCFGlist() >= 0;
-    is_muted_ = false;
+    is_muted_ = was_muted;
     for (cfgrec *entry = cfg_first("hosts", list); entry != nullptr;
          entry = cfg_next("hosts", entry)) {
         entry_ = entry;
         policy_confp = nullptr;
-        (void)get_policy(entry, rows); // its reports are the result
+        (void)get_policy(entry, rows_); // what it reports is told
+        // After them come those of policies.
+        for (const cfgrec *made = policy_confp; made != nullptr && made->lineno == entry->lineno;
+             made = made->next)
+            visit(*made);
         cfg_free(policy_confp);
     }
     entry_ = nullptr;
-    policy_confp = proxy_confp = nullptr;
+    policy_confp = nullptr;
+    proxy_confp = before;
+}
+
+void table_checker::check_options(const std::string &name, cfgrec *list)
+{
+    rows_ = options_of(name);
+    options_known_ = rows_ != nullptr;
+    visit_options(list, [this](const cfgrec &made) { check_arguments(made, fault_taker(true)); });
 }
 
 void table_checker::collect_shadowed(const std::string &name, cfgrec *list)
@@ -371,15 +301,28 @@ void table_checker::tell_unused_policies()
             add("T204", words.first_line(name), {}, name);
 }
 
+void table_checker::tell_unasked_keywords()
+{
+    if (task_.options == nullptr)
+        return;
+    asked_.tell_unasked(*task_.options, [this](int line, const std::string &keyword) {
+        if (task_.proxy.empty() || !words.is_for_all(line)) // others may ask for it
+            add("T120", line, words.argument(line, ""), keyword);
+    });
+}
+
 void table_checker::check_list(const std::string &name)
 {
-    const cfg_list list = read_list(name);
+    const cfg_list list = read_entries_of(name);
     if (list == nullptr)
         return;
-    check_patterns(list.get());
+    check_entries(
+        list.get(), is_policy(name), fault_taker(false),
+        [this](const cfgrec &first, const cfgrec &later) { take_overridden(first, later); });
+    asked_.take_list(name, list.get());
     if (is_policy(name) || cfg_first("hosts", list.get()) == nullptr)
         return;
-    check_policies(list.get());
+    check_policies(name, list.get());
     check_options(name, list.get());
     cfg_index_keywords(list.get());
     compile_host_patterns(list.get());
@@ -395,6 +338,8 @@ void table_checker::read_all()
     for (const std::string &name : words.names()) {
         if (!task_.proxy.empty() && !is_policy(name) && name != task_.proxy)
             continue;
+        if (name.starts_with('#'))
+            continue; // told as T124
         bytes += static_cast<double>(table_.size());
         if (bytes > TABLE_BYTES_MAX)
             break;
@@ -402,55 +347,6 @@ void table_checker::read_all()
     }
     if (!task_.proxy.empty() && words.first_line(task_.proxy) == 0)
         checked_.push_back(task_.proxy); // it has the lines for all names
-}
-
-// ---- steps that may end the process
-
-// False for a step that an earlier child took.
-bool table_checker::begins_step()
-{
-    if (++step_ < task_.first_step)
-        return false;
-    port_.send(frame_kind::RECORD, packed_step(step_));
-    return true;
-}
-
-void table_checker::try_ports(cfgrec *list)
-{
-    for (const cfgrec *entry = list; entry != nullptr; entry = entry->next) {
-        const std::string_view keyword = entry->keyword;
-        const bool is_block = keyword == "afw-dest";
-        if (keyword != "ports" && !is_block)
-            continue;
-        for (int i = 0; i < (is_block ? 1 : entry->argc); ++i) {
-            if (!tried_.insert({entry->lineno, i}).second || !begins_step())
-                continue;
-            entry_ = entry;
-            const cfg_list alone = copy_of(entry, i, is_block ? entry->argc : 1);
-            const char *mapped = nullptr, *reverse = nullptr;
-            constexpr int NO_PORT = -1; // so that the destination is not compared
-            if (is_block)
-                (void)afwDestBlock("", NO_PORT, alone.get(), &mapped, &reverse);
-            else
-                (void)permit_port_chk(NO_PORT, alone.get());
-            entry_ = nullptr;
-        }
-    }
-}
-
-void table_checker::start(const std::string &name)
-{
-    if (!is_policy(name) && begins_step()) {
-        set_text(proxy_name, name);
-        if (proxy_load_config() == 0) {
-            bool is_faulty = false;
-            (void)denial_file(is_faulty);
-            (void)Log::CheckLogConfig(proxy_confp);
-        }
-        policy_confp = nullptr;
-    }
-    const cfg_list list = read_list(name);
-    try_ports(list.get());
 }
 
 void table_checker::run(input_facts &facts)
@@ -465,9 +361,11 @@ void table_checker::run(input_facts &facts)
         for (const std::string &name : checked_)
             check_list(name);
         tell_shadowed();
+        tell_unasked_keywords();
         if (task_.proxy.empty())
             tell_unused_policies();
-        const std::size_t wanted = words.names().size();
+        const std::size_t wanted = static_cast<std::size_t>(std::ranges::count_if(
+            words.names(), [](const std::string &name) { return !name.starts_with('#'); }));
         if (task_.proxy.empty() && checked_.size() < wanted)
             add("T205", 0, {},
                 std::to_string(checked_.size()) + " of " + std::to_string(wanted) +
@@ -479,8 +377,6 @@ void table_checker::run(input_facts &facts)
     for (const auto &[code, found] : held_)
         send(found);
 }
-
-} // namespace
 
 void flatlink::check_table(std::string_view table, const table_task &task, input_facts &facts,
                            const child_port &port)

@@ -19,6 +19,7 @@ struct finding_row {
     std::string_view
         smallest; // an input that has it and no other finding; empty where it takes more
     std::string_view before = {}; // the lines before those of `smallest`
+    std::string_view shape = {};  // without `smallest`: such an input, in words
 };
 
 namespace flatlink

@@ -52,6 +52,10 @@ constexpr value_code value_codes[] = {
     {value_fault::NOT_READ, "T111", " is one argument too many"},
     {value_fault::AFTER_BRACE, "T118", ""},
     {value_fault::NAME_CUT, "T115", ""},
+    {value_fault::OUT_OF_RANGE, "T111", " is beyond the range of a number"},
+    {value_fault::NO_EFFECT, "T123", ""},
+    {value_fault::EMPTY_LIST, "T117", " begins an empty list"},
+    {value_fault::LIKE_OPTION, "T117", " is taken for an argument"},
 };
 
 } // namespace

@@ -24,6 +24,19 @@ static checked_input checked(std::string_view text, const check_task &task = {},
     return all;
 }
 
+// For the options of proxies that smallest inputs use.
+static const check_task &with_options()
+{
+    static const check_task task = [] {
+        check_task made;
+        EXPECT_EQ(read_proxy_options(TEST_DATA_DIR "/../../examples/plug-relay/plug-relay.options",
+                                     made.options["plug-relay"]),
+                  "");
+        return made;
+    }();
+    return task;
+}
+
 // CODE:LINE:COLUMN of each finding.
 static std::string found_in(std::string_view text, const check_task &task = {}, mode_t mode = 0600)
 {
@@ -57,7 +70,7 @@ TEST_P(CheckCases, AreJudged)
         }
         EXPECT_EQ(found_in(bytes_of(row["from"]), task, mode), row["want"]);
     }
-    for (const char *in_code : {"T102", "T105", "T205"}) // long lines below; minutes of work
+    for (const char *in_code : {"T102", "T105", "T205"}) // long lines and bounds below
         without_row.erase(in_code);
     EXPECT_TRUE(without_row.empty()) << *without_row.begin();
 }
@@ -68,9 +81,10 @@ TEST(Check, SmallestInputs)
 {
     for (const finding_row &row : finding_rows()) {
         EXPECT_EQ(find_code(row.code), &row);
+        EXPECT_NE(row.smallest.empty(), row.shape.empty()) << row.code;
         if (row.smallest.empty())
             continue;
-        const std::string found = found_in(smallest_input(row) + "\n");
+        const std::string found = found_in(smallest_input(row) + "\n", with_options());
         EXPECT_EQ(found.substr(0, 4), row.code) << found;
         EXPECT_EQ(found.find(' '), std::string::npos) << found;
     }
@@ -78,14 +92,44 @@ TEST(Check, SmallestInputs)
 
 TEST(Check, LongLines)
 {
-    const std::string begin = "relay: ruleName ";
+    const std::string begin = "relay: note ";
     EXPECT_EQ(found_in(begin + std::string(1022 - begin.size(), 'x') + "\n"), "");
     EXPECT_EQ(found_in(begin + std::string(1023 - begin.size(), 'x') + "\n"), "T102:1:1");
     std::string arguments = begin;
     for (int i = 0; i < 255; ++i)
         arguments += "a ";
     EXPECT_EQ(found_in(arguments + "\n"), "");
-    EXPECT_EQ(found_in(arguments + "b\n"), "T105:1:527");
+    EXPECT_EQ(found_in(arguments + "b\n"), "T105:1:523");
+}
+
+// The last child that a table may have, and the first step that no child takes.
+TEST(Check, BoundOfChildren)
+{
+    std::string words = "relay: ports";
+    for (int i = 0; i < 100; ++i)
+        words += " x" + std::to_string(i);
+    const auto has_bound = [](const finding &found) {
+        return std::string_view(found.row->code) == "T205";
+    };
+    EXPECT_EQ(std::ranges::count_if(checked(words + "\n").findings, has_bound), 0);
+    EXPECT_EQ(std::ranges::count_if(checked(words + " x\n").findings, has_bound), 1);
+}
+
+// An interface with a '=' in its name ends the key of its aliases early: each is looked for in one
+// long list, whose members are bounded.
+TEST(Check, BoundOfAnOlderLayout)
+{
+    for (const bool is_too_much : {false, true}) {
+        std::string text = "def_num_proxies=1\ndef_proxy_1_name=a\n";
+        for (int i = 1; i <= (is_too_much ? 10000 : 5000); ++i) {
+            const std::string number = std::to_string(i);
+            text += "netobj_list_Inside_element_" + number + "_interface=e" + number + "=\n";
+            text += "netobj_list_e" + number + "_element_1_addr=" + number + "\n";
+        }
+        const std::string found = found_in(text);
+        for (const char *code : {"D406:0", "D501:0"})
+            EXPECT_EQ(found.find(code) != std::string::npos, is_too_much) << code;
+    }
 }
 
 TEST(Check, FindingsAreKeptUpToTheirNumberAndFolded)

@@ -162,6 +162,17 @@ class Check(ns.Case):
         self.assertEqual(flatctl("check", "/etc/passwd").returncode, 1)
         self.assertEqual(flatctl("check", "/nowhere", DATABASE).returncode, 3)
 
+    def test_keywords_of_the_manual_are_known(self):
+        items = re.findall(r"^\.It .*Ic .*", read(ns.WORK + "/man/netperm-table.5").decode(), re.M)
+        keywords = re.findall(r"Ic ([\w-]*\w)(?= |$)", "\n".join(items), re.M)
+        self.assertGreater(len(keywords), 20)
+        options = ns.WORK + "/relay.options"
+        write(options, b"-dest list permit-destination\n")
+        write(DATABASE, "".join(f"relay: {word} 1\n" for word in [*keywords, "nosuch"]).encode())
+        run = flatctl("check", "--proxy", "relay", "--options", options, "--format", "json", DATABASE)
+        found = json.loads(run.stdout)["findings"]
+        self.assertEqual([f["line"] for f in found if f["code"] == "T120"], [len(keywords) + 1])
+
     @staticmethod
     def findings(path):
         return json.loads(flatctl("check", "--kind", "database", "--format", "json", path).stdout)["findings"]

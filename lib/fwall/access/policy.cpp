@@ -63,6 +63,13 @@ static constexpr int ARGUMENT_BYTES_MAX = 1024;
     std::exit(1);
 }
 
+// A '-' at its begin makes no argument an option, which may have been meant.
+static void tell_if_like_option(const line_rest &rest)
+{
+    if (table_watch != nullptr && rest.front()[0] == '-')
+        table_watch->value(value_fault::LIKE_OPTION, rest.front());
+}
+
 static void take_one(const char *option, line_rest &rest, option_record &record)
 {
     if (rest.argc == 0) {
@@ -70,6 +77,7 @@ static void take_one(const char *option, line_rest &rest, option_record &record)
                rest.line);
         return;
     }
+    tell_if_like_option(rest);
     // Only now: a record whose argument is missing has no arguments, not even the expansion's.
     record.args = record.fixed;
     record.args.push_back(rest.take());
@@ -94,10 +102,15 @@ static void take_list(const char *option, line_rest &rest, option_record &record
         take_one(option, rest, record);
         return;
     }
+    const char *brace = rest.front();
     take_brace(rest);
     record.args = record.fixed;
-    while (rest.argc > 0 && rest.front()[0] != '}')
+    while (rest.argc > 0 && rest.front()[0] != '}') {
+        tell_if_like_option(rest);
         record.args.push_back(rest.take());
+    }
+    if (table_watch != nullptr && record.args.size() == record.fixed.size())
+        table_watch->value(value_fault::EMPTY_LIST, brace);
     if (rest.argc > 0)
         take_brace(rest);
     else

@@ -54,6 +54,8 @@ static std::int32_t mode_of_list(cfgrec *list)
 {
     const cfgrec *logging = cfg_first("logging", list);
     const cfgrec *enabled = cfg_first("log-enabled", list);
+    if (table_watch != nullptr && logging == nullptr && enabled != nullptr && enabled->argc > 0)
+        table_watch->value(value_fault::NO_EFFECT, enabled->argv[0]);
     if (logging == nullptr)
         return LOG_MODE_STDLOG;
     if (enabled != nullptr && enabled->argc >= 2) {

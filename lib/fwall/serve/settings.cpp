@@ -61,11 +61,19 @@ static bool is_whole_number(std::string_view text)
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
+static void tell_unless_number(std::int32_t number, const char *text)
+{
+    if (!is_whole_number(text))
+        table_watch->value(value_fault::WANTS_NUMBER, text);
+    else if (std::strtoll(text, nullptr, 10) != number)
+        table_watch->value(value_fault::OUT_OF_RANGE, text);
+}
+
 template <std::int32_t &number> static void set_number(const cfgrec &entry)
 {
     number = lenient_number(entry.argv[0]);
-    if (table_watch != nullptr && !is_whole_number(entry.argv[0]))
-        table_watch->value(value_fault::WANTS_NUMBER, entry.argv[0]);
+    if (table_watch != nullptr)
+        tell_unless_number(number, entry.argv[0]);
 }
 
 static void set_bind_address(const cfgrec &entry)

@@ -30,6 +30,10 @@ enum class value_fault : std::uint8_t {
     NOT_READ,      // one more than the keyword takes
     AFTER_BRACE,   // what follows `{` or `}` in the same argument is dropped
     NAME_CUT,      // of a policy: the rest of it does not count
+    OUT_OF_RANGE,  // a number that is brought into the range of 32 bits
+    NO_EFFECT,     // log-enabled without a logging entry
+    EMPTY_LIST,    // the brace that begins the list of an option
+    LIKE_OPTION,   // the argument of an option begins as an option does
 };
 
 struct table_watch_calls {

@@ -1,12 +1,8 @@
 #include "lib/ulib/address.h"
 
-#include <string_view>
-
 using namespace flatlink;
 
-// Four decimal numbers, none of which begins with a zero of more digits: that would be octal. False
-// for anything else.
-static bool read_dotted(std::string_view text, u32 &number)
+bool flatlink::read_dotted(std::string_view text, u32 &number)
 {
     number = 0;
     int dots = 0;

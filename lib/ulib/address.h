@@ -5,6 +5,7 @@
 #include <arpa/inet.h>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 using u32 = std::uint32_t;
 
@@ -17,6 +18,10 @@ namespace flatlink
 // Reads `text` as an address in network order; NOT_AN_ADDRESS for text that is none. Accepts what
 // the host's inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
 u32 parse_address(const std::string &text);
+
+// Reads four decimal octets without zeros in front, the form of format_address, as a number with
+// the first octet most significant. False for anything else; `number` is then undefined.
+bool read_dotted(std::string_view text, u32 &number);
 
 // Reads `text` as a network number or mask; the result is in network order, NOT_AN_ADDRESS for text
 // that is none. Differs from parse_address for fewer than four parts: as the host's inet_network

@@ -59,20 +59,10 @@ static octet_row take_octets(const char *&text, const char *ends)
     return row;
 }
 
-// Stricter than scan_address: four decimal octets without zeros in front.
-static bool read_dotted(const char *text, u32 &number)
-{
-    u32 addr_be = 0;
-    if (inet_pton(AF_INET, text, &addr_be) != 1)
-        return false;
-    number = host_order(addr_be);
-    return true;
-}
-
 host_address flatlink::read_host_address(const char *text)
 {
     host_address address{.text = text};
-    if (read_dotted(text, address.number)) {
+    if (read_dotted(text, address.number)) { // stricter than scan_address
         address.octets = address.number;
         address.given = ALL_BITS;
         address.is_number = address.is_dotted = true;

@@ -118,13 +118,14 @@ void SetProxyCallBack(void (*callback)(int number))
     proxy_callback = callback;
 }
 
+// The masks are set by pthread_sigmask, which sigprocmask calls from another page of code.
 static void hold_signals(sigset_t *before)
 {
     sigset_t ours;
     sigemptyset(&ours);
     for (const int number : held_signals)
         sigaddset(&ours, number);
-    (void)sigprocmask(SIG_BLOCK, &ours, before); // cannot fail
+    (void)pthread_sigmask(SIG_BLOCK, &ours, before); // cannot fail
 }
 
 void flatlink::start_daemon_signals()
@@ -143,7 +144,7 @@ void flatlink::start_daemon_signals()
 signals_open::signals_open()
 {
     if (held)
-        (void)sigprocmask(SIG_SETMASK, &open_mask, nullptr);
+        (void)pthread_sigmask(SIG_SETMASK, &open_mask, nullptr);
 }
 
 signals_open::~signals_open()
@@ -157,5 +158,5 @@ void flatlink::give_signals_back()
     clear_children();
     at_any_instant = 1;
     held = false;
-    (void)sigprocmask(SIG_SETMASK, &open_mask, nullptr);
+    (void)pthread_sigmask(SIG_SETMASK, &open_mask, nullptr);
 }

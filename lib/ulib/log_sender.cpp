@@ -1,5 +1,7 @@
 #include "lib/ulib/log_sender.h"
 
+#include "lib/ulib/child_data.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -24,7 +26,7 @@ struct lost_counts {
 
 } // namespace
 
-static int log_wait_ms = LOG_WAIT_MS;
+WRITTEN_BY_CHILD static int log_wait_ms = LOG_WAIT_MS;
 static lost_counts own_counts;
 static std::atomic<lost_counts *> lost = &own_counts;
 

@@ -1,5 +1,6 @@
 #include "lib/ulib/system_log.h"
 
+#include "lib/ulib/child_data.h"
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/log_sender.h"
 #include "lib/ulib/safe_text.h"
@@ -24,15 +25,15 @@ static constexpr int NO_SOCKET = -1;
 using log_line = safe_text<8192>;
 
 // Signal handlers read all of this; what they must not see half-written is atomic.
-static std::atomic<int> log_socket = NO_SOCKET;
+WRITTEN_BY_CHILD static std::atomic<int> log_socket = NO_SOCKET;
 static std::atomic<const char *> log_ident = nullptr;
-static bool is_stream = false; // lines are then separated by NUL terminators
+WRITTEN_BY_CHILD static bool is_stream = false; // lines are then separated by NUL terminators
 static int log_options = 0;
 static int log_facility = LOG_USER;
-static bool is_host_asked = false;
-static int open_calls = 0;          // calls of open_system_log not yet undone
-static int log_mask = 0xff;         // setlogmask's, as last read by ask_host
-static long utc_offset_seconds = 0; // of local time, as last read by ask_host
+WRITTEN_BY_CHILD static bool is_host_asked = false;
+static int open_calls = 0;                           // calls of open_system_log not yet undone
+WRITTEN_BY_CHILD static int log_mask = 0xff;         // setlogmask's, as last read by ask_host
+WRITTEN_BY_CHILD static long utc_offset_seconds = 0; // of local time, as last read by ask_host
 
 static int connected_socket(int type)
 {

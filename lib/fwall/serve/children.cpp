@@ -1,6 +1,7 @@
 #include "lib/fwall/serve/children.h"
 
 #include "lib/fwall/table/proxy.h"
+#include "lib/ulib/child_data.h"
 
 #include <algorithm>
 #include <csignal>
@@ -19,8 +20,8 @@ struct served_client {
 
 } // namespace
 
-static std::vector<pid_t> acceptors;
-static std::vector<served_client> clients;
+WRITTEN_BY_CHILD static std::vector<pid_t> acceptors;
+WRITTEN_BY_CHILD static std::vector<served_client> clients;
 
 void flatlink::add_acceptor(pid_t pid)
 {

@@ -3,6 +3,7 @@
 #include "lib/fwall/serve/children.h"
 #include "lib/fwall/table/proxy.h"
 #include "lib/ulib/address.h"
+#include "lib/ulib/child_data.h"
 #include "lib/ulib/notice.h"
 
 #include <chrono>
@@ -12,8 +13,8 @@ using namespace flatlink;
 
 using steady = std::chrono::steady_clock;
 
-static steady::time_point second_begun;
-static int served_in_second = 0;
+WRITTEN_BY_CHILD static steady::time_point second_begun;
+WRITTEN_BY_CHILD static int served_in_second = 0;
 
 // INADDR_ANY for a client that has disconnected already.
 static in_addr_t address_of_client(int connection)

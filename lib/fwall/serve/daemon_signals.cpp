@@ -4,6 +4,7 @@
 #include "lib/fwall/serve/children.h"
 #include "lib/fwall/serve/stop.h"
 #include "lib/fwall/table/proxy.h"
+#include "lib/ulib/child_data.h"
 #include "lib/ulib/name_table.h"
 #include "lib/ulib/notice.h"
 #include "lib/ulib/safe_text.h"
@@ -28,9 +29,9 @@ using safe_line = safe_text<80>;
 } // namespace
 
 static void (*volatile proxy_callback)(int number) = nullptr;
-static volatile sig_atomic_t at_any_instant = 0; // 1 in a connection child
-static bool held = false;                        // true from start_daemon_signals on
-static sigset_t open_mask;                       // while a process waits, and in its children
+WRITTEN_BY_CHILD static volatile sig_atomic_t at_any_instant = 0; // 1 in a connection child
+WRITTEN_BY_CHILD static bool held = false; // true from start_daemon_signals on
+static sigset_t open_mask;                 // while a process waits, and in its children
 
 static void tell(events event, const safe_line &line)
 {

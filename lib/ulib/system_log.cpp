@@ -95,6 +95,9 @@ void flatlink::open_system_log(const char *ident, int options, int facility)
 
 void flatlink::reopen_system_log()
 {
+    // Where there was no reader a look at the path costs less than a socket in vain.
+    if (log_socket < 0 && access(SYSTEM_LOG_PATH, F_OK) != 0)
+        return;
     close_socket();
     open_socket();
 }

@@ -3,12 +3,14 @@
 
 #include "lib/ulib/heap.h"
 #include "lib/ulib/name_table.h"
+#include "lib/ulib/plain_format.h"
 #include "lib/ulib/string.h"
 #include "lib/ulib/strlist.h"
 #include "lib/ulib/token.h"
 #include "lib/ulib/wildcard.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -95,6 +97,33 @@ TEST(Token, GetsepSplitsAtTheFirstSeparator)
     const std::string a(2048, 'a');
     EXPECT_EQ(parts((a + "::" + a).c_str()), "0" + a.substr(1025) + "|:" + a.substr(1026));
 }
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+TEST(PlainFormat, WritesWhatTheHostWrites)
+{
+    // The text and what follows it in the buffer, as both formatters leave them.
+    const auto check = [](bool is_taken, const char *format, ...) {
+        for (const std::size_t size : {1U, 2U, 6U, 7U, 8U, 30U}) {
+            std::array<char, 30> ours{}, hosts{};
+            va_list args, again;
+            va_start(args, format);
+            va_copy(again, args);
+            EXPECT_EQ(format_plain(ours.data(), size, format, args), is_taken) << format;
+            if (is_taken)
+                (void)std::vsnprintf(hosts.data(), size, format, again);
+            EXPECT_EQ(ours, hosts) << format << " in " << size;
+            va_end(again);
+            va_end(args);
+        }
+    };
+    check(true, "");
+    check(true, "%s%%s%d", "a%dbc", INT_MIN);
+    check(true, "%d of %d, %s", -1, 20, static_cast<const char *>(nullptr));
+    for (const char *other : {"%", "%d%", "%5d", "%.3s", "%ld", "%m", "%u", "%s%n"})
+        check(false, other, "x");
+}
+#pragma GCC diagnostic pop
 
 TEST(Wildcard, EndsAndTakesNothing)
 {

@@ -5,6 +5,7 @@
 #include "lib/fwall/log/event_table.h"
 #include "lib/ulib/fixed_text.h"
 #include "lib/ulib/log_sender.h"
+#include "lib/ulib/plain_format.h"
 #include "lib/ulib/system_log.h"
 #include "lib/ulib/text.h"
 
@@ -112,9 +113,18 @@ format_report(char *buffer, std::size_t size, int error, const char *format, va_
     va_list own;
     va_copy(own, args); // a report may be formatted twice
     errno = error;
-    if (std::vsnprintf(buffer, size, format, own) < 0)
+    if (!format_plain(buffer, size, format, own) && std::vsnprintf(buffer, size, format, own) < 0)
         buffer[0] = '\0';
     va_end(own);
+}
+
+// A function of its own: its buffer would take a page of each report's stack.
+__attribute__((noinline, format(printf, 3, 0))) static void
+to_system_log(int priority, int error, const char *format, va_list args)
+{
+    char text[2048];
+    format_report(text, sizeof text, error, format, args);
+    system_log(priority, "%s", text);
 }
 
 void Log::SendLog(CServiceContext *service, CConnectionContext *connection,
@@ -130,11 +140,8 @@ void Log::vSendLog(CServiceContext *service, CConnectionContext *connection,
                    const UNIQUE_DATA_T *uniq, int priority, const char *format, va_list args)
 {
     const int error = errno;
-    if ((mode & LOG_MODE_SYSLOG) != 0) {
-        char text[2048];
-        format_report(text, sizeof text, error, format, args);
-        system_log(priority, "%s", text);
-    }
+    if ((mode & LOG_MODE_SYSLOG) != 0)
+        to_system_log(priority, error, format, args);
     if ((mode & LOG_MODE_STDLOG) == 0)
         return;
     if (uniq != nullptr && connection != nullptr &&

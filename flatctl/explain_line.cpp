@@ -74,7 +74,9 @@ int explain_in_child(const explain_input &run, child_port &port)
 {
     conversion_log log(false);
     std::string output;
-    const int status = run_watched(run.database, run.world, port, log, output);
+    const int status =
+        run_watched(run.database, run.world, port, log,
+                    [&output](std::string_view line) { output.append(line).append(1, '\n'); });
     if (status != STATUS_FINE)
         return status;
     std::vector<line_use> uses;

@@ -115,8 +115,8 @@ struct output_note {
 // The lines of one record in the output, which come one after another.
 struct written_record {
     const void *record;
-    const record_note *note; // null where no line of the input sets a field of it
-    std::uint32_t begin;     // index of the first
+    record_note *note;   // null where no line of the input sets a field of it
+    std::uint32_t begin; // index of the first
     std::uint32_t count;
 };
 

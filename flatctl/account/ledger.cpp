@@ -112,32 +112,43 @@ void print_classes(const std::vector<classed_line> &lines, std::FILE *out)
     }
 }
 
-void print_families(const conversion_log &log, std::string_view output, std::FILE *out)
+// How many lines of the output each family has.
+class family_sizes
 {
-    std::size_t sizes[std::size(families)] = {};
-    std::size_t of_last = 0; // lines of one family come one after another
-    for (std::size_t begin = 0; begin < output.size(); begin = output.find('\n', begin) + 1) {
-        const std::string_view rest = output.substr(begin);
-        if (!rest.starts_with(families[of_last].prefix)) {
-            const auto *family = std::ranges::find_if(
-                families, [rest](const family_row &row) { return rest.starts_with(row.prefix); });
-            if (family == std::end(families))
-                continue;
-            of_last = static_cast<std::size_t>(family - std::begin(families));
-        }
-        ++sizes[of_last];
+  public:
+    void add(std::string_view line);
+    void print(const conversion_log &log, std::FILE *out) const;
+
+  private:
+    std::size_t sizes_[std::size(families)] = {};
+    std::size_t last_ = 0; // the lines of a family come one after another
+};
+
+void family_sizes::add(std::string_view line)
+{
+    const auto has_prefix = [line](const family_row &row) { return line.starts_with(row.prefix); };
+    if (!has_prefix(families[last_])) {
+        const auto *family = std::ranges::find_if(families, has_prefix);
+        if (family == std::end(families))
+            return;
+        last_ = static_cast<std::size_t>(family - families);
     }
+    ++sizes_[last_];
+}
+
+void family_sizes::print(const conversion_log &log, std::FILE *out) const
+{
     std::fprintf(out, "output  %zu lines\n", log.output().size());
     for (std::size_t i = 0; i < std::size(families); ++i)
-        if (sizes[i] > 0)
-            std::fprintf(out, "%8zu  %s\n", sizes[i], families[i].text(log).c_str());
+        if (sizes_[i] > 0)
+            std::fprintf(out, "%8zu  %s\n", sizes_[i], families[i].text(log).c_str());
 }
 
 void print_text(const conversion_log &log, const std::vector<classed_line> &lines,
-                std::string_view output, std::FILE *out)
+                const family_sizes &sizes, std::FILE *out)
 {
     print_classes(lines, out);
-    print_families(log, output, out);
+    sizes.print(log, out);
     const std::vector<equal_links> missing = links_left_out(log);
     if (!missing.empty())
         std::fputs("links left out, since an earlier one says the same\n", out);
@@ -250,11 +261,17 @@ int flatlink::ledger_in_child(const input &database, const known_world &world, c
                               child_port &port)
 {
     conversion_log log(false);
-    std::string output;
-    const int status = run_watched(database, world, port, log, output);
+    const bool is_json = asked.format == "json";
+    std::string output; // for JSON, which names the keys of all lines
+    family_sizes sizes;
+    const int status = run_watched(database, world, port, log, [&](std::string_view line) {
+        if (is_json)
+            output.append(line).append(1, '\n');
+        else
+            sizes.add(line);
+    });
     if (status != STATUS_FINE)
         return status;
-    const bool is_json = asked.format == "json";
     std::vector<line_use> uses;
     const std::vector<classed_line> lines =
         account_of(log, def_database, is_json ? &uses : nullptr);
@@ -262,7 +279,7 @@ int flatlink::ledger_in_child(const input &database, const known_world &world, c
     if (is_json)
         print_json(log, lines, uses, output, out);
     else
-        print_text(log, lines, output, out);
+        print_text(log, lines, sizes, out);
     std::fclose(out);
     return STATUS_FINE;
 }

@@ -90,6 +90,7 @@ class accountant
     const field<record> *row_of_field(std::uint32_t number, field_table<record> table);
     template <typename record>
     void mark_fields_of(const record &one, record_note &note, field_table<record> table);
+    void mark_link(const written_record &written);
     void mark_settings();
     void trace_output();
     void trace_record(const written_record &written);
@@ -198,11 +199,17 @@ void accountant::mark_fields(const list &records, field_table<record> table)
     for (const auto &one : records) {
         if (record_note *note = log_.note_of(one.get()); note != nullptr)
             mark_fields_of<record>(*one, *note, table);
-        if constexpr (std::is_same_v<record, linkinfo>) // equal ones, but for what may differ
-            if (const auto others = stands_for_.find(one.get()); others != stands_for_.end())
-                for (record_note *note : others->second)
-                    mark_fields_of<record>(*one, *note, table);
     }
+}
+
+// Those that it stands for are equal, but for what may differ.
+void accountant::mark_link(const written_record &written)
+{
+    const auto &link = *static_cast<const linkinfo *>(written.record);
+    mark_fields_of<linkinfo>(link, *written.note, link_fields);
+    if (twins_ != nullptr)
+        for (record_note *twin : *twins_)
+            mark_fields_of<linkinfo>(link, *twin, link_fields);
 }
 
 void accountant::mark_settings()
@@ -277,6 +284,8 @@ void accountant::trace_record(const written_record &written)
 {
     const auto others = stands_for_.find(written.record);
     twins_ = others == stands_for_.end() ? nullptr : &others->second;
+    if (written.note != nullptr && written.note->link != NO_NOTE)
+        mark_link(written); // now, while its notes are at hand: of many, each visit has to wait
     for (std::uint32_t i = written.begin; i < written.begin + written.count; ++i) {
         const output_note &output = log_.output()[i];
         const field_note *stored = conversion_log::note_in(written.note, output.field);
@@ -481,7 +490,6 @@ line_class accountant::class_of(std::int32_t line) const
 std::vector<classed_line> accountant::run()
 {
     find_stand_ins();
-    mark_fields<linkinfo>(linkinfos, link_fields);
     mark_fields<ikepol>(ikepolicy, ikepol_fields);
     for (const auto &policy : ikepolicy)
         mark_fields<ikeprop>(policy->props, ikeprop_fields);

@@ -10,48 +10,79 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 using namespace flatlink;
 
-bool flatlink::agrees_with(const conversion_log &log, std::string_view output)
+namespace
 {
-    for (const output_note &written : log.output()) {
-        const std::size_t end = output.find('\n');
-        const std::size_t equals = output.find('=');
-        if (end == std::string_view::npos || equals >= end)
-            return false;
-        const std::string_view value = output.substr(equals + 1, end - equals - 1);
-        if (!output.substr(0, equals).ends_with(log.field_key(written.field)) ||
-            conversion_log::hash_of(value) != written.hash)
-            return false;
-        output.remove_prefix(end + 1);
+
+// Cuts what a stream writes into lines, and compares each with its note in the log, which was made
+// before.
+class output_lines
+{
+  public:
+    output_lines(const conversion_log &log, const line_taker &take) : log_(log), take_(take) {}
+
+    void add(std::string_view bytes);
+    bool agree() const { return agree_ && begun_.empty() && count_ == log_.output().size(); }
+
+  private:
+    void take_line(std::string_view line);
+
+    const conversion_log &log_;
+    const line_taker &take_;
+    std::string begun_; // a line without its end
+    std::size_t count_ = 0;
+    bool agree_ = true;
+};
+
+void output_lines::take_line(std::string_view line)
+{
+    const std::size_t equals = line.find('=');
+    agree_ = agree_ && count_ < log_.output().size() && equals != std::string_view::npos;
+    if (agree_) {
+        const output_note &note = log_.output()[count_];
+        agree_ = line.substr(0, equals).ends_with(log_.field_key(note.field)) &&
+                 conversion_log::hash_of(line.substr(equals + 1)) == note.hash;
     }
-    return output.empty();
+    ++count_;
+    take_(line);
 }
 
-static std::string written_records()
+void output_lines::add(std::string_view bytes)
 {
-    std::string output;
-    const cookie_io_functions_t calls = {.read = nullptr,
-                                         .write =
-                                             [](void *text, const char *bytes, std::size_t size) {
-                                                 static_cast<std::string *>(text)->append(bytes,
-                                                                                          size);
-                                                 return static_cast<ssize_t>(size);
-                                             },
-                                         .seek = nullptr,
-                                         .close = nullptr};
-    std::FILE *stream = fopencookie(&output, "w", calls);
+    std::size_t end = 0;
+    for (; (end = bytes.find('\n')) != std::string_view::npos; bytes.remove_prefix(end + 1)) {
+        if (begun_.empty()) {
+            take_line(bytes.substr(0, end));
+        } else {
+            take_line(begun_.append(bytes.substr(0, end)));
+            begun_.clear();
+        }
+    }
+    begun_.append(bytes);
+}
+
+void write_records_to(output_lines &lines)
+{
+    cookie_io_functions_t calls{};
+    calls.write = [](void *to, const char *bytes, std::size_t size) {
+        static_cast<output_lines *>(to)->add({bytes, size});
+        return static_cast<ssize_t>(size);
+    };
+    std::FILE *stream = fopencookie(&lines, "w", calls);
     if (stream == nullptr)
         throw std::bad_alloc();
     write_records(stream);
     if (std::fclose(stream) != 0)
         throw std::bad_alloc();
-    return output;
 }
 
+} // namespace
+
 int flatlink::run_watched(const input &database, const known_world &world, const child_port &port,
-                          conversion_log &log, std::string &output)
+                          conversion_log &log, const line_taker &take)
 {
     enter_world(world, port);
     tap_reports();
@@ -66,9 +97,10 @@ int flatlink::run_watched(const input &database, const known_world &world, const
     derive_from_tree(false);
     if (!report_bounds())
         return STATUS_FOUND;
-    output = written_records();
+    output_lines lines(log, take);
+    write_records_to(lines);
     log.records_written();
-    if (agrees_with(log, output))
+    if (lines.agree())
         return STATUS_FINE;
     std::fputs("the account of the output is not what it holds\n", stderr);
     return STATUS_FAULT;

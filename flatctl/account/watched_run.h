@@ -3,7 +3,8 @@
 
 #include "flatctl/account/conversion_log.h"
 
-#include <string>
+#include <functional>
+#include <string_view>
 
 struct input;
 struct known_world;
@@ -12,13 +13,14 @@ class child_port;
 namespace flatlink
 {
 
-// Loads and derives as flatlink would, and writes the records into `output`. Returns STATUS_FINE;
-// STATUS_UNREADABLE after a message; STATUS_FOUND, and no output, when a bound is struck; or
-// STATUS_FAULT, after a message, when what was noted about the output is not what it holds.
-int run_watched(const input &database, const known_world &world, const child_port &port,
-                conversion_log &log, std::string &output);
+// Takes a line of the output without its newline; the text is borrowed for the call.
+using line_taker = std::function<void(std::string_view line)>;
 
-// Whether the notes about the output agree with it, line by line.
-bool agrees_with(const conversion_log &log, std::string_view output);
+// Loads and derives as flatlink would, and hands the lines of the records to `take`, one by one.
+// Returns STATUS_FINE; STATUS_UNREADABLE after a message; STATUS_FOUND, and no line, when a bound
+// is struck; or STATUS_FAULT, after a message, when what was noted about the lines is not what they
+// hold.
+int run_watched(const input &database, const known_world &world, const child_port &port,
+                conversion_log &log, const line_taker &take);
 
 } // namespace flatlink

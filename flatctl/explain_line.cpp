@@ -8,6 +8,7 @@
 #include "flatctl/explain_input.h"
 #include "flatctl/options.h"
 #include "flatctl/verbs.h"
+#include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/symbol.h"
 
 #include <algorithm>
@@ -33,16 +34,43 @@ std::span<const line_use> uses_of(std::span<const line_use> all, std::int32_t li
     return {range.begin(), range.end()};
 }
 
+// The line as a setting; its key alone when the tree of the current layout has lost it.
+std::string text_of_line(const conversion_log &log, std::int32_t line)
+{
+    const frag *node = log.lines()[static_cast<std::size_t>(line)].node;
+    const std::string key = log.key_of_line(line);
+    return node == nullptr || node->value == nullptr
+               ? shown_line(key)
+               : shown_setting(key + "=" + node->value, false);
+}
+
+// How many links of the output have the object that the line names.
+std::size_t links_of_named(const conversion_log &log, std::int32_t line)
+{
+    const frag *node = log.lines()[static_cast<std::size_t>(line)].node;
+    const frag *named =
+        node == nullptr || node->value == nullptr ? nullptr : ffind(&def_database, node->value);
+    if (named == nullptr)
+        return 0;
+    return static_cast<std::size_t>(std::ranges::count_if(log.links(), [&](const link_note &link) {
+        return !link.record->is_dropped &&
+               (link.peer == named || link.remote == named || link.local == named);
+    }));
+}
+
 void print_text(const conversion_log &log, const classed_line &line, std::span<const line_use> uses,
                 const std::vector<std::string_view> &output, std::FILE *out)
 {
     constexpr std::size_t LISTED_MAX = 40;
     const class_row &row = row_of(line.kind);
-    std::string text = ":" + std::to_string(line.line) + " " +
-                       shown_line(log.key_of_line(line.line)) + "   " + std::string(row.text);
+    std::string text = ":" + std::to_string(line.line) + " " + text_of_line(log, line.line) +
+                       "   " + std::string(row.text);
     if (!row.code.empty())
         text += " (" + std::string(row.code) + ")";
     text += "\n";
+    if (const std::size_t count = links_of_named(log, line.line); uses.empty() && count > 0)
+        text += "  the object that it names is in " + std::to_string(count) +
+                (count == 1 ? " link\n" : " links\n");
     for (const line_use &use : uses.first(std::min(uses.size(), LISTED_MAX)))
         text += "  output " + std::to_string(use.output) + "   " +
                 shown_setting(output[static_cast<std::size_t>(use.output) - 1], false) + "\n";

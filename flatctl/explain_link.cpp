@@ -1,4 +1,5 @@
 // explain link: the rule, the steps and the lines of a database that a link comes from.
+#include "flatctl/account/ledger.h"
 #include "flatctl/account/watched_run.h"
 #include "flatctl/common/json_write.h"
 #include "flatctl/common/line_list.h"
@@ -7,6 +8,7 @@
 #include "flatctl/explain_input.h"
 #include "flatctl/options.h"
 #include "flatctl/verbs.h"
+#include "flatlink/derive/run_state.h"
 #include "flatlink/records/names.h"
 #include "flatlink/records/records.h"
 #include "lib/frag/tree/frag.h"
@@ -40,9 +42,14 @@ struct explained_link {
     std::vector<std::size_t> equal; // indices of links that it stands for
 };
 
+// A side of a link may be one that no line of the input makes.
 std::string name_of(const frag *node)
 {
-    return node == nullptr ? "a word of a list" : shown_line(fragkeyname(node));
+    if (node == nullptr)
+        return "a word of a list";
+    return node == vpn_flocal    ? "the firewall itself"
+           : node == vpn_fremote ? "any client"
+                                 : shown_line(fragkeyname(node));
 }
 
 // The lines of what a rule says, without those that none of its fields needs.
@@ -54,6 +61,19 @@ std::vector<std::int32_t> lines_of_rule(const frag *rule)
             lines.push_back(origin_line(child));
     std::ranges::sort(lines);
     return lines;
+}
+
+// What the rule names on its two sides.
+std::string text_of_sides(const frag *rule)
+{
+    std::string text;
+    for (const frag *child = rule->child; child != nullptr; child = child->next) {
+        const std::string_view name = child->name;
+        if (child->value != nullptr && (name == "src" || name == "dst" || name == "dest"))
+            text += (text.empty() ? ":" : "   :") + std::to_string(origin_line(child)) + " " +
+                    shown_line(child->value);
+    }
+    return text;
 }
 
 std::string places(std::span<const std::int32_t> lines)
@@ -205,6 +225,7 @@ void print_text(const conversion_log &log, const explained_link &link, std::FILE
         "-" + std::to_string(link.last_line) + " of the output\n";
     text += "  rule       " + name_of(rule.rule) + "   lines " +
             line_ranges(lines_of_rule(rule.rule), LISTED_MAX) + "\n";
+    text += "  sides      " + text_of_sides(rule.rule) + "\n";
     std::size_t number = 0;
     for (const step &at : link.note->path) {
         const std::string step_text = text_of(at);
@@ -236,6 +257,15 @@ void write_key(json_writer &json, std::string_view name, const frag *node)
         json.text(name, fragkeyname(node));
 }
 
+void write_side(json_writer &json, const conversion_log &log, const explained_link &link,
+                std::string_view side, const std::string &address, std::uint8_t type)
+{
+    json.open(side, '{').text("text", address).text("type", parsenumtoname(addrid_list, type));
+    write_origins(json, log,
+                  log.note_of(link.record, std::string(1, side[0]) + "network_start_address"));
+    json.close('}');
+}
+
 void write_link(json_writer &json, const conversion_log &log, const explained_link &link)
 {
     const rule_note &rule = log.rules()[link.note->rule];
@@ -253,18 +283,19 @@ void write_link(json_writer &json, const conversion_log &log, const explained_li
         write_key(json, "second", at.second);
         json.close('}');
     }
-    json.close(']').open("fields", '[');
+    json.close(']');
+    const linkinfo &record = *link.record;
+    write_side(json, log, link, "remote", record.rnetwork_start_address, record.rnetwork_type);
+    write_side(json, log, link, "local", record.lnetwork_start_address, record.lnetwork_type);
+    json.open("fields", '[');
     for (const field_line &line : link.fields) {
         const std::string_view value = line.text.substr(line.text.find('=') + 1);
         json.open("", '{').text("key", line.field);
         json.text("value", is_secret_key(line.text.substr(0, line.text.find('=')))
                                ? hidden_secret(value)
                                : value);
-        json.open("from", '[');
-        if (line.note != nullptr)
-            for (const std::int32_t origin : log.lines_of(line.note->origins))
-                json.number("", std::abs(origin));
-        json.close(']').close('}');
+        write_origins(json, log, line.note);
+        json.close('}');
     }
     json.close(']').open("same", '[');
     for (const std::size_t i : link.equal)

@@ -68,10 +68,16 @@ constexpr family_row families[] = {
     {"ip_", [](const conversion_log &) { return std::string("host names"); }},
 };
 
-// Links of one rule that an earlier link stands for.
+// An earlier link that stands for others.
+struct standing_link {
+    std::size_t count = 0;      // of the others
+    const frag *rule = nullptr; // its own
+};
+
+// Links of one rule that earlier links stand for.
 struct equal_links {
     const rule_note *rule;
-    std::map<std::size_t, std::size_t> count_by_number; // of the link that stands for them
+    std::map<std::size_t, standing_link> by_number; // of the link in the output
 };
 
 std::vector<equal_links> links_left_out(const conversion_log &log)
@@ -87,7 +93,9 @@ std::vector<equal_links> links_left_out(const conversion_log &log)
         const rule_note &rule = log.rules()[link.rule];
         if (all.empty() || all.back().rule != &rule)
             all.push_back({&rule, {}});
-        ++all.back().count_by_number[numbers[note.kept]];
+        standing_link &standing = all.back().by_number[numbers[note.kept]];
+        ++standing.count;
+        standing.rule = log.rules()[log.links()[log.note_of(note.kept)->link].rule].rule;
     }
     return all;
 }
@@ -154,16 +162,17 @@ void print_text(const conversion_log &log, const std::vector<classed_line> &line
         std::fputs("links left out, since an earlier one says the same\n", out);
     for (const equal_links &of_rule : missing) {
         std::fprintf(out, "  of %s:", shown_line(fragkeyname(of_rule.rule->rule)).c_str());
-        for (const auto &[number, count] : of_rule.count_by_number)
-            std::fprintf(out, " %zu as vlink_%zu", count, number);
+        const char *mark = " ";
+        for (const auto &[number, standing] : of_rule.by_number) {
+            std::fprintf(out, "%s%zu equal vlink_%zu (%s)", mark, standing.count, number,
+                         shown_line(fragkeyname(standing.rule)).c_str());
+            mark = ", ";
+        }
         std::fputc('\n', out);
     }
 }
 
 // ---- JSON
-
-constexpr std::array<std::string_view, 6> source_words = {"value",  "program", "value",
-                                                          "remote", "local",   "rule"};
 
 void write_ledger(json_writer &json, const conversion_log &log,
                   const std::vector<classed_line> &lines, const std::vector<line_use> &uses)
@@ -182,19 +191,6 @@ void write_ledger(json_writer &json, const conversion_log &log,
         json.close(']').close('}');
     }
     json.close(']');
-}
-
-void write_origins(json_writer &json, const conversion_log &log, const field_note *stored)
-{
-    const bool has_origin = stored != nullptr && !stored->has_no_place;
-    const auto lines = has_origin ? log.lines_of(stored->origins) : std::span<const std::int32_t>();
-    json.open("from", '[');
-    for (const std::int32_t line : lines)
-        json.number("", std::abs(line));
-    json.close(']');
-    json.text("how", !has_origin     ? "default"
-                     : lines.empty() ? "program"
-                                     : source_words[static_cast<std::size_t>(stored->source)]);
 }
 
 void write_output(json_writer &json, const conversion_log &log, std::string_view output)
@@ -256,6 +252,21 @@ void print_json(const conversion_log &log, const std::vector<classed_line> &line
 }
 
 } // namespace
+
+void flatlink::write_origins(json_writer &json, const conversion_log &log, const field_note *stored)
+{
+    constexpr std::array<std::string_view, 6> source_words = {"value",  "program", "value",
+                                                              "remote", "local",   "rule"};
+    const bool has_origin = stored != nullptr && !stored->has_no_place;
+    const auto lines = has_origin ? log.lines_of(stored->origins) : std::span<const std::int32_t>();
+    json.open("from", '[');
+    for (const std::int32_t line : lines)
+        json.number("", std::abs(line));
+    json.close(']');
+    json.text("how", !has_origin     ? "default"
+                     : lines.empty() ? "program"
+                                     : source_words[static_cast<std::size_t>(stored->source)]);
+}
 
 int flatlink::ledger_in_child(const input &database, const known_world &world, const request &asked,
                               child_port &port)

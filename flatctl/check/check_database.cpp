@@ -58,7 +58,7 @@ class checker
     bool check_kind();
     void check_nodes();
     bool may_be_misspelt() const;
-    bool has_secret() const;
+    bool tell_secrets(const std::string &mode);
     void check_spelling(const frag *node);
     void check_access();
     void derive();
@@ -217,12 +217,16 @@ bool checker::may_be_misspelt() const
     return false;
 }
 
-bool checker::has_secret() const
+// False when there is none.
+bool checker::tell_secrets(const std::string &mode)
 {
     bool is_found = false;
-    visit_nodes([&is_found](const frag *node) {
-        is_found = node->value != nullptr && is_secret_key(node->name);
-        return !is_found;
+    visit_nodes([&](const frag *node) {
+        if (node->value == nullptr || !is_secret_key(node->name))
+            return true;
+        is_found = true;
+        add("D601", {.line = origin_line(node), .column = AT_VALUE, .detail = mode});
+        return true;
     });
     return is_found;
 }
@@ -277,12 +281,12 @@ void checker::check_access()
     if (!S_ISREG(mode) && database_.path != "-")
         add("D103", 0, "");
     constexpr mode_t OTHERS_READ = 044, OTHERS_WRITE = 022;
-    if (S_ISREG(mode) &&
-        (((mode & OTHERS_READ) != 0 && has_secret()) || (mode & OTHERS_WRITE) != 0)) {
-        char text[16];
-        (void)std::snprintf(text, sizeof text, "mode %04o", mode & 07777);
+    if (!S_ISREG(mode) || (mode & (OTHERS_READ | OTHERS_WRITE)) == 0)
+        return;
+    char text[16];
+    (void)std::snprintf(text, sizeof text, "mode %04o", mode & 07777);
+    if (!tell_secrets(text) && (mode & OTHERS_WRITE) != 0)
         add("D601", 0, text);
-    }
 }
 
 // The log hears of each line that is written.
@@ -401,9 +405,9 @@ int checker::run(int first_step)
     start_bounds();
     check_nodes();
     const bool is_database = check_kind();
-    check_access();
     if (is_database)
         derive();
+    check_access(); // last: what else is wrong with a secret's line is told of it first
     send_all();
     return STATUS_FINE;
 }

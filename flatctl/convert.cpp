@@ -28,16 +28,18 @@ constexpr std::size_t LOSSES_MAX = 1000; // listed; the rest is counted
 struct conversion {
     const request &asked;
     const form_row *form = nullptr;
-    known_world world;
-    input database;
-    plain_file target; // what is replaced or made
-    std::string target_shown;
+    known_world world = {};
+    input database = {};
+    plain_file target = {}; // what is replaced or made
+    std::string target_shown = {};
 
-    std::string text;                  // the result
-    std::vector<std::string> look_ups; // that it depends on
+    std::string text = {};                  // the result
+    std::vector<std::string> look_ups = {}; // that it depends on
     std::size_t values = 0;
-    tree_comparison lost;
-    bool is_read_back = false; // by a second child
+    std::string notation = {}, layout = {}; // of the database
+    tree_comparison lost = {};
+    tree_comparison read_back = {}; // what the second child finds
+    bool is_read_back = false;      // by a second child
     bool is_verified = false;
 
     bool is_printed() const { return asked.output == "-"; }
@@ -45,7 +47,7 @@ struct conversion {
 
 // ---- in the child
 
-// Frames of kind `record`: V values, L a loss, N losses, R rearranged nodes.
+// Frames of kind `record`: V values, L a loss, N losses, R rearranged nodes, O notation, Y layout.
 void send_comparison(child_port &port, const tree_comparison &found)
 {
     for (const tree_difference &loss : found.differences)
@@ -58,10 +60,13 @@ int load_checked(const conversion &run, child_port &port)
 {
     enter_world(run.world, port);
     start_bounds();
-    if (const int error = load_any_form(run.database.fd.get()); error != 0) {
+    input_facts facts;
+    if (const int error = load_any_form(run.database.fd.get(), &facts); error != 0) {
         std::fprintf(stderr, "%s\n", std::strerror(error));
         return STATUS_UNREADABLE;
     }
+    port.send(frame_kind::RECORD, 'O' + facts.notation);
+    port.send(frame_kind::RECORD, 'Y' + facts.layout);
     switch (kind_of_tree(def_database)) {
     case input_kind::DATABASE:
         return STATUS_FINE;
@@ -110,11 +115,15 @@ int verify_in_child(const conversion &run, child_port &port)
 
 // ---- in the parent
 
-void take_record(std::string_view bytes, tree_comparison &lost, std::size_t &values)
+void take_record(std::string_view bytes, tree_comparison &lost, conversion &run)
 {
     const std::string text(bytes.substr(std::min<std::size_t>(bytes.size(), 1)));
     if (bytes.starts_with('V'))
-        values = std::strtoull(text.c_str(), nullptr, 10);
+        run.values = std::strtoull(text.c_str(), nullptr, 10);
+    if (bytes.starts_with('O'))
+        run.notation = text;
+    if (bytes.starts_with('Y'))
+        run.layout = text;
     if (bytes.starts_with('N'))
         lost.count = std::strtoull(text.c_str(), nullptr, 10);
     if (bytes.starts_with('R'))
@@ -133,7 +142,7 @@ int run_step(conversion &run, int (*work)(const conversion &, child_port &), tre
             if (kind == frame_kind::DATA)
                 run.text += bytes;
             if (kind == frame_kind::RECORD)
-                take_record(bytes, lost, run.values);
+                take_record(bytes, lost, run);
             if (kind == frame_kind::NAME && run.is_read_back)
                 return; // the first child's again
             if (kind == frame_kind::NAME)
@@ -159,10 +168,9 @@ int verify(conversion &run)
         return STATUS_UNREADABLE;
     }
     run.is_read_back = true;
-    tree_comparison found;
-    if (const int status = run_step(run, verify_in_child, found); status != STATUS_FINE)
+    if (const int status = run_step(run, verify_in_child, run.read_back); status != STATUS_FINE)
         return status;
-    if (same_losses(found, run.lost)) {
+    if (same_losses(run.read_back, run.lost)) {
         run.is_verified = true;
         return STATUS_FINE;
     }
@@ -202,20 +210,29 @@ int write_target(conversion &run)
     return STATUS_FINE;
 }
 
+void write_differences(json_writer &out, std::string_view name, const tree_comparison &found)
+{
+    out.open(name, '[');
+    for (const tree_difference &one : found.differences)
+        out.open("", '{').text("key", one.key).text("what", one.what).close('}');
+    out.close(']');
+}
+
 void report_json(const conversion &run, bool is_written)
 {
     json_writer out(stdout, "convert/1");
-    out.open("input", '{').text("path", run.database.path).close('}');
+    out.open("input", '{').text("path", run.database.path);
+    out.text("notation", run.notation).text("layout", run.layout).close('}');
     out.open("output", '{');
     out.text("path", run.asked.in_place ? run.asked.operands[0] : run.asked.output);
     out.text("form", run.form->name).boolean("written", is_written);
     out.number("values", static_cast<std::int64_t>(run.values)).close('}');
     out.open("verify", '{').boolean("done", run.is_verified);
-    out.boolean("same", run.is_verified && run.lost.count == 0).close('}');
-    out.open("lost", '[');
-    for (const tree_difference &loss : run.lost.differences)
-        out.open("", '{').text("key", loss.key).text("what", loss.what).close('}');
-    out.close(']').number("losses", static_cast<std::int64_t>(run.lost.count));
+    out.boolean("same", run.is_verified && run.lost.count == 0);
+    write_differences(out, "differences", run.read_back);
+    out.close('}');
+    write_differences(out, "lost", run.lost);
+    out.number("losses", static_cast<std::int64_t>(run.lost.count));
     write_look_ups(out, run.look_ups);
     out.finish();
 }
@@ -231,6 +248,8 @@ void report_text(const conversion &run, bool is_written)
     if (!is_written) {
         if (run.lost.count > 0)
             tell("nothing was written; --lossy accepts the loss");
+        else if (run.asked.in_place && run.target.fd)
+            tell(run.target_shown + ": not changed");
         return;
     }
     if (run.lost.rearranged > 0)
@@ -270,7 +289,7 @@ int convert(conversion &run)
 
 int flatlink::run_convert(const request &asked)
 {
-    conversion run{asked, find_form(asked.to), {}, {}, {}, {}, {}, {}, 0, {}};
+    conversion run{.asked = asked, .form = find_form(asked.to)};
     if (run.form == nullptr || asked.in_place == !asked.output.empty()) {
         tell(run.form == nullptr ? "convert needs --to FORM"
                                  : "convert needs one of -o FILE and --in-place");

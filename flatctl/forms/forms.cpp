@@ -1,6 +1,7 @@
 #include "flatctl/forms/forms.h"
 
 #include "flatctl/forms/flat_diff.h"
+#include "flatctl/input/kind.h"
 #include "flatlink/driver.h"
 #include "flatlink/flat_file.h"
 #include "flatlink/records/decoder.h"
@@ -148,9 +149,11 @@ const form_row *flatlink::find_form(std::string_view name)
     return found == std::end(rows) ? nullptr : found;
 }
 
-int flatlink::load_any_form(int fd)
+int flatlink::load_any_form(int fd, input_facts *facts)
 {
     const int error = import_open_env(fd);
+    if (facts != nullptr)
+        take_tree_facts(def_database, *facts);
     canon_xml(&def_database);
     def_database = upgradeTo42(def_database);
     count_whole_values(def_database);

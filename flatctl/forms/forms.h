@@ -9,6 +9,7 @@
 #include <string_view>
 
 struct frag;
+struct input_facts;
 
 struct form_row {
     std::string_view name;
@@ -24,7 +25,8 @@ const form_row *find_form(std::string_view name); // null for none
 
 // Reads a database in any notation and layout, or an XML document, into the default tree, in the
 // current layout, with values counted to their end. Returns 0, or the errno of a read that failed.
-[[nodiscard]] int load_any_form(int fd);
+//   facts  gets notation and layout as they were; may be null
+[[nodiscard]] int load_any_form(int fd, input_facts *facts = nullptr);
 
 // Writes the default tree, or what follows from it, which stays as it is but for nodes that the
 // derivation adds.

@@ -121,6 +121,17 @@ std::string title_of(const explanation &run, const access_verdict &verdict)
     return text + " through " + run.question.proxy;
 }
 
+std::string text_of_terms(const std::vector<std::int32_t> &lines)
+{
+    constexpr std::size_t LISTED_MAX = 40;
+    std::string text = "  terms          lines";
+    for (std::size_t i = 0; i < std::min(lines.size(), LISTED_MAX); ++i)
+        text += " " + std::to_string(lines[i]);
+    if (lines.size() > LISTED_MAX)
+        text += " and " + std::to_string(lines.size() - LISTED_MAX) + " more";
+    return text + "\n";
+}
+
 std::string text_of(const std::vector<std::string> &look_ups)
 {
     std::string text = "  asked          ";
@@ -162,6 +173,8 @@ void print_text(const explanation &run, const access_verdict &verdict,
     if (!changes.empty())
         text += std::string("                 (evaluated: ") +
                 (verdict.permitted ? "deny)\n" : "permit)\n");
+    if (!verdict.terms.empty())
+        text += text_of_terms(verdict.terms);
     text += text_of(look_ups);
     std::fwrite(text.data(), 1, text.size(), out);
 }
@@ -181,6 +194,9 @@ void print_json(const access_verdict &verdict, const std::vector<std::string> &l
             out.text("with", step.with).text("answer", answer_of(step));
         out.close('}');
     }
+    out.close(']').open("terms", '[');
+    for (const std::int32_t line : verdict.terms)
+        out.number("", line);
     out.close(']').open("turn", '[');
     for (const table_change &change : changes)
         out.open("", '{')

@@ -14,6 +14,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <set>
 
 using namespace flatlink;
 
@@ -76,6 +77,17 @@ static sockaddr_in address_in(u32 addr_be)
     return address;
 }
 
+// In the order in which they are asked; a line for every name is in the policy's list, too.
+static std::vector<std::int32_t> lines_of_terms()
+{
+    std::vector<std::int32_t> lines;
+    std::set<std::int32_t> seen;
+    for (const cfgrec *entry = policy_confp; entry != nullptr; entry = entry->next)
+        if (seen.insert(entry->lineno).second)
+            lines.push_back(entry->lineno);
+    return lines;
+}
+
 static void check_client(const access_question_asked &question, access_verdict &verdict)
 {
     const sockaddr_in client = address_in(question.client_be), local{};
@@ -88,6 +100,8 @@ static void check_client(const access_question_asked &question, access_verdict &
     verdict.differs = (goes_on && unwatched != SRC_PERMITTED) ||
                       (entry == nullptr ? 0 : entry->lineno) != verdict.line;
     verdict.permitted = goes_on;
+    if (goes_on)
+        verdict.terms = lines_of_terms();
     verdict.stage = unwatched == SRC_PERMITTED ? access_stage::TERMS : access_stage::CLIENT;
 }
 

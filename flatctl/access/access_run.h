@@ -41,6 +41,7 @@ struct access_verdict {
     access_stage stage = access_stage::CLIENT;
     std::int32_t line = 0; // of the entry that decided; 0 for none
     std::vector<access_step> steps;
+    std::vector<std::int32_t> terms; // lines of the entries that hold for a permitted client
 };
 
 namespace flatlink

@@ -124,6 +124,7 @@ class Explain(ns.Case):
         link = json.loads(run.stdout)
         self.assertEqual((link["output"], link["rule"]["lines"], len(link["same"])),
                          ([169, 193], [145, 146], 3))
+        self.assertEqual((link["remote"]["from"], link["local"]["how"]), ([72, 41], "program"))
         origins = {field["key"]: field["from"] for field in link["fields"]}
         for key, lines in (("gateway", [72, 41]), ("auth", [74]), ("ikepolicy", [75, 99]),
                            ("lnetwork_start_address", []), ("logging", [])):
@@ -135,7 +136,7 @@ class Explain(ns.Case):
         self.assertEqual(by_name.count("\n  rule "), len(named))
 
     def test_line(self):
-        for wanted, status, words in (("143", 0, "D301"), ("net_ipnet_farm_addr", 0, "mcpool_"),
+        for wanted, status, words in (("143", 0, "in 6 links"), ("net_ipnet_farm_addr", 0, "mcpool_"),
                                       ("4", 1, ""), ("999999999999", 1, ""), ("nothing", 1, "")):
             run = flatctl("explain", "line", wanted, self.SAMPLE)
             self.assertEqual(run.returncode, status, wanted)
@@ -260,7 +261,7 @@ class ExplainAccess(ns.Case):
         self.assertEqual(json.loads(run.stdout)["asked"], [])
         write(DATABASE, b"relay: permit-hosts *.lan\n")
         run = flatctl("explain", "access", "--proxy", "relay", "--client", "10.1.1.1=a.lan", DATABASE)
-        self.assertIn(b"asked          10.1.1.1=a.lan\n", run.stdout)
+        self.assertIn(b"terms          lines 1\n  asked          10.1.1.1=a.lan\n", run.stdout)
 
 
 class Corpora(ns.Case):
@@ -328,8 +329,9 @@ class Convert(ns.Case):
         os.chmod(DATABASE, 0o640)
         os.symlink(DATABASE, "/tmp/link")
         for form in ("tags", "vpn"):
-            run = flatctl("convert", "--to", form, "--in-place", "/tmp/link")
+            run = flatctl("convert", "--to", form, "--in-place", "--format", "json", "/tmp/link")
             self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertEqual(json.loads(run.stdout)["input"]["notation"], "tags")
         self.assertEqual(read(DATABASE), flatctl("preview", databases()[0]).stdout)
         copies = glob.glob(DATABASE + ".*~")
         self.assertEqual([os.stat(copy).st_mode & 0o777 for copy in copies], [0o600] * 2)

@@ -101,9 +101,11 @@ void flatlink::count_new_child(frag *node)
 
 bool flatlink::make_due_trie(frag *parent)
 {
-    if (parent->index == nullptr && (parent->flags & FRAG_COUNT_MASK) > FRAG_COUNT_FULL)
+    if (parent->index == nullptr && (parent->flags & FRAG_COUNT_MASK) > FRAG_COUNT_FULL) {
         for (frag *child = parent->child; child != nullptr; child = child->next)
             cfset(&parent->index, child->name, child);
+        parent->flags -= FRAG_COUNT_ONE; // with the trie the mark is of no more use
+    }
     return parent->index != nullptr;
 }
 

@@ -31,9 +31,9 @@ int cffree(cfnode *node);
 // Frees a level with all below it and clears its head; 1 for a null address, else 0.
 int cffreetree(cfnode **index);
 
-// Call when an import has linked `node` under its parent. The parent counts it, and keeps a trie of
-// its children's names from the seventeenth on. Returns 1 if the node or its parent is missing,
-// else 0.
+// Call when an import has linked `node` under its parent. The parent counts it, up to sixteen, and
+// keeps a trie of its children's names from the seventeenth on. Returns 1 if the node or its parent
+// is missing, else 0.
 int fnewchild(frag *node);
 
 namespace flatlink

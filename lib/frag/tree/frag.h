@@ -39,7 +39,7 @@ enum frag_flag : std::uint32_t {
     FRAG_WALKED = 0x0100,     // a walk of network objects is inside this node
     FRAG_COUNT_MASK = 0xFF00, // while an import runs instead: children that it added,
     FRAG_COUNT_ONE = 0x0100,  // counted in this unit
-    FRAG_COUNT_FULL = 0x1000, // up to sixteen, and once more when a trie is due
+    FRAG_COUNT_FULL = 0x1000, // up to sixteen, and one more while a trie is due
 };
 
 // Finds a node; creates nothing. Null for a null key, an empty list or an absent name. Of equal

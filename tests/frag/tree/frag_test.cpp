@@ -1,6 +1,7 @@
 // The tree's calls: look-up with its index, changes, copies and the sort.
 #include "lib/frag/tree/frag.h"
 
+#include "lib/frag/tree/cftrie.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/symbol.h"
@@ -64,6 +65,23 @@ TEST(Fset, Cases)
 }
 
 // Who becomes the parent of what the calls make below `a`.
+// Children beyond the sixteenth are in the trie and no longer counted: the count would reach bits
+// that mean something else.
+TEST(Fnewchild, CountsUpToSixteen)
+{
+    owned_tree tree("p=");
+    frag *parent = tree.head;
+    for (unsigned number = 1; number <= 20; ++number) {
+        const std::string name = std::to_string(number);
+        EXPECT_EQ(fnewchild(fsetp(&parent->child, name.c_str(), nullptr, parent)), 0);
+        EXPECT_EQ(parent->flags, std::min(number, 16U) * FRAG_COUNT_ONE);
+        EXPECT_EQ(parent->index != nullptr && cffind(&parent->index, name.c_str()) != nullptr,
+                  number > 16);
+    }
+    fnewcleanup(&tree.head);
+    EXPECT_EQ(parent->flags, 0U);
+}
+
 TEST(Fset, Parents)
 {
     built_tree tree("a_b=1");

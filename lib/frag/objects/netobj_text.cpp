@@ -23,7 +23,8 @@ struct text_walk {
 
     int give(const char *text) const
     {
-        (void)take_steps(text_steps(strnlen(text, OBJECT_TEXT_SIZE)), nullptr);
+        if (text != nullptr) // that of a null key
+            (void)take_steps(text_steps(strnlen(text, OBJECT_TEXT_SIZE)), nullptr);
         return callback(nullptr, text);
     }
 };
@@ -262,7 +263,7 @@ static std::string netperm_text;
 
 int n2n_func(frag *element, const char *text)
 {
-    if (element != nullptr)
+    if (element != nullptr || text == nullptr)
         return 0;
     if (!netperm_text.empty())
         netperm_text += ' ';

@@ -8,7 +8,7 @@
 struct frag;
 
 // Called for each text with the list element that it belongs to (always null in enum_netobj6), and
-// the text, which is valid only during the call.
+// the text, which is valid only during the call, and null only if the walk's key is.
 using text_callback = std::function<int(frag *element, const char *text)>;
 
 // Longest text of a two-part object ("start-end", "addr:mask") and of a client; more is cut.

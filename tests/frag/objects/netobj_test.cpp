@@ -175,6 +175,7 @@ TEST(Netobj, OlderForm)
     built_tree tree(LISTS); // the other call knows the mark, too
     EXPECT_EQ(enum_netobj42(&tree.head, "$$NETOBJ.g", [](frag *, const char *) { return 5; }), 5);
     EXPECT_EQ(enum_netobj42(&tree.head, "$$NETOBJ.x", n2n_func), 1);
+    EXPECT_EQ(enum_netobj(&tree.head, nullptr, n2n_func), 0); // no key: no text
 }
 
 TEST(Netobj, OneLineOfTextsIsCut)

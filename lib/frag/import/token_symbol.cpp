@@ -2,30 +2,17 @@
 
 #include "lib/frag/import/import.h"
 #include "lib/frag/tree/symbol.h"
-#include "lib/ulib/events.h"
-#include "lib/ulib/report.h"
+#include "lib/ulib/notice.h"
 
-#include <cstdarg>
 #include <cstring>
 
 using namespace flatlink;
-
-// Reports the file that can't be read, or the key without a value.
-__attribute__((format(printf, 2, 0))) static void tell(events event, const char *format, ...)
-{
-    UNIQUE_DATA_T uniq = UNIQUE_DATA;
-    uniq.event = event;
-    va_list args;
-    va_start(args, format);
-    vSendLog(servContext, connContext, uniq, REPORT_NOTICE, format, args);
-    va_end(args);
-}
 
 int load_tokens(const char *path)
 {
     if (path != nullptr && importenv(path) == 0)
         return 0;
-    tell(EVENT_NO_FILE, "libtoken: Error reading %s", path == nullptr ? "" : path);
+    notice(EVENT_NO_FILE, 0, "libtoken: Error reading %s", path == nullptr ? "" : path);
     return 1;
 }
 
@@ -37,7 +24,7 @@ int get_token(const char *key, std::string *destination)
         *destination = value;
         return 0;
     }
-    tell(EVENT_NO_ENTRY, "libtoken: No token found %s", key == nullptr ? "" : key);
+    notice(EVENT_NO_ENTRY, 0, "libtoken: No token found %s", key == nullptr ? "" : key);
     return 1;
 }
 

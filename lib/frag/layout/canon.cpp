@@ -8,8 +8,7 @@
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/origin.h"
 #include "lib/ulib/bounds.h"
-#include "lib/ulib/events.h"
-#include "lib/ulib/report.h"
+#include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
 
 #include <cstdint>
@@ -64,14 +63,6 @@ static bool is_or_holds(const frag *node, const frag *inner)
 // time.
 static constexpr std::int64_t FOLDED_LIST_MEMBERS = 20'000'000;
 
-static void complain_of_aliases(const std::string &interface)
-{
-    UNIQUE_DATA_T uniq = UNIQUE_DATA;
-    uniq.event = EVENT_BAD_ENTRY;
-    SendLog(servContext, connContext, uniq, REPORT_NOTICE,
-            "interface %.64s: too many aliases, the rest left as they are", interface.c_str());
-}
-
 // Moves the aliases of one interface from the object lists into `element`, numbered from
 // `number` on. Returns false, with nothing moved, when `room`, in list members, is used up. `lists`
 // is null in a tree without object lists.
@@ -108,7 +99,9 @@ int canon_if(frag **head, const char *key)
     std::int64_t room = FOLDED_LIST_MEMBERS;
     for (const std::string &interface : own_interfaces(element)) {
         if (!fold_aliases(lists, element, interface, number, room)) {
-            complain_of_aliases(interface);
+            notice(EVENT_BAD_ENTRY, 0,
+                   "interface %.64s: too many aliases, the rest left as they are",
+                   interface.c_str());
             note_bound("members of the lists that aliases are taken from", FOLDED_LIST_MEMBERS,
                        interface, FOLDED_LIST_MEMBERS - room);
             break;

@@ -4,8 +4,7 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/frag_sort.h"
 #include "lib/frag/tree/frag_text.h"
-#include "lib/ulib/events.h"
-#include "lib/ulib/report.h"
+#include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
 
 #include <cstdint>
@@ -237,15 +236,6 @@ bool alias_lists::add(frag *list, frag *entry)
 
 } // namespace
 
-static void complain_of_aliases(const char *interface)
-{
-    UNIQUE_DATA_T uniq = UNIQUE_DATA;
-    uniq.event = EVENT_BAD_ENTRY;
-    SendLog(servContext, connContext, uniq, REPORT_NOTICE,
-            "interface %.64s: too many aliases inside of aliases, the rest left as they are",
-            interface);
-}
-
 // Deletes entries without an interface and moves aliases to the lists of their interfaces.
 static void sort_out_entries(frag **head, frag *element)
 {
@@ -267,7 +257,9 @@ static void sort_out_entries(frag **head, frag *element)
             continue;
         }
         if (!std::exchange(is_full, true))
-            complain_of_aliases(interface);
+            notice(EVENT_BAD_ENTRY, 0,
+                   "interface %.64s: too many aliases inside of aliases, the rest left as they are",
+                   interface);
         push_child(entry, alias.release());
     }
 }

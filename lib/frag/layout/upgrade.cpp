@@ -5,8 +5,7 @@
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/name_index.h"
 #include "lib/frag/tree/origin.h"
-#include "lib/ulib/events.h"
-#include "lib/ulib/report.h"
+#include "lib/ulib/notice.h"
 #include "lib/ulib/text.h"
 
 #include <algorithm>
@@ -80,11 +79,8 @@ static void make_plug_proxy(frag *proxies, frag *plug, frag *config_set)
 // Leaves the config sets that exceed the limit with the relay, unchanged.
 static void keep_plug_relay(frag *proxies, frag_ptr plug, frag_ptr sets, frag *rest)
 {
-    UNIQUE_DATA_T uniq = UNIQUE_DATA;
-    uniq.event = EVENT_BAD_ENTRY;
-    SendLog(servContext, connContext, uniq, REPORT_NOTICE,
-            "%s: too many config-sets for its settings, %lld left as they are", PLUG_TYPE,
-            static_cast<long long>(count_list(rest)));
+    notice(EVENT_BAD_ENTRY, 0, "%s: too many config-sets for its settings, %lld left as they are",
+           PLUG_TYPE, static_cast<long long>(count_list(rest)));
     give_children(sets.get(), rest);
     push_child(plug.get(), sets.release());
     push_child(proxies, plug.release());

@@ -3,9 +3,7 @@
 #include "lib/frag/tree/cftrie.h"
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
-#include "lib/frag/tree/frag_text.h"
 #include "lib/frag/tree/name_index.h"
-#include "lib/ulib/text.h"
 
 #include <cstring>
 #include <utility>
@@ -215,33 +213,22 @@ bool importer::machine::line_skip()
     return skip_white() && go(&machine::flat_name);
 }
 
-// Removes the access prefixes from a name in the file's form and returns their flags. A name that
+// Takes the access prefixes off a name in the file's form and returns their flags. A name that
 // merely looks as if it had one is replaced by the tree's form.
-static std::uint32_t take_access_prefixes(std::string_view &part)
+static std::uint32_t take_file_prefixes(std::string_view &part)
 {
     // Most names don't begin with the first letter of a prefix.
     static constexpr byte_set FIRST_LETTERS("pPdDaAoO");
     if (part.empty() || !FIRST_LETTERS.has(part[0]))
         return 0;
     part = attr_remap(part);
-    std::uint32_t flags = 0;
-    for (bool found = true; found;) {
-        found = false;
-        for (const access_prefix &prefix : access_prefixes) {
-            if (begins_with_word(part, prefix.word)) {
-                part.remove_prefix(prefix.word.size());
-                flags |= prefix.flag;
-                found = true;
-            }
-        }
-    }
-    return flags;
+    return take_access_prefixes(part, ANY_ACCESS);
 }
 
 // Makes cur the node of one part of a flat key, in the file's form.
 void importer::machine::resolve_flat_part(std::string_view part)
 {
-    const std::uint32_t flags = take_access_prefixes(part);
+    const std::uint32_t flags = take_file_prefixes(part);
     cur_ = find_named(part);
     if (cur_ == nullptr) {
         cur_ = newsymfrag(part);

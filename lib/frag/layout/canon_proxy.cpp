@@ -1,6 +1,5 @@
 #include "lib/frag/layout/canon_proxy.h"
 
-#include "lib/frag/layout/access_prefix.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/origin.h"

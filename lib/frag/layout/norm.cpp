@@ -1,6 +1,5 @@
 #include "lib/frag/layout/norm.h"
 
-#include "lib/frag/layout/access_prefix.h"
 #include "lib/frag/layout/layout_tables.h"
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"

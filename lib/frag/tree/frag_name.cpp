@@ -1,6 +1,7 @@
 #include "lib/frag/tree/frag_name.h"
 
 #include "lib/frag/tree/frag.h"
+#include "lib/ulib/text.h"
 
 #include <array>
 #include <cstring>
@@ -71,6 +72,26 @@ std::string_view flatlink::shown_prefix(const frag *node)
         if (node->flags & prefix.flag)
             return prefix.word;
     return ""; // not a null view: callers copy its bytes
+}
+
+// Removes one prefix from the front. Returns its bit, 0 for none.
+static unsigned take_access_prefix(std::string_view &name, unsigned accepted)
+{
+    for (const access_prefix &prefix : access_prefixes) {
+        if ((prefix.flag & accepted) == 0 || !begins_with_word(name, prefix.word))
+            continue;
+        name.remove_prefix(prefix.word.size());
+        return prefix.flag;
+    }
+    return 0;
+}
+
+unsigned flatlink::take_access_prefixes(std::string_view &name, unsigned accepted)
+{
+    unsigned flags = 0;
+    while (const unsigned flag = take_access_prefix(name, accepted))
+        flags |= flag;
+    return flags;
 }
 
 char hexconvert(const char *digits)

@@ -19,11 +19,17 @@ inline constexpr access_prefix access_prefixes[] = {
     {"onlyon-", 0x08},
 };
 
+inline constexpr unsigned ANY_ACCESS = 0x0F; // the bits of all of them
+
 namespace flatlink
 {
 
 // The prefix that a node's name shows; empty for none.
 std::string_view shown_prefix(const frag *node);
+
+// Removes the prefixes whose bits are in `accepted` from the front of a plain name, in any case,
+// order and number, and stops at the first other text. Returns their bits.
+unsigned take_access_prefixes(std::string_view &name, unsigned accepted);
 
 } // namespace flatlink
 

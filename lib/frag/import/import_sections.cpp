@@ -129,11 +129,7 @@ bool importer::machine::sect_name()
     }
     if (std::exchange(is_name_cut_, false))
         tell(&import_observer::name_cut, line_here(), taken);
-    cur_ = find_named(taken);
-    if (cur_ == nullptr) {
-        cur_ = newsymfrag(taken);
-        link_past_trie(cur_);
-    }
+    resolve_section_part(taken);
     clear_name();
     const char stop = piece_[pos_++];
     if (stop == '\\' || stop == ']' || stop == '_') {

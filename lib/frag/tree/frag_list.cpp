@@ -60,8 +60,8 @@ frag *flatlink::add_child(frag *parent, std::string_view name)
 // parent with an empty list avoids both.
 void flatlink::rename_unlinked(frag *node, const char *plain)
 {
-    frag nobody;
-    frag *parent = std::exchange(node->parent, &nobody);
+    frag stand_in;
+    frag *parent = std::exchange(node->parent, &stand_in);
     renamefrag(node, plain);
     node->parent = parent;
 }

@@ -51,7 +51,7 @@ long flatlink::take_number(std::string_view &text)
     const unsigned long limit = std::numeric_limits<long>::max() + (negative ? 1UL : 0UL);
     const std::size_t first_digit = pos;
     unsigned long value = 0;
-    for (; pos < text.size() && text[pos] >= '0' && text[pos] <= '9'; ++pos) {
+    for (; pos < text.size() && is_digit(text[pos]); ++pos) {
         const auto digit = static_cast<unsigned long>(text[pos] - '0');
         // A division for each digit would cost more than all the rest.
         constexpr unsigned long FAR_FROM_LIMIT = std::numeric_limits<long>::max() / 16;

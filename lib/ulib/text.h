@@ -15,6 +15,12 @@ inline std::string_view text_of(const char *text)
     return text == nullptr ? std::string_view() : std::string_view(text);
 }
 
+// True for an ASCII digit, in any locale.
+constexpr bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
 // The lower-case letter of an ASCII capital, in any locale; any other character unchanged.
 constexpr char lower_case(char c)
 {

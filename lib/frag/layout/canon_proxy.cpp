@@ -3,6 +3,7 @@
 #include "lib/frag/tree/frag_list.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/origin.h"
+#include "lib/ulib/text.h"
 
 #include <string>
 #include <string_view>
@@ -10,11 +11,6 @@
 #include <utility>
 
 using namespace flatlink;
-
-static bool is_digit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 // The value of an unlinked node; null if there is no node or no value.
 static const char *text_in(const frag_ptr &node)

@@ -16,11 +16,6 @@
 
 using namespace flatlink;
 
-static bool begins_with_digit(const char *name)
-{
-    return *name >= '0' && *name <= '9';
-}
-
 int norm_netobj(frag *first, const char *list_key, const char *count_key)
 {
     int number = 1;
@@ -58,7 +53,7 @@ static std::string file_name(const frag *parm)
 static bool is_family(const frag *parm)
 {
     for (const frag *child = parm->child; child != nullptr; child = child->next)
-        if (begins_with_digit(child->name))
+        if (is_digit(child->name[0]))
             return true;
     return false;
 }
@@ -209,7 +204,7 @@ int norm_vpndata(frag **head, const char *key)
     sort_frags(&list->child);
     int number = 0;
     for (frag *node = list->child; node != nullptr; node = node->next) {
-        if (!begins_with_digit(node->name)) // a counter, or a setting of them all
+        if (!is_digit(node->name[0])) // a counter, or a setting of them all
             continue;
         std::array<char, 16> name{};
         std::snprintf(name.data(), name.size(), "%04d", ++number);

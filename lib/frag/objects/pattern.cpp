@@ -32,11 +32,6 @@ template <typename test> static std::size_t skip(std::string_view text, std::siz
     return pos;
 }
 
-static bool is_digit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 template <char wanted> static bool is(char c)
 {
     return c == wanted;

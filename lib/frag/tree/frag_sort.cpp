@@ -2,6 +2,7 @@
 
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/name_index.h"
+#include "lib/ulib/text.h"
 
 #include <cstddef>
 #include <cstring>
@@ -9,11 +10,6 @@
 #include <vector>
 
 using namespace flatlink;
-
-static bool is_digit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 static const char *skip_zeros(const char *name)
 {

@@ -39,7 +39,7 @@ int frag_istrue(const char *text)
         {"on", 1}, {"yes", 1}, {"true", 1}, {"off", 0}, {"no", 0}, {"false", 0},
     };
     const std::string_view word = without_leading_blanks(text);
-    if (!word.empty() && word[0] >= '0' && word[0] <= '9')
+    if (!word.empty() && is_digit(word[0]))
         return lenient_number(word);
     return parsenametonum(words, word);
 }

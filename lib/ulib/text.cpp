@@ -95,8 +95,10 @@ bool flatlink::scan_hex(std::string_view text, std::uint32_t &number)
         text.remove_prefix(2);
     std::uint64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
-    if (end == text.data() || error != std::errc())
+    if (end == text.data())
         return false;
     number = static_cast<std::uint32_t>(negative ? 0 - value : value);
+    if (error == std::errc::result_out_of_range)
+        number = std::numeric_limits<std::uint32_t>::max();
     return true;
 }

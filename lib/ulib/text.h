@@ -50,7 +50,8 @@ long take_number(std::string_view &text);
 
 // A number at the front of `text`, decimal, or hexadecimal with an optional 0x, after white space
 // and a sign. Returns true and stores the number, truncated to 32 bits; or false and leaves
-// `number` alone. A hexadecimal number with a minus is the two's complement: -1 is ffffffff.
+// `number` alone. A hexadecimal number with a minus is the two's complement: -1 is ffffffff. One
+// beyond 64 bits is ffffffff, with either sign.
 bool scan_number(std::string_view text, std::int32_t &number);
 bool scan_hex(std::string_view text, std::uint32_t &number);
 

@@ -226,6 +226,15 @@ template <const auto &table, const auto &otherwise> struct word_or : word_of<tab
     }
 };
 
+// A word for 0, which the table lacks. Any other number without a word is written as nothing: the
+// word for 0 would say something that the record does not.
+template <const auto &table, const auto &zero_word> struct word_unless_zero : word_of<table> {
+    static printed print(std::int32_t held)
+    {
+        return held == 0 ? std::string(zero_word) : word_of<table>::print(held);
+    }
+};
+
 // Written only when there is something to write.
 template <typename codec> struct if_set : codec {
     template <typename type> static printed print(const type &held)

@@ -51,11 +51,11 @@ template <const auto &names> constexpr auto name_rows(const char *no_memory)
 inline constexpr std::string_view NO_SAN_CHECK = "Don't check";
 
 // The subject's names, the kind of its alternative name, and the issuer's names.
-inline constexpr auto certificate_fields =
-    joined<peerauth>(name_rows<subject_names>(nullptr),
-                     std::array{field<peerauth>{
-                         "san_type", as<word_or<san_list, NO_SAN_CHECK>, &peerauth::san_type>}},
-                     name_rows<issuer_names>(MALLOC_FAILURE));
+inline constexpr auto certificate_fields = joined<peerauth>(
+    name_rows<subject_names>(nullptr),
+    std::array{field<peerauth>{"san_type",
+                               as<word_unless_zero<san_list, NO_SAN_CHECK>, &peerauth::san_type>}},
+    name_rows<issuer_names>(MALLOC_FAILURE));
 
 // What a modecfg line says: any pool, none, or one by name.
 template <auto mode, auto name>

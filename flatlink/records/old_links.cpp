@@ -21,7 +21,7 @@ constexpr name_num type_list[] = {
 // A group without perfect forward secrecy is Off; On asks for the usual group.
 constexpr name_num pfs_list[] = {{"768-bit", 1}, {"1024-bit", 2}, {"On", 2}, {"1536-bit", 5}};
 
-constexpr name_num ipcomp_switch[] = {{"Off", 1}, {"On", 0}};
+constexpr name_num ipcomp_words[] = {{"Off", 1}, {"On", 0}};
 
 constexpr std::int32_t USUAL_GROUP = 2; // 1024-bit
 
@@ -46,6 +46,11 @@ struct ike_group : word_or<ikegroup_list, USUAL_GROUP_WORD> {
         const std::int32_t group = parsenametonum(ikegroup_list, value);
         held = group != 0 ? group : USUAL_GROUP;
     }
+};
+
+// Only the two low bits of the field are the switch.
+struct ipcomp_switch : word_of<ipcomp_words> {
+    static printed print(std::int32_t held) { return (held & 3) == 1 ? "Off" : "On"; }
 };
 
 // Read as a decimal number, written as a hexadecimal one.
@@ -115,7 +120,7 @@ constexpr auto fields_after_names = std::to_array<field<vpnlink>>({
     {"ldataImin", ike<number_if_set, &ikeparams::ldataImin>},
     {"errIlim", ike<number_if_set, &ikeparams::errIlim>},
     {"qmcnt", ike<number_if_set, &ikeparams::qmcnt>},
-    {"ealgo", ipsec<word_or<ealgo_list, NO_CIPHER>, &ipsecparams::ealgo>},
+    {"ealgo", ipsec<word_unless_zero<ealgo_list, NO_CIPHER>, &ipsecparams::ealgo>},
     {"aalgo", ipsec<word_of<aalgo_list>, &ipsecparams::aalgo>},
     {"pfs", ipsec<word_or<pfs_list, NO_PFS>, &ipsecparams::pfs>},
     {"ltimeIImax", ipsec<number_if_set, &ipsecparams::ltimeIImax>},
@@ -124,7 +129,7 @@ constexpr auto fields_after_names = std::to_array<field<vpnlink>>({
     {"ldataIImin", ipsec<number_if_set, &ipsecparams::ldataIImin>},
     {"errIIlim", ipsec<number_if_set, &ipsecparams::errIIlim>},
     {"debug", ipsec<word_of<debug_list>, &ipsecparams::debug>},
-    {"ipcomp", ipsec<word_of<ipcomp_switch>, &ipsecparams::ipcomp>},
+    {"ipcomp", ipsec<ipcomp_switch, &ipsecparams::ipcomp>},
     {"rname", {store_rname}, 0, RNAME_FAILURE},
     {"rkey", {[](vpnlink &, std::string_view) { autosortold = 1; }}},
     {"encaps", ignored<vpnlink>},

@@ -151,6 +151,11 @@ TEST_F(RecordLines, OfAnOldLinkComeOutAsTheyWentIn)
     ASSERT_NE(whole, "");
     feed(whole);
     EXPECT_EQ(written_old_links(), whole);
+    links[0]->peer.san_type = links[0]->ipsec.ealgo = 9;
+    links[0]->ipsec.ipcomp = 2;
+    EXPECT_EQ(new_lines(whole, written_old_links()),
+              "link_0001_san_type=\nlink_0001_ealgo=\nlink_0001_ipcomp=On\n")
+        << "numbers without a word";
 }
 
 TEST_F(RecordLines, OfOldLinksAreMergedAndOrdered)

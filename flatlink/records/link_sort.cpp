@@ -104,11 +104,6 @@ static u32 address_towards(u32 gateway_addr)
     return place->second;
 }
 
-static bool has_fixed_gateway(const linkinfo &link)
-{
-    return link.fixed_remote != 0 && !link.gateway.empty() && link.gateway[0] != '*';
-}
-
 static bool is_local_side_firewall(const linkinfo &link)
 {
     const std::string &text = link.lnetwork_start_address;
@@ -116,8 +111,8 @@ static bool is_local_side_firewall(const linkinfo &link)
            link.lnetwork_start == LOOPBACK;
 }
 
-// Most gateways are told by number, and a run may have one for each of its links: their routes are
-// asked for together. What stays open is looked up where it is needed.
+// Most gateways are given as numbers, and each link of a run may have its own, so their routes are
+// requested together. The rest are looked up when they are needed.
 static void look_up_routes()
 {
     std::vector<u32> gateways;

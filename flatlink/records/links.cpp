@@ -23,20 +23,15 @@ constexpr form<linkinfo> address_text{
     },
     [](const linkinfo &link) { return if_set<as_text>::print(link.*text); }, by<number>};
 
-bool has_gateway(const linkinfo &link)
-{
-    return !link.gateway.empty() && link.gateway[0] != '*' && link.fixed_remote != 0;
-}
-
 // Without a fixed gateway neither its text nor what a line said about it is written.
 printed print_gateway(const linkinfo &link)
 {
-    return has_gateway(link) ? link.gateway : "*";
+    return has_fixed_gateway(link) ? link.gateway : "*";
 }
 
 printed print_fixed_remote(const linkinfo &link)
 {
-    return has_gateway(link) ? "On" : "Off";
+    return has_fixed_gateway(link) ? "On" : "Off";
 }
 
 // No line clears a bit that another line set.
@@ -110,6 +105,11 @@ record_index<linkinfo, &linkinfo::linkno> numbers;
 } // namespace
 
 constinit const field_table<linkinfo> flatlink::link_fields = all_link_fields;
+
+bool flatlink::has_fixed_gateway(const linkinfo &link)
+{
+    return link.fixed_remote != 0 && !link.gateway.empty() && link.gateway[0] != '*';
+}
 
 void flatlink::invalidate_link_index()
 {

@@ -15,6 +15,9 @@ namespace flatlink
 // row here.
 extern const field_table<linkinfo> link_fields;
 
+// Whether the remote end is fixed and its gateway is given.
+bool has_fixed_gateway(const linkinfo &link);
+
 } // namespace flatlink
 
 // Takes one line without "vlink_" and echoes it to the trace. Finds or makes the record of its

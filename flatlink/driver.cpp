@@ -136,9 +136,7 @@ static void load_host()
 {
     load_host_name("ip_hostname");
     load_host_name("ip_domainname");
-    for (const char *key : interface_lists)
-        if (frag *list = ffind(&def_database, key))
-            load_interfaces(list);
+    load_interface_lists(&def_database);
     if (const char *router = fval(&def_database, "ip_defaultrouter")) {
         note_stored(&my_def_interface, "defaultrouter", router);
         my_def_interface = router;

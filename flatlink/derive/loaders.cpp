@@ -49,6 +49,15 @@ constexpr key_map_row settings_map[] = {
     {"anonsecret", "anonsecret"},
 };
 
+// In the order in which they take numbers. The first is one name with an escaped underscore, the
+// second a path, as older files spell it.
+constexpr const char *interface_lists[] = {
+    "netobj_list_all%5Finterfaces",
+    "netobj_list_all_interfaces",
+    "netobj_list_Outside",
+    "netobj_list_Heartbeat",
+};
+
 // What differs between the two kinds of policies: fields of a policy, each with the key of the
 // tree, in the order of their lines; names of a proposal's keys; the parser.
 struct policy_kind {
@@ -136,10 +145,15 @@ int load_interfaces(frag *list)
     return 0;
 }
 
-void build_interface_list(frag **tree)
+void flatlink::load_interface_lists(frag **tree)
 {
     for (const char *key : interface_lists)
         if (frag *list = ffind(tree, key))
             load_interfaces(list);
+}
+
+void build_interface_list(frag **tree)
+{
+    load_interface_lists(tree);
     finish_intfs();
 }

@@ -14,14 +14,13 @@ int load_settings(frag *node);
 // Feeds the elements of one list of interfaces, which takes the next list number. Returns 0.
 int load_interfaces(frag *list);
 
-// Keys of the lists of interfaces, in the order in which they take numbers. The first is one
-// name with an escaped underscore, the second a path, as older files spell it.
-inline constexpr const char *interface_lists[] = {
-    "netobj_list_all%5Finterfaces",
-    "netobj_list_all_interfaces",
-    "netobj_list_Outside",
-    "netobj_list_Heartbeat",
-};
+namespace flatlink
+{
+
+// load_interfaces for each list of a tree, in the order in which the lists take numbers.
+void load_interface_lists(frag **tree);
+
+} // namespace flatlink
 
 // Loads the interface lists of a tree into intf_list and finishes them, for programs that want
 // nothing else of it.

@@ -1,4 +1,4 @@
-// A part of a file, read through a mapping: it takes no memory beside the page cache.
+// A part of a file, read through a mapping: it takes no memory besides the page cache.
 #pragma once
 
 #include "flatlink/fault.h"

@@ -22,7 +22,7 @@ namespace flatlink
 // writes the file in place.
 //   save_copy  called before writing in place: makes sure that `content` is on the disk elsewhere;
 //              if it fails, its fault is returned and nothing is written
-//   done       how far the replacement got; tells more than the fault only if there is one
+//   done       how far the replacement got; worth a look only after a fault
 // Returns the fault, if any.
 fault replace_file(const plain_file &file, std::string_view content, fault (*save_copy)(),
                    replacement &done);

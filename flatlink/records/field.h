@@ -136,7 +136,7 @@ inline constexpr form<owner_type<first>> as{
 // A key that is known and means nothing.
 template <typename record> inline constexpr form<record> ignored{[](record &, std::string_view) {}};
 
-// The name is the record's identity, told in the key: its line only makes the record.
+// The name is the record's identity and part of its keys, so its line only makes the record.
 template <auto name>
 inline constexpr form<owner_type<name>> identity{
     [](owner_type<name> &, std::string_view) {},
@@ -245,7 +245,7 @@ template <typename codec> struct if_set : codec {
 
 // ---- tables made of tables
 
-// The rows of a block that stands inside of a record, as rows of that record.
+// The rows of a block inside a record, as rows of that record.
 template <auto member, const auto &table> constexpr auto rows_inside()
 {
     using record = owner_type<member>;

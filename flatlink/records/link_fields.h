@@ -1,5 +1,5 @@
-// Fields that both forms of links have: the certificate names of a peer, told once for parsers,
-// writers, the sort and the loaders, and the choice of a pool.
+// Fields that both forms of links have: the certificate names of a peer, listed once for
+// parsers, writers, the sort and the loaders, and the choice of a pool.
 #pragma once
 
 #include "flatlink/records/field.h"

@@ -25,7 +25,7 @@ struct policy_line {
     bool is_proposal = false;
 };
 
-// What tells the lines of one kind of policies from those of the other.
+// What differs between the lines of the two kinds of policies.
 struct policy_frame {
     std::string_view family;       // the prefix without its underscore, for messages
     std::size_t longest_proposal;  // longest field of a proposal; more is cut

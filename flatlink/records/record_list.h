@@ -15,9 +15,9 @@
 template <typename record> using record_list = std::vector<std::unique_ptr<record>>;
 template <typename record> using record_stack = std::list<std::unique_ptr<record>>;
 
-// Records by the hash of what tells them apart, in slots beside each other: 60,000 nodes of a
-// standard table take longer to make and to free than all look-ups in them. Owns no record. A
-// failed allocation leaves it unchanged.
+// A hash table of records in contiguous slots: a standard table would spend more time on allocating
+// and freeing 60,000 nodes than on all look-ups. Owns no record. A failed allocation leaves it
+// unchanged.
 template <typename record> class record_table
 {
   public:
@@ -107,8 +107,8 @@ template <typename record, auto key, typename list_type = record_list<record>> c
     }
 
   private:
-    // Small numbers come one after the other, and their slots shall too. The low bits of larger
-    // ones, such as addresses, are often alike, and the standard's hash may leave them so.
+    // Small numbers are consecutive, and so are their slots. Larger keys, such as addresses, often
+    // share their low bits, which the standard's hash may leave as they are.
     static std::size_t hash_of(const key_type &wanted)
     {
         constexpr std::size_t SPREAD = 0x9E3779B97F4A7C15ULL; // 2^64 over the golden ratio

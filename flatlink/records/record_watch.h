@@ -25,8 +25,8 @@ enum class value_kind : std::uint8_t {
     NUMBER,
 };
 
-// Each call may be null. A record is told by its address, which stays the same from its first field
-// to its last line. Texts are borrowed for the call.
+// Each call may be null. A record is identified by its address, which stays the same from its first
+// field to its last line. Texts are borrowed for the call.
 struct record_observer {
     void *context = nullptr; // passed to each call
 

@@ -143,7 +143,7 @@ struct mcpool_range {
     u32 addr = 0, addr2 = 0;
 };
 
-// All ones until its line comes, so that half an entry can be told from a whole one.
+// All ones until its line comes, so that half an entry differs from a whole one.
 struct mcpool_net {
     u32 addr = NOT_AN_ADDRESS, mask = NOT_AN_ADDRESS;
 };

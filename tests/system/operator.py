@@ -6,9 +6,11 @@ import json
 import os
 import pty
 import re
+import resource
 import subprocess
 import unittest
 
+import hostile
 import kit as ns
 from kit import DATABASE, read, write
 
@@ -277,6 +279,41 @@ class Corpora(ns.Case):
                     self.assertNotIn(b"D502", stream)
                     self.assertNotIn(b"ended early", stream)
                     self.assertNotRegex(stream, rb"[\x00-\x09\x0b-\x1f\x7f]")
+
+
+class Cost(ns.Case):
+    """Beside the plain preview, which moves with the machine as they do: up to 4 times its processor
+    time; where each step visits all earlier ones, 30 times and more."""
+    TIMES_MAX = 10
+
+    @staticmethod
+    def seconds(*args):
+        def spent():
+            usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+            return usage.ru_utime + usage.ru_stime
+        before = spent()
+        run = flatctl(*args, DATABASE)
+        assert run.returncode in (0, 1), run.stderr
+        return spent() - before
+
+    def test_check_and_ledger_keep_step_with_the_preview(self):
+        count = 4000 if ns.is_sanitized else 32000
+        def rules(count):
+            return "".join(f"rule_pffwd_{i}_src=net_ipaddr_n{i}\nnet_ipaddr_n{i}_addr=10.4.0.7\n"
+                           f"rule_pffwd_{i}_dst=net_vpnnetwork_quay\n" for i in range(2, count))
+
+        for label, text in (
+                ("entries of one pool", "vpn_mcpool_p_mask=24bits\n" + "".join(
+                    f"vpn_mcpool_p_addr_{i}_network=net_ipaddr_pc\n" for i in range(count))),
+                ("rules that equal one of many lines", rules(count // 2) + "".join(
+                    f"rule_pffwd_2_x{i}=y\n" for i in range(2 * count))),
+                ("one long text read for each link", rules(count // 8) +
+                 "net_vpnnetwork_quay_ike=" + "x" * count * 10 + "\n")):
+            write(DATABASE, (hostile.BASE + text).encode())
+            plain = self.seconds("preview")
+            for verb in (["check"], ["preview", "--ledger"]):
+                with self.subTest(label=label, verb=verb):
+                    self.assertLess(self.seconds(*verb), self.TIMES_MAX * plain)
 
 
 class Generated(ns.Case):

@@ -1,4 +1,4 @@
-// The runtime's own reports, at priority notice.
+// Reports of our own, at priority notice.
 #pragma once
 
 #include "lib/ulib/events.h"

@@ -30,8 +30,8 @@ std::vector<std::string_view> split_lines(std::string_view text)
 
 std::span<const line_use> uses_of(std::span<const line_use> all, std::int32_t line)
 {
-    const auto range = std::ranges::equal_range(all, line, {}, &line_use::input);
-    return {range.begin(), range.end()};
+    return {std::ranges::lower_bound(all, line, {}, &line_use::input),
+            std::ranges::upper_bound(all, line, {}, &line_use::input)};
 }
 
 // The line as a setting; its key alone when the tree of the current layout has lost it.

@@ -364,6 +364,7 @@ std::vector<classed_line> accountant::run(const frag *tree)
     summarise_fields();
     others_ = classes_of_nodes(log_, tree);
     std::vector<classed_line> lines;
+    lines.reserve(log_.lines().size());
     for (std::int32_t line = 1; line < static_cast<std::int32_t>(log_.lines().size()); ++line)
         if ((log_.lines()[static_cast<std::size_t>(line)].marks & (LINE_HAS_VALUE | LINE_JOINED)) !=
             0)

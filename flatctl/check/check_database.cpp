@@ -319,7 +319,8 @@ void checker::derive()
             return static_cast<std::size_t>(line) < is_told_.size() &&
                    is_told_[static_cast<std::size_t>(line)];
         },
-        [this](std::string_view code, finding found) { add(code, std::move(found)); });
+        [this](std::string_view code, finding found) { add(code, std::move(found)); },
+        [this](std::string_view code, std::size_t count) { counts_[code] += count; });
     for (const struck_bound &bound : struck_bounds())
         add("D501", 0,
             bound.what + ", of which there may be " + std::to_string(bound.limit) + ", at " +

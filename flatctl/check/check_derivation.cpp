@@ -9,6 +9,7 @@
 #include "lib/ulib/text.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 #include <tuple>
@@ -81,8 +82,9 @@ struct misnamed {
 class derivation_check
 {
   public:
-    derivation_check(conversion_log &log, frag *tree, const finding_taker &take)
-        : log_(log), tree_(tree), take_(take)
+    derivation_check(conversion_log &log, frag *tree, const finding_taker &take,
+                     const finding_counter &count)
+        : log_(log), tree_(tree), take_(take), count_(count)
     {
     }
 
@@ -105,6 +107,7 @@ class derivation_check
     conversion_log &log_;
     frag *tree_;
     const finding_taker &take_;
+    const finding_counter &count_;
     std::map<std::uint32_t, std::int32_t> rule_lines_; // by index
 };
 
@@ -345,13 +348,19 @@ void derivation_check::tell_dropped()
 }
 
 // Lines of which nothing was told yet; what is wrong with a rule is told of its first line alone.
+// There may be millions, so what is not kept is counted only.
 void derivation_check::tell_left_over(const std::function<bool(std::int32_t line)> &is_told)
 {
+    std::map<line_class, std::size_t> counts;
     for (const classed_line &line : account_of(log_, tree_)) {
         const std::string_view code = row_of(line.kind).code;
-        if (!code.empty() && line.kind != line_class::NO_LINK && !is_told(line.line))
+        if (!code.empty() && line.kind != line_class::NO_LINK && !is_told(line.line) &&
+            ++counts[line.kind] <= FINDINGS_MAX)
             take_(code, {.line = line.line});
     }
+    for (const auto &[kind, count] : counts)
+        if (count > FINDINGS_MAX)
+            count_(row_of(kind).code, count - FINDINGS_MAX);
 }
 
 void derivation_check::run(const std::function<bool(std::int32_t line)> &is_told)
@@ -365,7 +374,7 @@ void derivation_check::run(const std::function<bool(std::int32_t line)> &is_told
 
 void flatlink::check_derivation(conversion_log &log, frag *tree,
                                 const std::function<bool(std::int32_t line)> &is_told,
-                                const finding_taker &take)
+                                const finding_taker &take, const finding_counter &count)
 {
-    derivation_check(log, tree, take).run(is_told);
+    derivation_check(log, tree, take, count).run(is_told);
 }

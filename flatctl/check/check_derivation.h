@@ -17,11 +17,14 @@ namespace flatlink
 // Takes one finding about the code's row. Its text of the line is not known yet.
 using finding_taker = std::function<void(std::string_view code, finding found)>;
 
+// Takes the number of further findings of a code, of which none would be kept.
+using finding_counter = std::function<void(std::string_view code, std::size_t count)>;
+
 // After the records were written.
 //   tree     what the derivation left
 //   is_told  whether a finding is about that line already; asked for the lines that are left over
 void check_derivation(conversion_log &log, frag *tree,
                       const std::function<bool(std::int32_t line)> &is_told,
-                      const finding_taker &take);
+                      const finding_taker &take, const finding_counter &count);
 
 } // namespace flatlink

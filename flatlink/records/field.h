@@ -25,7 +25,30 @@
 namespace flatlink
 {
 
-using printed = std::optional<std::string>; // nothing: the record has no such line
+// The text of a field, or nothing: the record has no such line. A text that the record holds, or a
+// table, is borrowed from there; one that is made of a number is kept here.
+class printed
+{
+  public:
+    printed() = default;
+    printed(std::nullopt_t) {}
+    printed(std::string_view lasting) : is_there_(true), lasting_(lasting) {}
+    printed(const std::string &lasting) : printed(std::string_view(lasting)) {}
+    printed(const char *lasting) : printed(std::string_view(lasting)) {}
+    printed(const std::string &&made) : is_there_(true), made_(made) {}
+
+    explicit operator bool() const { return is_there_; }
+    std::string_view operator*() const { return lasting_.data() != nullptr ? lasting_ : made_; }
+    bool operator==(const printed &other) const
+    {
+        return is_there_ == other.is_there_ && **this == *other;
+    }
+
+  private:
+    bool is_there_ = false;
+    std::string_view lasting_; // null: made_ is the text
+    std::string made_;
+};
 
 // How two records are compared in one field.
 template <typename record> struct comparison {
@@ -166,7 +189,7 @@ template <const auto &table> struct word_of {
             }))
             note_unreadable(value_kind::WORD, value);
     }
-    static printed print(std::int32_t held) { return std::string(parsenumtoname(table, held)); }
+    static printed print(std::int32_t held) { return parsenumtoname(table, held); }
 };
 
 // Numbers differ in what they do with text that is none: 0, or the old contents stay.
@@ -222,7 +245,7 @@ template <const auto &table, const auto &otherwise> struct word_or : word_of<tab
     static printed print(std::int32_t held)
     {
         const std::string_view word = parsenumtoname(table, held);
-        return std::string(word.empty() ? otherwise : word);
+        return word.empty() ? otherwise : word;
     }
 };
 
@@ -231,7 +254,7 @@ template <const auto &table, const auto &otherwise> struct word_or : word_of<tab
 template <const auto &table, const auto &zero_word> struct word_unless_zero : word_of<table> {
     static printed print(std::int32_t held)
     {
-        return held == 0 ? std::string(zero_word) : word_of<table>::print(held);
+        return held == 0 ? printed(zero_word) : word_of<table>::print(held);
     }
 };
 
@@ -239,7 +262,7 @@ template <const auto &table, const auto &zero_word> struct word_unless_zero : wo
 template <typename codec> struct if_set : codec {
     template <typename type> static printed print(const type &held)
     {
-        return held == type{} ? std::nullopt : codec::print(held);
+        return held == type{} ? printed() : codec::print(held);
     }
 };
 

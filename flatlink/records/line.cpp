@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <cstdarg>
+#include <cstring>
 
 using namespace flatlink;
 
@@ -82,27 +83,58 @@ void flatlink::trace_line(std::FILE *stream, text_parts parts)
     fflush_unlocked(stream);
 }
 
-void flatlink::condfputs(std::FILE *stream, const char *before, const char *text, const char *after)
+// Without a flush, unless what goes past the stream would overtake what is in its buffer.
+static void put_in_order(std::FILE *stream, text_parts parts)
 {
-    const text_parts parts{before, text, after};
-    if (stream == nullptr || takes_shortcut(stream, parts))
+    if (takes_shortcut(stream, parts))
         return;
     put_parts(stream, parts);
     if (stream == shortcut.stream)
         fflush_unlocked(stream);
 }
 
-record_writer::record_writer(std::FILE *stream, std::string prefix)
-    : stream_(stream), line_(std::move(prefix)), prefix_size_(line_.size())
+void flatlink::condfputs(std::FILE *stream, const char *before, const char *text, const char *after)
+{
+    if (stream != nullptr)
+        put_in_order(stream, {before, text, after});
+}
+
+record_writer::record_writer(std::FILE *stream, std::string_view prefix)
+    : stream_(stream), prefix_(prefix)
 {
 }
 
-// A call of the stream for each part of a line would take most of the time of a save.
+record_writer::~record_writer()
+{
+    flush();
+}
+
+void record_writer::flush() const
+{
+    if (size_ > 0)
+        put_in_order(stream_, {{lines_.data(), size_}});
+    size_ = 0;
+}
+
+// A call of the stream for each line would take most of the time of a save.
 void record_writer::text(std::string_view key, std::string_view value) const
 {
-    line_.resize(prefix_size_);
-    line_.append(key).append(1, '=').append(value).append(1, '\n');
-    fwrite_unlocked(line_.data(), 1, line_.size(), stream_);
+    const std::size_t size = prefix_.size() + key.size() + value.size() + 2;
+    if (size > lines_.size() - size_)
+        flush();
+    if (size > lines_.size())
+        return put_in_order(stream_, {prefix_, key, "=", value, "\n"});
+    char *to = lines_.data() + size_;
+    const auto put = [&to](std::string_view part) {
+        std::memcpy(to, part.data(), part.size());
+        to += part.size();
+    };
+    put(prefix_);
+    put(key);
+    *to++ = '=';
+    put(value);
+    *to = '\n';
+    size_ += size;
 }
 
 std::string flatlink::numbered(std::string_view name, std::int64_t number)

@@ -4,6 +4,7 @@
 
 #include "lib/ulib/address.h"
 
+#include <array>
 #include <cstdio>
 #include <initializer_list>
 #include <string>
@@ -71,19 +72,25 @@ extern std::FILE *fout;
 namespace flatlink
 {
 
-// Writes the lines of one record, each with the record's prefix.
+// Collects the lines of one record, each with the record's prefix, and writes them at its end.
 class record_writer
 {
   public:
     // `prefix` precedes each key, for example "vlink_3_".
-    record_writer(std::FILE *stream, std::string prefix);
+    record_writer(std::FILE *stream, std::string_view prefix);
+    ~record_writer();
+    record_writer(const record_writer &) = delete;
+    record_writer &operator=(const record_writer &) = delete;
 
     void text(std::string_view key, std::string_view value) const;
 
   private:
+    void flush() const;
+
     std::FILE *stream_;
-    mutable std::string line_; // the prefix, and the rest of the latest line
-    std::size_t prefix_size_;
+    std::string prefix_;
+    mutable std::size_t size_ = 0;
+    mutable std::array<char, 2048> lines_; // the first `size_` bytes; most links have less
 };
 
 // "NAME_N_", the prefix of a numbered record, and the same with at least four digits.

@@ -69,7 +69,9 @@ inline constexpr form<owner_type<mode>> pool_choice{
     [](const owner_type<mode> &link) -> printed {
         if (link.*mode < 0)
             return "Any";
-        return link.*mode > 0 && !(link.*name).empty() ? link.*name : "None";
+        if (link.*mode == 0 || (link.*name).empty())
+            return "None";
+        return link.*name;
     },
     by<mode>};
 

@@ -26,7 +26,9 @@ constexpr form<linkinfo> address_text{
 // Without a fixed gateway neither its text nor what a line said about it is written.
 printed print_gateway(const linkinfo &link)
 {
-    return has_fixed_gateway(link) ? link.gateway : "*";
+    if (!has_fixed_gateway(link))
+        return "*";
+    return link.gateway;
 }
 
 printed print_fixed_remote(const linkinfo &link)

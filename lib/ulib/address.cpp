@@ -1,5 +1,8 @@
 #include "lib/ulib/address.h"
 
+#include <array>
+#include <charconv>
+
 using namespace flatlink;
 
 bool flatlink::read_dotted(std::string_view text, u32 &number)
@@ -36,11 +39,11 @@ u32 flatlink::parse_network(const std::string &text)
 // The host's inet_ntop does it by printf; a proxy's child would touch twice the code for that.
 std::string flatlink::format_address(u32 addr_be)
 {
-    std::string text;
+    std::array<char, INET_ADDRSTRLEN> text;
+    char *end = text.data();
     for (int bits = 24; bits >= 0; bits -= 8) {
-        text += std::to_string(host_order(addr_be) >> bits & 0xFF);
-        if (bits > 0)
-            text += '.';
+        end = std::to_chars(end, text.end(), host_order(addr_be) >> bits & 0xFF).ptr;
+        *end++ = '.';
     }
-    return text;
+    return std::string(text.data(), end - 1);
 }

@@ -172,8 +172,8 @@ void conversion_log::stored(const void *record, std::string_view field, std::str
     note.origins = origins_now(field);
     source_ = value_source::READ;
     const bool may_be_name = field == "gateway" || field.ends_with("_start_address");
-    if (may_be_name && can_be_no_name(value) &&
-        parse_address(std::string(value)) == NOT_AN_ADDRESS && value != "255.255.255.255")
+    if (may_be_name && can_be_no_name(value) && parse_address(value) == NOT_AN_ADDRESS &&
+        value != "255.255.255.255")
         unreadable(value_kind::ADDRESS, value);
     if (awaits_record_) {
         awaits_record_ = false;

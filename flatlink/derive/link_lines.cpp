@@ -84,14 +84,11 @@ class child_filter
 class link_feeder
 {
   public:
-    link_feeder() : line_(std::to_string(linkno) + "_"), prefix_size_(line_.size()) {}
-
     void feed(std::string_view field, std::string_view value) const
     {
-        remake_line(line_, prefix_size_, field, value);
         // Each byte is kept, and written three times. The next link is the one to be refused.
-        (void)take_steps(4 * text_steps(line_.size()), nullptr);
-        (void)add_partial_linkinfo(line_);
+        (void)take_steps(4 * text_steps(lines_.line_size(field, value)), nullptr);
+        (void)lines_.add(field, value);
         note_from(value_source::READ); // an empty value is not stored
     }
 
@@ -134,8 +131,7 @@ class link_feeder
     }
 
   private:
-    mutable std::string line_; // the number, and the rest of the latest line
-    std::size_t prefix_size_;
+    mutable link_lines lines_{static_cast<std::uint16_t>(linkno)};
 };
 
 std::string_view network_type(const char *object_type)

@@ -226,7 +226,7 @@ template <typename codec> struct padded : codec {
 struct address {
     static void read(u32 &held, std::string_view value)
     {
-        held = parse_address(std::string(value));
+        held = parse_address(value);
         note_unless_address(held, value);
     }
     static printed print(u32 held) { return format_address(held); }

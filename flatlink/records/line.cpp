@@ -32,20 +32,12 @@ std::string flatlink::make_line(std::string_view prefix, std::string_view key,
 {
     std::string line;
     line.reserve(prefix.size() + key.size() + value.size() + 1);
-    line.append(prefix);
-    remake_line(line, prefix.size(), key, value);
-    return line;
-}
-
-void flatlink::remake_line(std::string &line, std::size_t prefix_size, std::string_view key,
-                           std::string_view value)
-{
-    line.resize(prefix_size);
-    line.append(key).append(1, '=').append(value);
+    line.append(prefix).append(key).append(1, '=').append(value);
     if (line.size() >= LINE_SIZE) {
         line.resize(LINE_SIZE - 1);
         note_cut(line);
     }
+    return line;
 }
 
 void flatlink::complain(const std::string &message)

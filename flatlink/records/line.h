@@ -29,11 +29,6 @@ line_parts split_line(std::string_view line);
 // key=value after a prefix, cut to LINE_SIZE - 1 bytes.
 std::string make_line(std::string_view prefix, std::string_view key, std::string_view value);
 
-// The same in a text that begins with a prefix of that size, and keeps its memory from line to
-// line.
-void remake_line(std::string &line, std::size_t prefix_size, std::string_view key,
-                 std::string_view value);
-
 // Writes a message with a newline to the standard error stream.
 void complain(const std::string &message);
 

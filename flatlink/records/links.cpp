@@ -6,6 +6,7 @@
 #include "flatlink/records/names.h"
 #include "lib/ulib/text.h"
 
+#include <algorithm>
 #include <limits>
 
 using namespace flatlink;
@@ -17,7 +18,7 @@ namespace
 template <auto number, auto text>
 constexpr form<linkinfo> address_text{
     [](linkinfo &link, std::string_view value) {
-        const u32 addr = parse_address(std::string(value));
+        const u32 addr = parse_address(value);
         link.*text = value;
         link.*number = addr;
     },
@@ -104,6 +105,8 @@ constexpr auto all_link_fields = joined<linkinfo>(
 
 record_index<linkinfo, &linkinfo::linkno> numbers;
 
+const std::string TRACE_MARK = "<<vlink_";
+
 } // namespace
 
 constinit const field_table<linkinfo> flatlink::link_fields = all_link_fields;
@@ -149,21 +152,19 @@ static linkinfo &record_of(long number, std::string_view key)
     return link != nullptr ? *link : *append_link(number);
 }
 
-static int store_line(long number, std::string_view key, std::string_view value,
-                      const char *&message)
+static void store_value(linkinfo &link, long number, std::string_view key, std::string_view value,
+                        const char *&message)
 {
-    linkinfo &link = record_of(number, key);
     if (!store_field<linkinfo>(link_fields, link, key, value, message))
         complain("vpndata: Unrecognized VPN field (" + std::string(key) + "=" + std::string(value) +
                  ") on vlink_" + std::to_string(number));
-    return 0;
 }
 
 int add_partial_linkinfo(std::string_view rest)
 {
     std::string_view after_number = rest;
     const long number = take_number(after_number);
-    trace_line(fout, {"<<vlink_", rest, "\n"});
+    trace_line(fout, {TRACE_MARK, rest, "\n"});
     const line_parts line = split_line(after_number);
     if (!line.key.starts_with('_') || !line.has_equals) {
         complain("vpndata: BAD format vlink_" + std::string(rest));
@@ -172,7 +173,38 @@ int add_partial_linkinfo(std::string_view rest)
     if (line.value.empty())
         return 0;
     return within_memory(SPACED_MALLOC_FAILURE, [number, &line](const char *&message) {
-        return store_line(number, line.key.substr(1), line.value, message);
+        const std::string_view key = line.key.substr(1);
+        store_value(record_of(number, key), number, key, line.value, message);
+        return 0;
+    });
+}
+
+link_lines::link_lines(std::uint16_t number)
+    : number_(number), prefix_(TRACE_MARK + std::to_string(number) + "_")
+{
+}
+
+std::size_t link_lines::line_size(std::string_view key, std::string_view value) const
+{
+    const std::size_t number_size = prefix_.size() - TRACE_MARK.size();
+    return std::min(number_size + key.size() + 1 + value.size(), LINE_SIZE - 1);
+}
+
+int link_lines::add(std::string_view key, std::string_view value)
+{
+    const std::size_t room = LINE_SIZE - 1 - line_size(key, {});
+    if (value.size() > room) {
+        value = value.substr(0, room);
+        note_cut(make_line(std::string_view(prefix_).substr(TRACE_MARK.size()), key, value));
+    }
+    trace_line(fout, {prefix_, key, "=", value, "\n"});
+    if (value.empty())
+        return 0;
+    return within_memory(SPACED_MALLOC_FAILURE, [this, key, value](const char *&message) {
+        if (link_ == nullptr)
+            link_ = &record_of(number_, key);
+        store_value(*link_, number_, key, value, message);
+        return 0;
     });
 }
 

@@ -4,8 +4,10 @@
 #include "flatlink/records/field.h"
 #include "flatlink/records/records.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace flatlink
@@ -17,6 +19,25 @@ extern const field_table<linkinfo> link_fields;
 
 // Whether the remote end is fixed and its gateway is given.
 bool has_fixed_gateway(const linkinfo &link);
+
+// The lines of one link that a program makes itself. They mean what the same lines of a file mean,
+// but none is put together to be taken apart again.
+class link_lines
+{
+  public:
+    explicit link_lines(std::uint16_t number);
+
+    // Bytes of "NUMBER_key=value", as far as it is kept.
+    std::size_t line_size(std::string_view key, std::string_view value) const;
+
+    // As add_partial_linkinfo of that line, cut to LINE_SIZE - 1 bytes.
+    int add(std::string_view key, std::string_view value);
+
+  private:
+    std::uint16_t number_;
+    std::string prefix_;       // of each line in the trace
+    linkinfo *link_ = nullptr; // null until a line has a value
+};
 
 } // namespace flatlink
 

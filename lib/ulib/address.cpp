@@ -25,10 +25,10 @@ bool flatlink::read_dotted(std::string_view text, u32 &number)
 }
 
 // The usual form is read here: the host's reader sets up a number conversion for each part.
-u32 flatlink::parse_address(const std::string &text)
+u32 flatlink::parse_address(std::string_view text)
 {
     u32 number = 0;
-    return read_dotted(text, number) ? network_order(number) : inet_addr(text.c_str());
+    return read_dotted(text, number) ? network_order(number) : inet_addr(std::string(text).c_str());
 }
 
 u32 flatlink::parse_network(const std::string &text)

@@ -17,7 +17,7 @@ namespace flatlink
 
 // Reads `text` as an address in network order; NOT_AN_ADDRESS for text that is none. Accepts what
 // the host's inet_addr accepts: one to four parts, decimal, octal or hexadecimal.
-u32 parse_address(const std::string &text);
+u32 parse_address(std::string_view text);
 
 // Reads four decimal octets without zeros in front, the form of format_address, as a number with
 // the first octet most significant. False for anything else; `number` is then undefined.

@@ -46,16 +46,16 @@ constexpr struct {
     std::string_view network_type;
 } network_types[] = {{"ipnet", "Subnet"}, {"ipaddr", "Host"}, {"iprange", "Range"}};
 
-// Rules out children that an object has not, by the first two letters of their names. A link asks
-// for two dozen of them, of which most peers have a few.
-class child_filter
+// The children of a peer. Rules out most that it has not by the first two letters of their names: a
+// link asks for two dozen, of which most peers have a few.
+class peer_values
 {
   public:
-    explicit child_filter(const frag *obj)
+    explicit peer_values(frag *peer) : peer_(peer)
     {
         constexpr int FEW = 32; // a walk over more would cost more than it spares
         int count = 0;
-        for (const frag *child = obj->child; child != nullptr; child = child->next)
+        for (const frag *child = peer->child; child != nullptr; child = child->next)
             if (++count <= FEW) {
                 seen_ |= bit_of(child->name);
             } else {
@@ -64,9 +64,12 @@ class child_filter
             }
     }
 
-    const char *value(frag *obj, const char *key) const
+    frag *peer() const { return peer_; }
+
+    // As child_value.
+    const char *value(const char *key) const
     {
-        return (seen_ & bit_of(key)) != 0 ? child_value(obj, key) : nullptr;
+        return (seen_ & bit_of(key)) != 0 ? child_value(peer_, key) : nullptr;
     }
 
   private:
@@ -77,6 +80,7 @@ class child_filter
         return std::uint64_t{1} << ((letter + 11U * next) & 63U);
     }
 
+    frag *peer_;
     std::uint64_t seen_ = 0;
 };
 
@@ -107,20 +111,19 @@ class link_feeder
             feed(field, value);
     }
 
-    void feed_children(std::span<const map_row> rows, frag *obj) const
+    void feed_children(std::span<const map_row> rows, const peer_values &peer) const
     {
         for (const map_row &row : rows)
-            feed_if(row.field, child_value(obj, row.key));
+            feed_if(row.field, peer.value(row.key));
     }
 
-    void feed_certificate(frag *obj) const
+    void feed_certificate(const peer_values &peer) const
     {
-        const child_filter children(obj);
         for (const certificate_name &name : issuer_names)
-            feed_if(name.key, children.value(obj, name.object_key));
+            feed_if(name.key, peer.value(name.object_key));
         for (const certificate_name &name : subject_names)
-            feed_if(name.key, children.value(obj, name.object_key));
-        feed_if("san_type", children.value(obj, "san-type"));
+            feed_if(name.key, peer.value(name.object_key));
+        feed_if("san_type", peer.value("san-type"));
     }
 
     // The display name of the object that a child names.
@@ -169,30 +172,30 @@ static void feed_networks(const link_feeder &out, const link_side &remote, const
               {"lnetwork_start_address", "lnetwork_delimiter", "lnetwork_type"});
 }
 
-static void feed_client(const link_feeder &out, frag **db, frag *vpnobj)
+static void feed_client(const link_feeder &out, frag **db, const peer_values &peer)
 {
     constexpr auto PROGRAM = value_source::PROGRAM;
-    out.feed_from(PROGRAM, nullptr, "lname", std::string("~") + vpnobj->name);
+    out.feed_from(PROGRAM, nullptr, "lname", std::string("~") + peer.peer()->name);
     out.feed_from(PROGRAM, nullptr, "fixed_remote", "Off");
     out.feed_from(PROGRAM, nullptr, "auth", "Certificate based");
-    out.feed_if("modecfg", child_value(vpnobj, "vip"));
-    out.feed_certificate(vpnobj);
-    out.feed_children(vpnclient_map, vpnobj);
-    out.feed_name("modecfg", db, child_value(vpnobj, "vip"));
+    out.feed_if("modecfg", peer.value("vip"));
+    out.feed_certificate(peer);
+    out.feed_children(vpnclient_map, peer);
+    out.feed_name("modecfg", db, peer.value("vip"));
 }
 
-static void feed_network_peer(const link_feeder &out, frag **db, frag *vpnobj,
+static void feed_network_peer(const link_feeder &out, frag **db, const peer_values &peer,
                               const std::string &name)
 {
     out.feed_from(value_source::PEER, "name", "lname", "~" + name);
-    out.feed("gateway", name_of_sgo_object(db, vpnobj));
+    out.feed("gateway", name_of_sgo_object(db, peer.peer()));
     out.feed_from(value_source::PROGRAM, nullptr, "fixed_remote", "On");
-    out.feed_if("auth", child_value(vpnobj, "auth"));
-    out.feed_if("df_bit", child_value(vpnobj, "df"));
-    out.feed_name("ikepolicy", db, child_value(vpnobj, "ike"));
-    out.feed_if("secret", child_value(vpnobj, "secret"));
-    out.feed_certificate(vpnobj);
-    out.feed_children(sgo_map, vpnobj);
+    out.feed_if("auth", peer.value("auth"));
+    out.feed_if("df_bit", peer.value("df"));
+    out.feed_name("ikepolicy", db, peer.value("ike"));
+    out.feed_if("secret", peer.value("secret"));
+    out.feed_certificate(peer);
+    out.feed_children(sgo_map, peer);
 }
 
 // Numbers of links have 16 bits; a link beyond them is counted.
@@ -209,18 +212,19 @@ static bool has_number_left(const frag *vpnobj)
 }
 
 // What a link takes besides its text: its lines, and the look-ups of what the peer names.
-static bool may_make_link(frag *vpnobj)
+static bool may_make_link(const peer_values &peer)
 {
     long long steps = 500;
     for (const char *key : {"ip-address", "ike", "ipsec", "vip"})
-        steps += static_cast<long long>(text_of(child_value(vpnobj, key)).size());
-    return take_steps(steps, vpnobj);
+        steps += static_cast<long long>(text_of(peer.value(key)).size());
+    return take_steps(steps, peer.peer());
 }
 
 void flatlink::make_link(frag **db, frag *vpnobj, const std::string &name, const link_side &remote,
                          const link_side &local)
 {
-    if (!has_number_left(vpnobj) || !may_make_link(vpnobj))
+    const peer_values peer(vpnobj);
+    if (!has_number_left(vpnobj) || !may_make_link(peer))
         return;
     ++linkno;
     const link_feeder out;
@@ -228,10 +232,10 @@ void flatlink::make_link(frag **db, frag *vpnobj, const std::string &name, const
     out.feed_from(value_source::PEER, "name", "description", name);
     feed_networks(out, remote, local);
     if (is_of_type(vpnobj, "vpnclient"))
-        feed_client(out, db, vpnobj);
+        feed_client(out, db, peer);
     else
-        feed_network_peer(out, db, vpnobj, name);
-    out.feed_name("ipsecpolicy", db, child_value(vpnobj, "ipsec"));
+        feed_network_peer(out, db, peer, name);
+    out.feed_name("ipsecpolicy", db, peer.value("ipsec"));
     constexpr auto RULE = value_source::RULE;
     out.feed_from(RULE, "loglevel_number", "logging", std::to_string(ruleloglevel));
     out.feed_from(RULE, "number", "rulenumber", std::to_string(rulenumber));

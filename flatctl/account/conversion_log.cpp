@@ -8,7 +8,6 @@
 #include "lib/frag/tree/frag.h"
 #include "lib/frag/tree/frag_name.h"
 #include "lib/frag/tree/origin.h"
-#include "lib/ulib/address.h"
 #include "lib/ulib/text.h"
 
 #include <algorithm>
@@ -163,14 +162,6 @@ void conversion_log::layout_reached(frag *tree)
 
 // ---- reads
 
-static bool is_member_type(const frag *node)
-{
-    if (std::string_view(node->name) != "type" || node->parent == nullptr ||
-        !is_of_type(node->parent, "elem"))
-        return false;
-    return !same_word(node->value, "group") && !same_word(node->value, "emptygroup");
-}
-
 static const frag *top_of(const frag *node)
 {
     while (node->parent != nullptr)
@@ -216,50 +207,6 @@ void conversion_log::found(const frag *node)
     stored_line_ = 0;
 }
 
-// Without a mask, and without the end of a range, an address has all its bits.
-static bool has_all_ones(const frag *node)
-{
-    return std::string_view(node->value) == "255.255.255.255" ||
-           (is_of_type(node->parent, "ipmask") && parse_address(node->value) == NOT_AN_ADDRESS);
-}
-
-// A network and a range name an object for each part of their text.
-void conversion_log::choose_part(const frag *node)
-{
-    const std::string_view name = node->name;
-    if (is_of_type(node->parent, "ipnet") || is_of_type(node->parent, "iprange")) {
-        reads_ = name == "mask" || name == "end" ? &side_->second : &side_->first;
-        side_->has_first = side_->has_first || reads_ == &side_->first;
-    } else if (reads_ == &side_->first) {
-        side_->has_first = true;
-    }
-    if (name == "addr")
-        (reads_ == &side_->second ? side_->second_value : side_->first_value) =
-            hash_of(node->value);
-}
-
-// In an entry of a pool, which takes the lines of its text from the window, a range of addresses
-// and a network have a field for each part.
-void conversion_log::choose_entry_part(const frag *node)
-{
-    const std::string_view name = node->name;
-    if (is_of_type(node->parent, "iprange"))
-        entry_of_parts_ = name == "start" ? "addr_" : entry_of_parts_;
-    else if (is_of_type(node->parent, "ipnet"))
-        entry_of_parts_ = name == "addr" ? "net_" : entry_of_parts_;
-    else
-        return;
-    if ((name == "end" || name == "mask") && !entry_of_parts_.empty())
-        second_part_ = window_.size();
-}
-
-void conversion_log::clear_window()
-{
-    window_.clear();
-    entry_of_parts_ = {};
-    second_part_ = 0;
-}
-
 // An object with a value of its own is a member of a list, which is walked with it.
 void conversion_log::absent(const frag *obj, const char *key)
 {
@@ -278,46 +225,6 @@ void conversion_log::stopped(walk_stop why, const frag *obj)
         for (std::int32_t &line : window_)
             line = -std::abs(line);
     }
-}
-
-// The line becomes an origin of what is made next, unless its value makes nothing.
-void conversion_log::note_value_read(const frag *node, std::int32_t line)
-{
-    std::uint16_t &marks = line_at(line).marks;
-    marks |= LINE_READ;
-    if (is_member_type(node))
-        marks |= LINE_MEMBER_TYPE;
-    if (has_all_ones(node))
-        marks |= LINE_ALL_ONES;
-    if (reads_ == &window_ && is_window_used_) {
-        clear_window();
-        is_window_used_ = false;
-    }
-    if (side_ != nullptr)
-        choose_part(node);
-    else if (steps_.empty())
-        choose_entry_part(node);
-    // In a pool, a peer stands for several entries, and each line leads to all of them.
-    window_only_leads_ =
-        window_only_leads_ || (steps_.empty() && is_of_type(node->parent, "vpnnetwork"));
-    if (node->value[0] == '\0' || (marks & LINE_ALL_ONES) != 0)
-        take_back(last_line_); // what led to it makes nothing, either
-    else if ((marks & LINE_MEMBER_TYPE) == 0 && std::string_view(node->name) != "include-sgo")
-        add_origin(window_only_leads_ ? -line : line);
-}
-
-// Of a text that a thousand lines make, each link would keep all of them: the first tell enough.
-void conversion_log::add_origin(std::int32_t line)
-{
-    constexpr std::size_t ORIGINS_MAX = 32;
-    if (reads_->size() < ORIGINS_MAX)
-        reads_->push_back(line);
-}
-
-void conversion_log::take_back(std::int32_t line)
-{
-    if (!reads_->empty() && reads_->back() == line)
-        reads_->pop_back();
 }
 
 void conversion_log::missing(const char *key, bool stands)
@@ -382,23 +289,6 @@ void conversion_log::end_rule()
 static bool is_temporary(const frag *node)
 {
     return node != nullptr && std::string_view(top_of(node)->name) == "temp";
-}
-
-void conversion_log::read_no_side()
-{
-    side_ = nullptr;
-    window_only_leads_ = false;
-    reads_ = &window_;
-    clear_window();
-}
-
-// One of several texts: each line leads to it, and perhaps to the others.
-void text_origins::become_led_there()
-{
-    first.insert(first.end(), second.begin(), second.end());
-    second.clear();
-    for (std::int32_t &line : first)
-        line = -std::abs(line);
 }
 
 void conversion_log::expands(value_source side, const frag *obj)

@@ -81,7 +81,7 @@ const option_row options[] = {
      "who the client is to the firewall, for patterns that begin with ~", &request::identity},
     {"--dest", "HOST:PORT", VERB_EXPLAIN_ACCESS, "where the client wants to go", &request::dest},
     {"--options", "FILE", VERB_CHECK | VERB_EXPLAIN_ACCESS,
-     "options of the proxy's hosts lines: lines of -OPTION, none|one|list|rest, EXPANSION",
+     "options of the proxy's hosts lines and its keywords, as the installed NAME.options has them",
      &request::options},
     {"--kind", "KIND", VERB_CHECK,
      "what FILE is: auto (told by its content), database, table or flat", &request::kind, kinds},

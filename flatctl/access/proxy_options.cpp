@@ -23,6 +23,28 @@ static std::string keyword_of(const std::string &option, const std::string &expa
     return keyword.empty() ? option.substr(1) : keyword;
 }
 
+// Takes the words that follow `keyword`. False when one of them is none that it knows.
+static bool read_shape(std::istringstream &words, own_keyword &keyword)
+{
+    constexpr std::string_view names[] = {"text", "number", "count", "host", "port"};
+    for (std::string word; words >> word;) {
+        if (keyword.repeats_last)
+            return false;
+        if (keyword.arguments.empty() && (word == "prefix" || word == "first")) {
+            (word == "prefix" ? keyword.takes_prefix : keyword.first_counts) = true;
+            continue;
+        }
+        keyword.repeats_last = word.ends_with("...");
+        if (keyword.repeats_last)
+            word.resize(word.size() - 3);
+        const auto *found = std::ranges::find(names, std::string_view(word));
+        if (found == std::end(names))
+            return false;
+        keyword.arguments.push_back(static_cast<argument_kind>(found - names));
+    }
+    return true;
+}
+
 std::string flatlink::read_proxy_options(const std::string &path, proxy_options &options)
 {
     constexpr std::string_view kinds[] = {"none", "one", "list", "rest"}; // as policy_kind counts
@@ -35,15 +57,16 @@ std::string flatlink::read_proxy_options(const std::string &path, proxy_options 
         if (!(words >> name))
             continue;
         words >> kind;
-        std::getline(words >> std::ws, expansion);
         if (kind == "keyword" && name[0] != '-') {
-            options.keywords.insert(name);
+            if (!read_shape(words, options.keywords[name] = {}))
+                return shown(path) + ": not what a keyword takes: " + shown_line(line);
             continue;
         }
+        std::getline(words >> std::ws, expansion);
         const auto *found = std::ranges::find(kinds, std::string_view(kind));
         if (found == std::end(kinds) || name[0] != '-')
             return shown(path) + ": not an option and its kind: " + shown_line(line);
-        options.keywords.insert(keyword_of(name, expansion));
+        options.keywords.try_emplace(keyword_of(name, expansion));
         options.texts.push_back(name);
         const char *option = options.texts.back().c_str();
         options.texts.push_back(expansion);

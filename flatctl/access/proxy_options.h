@@ -1,23 +1,36 @@
 // The options that a proxy's `hosts` lines take. They are compiled into each proxy; to check a
 // table without its proxy, they stand in a file, share/flatlink/proxies/NAME.options, a line each:
 //   -OPTION KIND [EXPANSION...]
-//   KEYWORD keyword
+//   KEYWORD keyword [prefix] [first] [ARGUMENT...]
 // with none, one, list or rest for KIND, as policy_kind names them, and '#' before a comment. The
-// second is a keyword of the proxy's own that no option stands for.
+// second is a keyword that the proxy asks for, and what its entries are like: `prefix` when permit-
+// and deny- mean something, `first` when no entry after the first counts, then a word for each
+// argument: text, number, count (a number without sign), host or port; `...` at the end of the last
+// one lets it repeat. Without such words nothing is known of the arguments.
 #pragma once
 
 #include "lib/fwall/access/policy.h"
 
+#include <cstdint>
 #include <list>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
+
+enum class argument_kind : std::uint8_t { TEXT, NUMBER, COUNT, HOST, PORT };
+
+// A keyword of a proxy's own.
+struct own_keyword {
+    bool takes_prefix = false;
+    bool first_counts = false;
+    bool repeats_last = false;
+    std::vector<argument_kind> arguments = {}; // empty: nothing is known of them
+};
 
 struct proxy_options {
     std::list<std::string> texts;        // which the rows point to
     std::vector<policy_option> rows{{}}; // with the row that ends them
-    std::set<std::string> keywords;      // of the proxy's own
+    std::map<std::string, own_keyword> keywords;
 
     bool is_known() const { return rows.size() > 1; }
 };

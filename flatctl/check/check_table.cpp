@@ -111,8 +111,11 @@ void table_checker::add(std::string_view code, int line, word_place place, std::
 void table_checker::take_name(std::string_view name)
 {
     words.add_name(name);
+    const auto is_of_no_name = [](char c) { return c < ' ' || c > '~' || c == '*'; };
     if (name[0] == '#')
         add("T124", words.line(), words.place_of(name.data()), "");
+    else if (name != "*" && std::ranges::any_of(name, is_of_no_name))
+        add("T109", words.line(), words.place_of(name.data()), std::string(name));
 }
 
 void table_checker::take_fault(table_fault what, const char *at)
@@ -191,8 +194,8 @@ entry_fault_taker table_checker::fault_taker(bool is_of_option)
     return [this, is_of_option](std::string_view code, const cfgrec &entry, int argument,
                                 std::string detail) {
         const int line = entry.lineno;
-        if (code == "T122" && words.is_for_all(line))
-            return; // it is for proxies, too
+        if ((code == "T122" || code == "T206") && words.is_for_all(line))
+            return; // it is for others, too
         const word_place place = argument < 0    ? words.argument(line, "")
                                  : !is_of_option ? words.argument(line, argument)
                                                  : words.argument(line, entry.argv[argument]);
@@ -206,6 +209,14 @@ const policy_option *table_checker::options_of(const std::string &name) const
         return nullptr;
     const auto found = task_.options->find(name);
     return found == task_.options->end() ? nullptr : found->second.rows.data();
+}
+
+// What follows the name of a policy is an option, in each proxy.
+void table_checker::tell_stray_word(const std::string &name, const cfgrec &hosts)
+{
+    const int word = pattern_count(hosts) + 2;
+    if (options_of(name) == nullptr && word < hosts.argc && hosts.argv[word][0] != '-')
+        add("T116", hosts.lineno, words.argument(hosts.lineno, word), hosts.argv[word]);
 }
 
 // Each `hosts` line alone, as the collection of policy names sees it.
@@ -226,6 +237,7 @@ void table_checker::check_policies(const std::string &name, cfgrec *list)
             if (words.first_line(in_table) == 0)
                 add("T202", entry->lineno, words.argument(entry->lineno, policy),
                     "no line is for " + in_table);
+            tell_stray_word(name, *entry);
         }
         for (char *const *one = names->data(); *one != nullptr; ++one)
             std::free(*one);
@@ -259,11 +271,28 @@ void table_checker::visit_options(cfgrec *list, const entry_visitor &visit)
     proxy_confp = before;
 }
 
+static bool counts_once(const cfgrec &entry, const own_keyword *own)
+{
+    const table_keyword *row = find_table_keyword(entry.keyword);
+    return (row != nullptr && row->first_counts) || (own != nullptr && own->first_counts);
+}
+
+// The entries that the options of one line stand for have no arguments where that was told.
 void table_checker::check_options(const std::string &name, cfgrec *list)
 {
     rows_ = options_of(name);
     options_known_ = rows_ != nullptr;
-    visit_options(list, [this](const cfgrec &made) { check_arguments(made, fault_taker(true)); });
+    const entry_fault_taker take_fault = fault_taker(true);
+    std::map<std::pair<int, std::string>, bool> seen; // by line and keyword
+    visit_options(list, [&](const cfgrec &made) {
+        check_arguments(made, take_fault);
+        const own_keyword *own = asked_.find_own(name, made.keyword);
+        if (own != nullptr && made.argc > 0)
+            check_own_entry(made, *own, take_fault);
+        if (counts_once(made, own) && seen[{made.lineno, made.keyword}])
+            add("T110", made.lineno, words.argument(made.lineno, ""), made.keyword);
+        seen[{made.lineno, made.keyword}] = true;
+    });
 }
 
 void table_checker::collect_shadowed(const std::string &name, cfgrec *list)
@@ -301,24 +330,54 @@ void table_checker::tell_unused_policies()
             add("T204", words.first_line(name), {}, name);
 }
 
-void table_checker::tell_unasked_keywords()
+void table_checker::tell_idle_entries()
 {
-    if (task_.options == nullptr)
-        return;
-    asked_.tell_unasked(*task_.options, [this](int line, const std::string &keyword) {
-        if (task_.proxy.empty() || !words.is_for_all(line)) // others may ask for it
-            add("T120", line, words.argument(line, ""), keyword);
-    });
+    for (const auto &[line, entry] : asked_.idle_entries()) {
+        const bool is_for_all = words.is_for_all(line);
+        const bool may_repeat = entry.by != 0 || find_table_keyword(entry.keyword) != nullptr;
+        if (is_for_all && (may_repeat || !task_.proxy.empty())) // a default, or others ask for it
+            continue;
+        const table_keyword *meant = find_meant_keyword(entry.keyword);
+        add(entry.code, line, words.argument(line, ""),
+            entry.keyword + (meant == nullptr ? "" : ", not " + std::string(meant->name)),
+            entry.by == 0 ? std::vector<std::int32_t>{} : std::vector{entry.by});
+    }
 }
 
+// The runtime reads the lines of default_logging where it has none for init-proxy, nor for all.
+void table_checker::tell_idle_logging()
+{
+    const std::int32_t line = words.first_line("default_logging");
+    const cfg_list first = line == 0 ? nullptr : read_entries_of("init-proxy");
+    if (first != nullptr)
+        add("T125", line, {}, "", {first->lineno});
+}
+
+void table_checker::check_entries(const std::string &name, const cfgrec *list)
+{
+    const entry_fault_taker take_fault = fault_taker(false);
+    std::map<std::string_view, const cfgrec *> firsts;
+    for (const cfgrec *entry = list; entry != nullptr; entry = entry->next) {
+        check_entry(*entry, is_policy(name), take_fault);
+        const own_keyword *own = asked_.find_own(name, entry->keyword);
+        if (own != nullptr)
+            check_own_entry(*entry, *own, take_fault);
+        if (!counts_once(*entry, own))
+            continue;
+        const auto [first, is_first] = firsts.try_emplace(entry->keyword, entry);
+        if (!is_first)
+            take_overridden(*first->second, *entry);
+    }
+    check_items(list, take_fault);
+}
+
+// Policies come after the proxies that name them.
 void table_checker::check_list(const std::string &name)
 {
     const cfg_list list = read_entries_of(name);
     if (list == nullptr)
         return;
-    check_entries(
-        list.get(), is_policy(name), fault_taker(false),
-        [this](const cfgrec &first, const cfgrec &later) { take_overridden(first, later); });
+    check_entries(name, list.get());
     asked_.take_list(name, list.get());
     if (is_policy(name) || cfg_first("hosts", list.get()) == nullptr)
         return;
@@ -358,10 +417,13 @@ void table_checker::run(input_facts &facts)
     if (task_.first_step == 0) {
         facts.names = words.names();
         port_.send(frame_kind::RECORD, packed_facts(facts));
-        for (const std::string &name : checked_)
-            check_list(name);
+        for (const bool is_of_policies : {false, true})
+            for (const std::string &name : checked_)
+                if (is_policy(name) == is_of_policies)
+                    check_list(name);
         tell_shadowed();
-        tell_unasked_keywords();
+        tell_idle_entries();
+        tell_idle_logging();
         if (task_.proxy.empty())
             tell_unused_policies();
         const std::size_t wanted = static_cast<std::size_t>(std::ranges::count_if(
@@ -371,6 +433,10 @@ void table_checker::run(input_facts &facts)
                 std::to_string(checked_.size()) + " of " + std::to_string(wanted) +
                     " names were read");
     }
+    // Which policies are whose is known to each child, or they would number their steps otherwise.
+    for (const std::string &name : checked_)
+        if (task_.first_step != 0 && !is_policy(name))
+            check_policies(name, read_entries_of(name).get());
     is_starting_ = true;
     for (const std::string &name : checked_)
         start(name);

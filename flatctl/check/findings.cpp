@@ -223,7 +223,7 @@ static constexpr finding_row rows[] = {
      "",
      {},
      "relay: timeout 5, and no newline after it"},
-    {"T104", ERROR, "a keyword has no argument", "the line is dropped", "give one, or take it out",
+    {"T104", ERROR, "a keyword has no argument", "it has no effect", "give one, or take it out",
      "relay: timeout"},
     {"T105",
      WARNING,
@@ -242,15 +242,19 @@ static constexpr finding_row rows[] = {
      "write afw-dest PATTERN PORT ID", "relay: afw-dest 10.1.1.1"},
     {"T109", ERROR, "a line names no proxy", "it is for none",
      "write a name before the colon, or *", "relay: timeout 5\n: timeout 5"},
-    {"T110", WARNING, "a setting is given before", "the first line of it counts, and not this one",
-     "take one of the lines out, or move the one for all proxies after those for one",
+    {"T110", WARNING, "a setting is given before",
+     "the first entry of it counts, and not this one: options before proxies, and these before "
+     "policies",
+     "take one of them out, or move the one for all proxies after those for one",
      "relay: timeout 5\nrelay: timeout 6"},
     {"T111", ERROR, "the value of a setting is not of its kind",
      "a number is read as far as it goes, logging goes to the log daemon, a bind or a message "
      "fails",
      "see what netperm-table(5) says of the keyword", "relay: timeout soon"},
-    {"T112", ERROR, "a pattern of addresses is not read as it is written",
-     "numbers are kept modulo 256, and what is no octet is ignored", "write a.b.c.d, or a.b:mask",
+    {"T112", ERROR, "a pattern is not read as it is written",
+     "numbers are kept modulo 256, what is no octet is ignored, a mask without an octet compares "
+     "all of it, and a star in an identity stands for itself",
+     "write a.b.c.d, a.b.c.d:mask with four octets each, or a.b.c.d-a.b.c.d",
      "relay: hosts 10.1.1.300 -policy p\npolicy-p: destination *"},
     {"T113", ERROR, "an entry has no pattern", "it fits nothing", "write one, before any option",
      "relay: hosts -policy p\npolicy-p: destination *"},
@@ -272,8 +276,9 @@ static constexpr finding_row rows[] = {
      "put a blank between them",
      "plug-relay: hosts * -policy p -dest {10.* 11.* }\npolicy-p: destination *"},
     {"T119", ERROR, "a pattern fits nothing",
-     "a mask must have the bits of its address, a range an end after its begin, a name no other "
-     "characters than names of hosts, and a port is at most 65535",
+     "a mask must have the bits of its address, a range an end after its begin, an address with "
+     "stars four octets, a name no other characters than names of hosts, an identity at most 16, "
+     "and a port is at most 65535",
      "see netperm-table(5)", "relay: hosts 10.1.1.9-10.1.1.1 -policy p\npolicy-p: destination *"},
     {"T120", WARNING, "no proxy asks for a keyword", "the entry has no effect",
      "check the spelling: netperm-table(5) and the manual page of the proxy have the keywords",
@@ -281,7 +286,7 @@ static constexpr finding_row rows[] = {
     {"T121", WARNING, "a prefix means nothing with its keyword", "the entry counts as without it",
      "take the prefix out", "relay: deny-timeout 5"},
     {"T122", WARNING, "a setting of a proxy stands in a policy",
-     "it has no effect: a proxy reads it when it starts, and policies for its clients alone",
+     "it has no effect: a proxy reads it before it knows the policy of a client",
      "move it to the entries of the proxy",
      "relay: hosts * -policy p\npolicy-p: destination *\npolicy-p: child-limit 5"},
     {"T123", WARNING, "log-enabled has no logging entry beside it",
@@ -290,6 +295,9 @@ static constexpr finding_row rows[] = {
     {"T124", ERROR, "a '#' after the first column begins no comment",
      "the line is an entry, for each name before its colon", "put the '#' into the first column",
      "relay: child-limit 5\n # relay: timeout 5"},
+    {"T125", WARNING, "default_logging has entries beside init-proxy",
+     "they have no effect: they are read where no line is for init-proxy, or for all",
+     "write them for init-proxy", "default_logging: logging both\n*: child-limit 5"},
     {"T201", ERROR, "no client reaches a hosts line",
      "earlier lines take every client that it names", "move it before them, or take it out",
      "relay: hosts 10.* -policy p\nrelay: hosts 10.1.1.1 -policy p\npolicy-p: destination *"},
@@ -308,7 +316,10 @@ static constexpr finding_row rows[] = {
      "check with --proxy, or a part of it",
      "",
      {},
-     "a ports entry of 101 words that name no service"},
+     "a ports entry of 100 words that name no service"},
+    {"T206", WARNING, "an item never decides", "an earlier one of the same entries decides for it",
+     "move it before that one, or take it out",
+     "relay: hosts * -policy p\npolicy-p: destination * !10.1.1.1"},
 };
 
 std::span<const finding_row> flatlink::finding_rows()

@@ -4,8 +4,10 @@
 
 #include "flatctl/check/asked_keywords.h"
 #include "flatctl/check/check_table.h"
+#include "flatctl/check/own_entries.h"
 #include "flatctl/check/shadowed.h"
 #include "flatctl/check/table_entries.h"
+#include "flatctl/check/table_patterns.h"
 #include "flatctl/check/table_words.h"
 #include "lib/fwall/access/policy.h"
 #include "lib/fwall/table/cfgrec.h"
@@ -58,6 +60,7 @@ class table_checker
     void check_list(const std::string &name);
     entry_fault_taker fault_taker(bool is_of_option);
     const policy_option *options_of(const std::string &name) const;
+    void tell_stray_word(const std::string &name, const cfgrec &hosts);
     void check_policies(const std::string &name, cfgrec *list);
     using entry_visitor = std::function<void(const cfgrec &entry)>;
     void visit_options(cfgrec *list, const entry_visitor &visit);
@@ -65,10 +68,12 @@ class table_checker
     void collect_shadowed(const std::string &name, cfgrec *list);
     void tell_shadowed();
     void tell_unused_policies();
-    void tell_unasked_keywords();
+    void tell_idle_entries();
+    void tell_idle_logging();
+    void check_entries(const std::string &name, const cfgrec *list);
     void start(const std::string &name);
-    void try_ports(cfgrec *list);
-    void try_ports_of(const cfgrec *entry);
+    void read_settings(const std::string &name);
+    void try_ports(const std::string &name, const cfgrec *entry);
 
     std::string_view table_;
     const table_task &task_;
@@ -88,7 +93,7 @@ class table_checker
     bool policies_known_ = true; // all that are named are in the table of policies
     int step_ = 0;
     const policy_option *rows_ = nullptr; // of the proxy whose options are read
-    asked_keywords asked_;
+    asked_keywords asked_{task_.options};
     std::set<std::pair<int, std::string>> tried_; // items of ports, by line
 };
 

@@ -1,5 +1,6 @@
 #include "flatctl/check/table_entries.h"
 
+#include "flatctl/check/table_patterns.h"
 #include "lib/fwall/match/alldi.h"
 #include "lib/fwall/table/cfgrec.h"
 #include "lib/fwall/table/config.h"
@@ -7,16 +8,14 @@
 #include "lib/ulib/text.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
-#include <map>
 
 using namespace flatlink;
 
 // What of the runtime's own checks (settings.cpp, log_config.cpp) tells of an argument too many has
 // no number here.
 static constexpr table_keyword keywords[] = {
-    {.name = "hosts", .takes_prefix = true},
+    {.name = "hosts", .takes_prefix = true, .of_start = true},
     {.name = "destination", .takes_prefix = true},
     {.name = "ports", .takes_prefix = true},
     {.name = "proxy", .takes_prefix = true},
@@ -34,12 +33,16 @@ static constexpr table_keyword keywords[] = {
     {.name = "rate-limit", .of_start = true},
     {.name = "stop-timeout", .of_start = true},
     {.name = "logging", .of_start = true, .first_counts = true},
-    {.name = "log-enabled", .of_start = true, .first_counts = true},
+    {.name = "log-enabled", .of_start = true, .first_counts = true, .needs_argument = true},
     {.name = "denial-msg", .first_counts = true},
-    {.name = "use_name_logs", .first_counts = true, .args_max = 1},
-    {.name = "ruleNumber", .first_counts = true, .args_max = 1},
-    {.name = "ruleName", .first_counts = true, .args_max = 1},
-    {.name = "logLevel", .first_counts = true, .args_max = 1},
+    {.name = "use_name_logs",
+     .of_start = true,
+     .first_counts = true,
+     .needs_argument = true,
+     .args_max = 1},
+    {.name = "ruleNumber", .first_counts = true, .needs_argument = true, .args_max = 1},
+    {.name = "ruleName", .first_counts = true, .needs_argument = true, .args_max = 1},
+    {.name = "logLevel", .first_counts = true, .needs_argument = true, .args_max = 1},
 };
 
 const table_keyword *flatlink::find_table_keyword(std::string_view keyword)
@@ -48,70 +51,39 @@ const table_keyword *flatlink::find_table_keyword(std::string_view keyword)
     return found == std::end(keywords) ? nullptr : found;
 }
 
-// ---- patterns
-
-// Whether a pattern of names holds what no name of a host has, such as the '/' of 10.0.0.0/8.
-static bool fits_no_name(std::string_view pattern)
+const table_keyword *flatlink::find_meant_keyword(std::string_view keyword)
 {
-    return !std::ranges::all_of(pattern, [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               c == '.' || c == '-' || c == '_' || c == '*';
-    });
+    if (find_table_keyword(keyword) != nullptr)
+        return nullptr;
+    const auto plain = [](std::string_view text) {
+        std::string made = lower_case(text);
+        std::erase_if(made, [](char c) { return c == '-' || c == '_'; });
+        return made;
+    };
+    const auto *found = std::ranges::find_if(
+        keywords, [&](const table_keyword &row) { return plain(row.name) == plain(keyword); });
+    return found == std::end(keywords) ? nullptr : found;
 }
 
-static void check_host(const cfgrec &entry, int argument, const entry_fault_taker &take_fault)
+bool flatlink::has_prefix_left(std::string_view keyword)
 {
-    const char *text = entry.argv[argument];
-    const std::string_view keyword = entry.keyword;
-    if (keyword == "hosts" && text[0] == '~')
-        return; // an identity may be any text
-    if (keyword == "destination" && text[0] == '!')
-        ++text;
-    char room[HOST_TEXT_MAX + 1];
-    const bool is_address_list = keyword == "rev_dns";
-    const host_pattern pattern = is_address_list && std::strchr(text, '-') != nullptr
-                                     ? compile_range(text)
-                                     : compile_host_pattern(text, room);
-    if (pattern.kind == host_kind::BAD_MASK || pattern.kind == host_kind::TOO_LONG ||
-        (pattern.kind == host_kind::RANGE && pattern.low > pattern.high) ||
-        (pattern.kind == host_kind::NAME && (is_address_list || fits_no_name(text))))
-        take_fault("T119", entry, argument, text);
-    else if (!pattern.is_exact)
-        take_fault("T112", entry, argument,
-                   std::string(text) + " is taken for " +
-                       format_address(network_order(pattern.low)));
+    return keyword.empty() || keyword.starts_with("permit-") || keyword.starts_with("deny-") ||
+           keyword.starts_with("absorb-");
 }
 
-static void check_port(const cfgrec &entry, int argument, const entry_fault_taker &take_fault)
+// ---- numbers
+
+bool flatlink::is_whole_number(std::string_view text)
 {
-    constexpr int PORT_MAX = 65535;
-    const char *text = entry.argv[argument];
-    text += text[0] == '!' ? 1 : 0;
-    if (isalldigits(text) && lenient_number(text) > PORT_MAX)
-        take_fault("T119", entry, argument, text);
+    if (text.starts_with('-') || text.starts_with('+'))
+        text.remove_prefix(1);
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// How many of an entry's arguments are patterns of hosts.
-static int host_count(const cfgrec &entry)
+bool flatlink::is_in_range(std::string_view text)
 {
-    const std::string_view keyword = entry.keyword;
-    if (keyword == "hosts")
-        return pattern_count(entry);
-    if (keyword == "destination" || keyword == "rev_dns")
-        return entry.argc;
-    return keyword == "afw-dest" && entry.argc > 0 ? 1 : 0;
-}
-
-void flatlink::check_arguments(const cfgrec &entry, const entry_fault_taker &take_fault)
-{
-    const int hosts = host_count(entry);
-    for (int i = 0; i < hosts; ++i)
-        check_host(entry, i, take_fault);
-    const std::string_view keyword = entry.keyword;
-    const bool is_block = keyword == "afw-dest";
-    if (keyword == "ports" || is_block)
-        for (int i = is_block ? 1 : 0; i < (is_block ? std::min(entry.argc, 2) : entry.argc); ++i)
-            check_port(entry, i, take_fault);
+    std::string_view rest = text;
+    return take_number(rest) == lenient_number(text);
 }
 
 // ---- entries
@@ -130,19 +102,57 @@ static bool is_off(std::string_view text)
                                [text](std::string_view word) { return same_word(text, word); });
 }
 
-static void check_value(const cfgrec &entry, const entry_fault_taker &take_fault)
+static std::string fault_of_level(const std::string &text)
 {
-    const std::string_view keyword = entry.keyword;
-    if (entry.argc == 0)
-        return;
-    const std::string text = entry.argv[0];
-    if (keyword == "logLevel" && (text.empty() || !isalldigits(text.c_str())))
-        take_fault("T111", entry, 0, text + " is no number");
-    if (keyword == "use_name_logs" && !is_on(text.c_str()) && !is_off(text))
-        take_fault("T111", entry, 0, text + " is no word that it knows");
+    constexpr int LEVEL_MAX = 5;
+    if (text.empty() || !isalldigits(text.c_str()))
+        return " is no number";
+    return lenient_number(text) > LEVEL_MAX ? " is above the last level, 5" : "";
 }
 
-static void check_entry(const cfgrec &entry, bool is_of_policy, const entry_fault_taker &take_fault)
+static std::string fault_of_word(const std::string &text)
+{
+    return is_on(text.c_str()) || is_off(text) ? "" : " is no word that it knows";
+}
+
+static std::string fault_of_count(const std::string &text)
+{
+    return is_whole_number(text) && lenient_number(text) < 1 ? " counts as 1" : "";
+}
+
+static std::string fault_of_account(const std::string &text)
+{
+    return isalldigits(text.c_str()) && !is_in_range(text) ? " is beyond the range of a number"
+                                                           : "";
+}
+
+static std::string fault_of_address(const std::string &text)
+{
+    const u32 address_be = parse_address(text.c_str());
+    const std::string read = format_address(address_be);
+    return address_be == NOT_AN_ADDRESS || read == text ? "" : " is taken for " + read;
+}
+
+// Values of which the runtime's own checks tell nothing.
+static constexpr struct {
+    std::string_view keyword;
+    std::string (*fault)(const std::string &text);
+} value_checks[] = {
+    {"logLevel", fault_of_level},     {"use_name_logs", fault_of_word},
+    {"accept-count", fault_of_count}, {"userid", fault_of_account},
+    {"groupid", fault_of_account},    {"bind-address", fault_of_address},
+};
+
+static void check_value(const cfgrec &entry, const entry_fault_taker &take_fault)
+{
+    for (const auto &[keyword, fault] : value_checks)
+        if (entry.argc > 0 && keyword == entry.keyword)
+            if (const std::string found = fault(entry.argv[0]); !found.empty())
+                take_fault("T111", entry, 0, entry.argv[0] + found);
+}
+
+void flatlink::check_entry(const cfgrec &entry, bool is_of_policy,
+                           const entry_fault_taker &take_fault)
 {
     constexpr int KEYWORD = -1;
     const bool is_hosts = std::string_view(entry.keyword) == "hosts";
@@ -158,24 +168,10 @@ static void check_entry(const cfgrec &entry, bool is_of_policy, const entry_faul
         take_fault("T121", entry, KEYWORD, entry.keyword);
     if (row->of_start && is_of_policy)
         take_fault("T122", entry, KEYWORD, entry.keyword);
+    if (row->needs_argument && entry.argc == 0)
+        take_fault("T104", entry, KEYWORD, "");
     if (row->args_max != 0 && entry.argc > row->args_max)
         take_fault("T111", entry, row->args_max,
                    std::string(entry.argv[row->args_max]) + " is one argument too many");
     check_value(entry, take_fault);
-}
-
-void flatlink::check_entries(const cfgrec *list, bool is_of_policy,
-                             const entry_fault_taker &take_fault,
-                             const later_entry_taker &take_later)
-{
-    std::map<const table_keyword *, const cfgrec *> firsts;
-    for (const cfgrec *entry = list; entry != nullptr; entry = entry->next) {
-        check_entry(*entry, is_of_policy, take_fault);
-        const table_keyword *row = find_table_keyword(entry->keyword);
-        if (row == nullptr || !row->first_counts)
-            continue;
-        const auto [first, is_first] = firsts.try_emplace(row, entry);
-        if (!is_first)
-            take_later(*first->second, *entry);
-    }
 }

@@ -1,8 +1,6 @@
-// What single entries of a table say, whichever proxy reads them: their prefixes, patterns and
-// arguments. The keywords that every proxy has are rows of a table.
+// What single entries of a table say, whichever proxy reads them: their prefixes and arguments. The
+// keywords that every proxy has are rows of a table.
 #pragma once
-
-#include "lib/fwall/match/src_patterns.h"
 
 #include <functional>
 #include <string>
@@ -13,10 +11,11 @@ struct cfgrec;
 // A keyword that the proxies' common code asks for.
 struct table_keyword {
     std::string_view name;
-    bool takes_prefix = false; // permit- and deny-
-    bool of_start = false;     // read when a proxy starts, so not in a policy
-    bool first_counts = false; // and no later entry
-    int args_max = 0;          // further ones are not read; 0: all are, or their number is checked
+    bool takes_prefix = false;   // permit- and deny-
+    bool of_start = false;       // read before the policy of a client is known, so not in one
+    bool first_counts = false;   // and no later entry
+    bool needs_argument = false; // without one the entry is ignored, and nothing is reported
+    int args_max = 0; // further ones are not read; 0: all are, or their number is checked
 };
 
 // A fault of an entry.
@@ -25,19 +24,23 @@ struct table_keyword {
 using entry_fault_taker = std::function<void(std::string_view code, const cfgrec &entry,
                                              int argument, std::string detail)>;
 
-// An entry of a keyword of which only the first counts.
-using later_entry_taker = std::function<void(const cfgrec &first, const cfgrec &later)>;
-
 namespace flatlink
 {
 
 // Null for a keyword that a proxy alone may ask for.
 const table_keyword *find_table_keyword(std::string_view keyword);
 
-void check_entries(const cfgrec *list, bool is_of_policy, const entry_fault_taker &take_fault,
-                   const later_entry_taker &take_later);
+// The keyword that one is meant for which differs from it in case, or in '-' and '_'; null for
+// none, and for a keyword of the table.
+const table_keyword *find_meant_keyword(std::string_view keyword);
 
-// The arguments of one entry, among them those that an option of a `hosts` line stands for.
-void check_arguments(const cfgrec &entry, const entry_fault_taker &take_fault);
+// True for what is left of a keyword when one of several prefixes was taken from it, or all of it.
+bool has_prefix_left(std::string_view keyword);
+
+void check_entry(const cfgrec &entry, bool is_of_policy, const entry_fault_taker &take_fault);
+
+// A decimal number, with or without a sign; and whether it has 32 bits.
+bool is_whole_number(std::string_view text);
+bool is_in_range(std::string_view text);
 
 } // namespace flatlink

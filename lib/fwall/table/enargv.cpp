@@ -58,8 +58,10 @@ static scan begin(arguments &found)
 
 static scan store(arguments &found, char c)
 {
-    if (c == '\0')
-        return scan::GOING; // would end the argument; dropped even after a backslash
+    if (c == '\0') { // would end the argument; dropped even after a backslash
+        found.tell(table_fault::UNPRINTABLE);
+        return scan::GOING;
+    }
     if (const scan state = begin(found); state != scan::GOING)
         return state;
     if (found.free == found.end)

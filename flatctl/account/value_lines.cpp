@@ -27,6 +27,41 @@ static bool has_all_ones(const frag *node)
            (is_of_type(node->parent, "ipmask") && parse_address(node->value) == NOT_AN_ADDRESS);
 }
 
+// Whether numbers stand in the place of an address, but not as it has them.
+static bool is_odd_address(std::string_view text)
+{
+    const u32 address_be = parse_address(text);
+    const bool is_number = text.find_first_not_of("0123456789.") == std::string_view::npos;
+    return (is_number || address_be != NOT_AN_ADDRESS) && !says_address(text, address_be);
+}
+
+// Octets and stars, of which some are none.
+static bool is_odd_pattern(std::string_view text)
+{
+    constexpr int OCTETS = 4, OCTET_MAX = 255;
+    if (text.find_first_not_of("0123456789.*") != std::string_view::npos)
+        return false; // told where it is compiled
+    int octets = 1;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        octets += text[at] == '.' ? 1 : 0;
+        std::string_view rest = text.substr(at);
+        if (rest[0] != '.' && rest[0] != '*' && take_number(rest) > OCTET_MAX)
+            return true;
+    }
+    return octets > OCTETS;
+}
+
+// An empty text stands for every address, or a mask of all ones; others are read in their own way.
+static bool is_no_address(const frag *node)
+{
+    const std::string_view name = node->name, text = node->value;
+    if (name == "addr" &&
+        (is_of_type(node->parent, "ipaddr") || is_of_type(node->parent, "ipmask")))
+        return is_odd_address(text);
+    return name == "pat" && is_of_type(node->parent, "pattern") &&
+           (text.empty() || is_odd_pattern(text));
+}
+
 // A network and a range name an object for each part of their text.
 void conversion_log::choose_part(const frag *node)
 {
@@ -67,6 +102,8 @@ void conversion_log::clear_window()
 // The line becomes an origin of what is made next, unless its value makes nothing.
 void conversion_log::note_value_read(const frag *node, std::int32_t line)
 {
+    if (is_no_address(node))
+        add_remark(remark::NO_ADDRESS, line, node->value);
     std::uint16_t &marks = line_at(line).marks;
     marks |= LINE_READ;
     if (is_member_type(node))

@@ -206,10 +206,19 @@ void checker::check_spelling(const frag *node)
         add("D112", origin_line(node), key_of(node));
 }
 
+// A NUL byte ends a value, and a newline between tags the line that it becomes.
+static bool is_cut_when_written(const frag *node)
+{
+    const std::string_view value = node->value;
+    const std::size_t newline = std::min(value.find('\n'), value.size());
+    return value.size() < static_cast<std::size_t>(node->vlen) ||
+           value.find_first_not_of(" \t\r\n", newline) != std::string_view::npos;
+}
+
 // Blanks beside a '=' and NUL bytes are rare, and the text is read faster than the tree.
 bool checker::may_be_misspelt() const
 {
-    if (text_.find('\0') != std::string::npos)
+    if (text_.find('\0') != std::string::npos || text_.find("</") != std::string::npos)
         return true;
     for (std::size_t at = text_.find('='); at != std::string::npos; at = text_.find('=', at + 1))
         if ((at > 0 && is_ws(text_[at - 1])) || (at + 1 < text_.size() && is_ws(text_[at + 1])))
@@ -245,8 +254,7 @@ void checker::check_nodes()
         return;
     visit_nodes([this](const frag *node) {
         check_spelling(node);
-        if (node->value != nullptr &&
-            text_of(node->value).size() < static_cast<std::size_t>(node->vlen)) // at a NUL byte
+        if (node->value != nullptr && is_cut_when_written(node))
             add("D240", {.line = origin_line(node), .column = AT_VALUE});
         return true;
     });
@@ -314,7 +322,7 @@ void checker::derive()
     write_nowhere();
     log.records_written();
     check_derivation(
-        log, def_database,
+        log, def_database, facts_.layout != "current",
         [this](std::int32_t line) {
             return static_cast<std::size_t>(line) < is_told_.size() &&
                    is_told_[static_cast<std::size_t>(line)];

@@ -88,7 +88,7 @@ class derivation_check
     {
     }
 
-    void run(const std::function<bool(std::int32_t line)> &is_told);
+    void run(const std::function<bool(std::int32_t line)> &is_told, bool is_of_older_layout);
 
   private:
     void tell_remarks();
@@ -102,7 +102,9 @@ class derivation_check
     void tell_client_policy();
     void tell_equal_peers();
     void tell_dropped();
-    void tell_left_over(const std::function<bool(std::int32_t line)> &is_told);
+    std::string_view code_of(const classed_line &line, bool is_of_older_layout) const;
+    void tell_left_over(const std::function<bool(std::int32_t line)> &is_told,
+                        bool is_of_older_layout);
 
     conversion_log &log_;
     frag *tree_;
@@ -347,34 +349,52 @@ void derivation_check::tell_dropped()
         take_(code, std::move(found));
 }
 
-// Lines of which nothing was told yet; what is wrong with a rule is told of its first line alone.
-// There may be millions, so what is not kept is counted only.
-void derivation_check::tell_left_over(const std::function<bool(std::int32_t line)> &is_told)
+// The code of a finding about a line of which nothing else was told; empty for none. In the current
+// layout, lines that decide about it are just its mark.
+std::string_view derivation_check::code_of(const classed_line &line, bool is_of_older_layout) const
 {
-    std::map<line_class, std::size_t> counts;
-    for (const classed_line &line : account_of(log_, tree_)) {
-        const std::string_view code = row_of(line.kind).code;
-        if (!code.empty() && line.kind != line_class::NO_LINK && !is_told(line.line) &&
-            ++counts[line.kind] <= FINDINGS_MAX)
-            take_(code, {.line = line.line});
-    }
-    for (const auto &[kind, count] : counts)
-        if (count > FINDINGS_MAX)
-            count_(row_of(kind).code, count - FINDINGS_MAX);
+    if (line.kind == line_class::NO_LINK)
+        return {}; // told of the rule's first line
+    if (line.kind == line_class::LAYOUT && is_of_older_layout)
+        return "D407";
+    const std::uint16_t marks = log_.lines()[static_cast<std::size_t>(line.line)].marks;
+    if (line.kind != line_class::DECIDES || (marks & LINE_READ) != 0)
+        return row_of(line.kind).code;
+    // Without it something would not be there, which is meant of objects, and of that mark.
+    const std::string key = log_.key_of_line(line.line);
+    if (key.starts_with("net_") || key.starts_with("def_proxy"))
+        return {};
+    return is_of_older_layout ? "D407" : "D401";
 }
 
-void derivation_check::run(const std::function<bool(std::int32_t line)> &is_told)
+// There may be millions, so what is not kept is counted only.
+void derivation_check::tell_left_over(const std::function<bool(std::int32_t line)> &is_told,
+                                      bool is_of_older_layout)
+{
+    std::map<std::string_view, std::size_t> counts;
+    for (const classed_line &line : account_of(log_, tree_)) {
+        const std::string_view code = code_of(line, is_of_older_layout);
+        if (!code.empty() && !is_told(line.line) && ++counts[code] <= FINDINGS_MAX)
+            take_(code, {.line = line.line});
+    }
+    for (const auto &[code, count] : counts)
+        if (count > FINDINGS_MAX)
+            count_(code, count - FINDINGS_MAX);
+}
+
+void derivation_check::run(const std::function<bool(std::int32_t line)> &is_told,
+                           bool is_of_older_layout)
 {
     tell_remarks();
     tell_rules();
     tell_names();
     tell_dropped();
-    tell_left_over(is_told);
+    tell_left_over(is_told, is_of_older_layout);
 }
 
-void flatlink::check_derivation(conversion_log &log, frag *tree,
+void flatlink::check_derivation(conversion_log &log, frag *tree, bool is_of_older_layout,
                                 const std::function<bool(std::int32_t line)> &is_told,
                                 const finding_taker &take, const finding_counter &count)
 {
-    derivation_check(log, tree, take, count).run(is_told);
+    derivation_check(log, tree, take, count).run(is_told, is_of_older_layout);
 }

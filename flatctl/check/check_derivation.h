@@ -21,9 +21,10 @@ using finding_taker = std::function<void(std::string_view code, finding found)>;
 using finding_counter = std::function<void(std::string_view code, std::size_t count)>;
 
 // After the records were written.
-//   tree     what the derivation left
-//   is_told  whether a finding is about that line already; asked for the lines that are left over
-void check_derivation(conversion_log &log, frag *tree,
+//   tree                what the derivation left
+//   is_of_older_layout  it was brought to the current one
+//   is_told             whether a finding is about that line; asked for those that are left over
+void check_derivation(conversion_log &log, frag *tree, bool is_of_older_layout,
                       const std::function<bool(std::int32_t line)> &is_told,
                       const finding_taker &take, const finding_counter &count);
 

@@ -167,10 +167,10 @@ inline constexpr form<owner_type<name>> identity{
 
 // ---- codecs
 
-// All ones are the address of a broadcast, too.
-inline void note_unless_address(u32 addr, std::string_view value)
+// Unless `value` says the address that is held.
+inline void note_unless_address(u32 addr_be, std::string_view value)
 {
-    if (addr == NOT_AN_ADDRESS && value != format_address(NOT_AN_ADDRESS))
+    if (record_watch != nullptr && !says_address(value, addr_be))
         note_unreadable(value_kind::ADDRESS, value);
 }
 

@@ -1,5 +1,8 @@
 #include "lib/ulib/address.h"
 
+#include "lib/ulib/text.h"
+
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -22,6 +25,19 @@ bool flatlink::read_dotted(std::string_view text, u32 &number)
         if (text[pos] != '.' || ++dots > 3)
             return false;
     }
+}
+
+bool flatlink::says_address(std::string_view text, u32 addr_be)
+{
+    constexpr std::string_view DIGITS = "0123456789";
+    for (int bits = 24; bits >= 0; bits -= 8) {
+        const std::size_t length = std::min(text.find_first_not_of(DIGITS), text.size());
+        if (length == 0 || take_number(text) != (host_order(addr_be) >> bits & 0xFF))
+            return false;
+        if (bits > 0 && !take_prefix(text, "."))
+            return false;
+    }
+    return text.find_first_not_of(" \t\r") == std::string_view::npos;
 }
 
 // The usual form is read here: the host's reader sets up a number conversion for each part.

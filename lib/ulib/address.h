@@ -23,6 +23,11 @@ u32 parse_address(std::string_view text);
 // the first octet most significant. False for anything else; `number` is then undefined.
 bool read_dotted(std::string_view text, u32 &number);
 
+// Whether a text says the address: four decimal octets, which may begin with zeros, and blanks at
+// its end. False for other forms that parse_address reads, such as octal octets, or fewer than
+// four.
+bool says_address(std::string_view text, u32 addr_be);
+
 // Reads `text` as a network number or mask; the result is in network order, NOT_AN_ADDRESS for text
 // that is none. Differs from parse_address for fewer than four parts: as the host's inet_network
 // does, it right-aligns them.

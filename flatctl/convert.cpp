@@ -260,7 +260,9 @@ void report_text(const conversion &run, bool is_written)
     line += run.form->is_tree ? std::to_string(run.values) + " values"
                               : std::to_string(std::ranges::count(run.text, '\n')) + " lines";
     if (run.is_verified)
-        line += run.lost.count == 0 ? "; read back: the same" : "; read back: all but the loss";
+        line += run.lost.count != 0 ? "; read back: all but the loss"
+                : run.form->is_tree ? "; read back: the same tree"
+                                    : "; read back: the same records";
     if (run.is_printed())
         tell(line);
     else

@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 using namespace flatlink;
 
@@ -97,6 +99,27 @@ std::string stage_text(const access_verdict &verdict)
     return names[static_cast<int>(verdict.stage)];
 }
 
+// The keyword without its prefix.
+std::string_view kind_of(const access_step &step)
+{
+    std::string_view kind = step.keyword;
+    for (const std::string_view prefix : {"permit-", "deny-", "absorb-"})
+        if (take_prefix(kind, prefix))
+            break;
+    return kind;
+}
+
+// The line that decided: an entry of ports refuses each port that is no item of it.
+std::int32_t deciding_line(const access_verdict &verdict)
+{
+    if (verdict.line != 0 || verdict.permitted || verdict.stage != access_stage::PORT)
+        return verdict.line;
+    const auto last =
+        std::ranges::find_if(verdict.steps.rbegin(), verdict.steps.rend(),
+                             [](const access_step &step) { return kind_of(step) == "ports"; });
+    return last == verdict.steps.rend() ? 0 : last->line;
+}
+
 std::string answer_of(const access_step &step)
 {
     switch (static_cast<access_reason>(step.reason)) {
@@ -141,11 +164,42 @@ std::string text_of(const std::vector<std::string> &look_ups)
     return text + (look_ups.empty() ? "no names\n" : "\n");
 }
 
+// What a step is about, where the one before was about another thing.
+std::string label_of(const access_step &step, std::string_view &last)
+{
+    constexpr struct {
+        std::string_view kind, label;
+    } labels[] = {{"hosts", "client"},
+                  {"rev_dns", "client"},
+                  {"destination", "destination"},
+                  {"afw-dest", "destination"},
+                  {"ports", "port"}};
+    const auto *row =
+        std::ranges::find(labels, kind_of(step), [](const auto &one) { return one.kind; });
+    const std::string_view label = row == std::end(labels) ? kind_of(step) : row->label;
+    constexpr std::size_t WIDTH = 15;
+    std::string text(label == std::exchange(last, label) ? "" : label);
+    text.resize(std::max(text.size() + 1, WIDTH), ' ');
+    return "  " + text;
+}
+
+std::string text_of_no_entry(const explanation &run, const access_verdict &verdict)
+{
+    if (verdict.no_address)
+        return "  no address of the destination is known: that denies\n";
+    if (deciding_line(verdict) != 0)
+        return "                 no item is " + std::to_string(run.question.port) +
+               ": that denies\n";
+    return "  no entry decides about the " + stage_text(verdict) +
+           (verdict.permitted ? ": that permits\n" : ": that denies\n");
+}
+
 void print_text(const explanation &run, const access_verdict &verdict,
                 const std::vector<std::string> &look_ups, const std::vector<table_change> &changes,
                 std::FILE *out)
 {
     std::string text = title_of(run, verdict) + "\n";
+    std::string_view label;
     for (std::size_t i = 0; i < verdict.steps.size(); ++i) {
         const access_step &step = verdict.steps[i];
         const bool is_decided_next = i + 1 < verdict.steps.size() && step.fits &&
@@ -153,7 +207,8 @@ void print_text(const explanation &run, const access_verdict &verdict,
                                      verdict.steps[i + 1].line == step.line;
         if (is_decided_next)
             continue; // said by the decision
-        text += "  line " + std::to_string(step.line) + "  " + shown(step.keyword) + " ";
+        text += label_of(step, label) + "line " + std::to_string(step.line) + "  " +
+                shown(step.keyword) + " ";
         text += shown_line(step.item);
         if (step.is_decision)
             text += step.fits ? "  fits, and permits" : "  fits, and denies";
@@ -162,11 +217,8 @@ void print_text(const explanation &run, const access_verdict &verdict,
                     answer_of(step);
         text += "\n";
     }
-    if (verdict.no_address)
-        text += "  no address of the destination is known: that denies\n";
-    else if (verdict.line == 0)
-        text += "  no entry decides about the " + stage_text(verdict) +
-                (verdict.permitted ? ": that permits\n" : ": that denies\n");
+    if (verdict.no_address || verdict.line == 0)
+        text += text_of_no_entry(run, verdict);
     for (const table_change &change : changes)
         text += std::string("  would turn it  ") + (change.is_new ? "before line " : "line ") +
                 std::to_string(change.line) + "   " + shown_line(change.text) + "\n";
@@ -184,9 +236,10 @@ void print_json(const access_verdict &verdict, const std::vector<std::string> &l
 {
     json_writer out(stream, "explain-access/1");
     out.text("verdict", verdict.permitted ? "permit" : "deny");
-    out.text("stage", stage_text(verdict)).number("line", verdict.line).open("walk", '[');
+    out.text("stage", stage_text(verdict)).number("line", deciding_line(verdict)).open("walk", '[');
     for (const access_step &step : verdict.steps) {
-        out.open("", '{').number("line", step.line).text("keyword", step.keyword);
+        out.open("", '{').number("line", step.line).text("kind", kind_of(step));
+        out.text("keyword", step.keyword);
         out.text("item", step.item);
         if (step.is_decision)
             out.text("decides", step.fits ? "permit" : "deny");

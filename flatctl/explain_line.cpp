@@ -12,6 +12,7 @@
 #include "lib/frag/tree/symbol.h"
 
 #include <algorithm>
+#include <set>
 
 using namespace flatlink;
 
@@ -98,6 +99,28 @@ void print_json(const conversion_log &log, const classed_line &line, std::span<c
     json.finish();
 }
 
+// The lines that are asked for. One without '=' is a part of the key that the lines up to the next
+// with '=' make, and counts by its own text, too.
+std::set<std::int32_t> wanted_lines(const explain_input &run, const conversion_log &log,
+                                    std::span<const classed_line> lines)
+{
+    std::set<std::int32_t> wanted;
+    for (const classed_line &line : lines) {
+        if (run.wanted == std::to_string(line.line))
+            wanted.insert(line.line);
+        if (line.kind == line_class::JOINED || run.wanted.empty())
+            continue;
+        const std::string key = log.key_of_line(line.line);
+        if (key == run.wanted)
+            wanted.insert(line.line);
+        const std::vector<std::string_view> parts = split_lines(key);
+        for (std::size_t i = 0; parts.size() > 1 && i < parts.size(); ++i)
+            if (parts[i] == run.wanted)
+                wanted.insert(line.line - static_cast<std::int32_t>(parts.size() - 1 - i));
+    }
+    return wanted;
+}
+
 int explain_in_child(const explain_input &run, child_port &port)
 {
     conversion_log log(false);
@@ -111,18 +134,17 @@ int explain_in_child(const explain_input &run, child_port &port)
     const std::vector<classed_line> lines = account_of(log, def_database, &uses);
     const std::vector<std::string_view> output_lines = split_lines(output);
     std::FILE *out = port.stream(frame_kind::DATA);
-    bool is_found = false;
+    const std::set<std::int32_t> wanted = wanted_lines(run, log, lines);
     for (const classed_line &line : lines) {
-        if (run.wanted != std::to_string(line.line) && run.wanted != log.key_of_line(line.line))
+        if (!wanted.contains(line.line))
             continue;
-        is_found = true;
         const auto print = run.asked.format == "json" ? print_json : print_text;
         print(log, line, uses_of(uses, line.line), output_lines, out);
     }
     std::fclose(out);
-    if (is_found)
+    if (!wanted.empty())
         return STATUS_FINE;
-    std::fprintf(stderr, "no line with a value has the number or key %s\n",
+    std::fprintf(stderr, "no line with a value has the number or key '%s'\n",
                  shown_line(run.wanted).c_str());
     return STATUS_FOUND;
 }

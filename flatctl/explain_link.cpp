@@ -314,7 +314,7 @@ int explain_in_child(const explain_input &run, child_port &port)
         return status;
     const std::vector<explained_link> found = find_links(log, output, run.wanted);
     if (found.empty()) {
-        std::fprintf(stderr, "no link has the number or name %s; there are %zu\n",
+        std::fprintf(stderr, "no link has the number or name '%s'; there are %zu\n",
                      shown_line(run.wanted).c_str(), linkinfos.size());
         return STATUS_FOUND;
     }

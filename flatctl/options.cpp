@@ -3,6 +3,7 @@
 #include "flatctl/common/text_write.h"
 #include "flatctl/forms/forms.h"
 #include "flatctl/verbs.h"
+#include "lib/ulib/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -253,6 +254,20 @@ static bool is_option(std::string_view word)
     return word.size() > 1 && word[0] == '-';
 }
 
+// What to say of words that begin with no verb.
+static std::string no_verb(std::span<const std::string> words)
+{
+    std::string seconds;
+    for (const verb_row &row : verbs)
+        if (std::string_view rest = row.name; take_prefix(rest, words[0] + " "))
+            seconds.append(seconds.empty() ? "" : ", ").append(rest);
+    if (seconds.empty())
+        return not_known("no verb", words[0], verbs);
+    if (words.size() > 1 && !is_option(words[1]))
+        return not_known("no verb", words[0] + " " + words[1], verbs);
+    return words[0] + " needs a second word: " + seconds;
+}
+
 // Finds the verb among the words in front, of which it takes one or two off.
 static std::string take_verb(std::span<const std::string> &words, request &asked)
 {
@@ -260,7 +275,7 @@ static std::string take_verb(std::span<const std::string> &words, request &asked
         words.size() > 1 ? find_verb(words[0] + " " + words[1]) : static_cast<verb_row *>(nullptr);
     asked.verb = two_words != nullptr ? two_words : find_verb(words[0]);
     if (asked.verb == nullptr)
-        return not_known("no verb", words[0], verbs);
+        return no_verb(words);
     words = words.subspan(two_words != nullptr ? 2 : 1);
     return {};
 }

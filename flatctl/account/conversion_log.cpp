@@ -29,7 +29,8 @@ const import_observer conversion_log::import_calls = {
                          std::int32_t) { current->line_replaced(old_line, node); },
     .value_kept = [](void *, const frag *node, std::int32_t,
                      std::int32_t ignored_line) { current->line_replaced(ignored_line, node); },
-    .lines_joined = [](void *, std::int32_t first, std::int32_t) { current->line_joined(first); },
+    .lines_joined = [](void *, std::int32_t first,
+                       std::int32_t last) { current->lines_joined(first, last); },
 };
 
 const tree_observer conversion_log::tree_calls = {
@@ -110,9 +111,10 @@ void conversion_log::line_replaced(std::int32_t line, const frag *node)
     keys_.append(fragkeyname(node)).append(1, '\0');
 }
 
-void conversion_log::line_joined(std::int32_t line)
+void conversion_log::lines_joined(std::int32_t first, std::int32_t last)
 {
-    line_at(line).marks |= LINE_JOINED;
+    for (std::int32_t line = first; line < last; ++line)
+        line_at(line).marks |= LINE_JOINED;
 }
 
 // Calls visit(node, line) for each value below `tree` that a line of the input set.

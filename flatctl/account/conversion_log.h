@@ -216,7 +216,7 @@ class conversion_log
 
     // For the import's observers.
     void line_replaced(std::int32_t line, const frag *node);
-    void line_joined(std::int32_t line);
+    void lines_joined(std::int32_t first, std::int32_t last); // the last one has the '='
 
   private:
     void found(const frag *node);

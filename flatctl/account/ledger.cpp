@@ -1,6 +1,7 @@
 #include "flatctl/account/ledger.h"
 
 #include "flatctl/account/line_classes.h"
+#include "flatctl/account/node_classes.h"
 #include "flatctl/account/watched_run.h"
 #include "flatctl/common/json_write.h"
 #include "flatctl/common/line_list.h"
@@ -72,6 +73,7 @@ constexpr family_row families[] = {
 struct standing_link {
     std::size_t count = 0;      // of the others
     const frag *rule = nullptr; // its own
+    std::int32_t line = 0;      // the first of that rule
 };
 
 // Links of one rule that earlier links stand for.
@@ -85,6 +87,7 @@ std::vector<equal_links> links_left_out(const conversion_log &log)
     std::unordered_map<const void *, std::size_t> numbers;
     for (const auto &link : linkinfos)
         numbers.emplace(link.get(), numbers.size() + 1);
+    std::unordered_map<const frag *, std::int32_t> rule_lines; // many may equal links of one rule
     std::vector<equal_links> all;
     for (const link_note &link : log.links()) {
         const record_note &note = *link.record;
@@ -96,6 +99,9 @@ std::vector<equal_links> links_left_out(const conversion_log &log)
         standing_link &standing = all.back().by_number[numbers[note.kept]];
         ++standing.count;
         standing.rule = log.rules()[log.links()[log.note_of(note.kept)->link].rule].rule;
+        if (const auto [line, is_new] = rule_lines.try_emplace(standing.rule, 0); is_new)
+            line->second = first_line_below(standing.rule);
+        standing.line = rule_lines[standing.rule];
     }
     return all;
 }
@@ -164,8 +170,8 @@ void print_text(const conversion_log &log, const std::vector<classed_line> &line
         std::fprintf(out, "  of %s:", shown_line(fragkeyname(of_rule.rule->rule)).c_str());
         const char *mark = " ";
         for (const auto &[number, standing] : of_rule.by_number) {
-            std::fprintf(out, "%s%zu equal vlink_%zu (%s)", mark, standing.count, number,
-                         shown_line(fragkeyname(standing.rule)).c_str());
+            std::fprintf(out, "%s%zu equal vlink_%zu (%s, :%d)", mark, standing.count, number,
+                         shown_line(fragkeyname(standing.rule)).c_str(), standing.line);
             mark = ", ";
         }
         std::fputc('\n', out);

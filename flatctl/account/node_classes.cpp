@@ -169,3 +169,19 @@ std::vector<node_class> flatlink::classes_of_nodes(const conversion_log &log, co
 {
     return tree_walk(log, tree).run();
 }
+
+std::int32_t flatlink::first_line_below(const frag *top)
+{
+    std::int32_t first = 0;
+    std::vector<const frag *> open{top};
+    while (!open.empty()) {
+        const frag *node = open.back();
+        open.pop_back();
+        const std::int32_t line = node->value != nullptr ? origin_line(node) : 0;
+        if (line != 0 && (first == 0 || line < first))
+            first = line;
+        for (const frag *child = node->child; child != nullptr; child = child->next)
+            open.push_back(child);
+    }
+    return first;
+}

@@ -19,4 +19,7 @@ namespace flatlink
 // By line, after the records were written; `tree` is what the derivation left.
 std::vector<node_class> classes_of_nodes(const conversion_log &log, const frag *tree);
 
+// The first line of a value at or below the node; 0 for none.
+std::int32_t first_line_below(const frag *top);
+
 } // namespace flatlink

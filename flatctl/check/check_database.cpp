@@ -99,7 +99,7 @@ constexpr import_observer OBSERVER = {
     .lines_joined =
         [](void *, std::int32_t first, std::int32_t last) {
             current->add("D110", first, "", last);
-            current->log.line_joined(first);
+            current->log.lines_joined(first, last);
         },
     .name_cut =
         [](void *, std::int32_t line, std::string_view kept) {

@@ -1,6 +1,7 @@
 #include "flatctl/check/check_derivation.h"
 
 #include "flatctl/account/line_classes.h"
+#include "flatctl/account/node_classes.h"
 #include "flatlink/records/records.h"
 #include "lib/frag/objects/netobj.h"
 #include "lib/frag/tree/frag.h"
@@ -123,23 +124,6 @@ std::int32_t line_of(const frag *node)
     return node == nullptr ? 0 : origin_line(node);
 }
 
-// The first line of a value at or below the node; 0 for none.
-std::int32_t first_line(const frag *top)
-{
-    std::int32_t first = 0;
-    std::vector<const frag *> open{top};
-    while (!open.empty()) {
-        const frag *node = open.back();
-        open.pop_back();
-        const std::int32_t line = node->value != nullptr ? origin_line(node) : 0;
-        if (line != 0 && (first == 0 || line < first))
-            first = line;
-        for (const frag *child = node->child; child != nullptr; child = child->next)
-            open.push_back(child);
-    }
-    return first;
-}
-
 std::string quoted(std::string_view text)
 {
     return '"' + std::string(text) + '"';
@@ -181,7 +165,7 @@ void derivation_check::tell_idle_rule(const rule_note &rule)
         return;
     }
     if (rule.missing_side == nullptr || child_of(node, rule.missing_side) == nullptr)
-        take_("D301", {.line = first_line(node)});
+        take_("D301", {.line = first_line_below(node)});
 }
 
 // Looked for once, since many rules can have links that equal those of one.
@@ -189,7 +173,7 @@ std::int32_t derivation_check::line_of_rule(std::uint32_t index)
 {
     const auto [place, is_new] = rule_lines_.try_emplace(index, 0);
     if (is_new)
-        place->second = first_line(log_.rules()[index].rule);
+        place->second = first_line_below(log_.rules()[index].rule);
     return place->second;
 }
 
@@ -212,7 +196,7 @@ void derivation_check::tell_equal_links(const rule_note &rule)
     for (const std::uint32_t index : rules)
         rule_lines.insert(line_of_rule(index));
     const bool is_all = equal == static_cast<std::int32_t>(rule.link_count);
-    take_(is_all ? "D303" : "D311", {.line = first_line(rule.rule),
+    take_(is_all ? "D303" : "D311", {.line = first_line_below(rule.rule),
                                      .count = equal,
                                      .related = {rule_lines.begin(), rule_lines.end()},
                                      .detail = fragkeyname(rule.rule)});
@@ -272,7 +256,7 @@ void derivation_check::tell_split_names(const named_list &list)
                 return child_of(part, std::string(key).c_str()) != nullptr;
             };
             if (std::ranges::any_of(of_records, is_of_record))
-                take_("D222", {.line = first_line(part), .detail = fragkeyname(part)});
+                take_("D222", {.line = first_line_below(part), .detail = fragkeyname(part)});
         }
     }
 }

@@ -144,7 +144,13 @@ class Explain(ns.Case):
             run = flatctl("explain", "line", wanted, self.SAMPLE)
             self.assertEqual(run.returncode, status, wanted)
             self.assertIn(words, run.stdout.decode())
-
+        write(DATABASE, b"ip_x\n\nip_y\x1b[2J\nip_z=1\nip_z=2\n")
+        for wanted, lines in (("ip_x", [1]), ("ip_y\x1b[2J", [3]), ("ip_z", [4, 5]), ("", []), ("0", [])):
+            for verb in ("line", "link"):
+                run = flatctl("explain", verb, wanted, DATABASE)
+                told = [int(line[1:].split()[0]) for line in run.stdout.decode().splitlines()]
+                self.assertEqual((told, run.returncode), (lines, 0 if lines else 1) if verb == "line" else ([], 1))
+                self.assertNotRegex(run.stdout + run.stderr, rb"[\x00-\x09\x0b-\x1f]")
 
 class Check(ns.Case):
     def test_formats_and_status(self):
@@ -262,6 +268,10 @@ class ExplainAccess(ns.Case):
         self.assertEqual(json.loads(run.stdout)["turn"][0]["to"],
                          "relay: permit-hosts 10.1.1.1 127.0.0.1")
         self.assertEqual(json.loads(run.stdout)["asked"], [])
+        run = flatctl("explain", "access", "--format", "json", "--proxy", "relay", "--client",
+                      "127.0.0.1", "--dest", "10.1.1.1:80", DATABASE)
+        told = json.loads(run.stdout)
+        self.assertEqual((told["stage"], told["line"], told["walk"][-1]["kind"]), ("port", 3, "ports"))
         write(DATABASE, b"relay: permit-hosts *.lan\n")
         run = flatctl("explain", "access", "--proxy", "relay", "--client", "10.1.1.1=a.lan", DATABASE)
         self.assertIn(b"terms          lines 1\n  asked          10.1.1.1=a.lan\n", run.stdout)

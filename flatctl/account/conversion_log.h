@@ -153,8 +153,13 @@ struct text_origins {
     bool only_led_there = false;
     std::uint32_t first_value = 0, second_value = 0; // hashes of those read last; 0: none
 
-    // Both parts are one text, so either would do alone.
-    bool has_equal_parts() const { return second_value != 0 && first_value == second_value; }
+    bool has_odd_part = false; // such as 10.1, which is read as 10.1.0.0 is
+
+    // Both parts are one text, or may mean the same, so either would do alone.
+    bool has_equal_parts() const
+    {
+        return second_value != 0 && (first_value == second_value || has_odd_part);
+    }
 
     void become_led_there();
 };

@@ -72,9 +72,10 @@ void conversion_log::choose_part(const frag *node)
     } else if (reads_ == &side_->first) {
         side_->has_first = true;
     }
-    if (name == "addr")
-        (reads_ == &side_->second ? side_->second_value : side_->first_value) =
-            hash_of(node->value);
+    if (name != "addr")
+        return;
+    side_->has_odd_part = side_->has_odd_part || is_odd_address(node->value);
+    (reads_ == &side_->second ? side_->second_value : side_->first_value) = hash_of(node->value);
 }
 
 // In an entry of a pool, which takes the lines of its text from the window, a range of addresses
@@ -104,6 +105,10 @@ void conversion_log::note_value_read(const frag *node, std::int32_t line)
 {
     if (is_no_address(node))
         add_remark(remark::NO_ADDRESS, line, node->value);
+    // All but "off" counts as "on".
+    const bool is_switch = std::string_view(node->name) == "include-sgo" && node->value[0] != '\0';
+    if (is_switch && !same_word(node->value, "off") && !same_word(node->value, "on"))
+        add_remark(remark::NO_WORD, line, node->value);
     std::uint16_t &marks = line_at(line).marks;
     marks |= LINE_READ;
     if (is_member_type(node))

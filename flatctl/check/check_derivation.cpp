@@ -346,7 +346,11 @@ std::string_view derivation_check::code_of(const classed_line &line, bool is_of_
         return row_of(line.kind).code;
     // Without it something would not be there, which is meant of objects, and of that mark.
     const std::string key = log_.key_of_line(line.line);
-    if (key.starts_with("net_") || key.starts_with("def_proxy"))
+    constexpr std::ptrdiff_t MARKS_OF_A_PART = 3; // of net_TYPE_NAME_PART
+    const bool is_of_object =
+        key.starts_with("net_group_") ||
+        (key.starts_with("net_") && std::ranges::count(key, '_') <= MARKS_OF_A_PART);
+    if (is_of_object || key.starts_with("def_proxy"))
         return {};
     return is_of_older_layout ? "D407" : "D401";
 }

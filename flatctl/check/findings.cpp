@@ -91,7 +91,8 @@ static constexpr finding_row rows[] = {
      "net_group_s_elem_2_type=group\n"
      "net_group_s_elem_2_obj=net_group_s",
      PEER},
-    {"D220", ERROR, "a word is in no table", "the field stays empty, or the proposal is left out",
+    {"D220", ERROR, "a word is in no table",
+     "the field stays empty or has its usual value, or the proposal is left out",
      "see flatlink-database(5) for the words", "vpn_settings_aggressive-mode=Perhaps"},
     {"D221", ERROR, "a policy or pool does not exist", "links name it nevertheless",
      "name one that exists", "vpn_settings_ike=vpn_ike_none"},

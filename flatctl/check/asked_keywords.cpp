@@ -68,7 +68,7 @@ const own_keyword *asked_keywords::find_own(const std::string &name,
 // Of a proxy whose options are not known: whether it hardly means a keyword of its own.
 static bool is_misspelt(const std::string &keyword)
 {
-    return find_meant_keyword(keyword) != nullptr || has_prefix_left(keyword);
+    return find_meant_keyword(keyword) != nullptr || is_no_keyword(keyword);
 }
 
 bool asked_keywords::is_asked_by(const std::string &proxy, const std::string &keyword) const

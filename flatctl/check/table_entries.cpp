@@ -51,24 +51,28 @@ const table_keyword *flatlink::find_table_keyword(std::string_view keyword)
     return found == std::end(keywords) ? nullptr : found;
 }
 
+// The letters of a keyword, without their case.
+static std::string letters_of(std::string_view keyword)
+{
+    std::string letters = lower_case(keyword);
+    std::erase_if(letters, [](char c) { return c < 'a' || c > 'z'; });
+    return letters;
+}
+
 const table_keyword *flatlink::find_meant_keyword(std::string_view keyword)
 {
     if (find_table_keyword(keyword) != nullptr)
         return nullptr;
-    const auto plain = [](std::string_view text) {
-        std::string made = lower_case(text);
-        std::erase_if(made, [](char c) { return c == '-' || c == '_'; });
-        return made;
-    };
+    const std::string letters = letters_of(keyword);
     const auto *found = std::ranges::find_if(
-        keywords, [&](const table_keyword &row) { return plain(row.name) == plain(keyword); });
+        keywords, [&](const table_keyword &row) { return letters_of(row.name) == letters; });
     return found == std::end(keywords) ? nullptr : found;
 }
 
-bool flatlink::has_prefix_left(std::string_view keyword)
+bool flatlink::is_no_keyword(std::string_view keyword)
 {
-    return keyword.empty() || keyword.starts_with("permit-") || keyword.starts_with("deny-") ||
-           keyword.starts_with("absorb-");
+    return letters_of(keyword).empty() || keyword.starts_with("permit-") ||
+           keyword.starts_with("deny-") || keyword.starts_with("absorb-");
 }
 
 // ---- numbers

@@ -30,12 +30,12 @@ namespace flatlink
 // Null for a keyword that a proxy alone may ask for.
 const table_keyword *find_table_keyword(std::string_view keyword);
 
-// The keyword that one is meant for which differs from it in case, or in '-' and '_'; null for
-// none, and for a keyword of the table.
+// The keyword that one has the letters of, as Child_limit and timeout: have; null for none, and for
+// a keyword of the table.
 const table_keyword *find_meant_keyword(std::string_view keyword);
 
-// True for what is left of a keyword when one of several prefixes was taken from it, or all of it.
-bool has_prefix_left(std::string_view keyword);
+// True without a letter, and for what is left when one of several prefixes was taken.
+bool is_no_keyword(std::string_view keyword);
 
 void check_entry(const cfgrec &entry, bool is_of_policy, const entry_fault_taker &take_fault);
 

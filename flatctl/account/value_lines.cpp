@@ -103,7 +103,8 @@ void conversion_log::clear_window()
 // The line becomes an origin of what is made next, unless its value makes nothing.
 void conversion_log::note_value_read(const frag *node, std::int32_t line)
 {
-    if (is_no_address(node))
+    const bool is_odd = is_no_address(node);
+    if (is_odd)
         add_remark(remark::NO_ADDRESS, line, node->value);
     // All but "off" counts as "on".
     const bool is_switch = std::string_view(node->name) == "include-sgo" && node->value[0] != '\0';
@@ -129,7 +130,9 @@ void conversion_log::note_value_read(const frag *node, std::int32_t line)
     if (node->value[0] == '\0' || (marks & LINE_ALL_ONES) != 0)
         take_back(last_line_); // what led to it makes nothing, either
     else if ((marks & LINE_MEMBER_TYPE) == 0 && std::string_view(node->name) != "include-sgo")
-        add_origin(window_only_leads_ ? -line : line);
+        // An odd address, such as 10.1, is read as a pattern alone and as another text beside one:
+        // the same may come of other objects without it.
+        add_origin(window_only_leads_ || is_odd ? -line : line);
 }
 
 // Of a text that a thousand lines make, each link would keep all of them: the first tell enough.

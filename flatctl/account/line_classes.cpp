@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <string>
 #include <type_traits>
 
@@ -72,8 +73,9 @@ class accountant
     void trace_output();
     void trace_record(const written_record &written);
     bool can_differ(const output_note &output, const written_record &written) const;
-    bool is_used_by_all(std::int32_t line) const;
+    bool is_used_by_all(std::int32_t line, const record_note &kept) const;
     bool says_own_key(std::int32_t line, std::uint32_t hash) const;
+    bool counts_for_number(const record_note &note) const;
     void summarise_fields();
     line_class class_of(std::int32_t line) const;
 
@@ -214,13 +216,18 @@ bool accountant::says_own_key(std::int32_t line, std::uint32_t hash) const
 }
 
 // Without the line, an equal link that does not depend on it would stand in the place of this one.
-bool accountant::is_used_by_all(std::int32_t line) const
+//   kept  the link itself: of its fields is known which would be the same in any case
+bool accountant::is_used_by_all(std::int32_t line, const record_note &kept) const
 {
+    const auto depends = [&](const field_note &stored) {
+        const auto lines = log_.lines_of(stored.origins);
+        if (std::ranges::find(lines, line) == lines.end())
+            return false;
+        const field_note *same = conversion_log::note_in(&kept, stored.field);
+        return same == nullptr || !same->prints_same;
+    };
     return twins_ == nullptr || std::ranges::all_of(*twins_, [&](const record_note *twin) {
-               return std::ranges::any_of(twin->fields, [&](const field_note &stored) {
-                   const auto lines = log_.lines_of(stored.origins);
-                   return std::ranges::find(lines, line) != lines.end();
-               });
+               return std::ranges::any_of(twin->fields, depends);
            });
 }
 
@@ -266,7 +273,8 @@ void accountant::trace_record(const written_record &written)
                 continue;
             if (says_own_key(line, output.hash)) {
                 own_keys_.insert(line);
-            } else if (is_different && (written.note->link == NO_NOTE || is_used_by_all(line))) {
+            } else if (is_different &&
+                       (written.note->link == NO_NOTE || is_used_by_all(line, *written.note))) {
                 if (uses_ != nullptr)
                     uses_->push_back({line, static_cast<std::int32_t>(i) + 1});
                 is_used_[static_cast<std::size_t>(line)] = true;
@@ -285,10 +293,21 @@ void accountant::trace_output()
 
 // ---- lines without a line of their own in the output
 
+// An interface has its number in the output also when it is left out, as long as it has a line.
+bool accountant::counts_for_number(const record_note &note) const
+{
+    std::set<std::int32_t> lines;
+    for (const field_note &stored : note.fields)
+        for (const std::int32_t line : log_.lines_of(stored.origins))
+            lines.insert(line);
+    return note.is_dropped && note.why == left_out::NO_INTERFACE && lines.size() == 1;
+}
+
 void accountant::summarise_fields()
 {
     for (const record_note &note : log_.records()) {
         const bool is_twin = note.is_dropped && note.why == left_out::EQUAL_LINK;
+        const bool is_number = note.is_dropped && !is_twin && counts_for_number(note);
         for (const field_note &stored : note.fields) {
             // Sizes and order of links come from the whole text of an address, and without a
             // gateway there are none.
@@ -300,7 +319,9 @@ void accountant::summarise_fields()
                     continue;
                 field_summary &summary = fields_[static_cast<std::size_t>(line)];
                 summary.is_stored = true;
-                if (note.is_dropped && !is_twin)
+                if (is_number)
+                    summary.has_value = true;
+                else if (note.is_dropped && !is_twin)
                     (note.why != left_out::SAME_ADDRESS ? summary.is_dropped
                      : note.has_lent                    ? summary.has_value
                                                         : summary.is_second) = true;

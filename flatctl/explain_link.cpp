@@ -165,7 +165,7 @@ std::string text_of(const step &at)
 }
 
 std::string text_of_side(const conversion_log &log, const explained_link &link,
-                         std::string_view address, std::uint8_t type, const char *field,
+                         const std::string &address, std::uint8_t type, const char *field,
                          const frag *obj)
 {
     const field_note *note = log.note_of(link.record, field);
@@ -258,7 +258,7 @@ void write_key(json_writer &json, std::string_view name, const frag *node)
 }
 
 void write_side(json_writer &json, const conversion_log &log, const explained_link &link,
-                std::string_view side, std::string_view address, std::uint8_t type)
+                std::string_view side, const std::string &address, std::uint8_t type)
 {
     json.open(side, '{').text("text", address).text("type", parsenumtoname(addrid_list, type));
     write_origins(json, log,

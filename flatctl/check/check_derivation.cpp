@@ -54,7 +54,7 @@ constexpr reason_row reason_rows[] = {
 struct named_list {
     const char *peer_key; // the child of a peer that names one
     const char *tree_key;
-    record_text linkinfo::*name; // in a link
+    std::string linkinfo::*name; // in a link
     std::set<std::string> (*names)();
 };
 
@@ -219,7 +219,7 @@ void derivation_check::tell_misnamed(const named_list &list)
     const std::set<std::string> names = list.names();
     std::map<std::string, misnamed> all;
     for (const auto &link : linkinfos) {
-        const std::string name(*link.*list.name);
+        const std::string &name = *link.*list.name;
         const record_note *note = log_.note_of(link.get());
         if (name.empty() || names.contains(name) || note == nullptr || note->link == NO_NOTE)
             continue;

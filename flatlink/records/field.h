@@ -175,8 +175,8 @@ inline void note_unless_address(u32 addr_be, std::string_view value)
 }
 
 struct as_text {
-    template <typename text> static void read(text &held, std::string_view value) { held = value; }
-    static printed print(std::string_view held) { return held; }
+    static void read(std::string &held, std::string_view value) { held = value; }
+    static printed print(const std::string &held) { return held; }
 };
 
 // By a table of names; a word in no row is 0, and a number in no row has no word.

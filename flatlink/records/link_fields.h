@@ -14,7 +14,7 @@ namespace flatlink
 
 struct certificate_name {
     std::string_view key;
-    record_text peerauth::*text;
+    std::string peerauth::*text;
     std::uint8_t sort_bit;  // bit of its half in the order of client links
     const char *object_key; // child of a VPN object in the tree that holds it
 };
@@ -71,7 +71,7 @@ inline constexpr form<owner_type<mode>> pool_choice{
             return "Any";
         if (link.*mode == 0 || (link.*name).empty())
             return "None";
-        return std::string_view(link.*name);
+        return link.*name;
     },
     by<mode>};
 

@@ -87,9 +87,9 @@ u32 getdnsname(const char *name)
     return place->second;
 }
 
-static u32 address_of_name(std::string_view name)
+static u32 address_of_name(const std::string &name)
 {
-    return getdnsname(name.empty() ? nullptr : std::string(name).c_str());
+    return getdnsname(name.empty() ? nullptr : name.c_str());
 }
 
 // The firewall's own address towards a gateway; 0 if there is no route.
@@ -106,7 +106,7 @@ static u32 address_towards(u32 gateway_addr)
 
 static bool is_local_side_firewall(const linkinfo &link)
 {
-    const std::string_view text = link.lnetwork_start_address;
+    const std::string &text = link.lnetwork_start_address;
     return text.empty() || text == ip_myhostname || text == "127.0.0.1" || text == "localhost" ||
            link.lnetwork_start == LOOPBACK;
 }

@@ -29,7 +29,7 @@ printed print_gateway(const linkinfo &link)
 {
     if (!has_fixed_gateway(link))
         return "*";
-    return std::string_view(link.gateway);
+    return link.gateway;
 }
 
 printed print_fixed_remote(const linkinfo &link)
@@ -113,8 +113,7 @@ constinit const field_table<linkinfo> flatlink::link_fields = all_link_fields;
 
 bool flatlink::has_fixed_gateway(const linkinfo &link)
 {
-    return link.fixed_remote != 0 && !link.gateway.empty() &&
-           !std::string_view(link.gateway).starts_with('*');
+    return link.fixed_remote != 0 && !link.gateway.empty() && link.gateway[0] != '*';
 }
 
 void flatlink::invalidate_link_index()

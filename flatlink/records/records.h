@@ -6,7 +6,6 @@
 #pragma once
 
 #include "flatlink/records/record_list.h"
-#include "flatlink/records/record_text.h"
 #include "lib/ulib/address.h"
 
 #include <cstdint>
@@ -19,10 +18,10 @@ struct peerauth {
     std::int32_t key = 0;
     std::int32_t maxdepth = 0;
     std::int32_t san_type = 0; // san_list; 0: the alternative name is not checked
-    flatlink::record_text secret;
-    flatlink::record_text scn, sou, so, sc, sst, sl, ssa;
-    flatlink::record_text san_content;
-    flatlink::record_text icn, iou, io, ic, ist, il, isa;
+    std::string secret;
+    std::string scn, sou, so, sc, sst, sl, ssa;
+    std::string san_content;
+    std::string icn, iou, io, ic, ist, il, isa;
 };
 
 // linkinfo::xgwflags
@@ -53,15 +52,15 @@ struct linkinfo {
     std::uint16_t linkno = 0; // identity while lines are read; 1, 2, ... after sorting
     u32 nesting_level = 0;
     std::int32_t rulenumber = 0; // bit 30 set: a proxy rule
-    flatlink::record_text rulelabel;
-    flatlink::record_text lname; // a link without one is dropped
-    flatlink::record_text description;
-    flatlink::record_text gateway;
-    flatlink::record_text lnetwork_start_address;
-    flatlink::record_text rnetwork_start_address;
-    flatlink::record_text modecfg;
-    flatlink::record_text ikepolicy;
-    flatlink::record_text ipsecpolicy;
+    std::string rulelabel;
+    std::string lname; // a link without one is dropped
+    std::string description;
+    std::string gateway;
+    std::string lnetwork_start_address;
+    std::string rnetwork_start_address;
+    std::string modecfg;
+    std::string ikepolicy;
+    std::string ipsecpolicy;
     peerauth peer;
 };
 

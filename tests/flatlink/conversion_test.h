@@ -139,12 +139,9 @@ inline frag *node(const char *key)
 inline std::string made_links()
 {
     std::string text;
-    for (const auto &link : linkinfos) {
-        const std::string name(link->lname);
-        text += name.substr(name.find_last_of("_~") + 1) + ": ";
-        text.append(link->rnetwork_start_address).append(" ");
-        text.append(link->lnetwork_start_address).append("\n");
-    }
+    for (const auto &link : linkinfos)
+        text += link->lname.substr(link->lname.find_last_of("_~") + 1) + ": " +
+                link->rnetwork_start_address + " " + link->lnetwork_start_address + "\n";
     return text;
 }
 

@@ -32,13 +32,13 @@ class TrustedLink : public conversion_test
     }
 
     // "start/delimiter/type" of one side of each link.
-    static std::string sides(record_text linkinfo::*start, u32 linkinfo::*delimiter,
+    static std::string sides(std::string linkinfo::*start, u32 linkinfo::*delimiter,
                              std::uint8_t linkinfo::*type)
     {
         std::string text;
         for (const auto &link : linkinfos)
             text +=
-                (text.empty() ? "" : " ") + std::string((*link).*start) + "/" +
+                (text.empty() ? "" : " ") + (*link).*start + "/" +
                 ((*link).*delimiter == NOT_AN_ADDRESS ? "-" : format_address((*link).*delimiter)) +
                 "/" + std::to_string((*link).*type);
         return text;
@@ -94,8 +94,7 @@ TEST_F(TrustedLink, CutsWhatIsTooLong)
     EXPECT_EQ(remotes(), "10.7.0.1/-/1 " + text.substr(0, 128) + "/-/2");
     EXPECT_EQ(locals(), text + "/-/2 10.1.0.7/-/1") << "the local text is not cut";
     EXPECT_EQ(linkinfos[0]->lname, "~" + name.substr(0, 128));
-    EXPECT_EQ(std::string_view(linkinfos[0]->peer.secret).size(),
-              LINE_SIZE - 1 - std::string("1_secret=").size());
+    EXPECT_EQ(linkinfos[0]->peer.secret.size(), LINE_SIZE - 1 - std::string("1_secret=").size());
     EXPECT_EQ(trace.find("TRACE trusted(net_" + long_key + "(" + name.substr(0, 128) + "), "), 0u);
 }
 

@@ -1,5 +1,6 @@
 #include "flatctl/explain_input.h"
 
+#include "flatctl/account/watched_run.h"
 #include "flatctl/common/text_write.h"
 #include "flatctl/options.h"
 
@@ -26,4 +27,11 @@ int flatlink::explain_database(const request &asked,
             side.take(kind, bytes);
         });
     return side.end(result);
+}
+
+int flatlink::convert_explained(const explain_input &run, const child_port &port,
+                                conversion_log &log, std::string &output)
+{
+    return run_watched(run.database, run.world, port, log,
+                       [&output](std::string_view line) { output.append(line).append(1, '\n'); });
 }

@@ -7,6 +7,7 @@
 
 #include <string>
 
+class conversion_log;
 struct request;
 
 struct explain_input {
@@ -22,5 +23,10 @@ namespace flatlink
 // Opens what the command line names, runs `work` in a child, prints its frames of kind DATA and
 // returns its status.
 int explain_database(const request &asked, int (*work)(const explain_input &, child_port &));
+
+// In that child: converts the database, watched by `log`, and appends the lines of the records to
+// `output`. Returns what run_watched does.
+int convert_explained(const explain_input &run, const child_port &port, conversion_log &log,
+                      std::string &output);
 
 } // namespace flatlink

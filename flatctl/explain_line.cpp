@@ -1,6 +1,6 @@
 // explain line: what becomes of a line of a database, told by its number or its key.
+#include "flatctl/account/conversion_log.h"
 #include "flatctl/account/line_classes.h"
-#include "flatctl/account/watched_run.h"
 #include "flatctl/check/findings.h"
 #include "flatctl/common/json_write.h"
 #include "flatctl/common/secrets.h"
@@ -125,9 +125,7 @@ int explain_in_child(const explain_input &run, child_port &port)
 {
     conversion_log log(false);
     std::string output;
-    const int status =
-        run_watched(run.database, run.world, port, log,
-                    [&output](std::string_view line) { output.append(line).append(1, '\n'); });
+    const int status = convert_explained(run, port, log, output);
     if (status != STATUS_FINE)
         return status;
     std::vector<line_use> uses;

@@ -1,6 +1,6 @@
 // explain link: the rule, the steps and the lines of a database that a link comes from.
+#include "flatctl/account/conversion_log.h"
 #include "flatctl/account/ledger.h"
-#include "flatctl/account/watched_run.h"
 #include "flatctl/common/json_write.h"
 #include "flatctl/common/line_list.h"
 #include "flatctl/common/secrets.h"
@@ -307,9 +307,7 @@ int explain_in_child(const explain_input &run, child_port &port)
 {
     conversion_log log(true);
     std::string output;
-    const int status =
-        run_watched(run.database, run.world, port, log,
-                    [&output](std::string_view line) { output.append(line).append(1, '\n'); });
+    const int status = convert_explained(run, port, log, output);
     if (status != STATUS_FINE)
         return status;
     const std::vector<explained_link> found = find_links(log, output, run.wanted);

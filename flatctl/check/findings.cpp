@@ -355,6 +355,7 @@ std::string flatlink::finding_help_text(const finding_row &row)
     text.append("  What it is    ").append(row.text).append(".\n");
     text.append("  What follows  ").append(row.follows).append(".\n");
     text.append("  How to mend   ").append(row.mend).append(".\n");
+    text.append("  Since         flatctl ").append(row.since).append(".\n");
     if (row.smallest.empty())
         return text.append("\nSmallest input: ").append(row.shape).append(".\n");
     text += "\nSmallest input:\n\n    ";

@@ -18,8 +18,9 @@ struct finding_row {
     std::string_view mend;    // how to put it right
     std::string_view
         smallest; // an input that has it and no other finding; empty where it takes more
-    std::string_view before = {}; // the lines before those of `smallest`
-    std::string_view shape = {};  // without `smallest`: such an input, in words
+    std::string_view before = {};   // the lines before those of `smallest`
+    std::string_view shape = {};    // without `smallest`: such an input, in words
+    std::string_view since = "1.0"; // the release that has it first
 };
 
 namespace flatlink

@@ -105,7 +105,7 @@ constexpr auto all_link_fields = joined<linkinfo>(
 
 record_index<linkinfo, &linkinfo::linkno> numbers;
 
-const std::string TRACE_MARK = "<<vlink_";
+constexpr std::string_view TRACE_MARK = "<<vlink_";
 
 } // namespace
 
@@ -180,7 +180,7 @@ int add_partial_linkinfo(std::string_view rest)
 }
 
 link_lines::link_lines(std::uint16_t number)
-    : number_(number), prefix_(TRACE_MARK + std::to_string(number) + "_")
+    : number_(number), prefix_(std::string(TRACE_MARK) + std::to_string(number) + "_")
 {
 }
 

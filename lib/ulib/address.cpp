@@ -3,8 +3,8 @@
 #include "lib/ulib/text.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
+#include <iterator>
 
 using namespace flatlink;
 
@@ -55,11 +55,11 @@ u32 flatlink::parse_network(const std::string &text)
 // The host's inet_ntop does it by printf; a proxy's child would touch twice the code for that.
 std::string flatlink::format_address(u32 addr_be)
 {
-    std::array<char, INET_ADDRSTRLEN> text;
-    char *end = text.data();
+    std::string text;
     for (int bits = 24; bits >= 0; bits -= 8) {
-        end = std::to_chars(end, text.end(), host_order(addr_be) >> bits & 0xFF).ptr;
-        *end++ = '.';
+        char digits[3];
+        char *end = std::to_chars(digits, std::end(digits), host_order(addr_be) >> bits & 0xFF).ptr;
+        text.append(digits, end).append(bits > 0 ? "." : "");
     }
-    return std::string(text.data(), end - 1);
+    return text;
 }
